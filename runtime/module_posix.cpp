@@ -1,0 +1,48 @@
+#include <dlfcn.h>
+
+#include <climits>
+#include <cstdio>
+#include <cstring>
+
+#include "runtime/module.h"
+
+namespace zel {
+
+namespace {
+
+void* OpenLibrary(const char* path) noexcept { return dlopen(path, RTLD_NOW | RTLD_LOCAL); }
+
+// The file `name` in the folder of the library or program that holds this function.
+void* OpenLibraryBesideThis(const char* name) noexcept {
+    Dl_info self;
+    if (dladdr(reinterpret_cast<const void*>(&OpenLibraryBesideThis), &self) == 0 || self.dli_fname == nullptr) {
+        return nullptr;
+    }
+    const char* slash = std::strrchr(self.dli_fname, '/');
+    const int folder = slash == nullptr ? 0 : static_cast<int>(slash - self.dli_fname) + 1;
+    char path[PATH_MAX];
+    const int length = std::snprintf(path, sizeof path, "%.*s%s", folder, self.dli_fname, name);
+    // Without a slash dlopen would search again.
+    const bool usable = folder > 0 && length > 0 && length < static_cast<int>(sizeof path);
+    return usable ? OpenLibrary(path) : nullptr;
+}
+
+}  // namespace
+
+ModuleHandle LoadModule(const char* name) noexcept {
+    char file[NAME_MAX + 1];
+    const int length = std::snprintf(file, sizeof file, "lib%s.so", name);
+    if (length < 0 || length >= static_cast<int>(sizeof file)) {
+        return nullptr;
+    }
+    void* module = OpenLibrary(file);
+    return module != nullptr ? module : OpenLibraryBesideThis(file);
+}
+
+ModuleSymbol FindModuleSymbol(ModuleHandle module, const char* symbol) noexcept {
+    return reinterpret_cast<ModuleSymbol>(dlsym(module, symbol));
+}
+
+void UnloadModule(ModuleHandle module) noexcept { dlclose(module); }
+
+}  // namespace zel

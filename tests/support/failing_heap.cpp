@@ -1,0 +1,48 @@
+#include "tests/support/failing_heap.h"
+
+#include <atomic>
+#include <cerrno>
+#include <cstdlib>
+
+#include "runtime/heap.h"
+
+namespace {
+std::atomic<int> failFrom{0};
+std::atomic<int> requests{0};
+std::atomic<int> liveBlocks{0};
+}  // namespace
+
+namespace zel {
+
+void* HeapAllocate(std::size_t size) noexcept {
+    const int request = ++requests;
+    const int limit = failFrom;
+    if (limit != 0 && request >= limit) {
+        errno = ENOMEM;
+        return nullptr;
+    }
+    ++liveBlocks;
+    return std::malloc(size);
+}
+
+void HeapRelease(void* block) noexcept {
+    if (block != nullptr) {
+        --liveBlocks;
+    }
+    std::free(block);
+}
+
+}  // namespace zel
+
+namespace zel::test {
+
+void FailAllocationsFrom(int n) {
+    failFrom = n;
+    requests = 0;
+}
+
+int AllocationCount() { return requests; }
+
+int LiveBlocks() { return liveBlocks; }
+
+}  // namespace zel::test

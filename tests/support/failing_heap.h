@@ -1,0 +1,18 @@
+// A heap for tests: it counts the blocks that are out and fails the n-th request when told to.
+#ifndef ZEL_TESTS_SUPPORT_FAILING_HEAP_H
+#define ZEL_TESTS_SUPPORT_FAILING_HEAP_H
+
+namespace zel::test {
+
+// Fails the n-th request from now on (1: the next one) and every one behind it; 0: none.
+void FailAllocationsFrom(int n);
+
+// Requests since the last call of FailAllocationsFrom, failed ones included.
+int AllocationCount();
+
+// Blocks that were handed out and not released.
+int LiveBlocks();
+
+}  // namespace zel::test
+
+#endif  // ZEL_TESTS_SUPPORT_FAILING_HEAP_H
