@@ -69,6 +69,20 @@ inline constexpr Report kMessageNotCreated{1434, "MsgType = %d, SubType = %d"};
 inline constexpr Report kMessageNotBuilt{1435, "Cannot build ZEL message: %s for dest: %d"};
 inline constexpr Report kMessageNotUnpacked{1437, "Cannot unpack ZEL msg recvd from Rtr"};
 
+// Value conversion.
+inline constexpr Report kFormatMoneyFailed{1001, "ZELFormatMoney failed"};
+inline constexpr Report kUnformatMoneyFailed{1001, "ZELunformatMoney failed"};
+inline constexpr Report kInvalidDisplayCode{1462, "Invalid DisplayCode[%ld] in MONEY Data"};
+inline constexpr Report kInvalidMoney{1467, "Invalid Money Format: %s"};
+inline constexpr Report kTooManyComponents{1467, "Invalid Money Format - too many components : %s"};
+inline constexpr Report kSpaceBetweenTwo{1467, "Invalid Money Format - 2 components space sep : %s"};
+inline constexpr Report kFormatDateTimeFailed{1001, "ZELFormatDateTime failed"};
+inline constexpr Report kDateToStrFailed{1001, "ZELDateToStr failed"};
+inline constexpr Report kTimeToStrFailed{1001, "ZELTimeToStr failed"};
+inline constexpr Report kDateTimeToStrFailed{1001, "ZELDateTimeToStr failed"};
+inline constexpr Report kInvalidDate{1463, "Invalid Date Format: %s"};
+inline constexpr Report kInvalidTime{1464, "Invalid Time Format: %s"};
+
 }  // namespace zel::reports
 
 #endif  // ZEL_RUNTIME_REPORTS_H

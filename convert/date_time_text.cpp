@@ -1,0 +1,199 @@
+// Dates and times to text. Records may come from anywhere: every byte of them has a text, and no text outgrows the
+// caller's buffer.
+#include <algorithm>
+#include <cstring>
+
+#include "convert/date_time.h"
+#include "convert/text.h"
+#include "convert/wrap.h"
+#include "runtime/reports.h"
+
+namespace zel {
+
+namespace {
+
+// The formats that the date-time texts are made of.
+constexpr short kShortYearFirst = 1;
+constexpr short kFullTime = 3;
+constexpr short kYearFirst = 16;
+
+constexpr std::size_t kLongestDateTime = 17;
+
+// Two parts of at most 14 (format 16: 15) characters and a space.
+constexpr std::size_t kLongestInFormats = 30;
+
+// How a format writes a date: D day, M month, Y year in two digits, C year in four; all else stands for itself.
+const char* DateLayout(short format) noexcept {
+    switch (format) {
+        case kShortYearFirst:
+            return "Y/M/D";
+        case 2:
+            return "D/M/Y";
+        case 7:
+            return "YMD";
+        case 9:
+            return "MDY";
+        case 10:
+            return "MY";
+        case 11:
+            return "CMD";
+        case 12:
+            return "MDC";
+        case 13:
+            return "MC";
+        case 14:
+            return "M/D/C";
+        case 15:
+            return "M/C";
+        case kYearFirst:
+            // A misprint that readers of this format have come to know: the day was never shown.
+            return "C/M/2.2hd";
+        default:
+            return "M/D/Y";
+    }
+}
+
+// H hour, N minute, S second.
+const char* TimeLayout(short format) noexcept {
+    switch (format) {
+        case 4:
+            return "H:N";
+        case 5:
+            return "HNS";
+        case 6:
+            return "HN";
+        default:
+            return "H:N:S";
+    }
+}
+
+// At least two digits, a "-" before them.
+char* PutTwoDigits(char* at, int value) noexcept {
+    if (value < 0) {
+        *at++ = '-';
+        value = -value;
+    }
+    if (value < 10) {
+        *at++ = '0';
+    }
+    return PutNumber(at, value);
+}
+
+char* PutLayout(char* at, const char* layout, const _datetime& value) noexcept {
+    for (; *layout != '\0'; ++layout) {
+        switch (*layout) {
+            case 'D':
+                at = PutTwoDigits(at, value.day);
+                break;
+            case 'M':
+                at = PutTwoDigits(at, value.month);
+                break;
+            case 'Y':
+                at = PutTwoDigits(at, value.year >= 100 ? value.year - 100 : value.year);
+                break;
+            case 'C':
+                at = PutNumber(at, value.year + 1900);
+                break;
+            case 'H':
+                at = PutTwoDigits(at, value.hour);
+                break;
+            case 'N':
+                at = PutTwoDigits(at, value.minute);
+                break;
+            case 'S':
+                at = PutTwoDigits(at, value.second);
+                break;
+            default:
+                *at++ = *layout;
+                break;
+        }
+    }
+    *at = '\0';
+    return at;
+}
+
+char* PutDate(char* at, const _datetime& value, short format) noexcept {
+    return PutLayout(at, HasDate(value) ? DateLayout(format) : "00/00/1900", value);
+}
+
+char* PutTime(char* at, const _datetime& value, short format) noexcept {
+    return PutLayout(at, HasTime(value) ? TimeLayout(format) : "00:00:00", value);
+}
+
+// False, with the report, when an argument is null. A text that there is becomes empty in any case.
+[[nodiscard]] bool StartDateTime(const _datetime* value, char* text) noexcept {
+    if (text != nullptr) {
+        text[0] = '\0';
+    }
+    if (value == nullptr || text == nullptr) {
+        SendReport(reports::kDateTimeToStrFailed);
+        return false;
+    }
+    return true;
+}
+
+// Returns the end of the text.
+char* PutDateTime(char* at, const _datetime& value, short dateFormat) noexcept {
+    if (!HasDate(value)) {
+        return PutTime(at, value, kFullTime);
+    }
+    at = PutDate(at, value, dateFormat);
+    if (!HasTime(value)) {
+        return at;
+    }
+    *at++ = ' ';
+    return PutTime(at, value, kFullTime);
+}
+
+}  // namespace
+
+int ZELDateTimeToStrInFormats(const _datetime* value, char* text, short dateFormat, short timeFormat) noexcept {
+    if (!StartDateTime(value, text)) {
+        return -1;
+    }
+    char* at = PutDate(text, *value, dateFormat);
+    *at++ = ' ';
+    PutTime(at, *value, timeFormat);
+    return 0;
+}
+
+int ZELDateTimeToStrYearFirst(const _datetime* value, char* text) noexcept {
+    if (!StartDateTime(value, text)) {
+        return -1;
+    }
+    PutDateTime(text, *value, kYearFirst);
+    return 0;
+}
+
+}  // namespace zel
+
+extern "C" int ZELDateToStr(const _datetime* value, char* text, short format) noexcept {
+    if (value == nullptr || text == nullptr) {
+        zel::SendReport(zel::reports::kDateToStrFailed);
+        return -1;
+    }
+    zel::PutDate(text, *value, format);
+    return 0;
+}
+
+extern "C" int ZELTimeToStr(const _datetime* value, char* text, short format) noexcept {
+    if (value == nullptr || text == nullptr) {
+        zel::SendReport(zel::reports::kTimeToStrFailed);
+        return -1;
+    }
+    zel::PutTime(text, *value, format);
+    return 0;
+}
+
+extern "C" int ZELDateTimeToStr(const _datetime* value, char* text) noexcept {
+    if (!zel::StartDateTime(value, text)) {
+        return -1;
+    }
+    // Numbers of three digits and negative ones could make it longer than callers reserve for.
+    char whole[zel::kLongestInFormats + 1];
+    const char* end = zel::PutDateTime(whole, *value, zel::kShortYearFirst);
+    const std::size_t length = std::min(static_cast<std::size_t>(end - whole), zel::kLongestDateTime);
+    std::memcpy(text, whole, length);
+    text[length] = '\0';
+    return 0;
+}

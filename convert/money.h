@@ -1,0 +1,48 @@
+// Money records: display codes, building a record from whole units, numerator and denominator, and taking it apart.
+#ifndef ZEL_CONVERT_MONEY_H
+#define ZEL_CONVERT_MONEY_H
+
+#include <cstdint>
+
+#include "include/zelmessage.h"
+
+namespace zel {
+
+// Denominator types, as GetDenominatorType answers them.
+inline constexpr short kInvalidType = 0;
+inline constexpr short kWholeType = 1;
+inline constexpr short kDecimalType = 3;
+inline constexpr short kFractionType = 5;
+
+// The large form: whole units in the amount, this plus the hundredths in the display code. Amounts in hundredths go
+// over to it beyond kLargestWhole whole units, where 32 bits become too few.
+inline constexpr std::int32_t kLargeFormCode = 512;
+inline constexpr std::int32_t kLargeFormDenominator = 100;
+inline constexpr std::int32_t kLargestWhole = 20000000;
+
+struct MoneyParts {
+    std::int32_t whole;
+    std::int32_t numerator;
+    std::int32_t denominator;
+};
+
+// The display code of a denominator, or 0.
+[[nodiscard]] short DenominatorToDisplayCode(long denominator) noexcept;
+
+// The denominator of a display code, or 0; the codes of the large form have none here.
+[[nodiscard]] long DisplayCodeToDenominator(short displayCode) noexcept;
+
+// 0 when the denominator is a power of two from 1 to 256, else -1.
+[[nodiscard]] int IsBinaryDenominator(long denominator) noexcept;
+
+// Builds a record: 0, or -1 when no display code has the denominator or the numerator is larger than it. In the large
+// form every numerator passes; one below 0 gives a display code that ZELUnformatMoney refuses. Reports 1001 (`out` is
+// null).
+[[nodiscard]] int ZELFormatMoney(long whole, long numerator, long denominator, _money* out) noexcept;
+
+// ZELUnformatMoney into one record. A display code without a denominator leaves whole and numerator as they were.
+[[nodiscard]] int SplitMoney(const _money* money, MoneyParts& parts) noexcept;
+
+}  // namespace zel
+
+#endif  // ZEL_CONVERT_MONEY_H
