@@ -45,14 +45,14 @@ struct _money {
 
 // A date, a time or both. Its eight bytes travel as they lie in memory.
 struct _datetime {
-    signed char day;       // 1 to 31; 0 in a null date
-    signed char month;     // 1 to 12; 0 in a null date
-    unsigned char year;    // years since 1900
-    signed char hour;      // 0 to 24
-    signed char minute;    // 0 to 59
-    signed char second;    // 0 to 59
-    unsigned char extra;   // written 0, read by nobody
-    unsigned char kind;    // 0 none, 1 date, 2 time, 3 date and time
+    signed char day;      // 1 to 31; 0 in a null date
+    signed char month;    // 1 to 12; 0 in a null date
+    unsigned char year;   // years since 1900
+    signed char hour;     // 0 to 24
+    signed char minute;   // 0 to 59
+    signed char second;   // 0 to 59
+    unsigned char extra;  // written 0, read by nobody
+    unsigned char kind;   // 0 none, 1 date, 2 time, 3 date and time
 };
 
 // ---- A message in memory --------------------------------------------------------------------------------------------
@@ -116,8 +116,8 @@ static_assert(offsetof(_field_data, ownsValue) == offsetof(_field_data, inlineVa
 static_assert(offsetof(ZELDataBuf, fields) == sizeof(void*), "layout of ZELDataBuf");
 static_assert(offsetof(ZelMsgStruct, userData) == 24, "layout of ZelMsgStruct");
 static_assert(offsetof(ZelMsgStruct, varUserData) == (sizeof(void*) == 8 ? 32 : 28), "layout of ZelMsgStruct");
-static_assert(offsetof(ZelMsgStruct, dataBuf) == offsetof(ZelMsgStruct, varUserData) + 2 * sizeof(void*) +
-                                                     (sizeof(void*) == 8 ? 0 : 4),
+static_assert(offsetof(ZelMsgStruct, dataBuf) ==
+                  offsetof(ZelMsgStruct, varUserData) + 2 * sizeof(void*) + (sizeof(void*) == 8 ? 0 : 4),
               "layout of ZelMsgStruct");
 
 // ---- The message class ----------------------------------------------------------------------------------------------
@@ -219,9 +219,9 @@ public:
     short subType;
     short serviceIdHigh;
     short serviceIdLow;
-    short repeatCount;   // set it before createStruct when the message type has a repeating group
-    int compressMode;    // 0 plain, 1 compressed, 2 marked as handled and plain
-    int shortFrame;      // 0: frame of 6 bytes; else: frame of 4 bytes
+    short repeatCount;  // set it before createStruct when the message type has a repeating group
+    int compressMode;   // 0 plain, 1 compressed, 2 marked as handled and plain
+    int shortFrame;     // 0: frame of 6 bytes; else: frame of 4 bytes
     ZelMsgStruct* message;
     VormaZelData* provider;
     short version;

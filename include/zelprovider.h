@@ -1,9 +1,9 @@
 // The dictionary provider's interface, for authors of providers: the object that the entry point hands over, and the
 // layouts of the data dictionary and the message table that it points to.
 //
-// A provider is a library named zeldata.dll (Windows) or libzeldata.so (Linux) that exports VORMA_DLL_ENTRY. The message
-// library loads it in CZELMessage::init and unloads it in CZELMessage::terminate. Both tables must stay as they are in
-// between: they are read by many threads without a lock.
+// A provider is a library named zeldata.dll (Windows) or libzeldata.so (Linux) that exports VORMA_DLL_ENTRY. The
+// message library loads it in CZELMessage::init and unloads it in CZELMessage::terminate. Both tables must stay as they
+// are in between: they are read by many threads without a lock.
 #ifndef ZEL_ZELPROVIDER_H
 #define ZEL_ZELPROVIDER_H
 

@@ -42,8 +42,12 @@ void* AllocateZeroed(std::size_t size) noexcept {
     return block;
 }
 
-void Release(void* block) noexcept { HeapRelease(block); }
+void Release(void* block) noexcept {
+    HeapRelease(block);
+}
 
 }  // namespace zel
 
-extern "C" void ZELFree(void* block) noexcept { zel::Release(block); }
+extern "C" void ZELFree(void* block) noexcept {
+    zel::Release(block);
+}

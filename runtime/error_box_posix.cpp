@@ -4,6 +4,8 @@
 
 namespace zel {
 
-void ShowErrorBox(const char* text, const char* caption) noexcept { std::fprintf(stderr, "%s: %s\n", caption, text); }
+void ShowErrorBox(const char* text, const char* caption) noexcept {
+    std::fprintf(stderr, "%s: %s\n", caption, text);
+}
 
 }  // namespace zel

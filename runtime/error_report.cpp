@@ -14,7 +14,9 @@ ZELLong errorWord = 0;
 
 namespace zel {
 
-bool HasErrorSink() noexcept { return errorSink != nullptr; }
+bool HasErrorSink() noexcept {
+    return errorSink != nullptr;
+}
 
 void SendReport(const Report& report, const char* text) noexcept {
     SetError(report.code == kSystemErrorNumber ? errno : report.code, &errorWord, text);

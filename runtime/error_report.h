@@ -23,7 +23,9 @@ bool HasErrorSink() noexcept;
 // Sends a finished text under the report's code.
 void SendReport(const Report& report, const char* text) noexcept;
 
-inline void SendReport(const Report& report) noexcept { SendReport(report, report.text); }
+inline void SendReport(const Report& report) noexcept {
+    SendReport(report, report.text);
+}
 
 // Longest text: a money text of 31 characters or a field name of 64 within a sentence.
 inline constexpr int kReportTextSize = 192;

@@ -4,8 +4,12 @@
 
 namespace zel {
 
-void* HeapAllocate(std::size_t size) noexcept { return std::malloc(size); }
+void* HeapAllocate(std::size_t size) noexcept {
+    return std::malloc(size);
+}
 
-void HeapRelease(void* block) noexcept { std::free(block); }
+void HeapRelease(void* block) noexcept {
+    std::free(block);
+}
 
 }  // namespace zel

@@ -10,7 +10,9 @@ namespace zel {
 
 namespace {
 
-void* OpenLibrary(const char* path) noexcept { return dlopen(path, RTLD_NOW | RTLD_LOCAL); }
+void* OpenLibrary(const char* path) noexcept {
+    return dlopen(path, RTLD_NOW | RTLD_LOCAL);
+}
 
 // The file `name` in the folder of the library or program that holds this function.
 void* OpenLibraryBesideThis(const char* name) noexcept {
@@ -43,6 +45,8 @@ ModuleSymbol FindModuleSymbol(ModuleHandle module, const char* symbol) noexcept 
     return reinterpret_cast<ModuleSymbol>(dlsym(module, symbol));
 }
 
-void UnloadModule(ModuleHandle module) noexcept { dlclose(module); }
+void UnloadModule(ModuleHandle module) noexcept {
+    dlclose(module);
+}
 
 }  // namespace zel

@@ -19,6 +19,8 @@ ModuleSymbol FindModuleSymbol(ModuleHandle module, const char* symbol) noexcept 
     return reinterpret_cast<ModuleSymbol>(GetProcAddress(static_cast<HMODULE>(module), symbol));
 }
 
-void UnloadModule(ModuleHandle module) noexcept { FreeLibrary(static_cast<HMODULE>(module)); }
+void UnloadModule(ModuleHandle module) noexcept {
+    FreeLibrary(static_cast<HMODULE>(module));
+}
 
 }  // namespace zel

@@ -41,8 +41,12 @@ void FailAllocationsFrom(int n) {
     requests = 0;
 }
 
-int AllocationCount() { return requests; }
+int AllocationCount() {
+    return requests;
+}
 
-int LiveBlocks() { return liveBlocks; }
+int LiveBlocks() {
+    return liveBlocks;
+}
 
 }  // namespace zel::test

@@ -1,0 +1,241 @@
+#include "core/header.h"
+
+#include <cstring>
+
+#include "core/dictionary.h"
+#include "core/field_codec.h"
+#include "core/message_model.h"
+#include "runtime/allocator.h"
+#include "runtime/reports.h"
+
+namespace zel {
+
+namespace {
+
+enum HeaderFieldId : unsigned short {
+    kFlags = 1,
+    kMsgType = 2,
+    kServiceId = 3,
+    kMsgId = 4,
+    kNumFields = 5,
+    kUserData = 6,
+    kVarUserData = 7
+};
+
+// The fields 1 to 6 are numbers of this many bytes; field 7 carries its own length.
+struct HeaderField {
+    const char* name;
+    std::uint16_t width;
+};
+
+constexpr HeaderField kHeaderFields[] = {
+    {"", 0},
+    {"ZEL_HDR_FLAGS", 2},
+    {"ZEL_HDR_MSG_TYPE", 4},
+    {"ZEL_HDR_SERVICEID", 4},
+    {"ZEL_HDR_MSGID", 4},
+    {"ZEL_HDR_NUMFIELDS", 2},
+    {"ZEL_HDR_USER_DATA", 4},
+    {"ZEL_HDR_VAR_USER_DATA", 0},
+};
+
+// The header's longest form; callers' buffers hold what the message needs of it.
+constexpr std::size_t kMaxHeader = 30 + UINT16_MAX;
+
+// User data of up to this length without a buffer goes as a number.
+constexpr unsigned short kFixedUserDataLength = 4;
+
+// Whether the dictionary gives a header number the width that it has.
+bool HasHeaderWidth(HeaderFieldId fieldId) noexcept {
+    const std::uint16_t type = GetFldType(static_cast<short>(fieldId));
+    const bool isLong = type == kZELLong || type == kZELInt;
+    return kHeaderFields[fieldId].width == 2 ? type == kZELShort : isLong;
+}
+
+// Two 16-bit numbers as one of 32: a negative lower half borrows one from the upper.
+std::uint32_t JoinHalves(short high, short low) noexcept {
+    return static_cast<std::uint32_t>(high) * 65536U + static_cast<std::uint32_t>(low);
+}
+
+short HighHalf(std::uint32_t value) noexcept {
+    return static_cast<short>(value >> 16);
+}
+
+short LowHalf(std::uint32_t value) noexcept {
+    return static_cast<short>(value);
+}
+
+std::uint16_t JoinFlags(const ZelMsgStruct& message) noexcept {
+    const unsigned flags =
+        ((message.encryptFlag * 16U + message.packFlags) * 16U + message.format) * 16U + message.version;
+    return static_cast<std::uint16_t>(flags);
+}
+
+void SplitFlags(std::uint32_t flags, ZelMsgStruct& message) noexcept {
+    message.encryptFlag = flags >> 12 & 0xF;
+    message.packFlags = flags >> 8 & 0xF;
+    message.format = flags >> 4 & 0xF;
+    message.version = flags & 0xF;
+}
+
+std::uint32_t JoinMsgId(const ZelMsgStruct& message) noexcept {
+    return message.msgIdSeq * 65536U + message.msgIdPart2 * 256U + message.msgIdPart3;
+}
+
+void SplitMsgId(std::uint32_t msgId, ZelMsgStruct& message) noexcept {
+    message.msgIdSeq = static_cast<unsigned short>(msgId >> 16);
+    message.msgIdPart2 = msgId >> 8 & 0xFF;
+    message.msgIdPart3 = msgId & 0xFF;
+}
+
+char* ReportUnpackable(HeaderFieldId fieldId) noexcept {
+    SendReportWith(reports::kHeaderFieldUnpackable, kHeaderFields[fieldId].name);
+    return nullptr;
+}
+
+// Passes a null `out` on, so that the calls chain.
+char* PackNumber(HeaderFieldId fieldId, std::uint32_t value, char* out, char* end) noexcept {
+    if (out == nullptr) {
+        return nullptr;
+    }
+    const auto narrow = static_cast<std::uint16_t>(value);
+    const void* bytes = kHeaderFields[fieldId].width == 2 ? static_cast<const void*>(&narrow) : &value;
+    char* next = nullptr;
+    if (HasHeaderWidth(fieldId)) {
+        next = PackZELField(fieldId, bytes, static_cast<short>(kHeaderFields[fieldId].width), out, end, kIdAndValue);
+    }
+    return next != nullptr ? next : ReportUnpackable(fieldId);
+}
+
+char* PackUserData(const ZelMsgStruct& message, char* out, char* end) noexcept {
+    if (message.varUserDataLen <= kFixedUserDataLength && message.varUserData == nullptr) {
+        return PackNumber(kUserData, static_cast<std::uint32_t>(message.userData), out, end);
+    }
+    if (out == nullptr) {
+        return nullptr;
+    }
+    char* next = PackZELField(kVarUserData, message.varUserData, static_cast<short>(message.varUserDataLen), out, end,
+                              kIdAndValue);
+    return next != nullptr ? next : ReportUnpackable(kVarUserData);
+}
+
+bool ReportUnreadable(HeaderFieldId fieldId) noexcept {
+    SendReportWith(reports::kHeaderFieldUnreadable, kHeaderFields[fieldId].name);
+    return false;
+}
+
+// Reads the number at the reader and steps over the field.
+bool UnpackNumber(HeaderFieldId fieldId, Reader& in, std::uint32_t& value) noexcept {
+    unsigned short length = 0;
+    value = 0;
+    if (kHeaderFields[fieldId].width == 2) {
+        std::uint16_t narrow = 0;
+        if (UnpackZELField(fieldId, in, &narrow, sizeof narrow, &length, kIdAndValue) != 0) {
+            return ReportUnreadable(fieldId);
+        }
+        value = narrow;
+    } else if (UnpackZELField(fieldId, in, &value, sizeof value, &length, kIdAndValue) != 0) {
+        return ReportUnreadable(fieldId);
+    }
+    const bool stepped = GetNextField(in, kIdAndValue) == Step::kNext;
+    return stepped && HasHeaderWidth(fieldId) ? true : ReportUnreadable(fieldId);
+}
+
+// The same for a field that must be the next one.
+bool ExpectNumber(HeaderFieldId fieldId, Reader& in, std::uint32_t& value) noexcept {
+    if (UnpackZELFieldId(in) != fieldId) {
+        SendReportWith(reports::kHeaderFieldMissing, kHeaderFields[fieldId].name);
+        return false;
+    }
+    return UnpackNumber(fieldId, in, value);
+}
+
+bool UnpackVarUserData(Reader& in, ZelMsgStruct& message) noexcept {
+    Reader reader = in;
+    std::uint16_t length = 0;
+    const bool counted = Take(reader, 2) != nullptr && ReadU16Be(reader, length);
+    const char* bytes = counted ? Take(reader, length) : nullptr;
+    if (bytes == nullptr) {
+        return ReportUnreadable(kVarUserData);
+    }
+    auto* copy = static_cast<char*>(Allocate(std::size_t{length} + 1));
+    if (copy == nullptr) {
+        SendReport(reports::kUserDataAllocation);
+        return false;
+    }
+    std::memcpy(copy, bytes, length);
+    FreeVarUserData(message);
+    message.varUserData = copy;
+    message.varUserDataLen = length;
+    message.varUserDataOwned = 1;
+    return GetNextField(in, kIdAndValue) == Step::kNext ? true : ReportUnreadable(kVarUserData);
+}
+
+bool UnpackUserData(Reader& in, ZelMsgStruct& message) noexcept {
+    const unsigned short fieldId = UnpackZELFieldId(in);
+    if (fieldId == kVarUserData) {
+        return UnpackVarUserData(in, message);
+    }
+    std::uint32_t userData = 0;
+    if (!ExpectNumber(kUserData, in, userData)) {
+        return false;
+    }
+    message.userData = static_cast<ZELLong>(userData);
+    message.varUserDataLen = kFixedUserDataLength;
+    return true;
+}
+
+}  // namespace
+
+char* BuildZELHeader(const ZelMsgStruct* message, char* out, unsigned short* headerLength) noexcept {
+    if (message == nullptr || out == nullptr || headerLength == nullptr) {
+        SendReport(reports::kBuildHeaderFailed);
+        return nullptr;
+    }
+    char* end = out + kMaxHeader;
+    char* next = PackNumber(kFlags, JoinFlags(*message), out, end);
+    next = PackNumber(kMsgType, JoinHalves(message->msgType, message->subType), next, end);
+    next = PackNumber(kServiceId, JoinHalves(message->serviceIdHigh, message->serviceIdLow), next, end);
+    next = PackNumber(kMsgId, JoinMsgId(*message), next, end);
+    next = PackNumber(kNumFields, static_cast<std::uint16_t>(message->numFields), next, end);
+    next = PackUserData(*message, next, end);
+    if (next != nullptr) {
+        *headerLength = static_cast<unsigned short>(next - out);
+    }
+    return next;
+}
+
+Reader UnpackZELHeader(const char* in, long length, ZelMsgStruct* message) noexcept {
+    constexpr Reader kFailed{nullptr, nullptr};
+    if (in == nullptr || static_cast<std::uint16_t>(length) == 0 || message == nullptr) {
+        SendReport(reports::kUnpackHeaderFailed);
+        return kFailed;
+    }
+    Reader reader{in, length > 0 ? in + length : in};
+    std::uint32_t value = 0;
+    if (!ExpectNumber(kFlags, reader, value)) {
+        return kFailed;
+    }
+    SplitFlags(value, *message);
+    if (!ExpectNumber(kMsgType, reader, value)) {
+        return kFailed;
+    }
+    message->msgType = HighHalf(value);
+    message->subType = LowHalf(value);
+    if (!ExpectNumber(kServiceId, reader, value)) {
+        return kFailed;
+    }
+    message->serviceIdHigh = HighHalf(value);
+    message->serviceIdLow = LowHalf(value);
+    if (!ExpectNumber(kMsgId, reader, value)) {
+        return kFailed;
+    }
+    SplitMsgId(value, *message);
+    if (!ExpectNumber(kNumFields, reader, value)) {
+        return kFailed;
+    }
+    message->numFields = static_cast<short>(value);
+    return UnpackUserData(reader, *message) ? reader : kFailed;
+}
+
+}  // namespace zel

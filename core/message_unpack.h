@@ -1,0 +1,15 @@
+// Unpacking: the second pass over a received message, which fills the slots.
+#ifndef ZEL_CORE_MESSAGE_UNPACK_H
+#define ZEL_CORE_MESSAGE_UNPACK_H
+
+#include "include/zelmessage.h"
+
+namespace zel {
+
+// Fills `message`, created for the type, sub-type and repeat count of the message at `in`: 0, or -1, reported, with the
+// slots filled that were read before. A field without a free slot is reported (1425) and passed over.
+int UnpackZELMessage(const char* in, long length, ZelMsgStruct* message) noexcept;
+
+}  // namespace zel
+
+#endif  // ZEL_CORE_MESSAGE_UNPACK_H

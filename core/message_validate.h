@@ -1,0 +1,15 @@
+// Validation: the first pass over a received message, which learns what structure it needs.
+#ifndef ZEL_CORE_MESSAGE_VALIDATE_H
+#define ZEL_CORE_MESSAGE_VALIDATE_H
+
+namespace zel {
+
+// Reads the header and looks into the payload for the repeat count: 0 with all outputs set, or -1, reported, with none
+// but *repeatCount touched. *repeatCount: -1 when the message type has no repeating group, 0 when the message lacks
+// the field that counts it. `in` is the message behind its frame; null outputs are not allowed.
+int ValidateZELMsg(const char* in, long length, short* format, short* serviceIdHigh, short* serviceIdLow,
+                   short* msgType, short* subType, short* repeatCount) noexcept;
+
+}  // namespace zel
+
+#endif  // ZEL_CORE_MESSAGE_VALIDATE_H

@@ -1,0 +1,92 @@
+// The compression library: payloads become raw deflate data, without header or checksum, that any build of it can read.
+// Nothing here is written or read outside the lengths that the caller states.
+#include "crush32/crush32.h"
+
+#include "crush32/state_pool.h"
+
+namespace {
+
+constexpr int kNotSmaller = -14;
+constexpr int kUnable = -16;
+constexpr short kBadData = -1;
+
+// What a message puts in front of compressed data: two lengths of 4 bytes.
+constexpr int kFramingSize = 8;
+
+const Bytef* AsBytes(const char* text) noexcept {
+    return reinterpret_cast<const Bytef*>(text);
+}
+Bytef* AsBytes(char* text) noexcept {
+    return reinterpret_cast<Bytef*>(text);
+}
+
+// One pass of zlib over a whole buffer, either way. The stream has been reset.
+template <typename Step>
+bool RunToEnd(Step step, z_stream& stream, const char* source, int sourceLength, char* destination, int room) noexcept {
+    stream.next_in = AsBytes(source);
+    stream.avail_in = static_cast<uInt>(sourceLength);
+    stream.next_out = AsBytes(destination);
+    stream.avail_out = static_cast<uInt>(room);
+    return step(&stream, Z_FINISH) == Z_STREAM_END;
+}
+
+}  // namespace
+
+extern "C" {
+
+void CrushStartUp() noexcept {}
+
+void CrushShutDown() noexcept {
+    zel::crush::FreeIdleStates();
+}
+
+short CrushBegin() noexcept {
+    return 0;
+}
+
+int CrushCompress(const char* source, char* destination, int sourceLength) noexcept {
+    if (source == nullptr || destination == nullptr || sourceLength < 0) {
+        return kUnable;
+    }
+    const int room = sourceLength - kFramingSize - 1;
+    if (room <= 0) {
+        return kNotSmaller;
+    }
+    zel::crush::State* state = zel::crush::TakeState();
+    if (state == nullptr) {
+        return kUnable;
+    }
+    z_stream& stream = state->deflater;
+    deflateReset(&stream);
+    bool ended = RunToEnd(deflate, stream, source, sourceLength, destination, room);
+    if (!ended) {
+        // Data that fills the room to its last byte counts as unended until a call with more room has nothing to write.
+        Bytef excess = 0;
+        stream.next_out = &excess;
+        stream.avail_out = 1;
+        ended = deflate(&stream, Z_FINISH) == Z_STREAM_END;
+    }
+    const int size = static_cast<int>(stream.total_out);
+    zel::crush::GiveBackState(state);
+    return ended && size <= room ? size : kNotSmaller;
+}
+
+short CrushExpand(const char* source, char* destination, int expandedLength, int compressedLength) noexcept {
+    if (source == nullptr || destination == nullptr || expandedLength < 0 || compressedLength < 0) {
+        return kBadData;
+    }
+    zel::crush::State* state = zel::crush::TakeState();
+    if (state == nullptr) {
+        return kBadData;
+    }
+    z_stream& stream = state->inflater;
+    inflateReset(&stream);
+    const bool ended = RunToEnd(inflate, stream, source, compressedLength, destination, expandedLength);
+    const bool exact = stream.avail_in == 0 && stream.avail_out == 0;
+    zel::crush::GiveBackState(state);
+    return ended && exact ? short{0} : kBadData;
+}
+
+void CrushEnd() noexcept {}
+
+}  // extern "C"

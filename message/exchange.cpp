@@ -1,0 +1,105 @@
+// Moving a message object to and from the bytes that travel.
+#include "core/compression.h"
+#include "core/dictionary.h"
+#include "core/frame.h"
+#include "core/header.h"
+#include "core/message_build.h"
+#include "core/message_model.h"
+#include "core/message_unpack.h"
+#include "core/message_validate.h"
+#include "include/zelmessage.h"
+#include "message/received_frame.h"
+#include "runtime/reports.h"
+
+namespace {
+
+// compressMode.
+enum CompressMode { kPlain = 0, kCompressed = 1, kMarked = 2 };
+
+// The field whose name every failed build reports, whatever failed. Peers' logs are searched for it.
+constexpr short kReportedField = 550;
+
+// What a failed creation reports in place of type and sub-type. Likewise.
+constexpr int kReportedType = 304;
+
+void CopyHeaderMembers(const CZELMessage& object, ZelMsgStruct& message) noexcept {
+    message.msgType = object.msgType;
+    message.subType = object.subType;
+    message.serviceIdLow = object.serviceIdLow;
+    message.serviceIdHigh = object.serviceIdHigh;
+    message.version = static_cast<unsigned short>(object.version);
+    if (object.useFormat2 != 0) {
+        message.format = 2;
+    }
+    message.packFlags = zel::kPackSent;
+    if ((object.compressMode & kMarked) != 0) {
+        message.packFlags += zel::kPackMarked;
+    } else if ((object.compressMode & kCompressed) != 0) {
+        message.packFlags += zel::kPackCompressed;
+    }
+}
+
+int CompressModeOf(unsigned short packFlags) noexcept {
+    if ((packFlags & zel::kPackMarked) != 0) {
+        return kMarked;
+    }
+    return (packFlags & zel::kPackCompressed) != 0 ? kCompressed : kPlain;
+}
+
+}  // namespace
+
+long CZELMessage::packMessage(char* buffer, long* length) noexcept {
+    if (message != nullptr) {
+        CopyHeaderMembers(*this, *message);
+    }
+    const short frameFormat = shortFrame == 0 ? zel::kLongFrame : zel::kShortFrame;
+    const int offset = zel::MessageOffset(frameFormat);
+    const auto seed = static_cast<unsigned short>(sequence);
+    sequence = static_cast<short>(seed + 1U);
+    if (zel::BuildZELMessage(message, buffer != nullptr ? buffer + offset : nullptr, length, seed) != 0) {
+        const char* name = zel::GetFldName(kReportedField);
+        zel::SendReportWith(zel::reports::kMessageNotBuilt, name != nullptr ? name : "(null)", serviceIdLow);
+        return -1;
+    }
+    // A short frame that cannot hold the length is sent all the same.
+    (void)zel::WriteFrame(*length, frameFormat, buffer);
+    *length += offset;
+    return 0;
+}
+
+long CZELMessage::unpackMessage(const char* buffer) noexcept {
+    const zel::ReceivedFrame frame = zel::OpenFrame(buffer);
+    if (unpackMessageNoFrame(frame.message, frame.length) != 0) {
+        return -1;
+    }
+    compressMode = CompressModeOf(message->packFlags);
+    return 0;
+}
+
+long CZELMessage::unpackMessageNoFrame(const char* buffer, long length) noexcept {
+    short format = 0;
+    if (zel::ValidateZELMsg(buffer, length, &format, &serviceIdHigh, &serviceIdLow, &msgType, &subType, &repeatCount) !=
+        0) {
+        zel::SendReport(zel::reports::kValidateFailed);
+        return -1;
+    }
+    createStruct();
+    if (message == nullptr) {
+        zel::SendReportWith(zel::reports::kMessageNotCreated, kReportedType, kReportedType);
+        return -1;
+    }
+    if (zel::UnpackZELMessage(buffer, length, message) != 0) {
+        zel::SendReport(zel::reports::kMessageNotUnpacked);
+        destroyStruct();
+        return -1;
+    }
+    return 0;
+}
+
+int CZELMessage::getHeaderInfo(const char* buffer, long* length, short* frameType) noexcept {
+    return zel::ReadFrame(buffer, length, frameType);
+}
+
+long CZELMessage::getZelIdFromName(const char* name) noexcept {
+    return provider != nullptr ? provider->idFromName(name) : -1;
+}

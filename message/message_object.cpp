@@ -1,0 +1,159 @@
+// The message object: construction, the message that it owns, and access to its fields.
+#include <algorithm>
+#include <cstring>
+
+#include "core/dictionary.h"
+#include "core/message_model.h"
+#include "core/value_block.h"
+#include "include/zelmessage.h"
+#include "message/lifecycle.h"
+#include "runtime/error_box.h"
+
+namespace {
+
+// The occurrence that means the first slot with the id.
+constexpr short kFirstOccurrence = -1;
+
+_field_data* FindOccurrence(const ZelMsgStruct* message, short fieldId, short occurrence) noexcept {
+    const auto id = static_cast<unsigned short>(fieldId);
+    return occurrence == kFirstOccurrence ? zel::FindZELField(message, id)
+                                          : zel::FindZELFieldInstance(message, id, occurrence);
+}
+
+// Marks the slot as set. Counts every call, also for a slot that was set before.
+void CountAsSet(ZelMsgStruct& message, _field_data& slot) noexcept {
+    slot.isSet = 1;
+    message.numFields = static_cast<short>(static_cast<unsigned short>(message.numFields) + 1U);
+}
+
+// Copies `copied` bytes of `value` into a new buffer for `length` bytes, the rest zero. False: nothing has changed.
+bool SetSeparateValue(ZelMsgStruct& message, _field_data& slot, const void* value, std::size_t copied,
+                      std::size_t length) noexcept {
+    void* buffer = zel::NewSlotValue(*message.dataBuf, slot, length);
+    if (buffer == nullptr) {
+        return false;
+    }
+    std::memcpy(buffer, value, copied);
+    std::memset(static_cast<char*>(buffer) + copied, 0, length - copied);
+    slot.length = static_cast<unsigned short>(length);
+    return true;
+}
+
+bool SetChars(ZelMsgStruct& message, _field_data& slot, const char* text, short fieldLength) noexcept {
+    const auto length = static_cast<std::size_t>(std::max<short>(fieldLength, 0));
+    // A single character is a byte, zero included, not a text.
+    const std::size_t copied = length > 1 ? strnlen(text, length) : length;
+    return SetSeparateValue(message, slot, text, copied, length);
+}
+
+bool SetText(ZelMsgStruct& message, _field_data& slot, const char* text) noexcept {
+    if (text == nullptr) {
+        return SetSeparateValue(message, slot, "", 1, 1);
+    }
+    const std::size_t length = strnlen(text, UINT16_MAX);
+    return SetSeparateValue(message, slot, text, length, length);
+}
+
+bool SetOther(ZelMsgStruct& message, _field_data& slot, const void* value) noexcept {
+    if (slot.value == nullptr) {
+        return SetSeparateValue(message, slot, value, slot.length, slot.length);
+    }
+    const std::size_t room = slot.value == slot.inlineValue ? sizeof slot.inlineValue : slot.length;
+    std::memcpy(slot.value, value, std::min<std::size_t>(slot.length, room));
+    return true;
+}
+
+}  // namespace
+
+CZELMessage::CZELMessage(short messageVersion, int packFormat2) noexcept
+    : msgType(0),
+      subType(0),
+      serviceIdHigh(0),
+      serviceIdLow(0),
+      repeatCount(-1),
+      compressMode(0),
+      shortFrame(0),
+      message(nullptr),
+      provider(zel::GetProvider()),
+      version(messageVersion),
+      sequence(0),
+      useFormat2(packFormat2) {
+    if (provider == nullptr) {
+        zel::ShowErrorBox("CZELMessage::CZELMessage(): Error Loading zeldata.dll", "LoadLib/GetProcAddress Failed");
+    }
+}
+
+CZELMessage::~CZELMessage() noexcept {
+    destroyStruct();
+}
+
+void CZELMessage::createStruct() noexcept {
+    destroyStruct();
+    message = zel::CreateZelMsgStruct(msgType, subType, repeatCount);
+}
+
+void CZELMessage::destroyStruct() noexcept {
+    if (message != nullptr) {
+        zel::FreeZelMsgStruct(message);
+        message = nullptr;
+    }
+}
+
+void CZELMessage::setFieldValue(short fieldId, const void* value, short occurrence) noexcept {
+    const ZELDictionaryField* record = zel::GetFldEntry(fieldId);
+    _field_data* slot = FindOccurrence(message, fieldId, occurrence);
+    if (slot == nullptr || record == nullptr || (value == nullptr && record->type != kZELText)) {
+        return;
+    }
+    bool set = false;
+    if (record->type == kZELChars) {
+        set = SetChars(*message, *slot, static_cast<const char*>(value), record->length);
+    } else if (record->type == kZELText) {
+        set = SetText(*message, *slot, static_cast<const char*>(value));
+    } else {
+        set = SetOther(*message, *slot, value);
+    }
+    if (set) {
+        CountAsSet(*message, *slot);
+    }
+}
+
+void CZELMessage::setFieldValueBinary(short fieldId, const void* data, short length, short occurrence) noexcept {
+    // Looked up for its reports.
+    zel::GetFldEntry(fieldId);
+    _field_data* slot = FindOccurrence(message, fieldId, occurrence);
+    if (slot == nullptr || data == nullptr) {
+        return;
+    }
+    const auto size = static_cast<std::size_t>(std::max<short>(length, 1));
+    if (SetSeparateValue(*message, *slot, data, size, size)) {
+        CountAsSet(*message, *slot);
+    }
+}
+
+void* CZELMessage::getFieldValue(short fieldId, short occurrence) noexcept {
+    const _field_data* slot = FindOccurrence(message, fieldId, occurrence);
+    return slot != nullptr ? slot->value : nullptr;
+}
+
+int CZELMessage::getFieldValue(void** value, short fieldId, short occurrence) noexcept {
+    const _field_data* slot = FindOccurrence(message, fieldId, occurrence);
+    if (slot == nullptr) {
+        return 0;
+    }
+    *value = slot->value;
+    return 1;
+}
+
+_field_data* CZELMessage::getField(short fieldId, short occurrence) noexcept {
+    return FindOccurrence(message, fieldId, occurrence);
+}
+
+short CZELMessage::getFieldLen(short fieldId, short occurrence) noexcept {
+    const _field_data* slot = FindOccurrence(message, fieldId, occurrence);
+    return slot != nullptr ? static_cast<short>(slot->length) : short{0};
+}
+
+short CZELMessage::getFieldType(short fieldId) noexcept {
+    return static_cast<short>(zel::GetFldType(fieldId));
+}

@@ -1,0 +1,177 @@
+#include "core/message_model.h"
+
+#include <gtest/gtest.h>
+
+#include "core/dictionary.h"
+#include "core/slot_index.h"
+#include "tests/support/failing_heap.h"
+#include "tests/support/recorded_reports.h"
+#include "tests/support/test_tables.h"
+
+namespace zel::test {
+namespace {
+
+std::vector<int> SlotIds(const ZELDataBuf& buffer) {
+    std::vector<int> ids;
+    for (int slot = 0; slot < buffer.count; ++slot) {
+        ids.push_back(buffer.fields[slot].id);
+    }
+    return ids;
+}
+
+TEST(MessageModel, ExpandsTheGroup) {
+    struct Row {
+        SubType subType;
+        short repeatCount;
+        std::vector<int> ids;
+    };
+    const Row rows[] = {
+        {kMarkedGroup, 1, {10, 30, 140, 31, 32, 33}},
+        {kMarkedGroup, 3, {10, 30, 140, 31, 32, 140, 31, 32, 140, 31, 32, 33}},
+        {kPlainGroup, 2, {30, 31, 32, 31, 32, 33}},
+        // Without a repetition the group takes the slots behind it: fieldCount - groupSize in all.
+        {kPlainGroup, 0, {30, 31}},
+        {kMarkedGroup, 0, {10, 30, 140}},
+        {kVersions, -7, {10, 40, 41}},
+        {kVersions, 5, {10, 40, 41}},
+    };
+    TestTables tables;
+    for (const Row& row : rows) {
+        ZelMsgStruct* message = CreateZelMsgStruct(1, row.subType, row.repeatCount);
+        ASSERT_NE(message, nullptr);
+        EXPECT_EQ(SlotIds(*message->dataBuf), row.ids);
+        EXPECT_EQ(message->repeatCount, row.repeatCount);
+        EXPECT_EQ(message->numFields, 0);
+        FreeZelMsgStruct(message);
+    }
+}
+
+TEST(MessageModel, InitialisesSlotsFromTheDictionary) {
+    TestTables tables;
+    ZelMsgStruct* message = CreateZelMsgStruct(1, kAllTypes, 0);
+    for (int i = 0; i < message->dataBuf->count; ++i) {
+        const _field_data& slot = message->dataBuf->fields[i];
+        const ZELDictionaryField& record = tables.Field(slot.id);
+        const bool isInline = record.type != kZELChars && record.type != kZELText && record.type < kZELBytes10;
+        EXPECT_EQ(slot.value, isInline ? slot.inlineValue : nullptr) << slot.id;
+        EXPECT_EQ(slot.length, record.length) << slot.id;
+        EXPECT_EQ(slot.isSet, 0);
+        EXPECT_EQ(slot.presence, i == 0 ? 2 : i == 2 ? 0 : 1);
+    }
+    FreeZelMsgStruct(message);
+    message = CreateZelMsgStruct(1, kOddFields, 0);
+    EXPECT_EQ(FindZELField(message, kOdd)->value, nullptr) << "a type that the core does not know";
+    EXPECT_EQ(FindZELField(message, kHighest + 1)->value, nullptr) << "no record";
+    FreeZelMsgStruct(message);
+}
+
+TEST(MessageModel, FindsSlotsByOccurrence) {
+    TestTables tables;
+    ZelMsgStruct* message = CreateZelMsgStruct(1, kPlainGroup, 4000);
+    ASSERT_NE(message, nullptr);
+    for (int instance = 1; instance <= 4000; ++instance) {
+        const auto* slot = FindZELFieldInstance(message, kLegQty, static_cast<short>(instance));
+        EXPECT_EQ(slot, &message->dataBuf->fields[2 * instance]);
+    }
+    for (const int none : {0, -1, 4001, -32768, 32767}) {
+        EXPECT_EQ(FindZELFieldInstance(message, kLegQty, static_cast<short>(none)), nullptr) << none;
+    }
+    EXPECT_EQ(FindZELField(message, kNote), &message->dataBuf->fields[8001]);
+    for (int id = 0; id < 0x10000; ++id) {
+        const bool present = id == kLegs || id == kLegSymbol || id == kLegQty || id == kNote;
+        EXPECT_EQ(FindZELField(message, static_cast<unsigned short>(id)) != nullptr, present) << id;
+    }
+    FreeZelMsgStruct(message);
+    EXPECT_EQ(FindZELField(nullptr, kNote), nullptr);
+}
+
+TEST(MessageModel, RefusesWhatTheTablesCannotGive) {
+    struct Row {
+        const char* name;
+        short msgType;
+        SubType subType;
+        short repeatCount;
+        Lines reports;
+    };
+    const Lines unknown{"1416 Type/SubType pair not found in the message table in shared memory"};
+    const Row rows[] = {
+        {"type", 2, kAllTypes, 0, unknown},
+        {"sub-type", 1, static_cast<SubType>(99), 0, unknown},
+        {"negative", 1, kPlainGroup, -1, {"1001 RepeatCount parameter must have a positive value"}},
+        {"16 bits overflow", 1, kPlainGroup, 16384, {"1001 CreateZELDataBuf() failed"}},
+        {"group behind the list", 1, kBadTable, 2, {"1001 CreateZELDataBuf() failed"}},
+    };
+    TestTables tables;
+    RecordedReports reports;
+    const int live = LiveBlocks();
+    for (const Row& row : rows) {
+        EXPECT_EQ(CreateZelMsgStruct(row.msgType, row.subType, row.repeatCount), nullptr) << row.name;
+        EXPECT_EQ(reports.Take(), row.reports) << row.name;
+    }
+    SetMessageTable(nullptr);
+    EXPECT_EQ(CreateZelMsgStruct(1, kAllTypes, 0), nullptr);
+    EXPECT_EQ(reports.Take(), Lines{"1415 Message table not initialized in shared memory"});
+    EXPECT_EQ(FreeZELDataBuf(nullptr), -1);
+    EXPECT_EQ(FreeZelMsgStruct(nullptr), -1);
+    EXPECT_EQ(reports.Take(), (Lines{"1001 FreeZELDataBuf() failed", "1001 FreeZelMsgStruct() failed"}));
+    EXPECT_EQ(LiveBlocks(), live);
+}
+
+TEST(MessageModel, GivesEverythingBackWhenMemoryFails) {
+    TestTables tables;
+    RecordedReports reports;
+    const int live = LiveBlocks();
+    int failed = 0;
+    for (int n = 1;; ++n) {
+        FailAllocationsFrom(n);
+        ZelMsgStruct* message = CreateZelMsgStruct(1, kMarkedGroup, 2);
+        FailAllocationsFrom(0);
+        if (message != nullptr) {
+            FreeZelMsgStruct(message);
+            break;
+        }
+        ++failed;
+        EXPECT_EQ(reports.Take(), Lines{"12 malloc() call failed"});
+        EXPECT_EQ(LiveBlocks(), live);
+    }
+    EXPECT_EQ(failed, 3) << "buffer, slots, message";
+    EXPECT_EQ(LiveBlocks(), live);
+}
+
+// The index against the rule that it implements, with ids in random order and several markers.
+TEST(SlotIndex, FindsTheFirstFreeSlotOfTheRepetition) {
+    TestTables tables;
+    ZelMsgStruct* message = CreateZelMsgStruct(1, kMarkedGroup, 5);
+    ZELDataBuf& buffer = *message->dataBuf;
+    unsigned seed = 1;
+    for (int round = 0; round < 200; ++round) {
+        for (int slot = 0; slot < buffer.count; ++slot) {
+            buffer.fields[slot].isSet = 0;
+        }
+        StartReceiving(buffer);
+        int markers = 0;
+        for (int step = 0; step < 40; ++step) {
+            seed = seed * 1103515245U + 12345U;
+            const unsigned short ids[] = {kSide, kLegs, kLegSymbol, kLegQty, kNote, kMark, 99};
+            const unsigned short id = ids[seed >> 16 & 7U ? (seed >> 16) % 7U : 5U];
+            markers += id == kMark ? 1 : 0;
+            _field_data* expected = nullptr;
+            int markersSoFar = 0;
+            for (int slot = 0; slot < buffer.count && expected == nullptr; ++slot) {
+                markersSoFar += buffer.fields[slot].id == kMark ? 1 : 0;
+                if (buffer.fields[slot].id == id && buffer.fields[slot].isSet == 0 && markersSoFar == markers) {
+                    expected = &buffer.fields[slot];
+                }
+            }
+            _field_data* found = FindFreeSlot(buffer, id, markers);
+            ASSERT_EQ(found, expected) << "id " << id << " behind " << markers << " markers";
+            if (found != nullptr) {
+                found->isSet = 1;
+            }
+        }
+    }
+    FreeZelMsgStruct(message);
+}
+
+}  // namespace
+}  // namespace zel::test

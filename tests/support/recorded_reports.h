@@ -1,0 +1,38 @@
+// Records what the library reports while it lives: "code text", innermost cause first.
+#ifndef ZEL_TESTS_SUPPORT_RECORDED_REPORTS_H
+#define ZEL_TESTS_SUPPORT_RECORDED_REPORTS_H
+
+#include <string>
+#include <vector>
+
+#include "include/zelmessage.h"
+
+namespace zel::test {
+
+using Lines = std::vector<std::string>;
+
+class RecordedReports {
+public:
+    RecordedReports() { ZELSetErrorSink(&RecordedReports::Record, this); }
+    ~RecordedReports() { ZELSetErrorSink(nullptr, nullptr); }
+    RecordedReports(const RecordedReports&) = delete;
+    RecordedReports& operator=(const RecordedReports&) = delete;
+
+    // What came since the last call.
+    Lines Take() {
+        Lines taken;
+        taken.swap(lines_);
+        return taken;
+    }
+
+private:
+    static void Record(int code, const char* text, void* context) {
+        static_cast<RecordedReports*>(context)->lines_.push_back(std::to_string(code) + " " + text);
+    }
+
+    Lines lines_;
+};
+
+}  // namespace zel::test
+
+#endif  // ZEL_TESTS_SUPPORT_RECORDED_REPORTS_H
