@@ -54,10 +54,10 @@ std::time_t DateTimeToTimeT(const _datetime* value) noexcept {
         return -1;
     }
     std::tm calendar{};
-    calendar.tm_sec = value->second;
-    calendar.tm_min = value->minute;
-    calendar.tm_hour = value->hour;
-    calendar.tm_mday = value->day;
+    calendar.tm_sec = int{value->second};
+    calendar.tm_min = int{value->minute};
+    calendar.tm_hour = int{value->hour};
+    calendar.tm_mday = int{value->day};
     calendar.tm_mon = value->month - 1;
     calendar.tm_year = value->year;
     calendar.tm_isdst = -1;

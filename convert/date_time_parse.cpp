@@ -14,138 +14,128 @@ namespace {
 
 constexpr std::int32_t kFirstYear = 1900;
 
-struct DateSlots {
-    std::string_view day;
-    std::string_view month;
-    std::string_view year;
-    std::int32_t yearBase;  // the year that the slot counts from
+// The numbers that a date text gives; a part that its format lacks stays 0.
+struct DateParts {
+    std::int32_t day;
+    std::int32_t month;
+    std::int32_t year;  // since 1900
+    bool malformed;     // a part is no number
 };
 
-struct TimeSlots {
-    std::string_view hour;
-    std::string_view minute;
-    std::string_view second;
-};
-
-std::string_view PairAt(std::string_view text, std::size_t at) noexcept {
-    return at < text.size() ? text.substr(at, 2) : std::string_view{};
+// Reads the pair at `at`. False when it is no number.
+[[nodiscard]] bool ReadPair(std::string_view text, std::size_t at, std::int32_t& value) noexcept {
+    if (at + 2 <= text.size() && IsDigit(text[at]) && IsDigit(text[at + 1])) {
+        value = (text[at] - '0') * 10 + (text[at + 1] - '0');
+        return true;
+    }
+    return ReadSignedNumber(at < text.size() ? text.substr(at, 2) : std::string_view{}, value);
 }
 
-// The pair at `at`, or one later when there is a separator; moves `at` behind it.
-std::string_view NextPair(std::string_view text, std::size_t& at) noexcept {
+// Reads the pair at `at`, or one later when there is a separator; moves `at` behind it.
+[[nodiscard]] bool ReadNextPair(std::string_view text, std::size_t& at, std::int32_t& value) noexcept {
     if (at >= text.size() || !IsDigit(text[at])) {
         ++at;
     }
-    const std::string_view pair = PairAt(text, at);
+    const bool isNumber = ReadPair(text, at, value);
     at += 2;
-    return pair;
+    return isNumber;
 }
 
-[[nodiscard]] bool ReadPairs(std::string_view text, std::string_view& first, std::string_view& second,
-                             std::string_view& third) noexcept {
+// Reads three pairs with or without separators. False when the text is too short for them.
+[[nodiscard]] bool ReadPairs(std::string_view text, DateParts& date, std::int32_t& first, std::int32_t& second,
+                             std::int32_t& third) noexcept {
     if (text.size() < 6) {
         return false;
     }
     std::size_t at = 2;
-    first = PairAt(text, 0);
-    second = NextPair(text, at);
-    third = NextPair(text, at);
+    date.malformed = !ReadPair(text, 0, first) || !ReadNextPair(text, at, second) || !ReadNextPair(text, at, third);
     return true;
 }
 
-[[nodiscard]] bool ReadMonthAndYear(std::string_view text, DateSlots& slots) noexcept {
+[[nodiscard]] bool ReadMonthAndYear(std::string_view text, DateParts& date) noexcept {
     if (text.size() < 4) {
         return false;
     }
     std::size_t at = 2;
-    slots.month = PairAt(text, 0);
-    slots.year = NextPair(text, at);
+    date.malformed = !ReadPair(text, 0, date.month) || !ReadNextPair(text, at, date.year);
     return true;
 }
 
-// A year in four digits, from 1900 on. Fewer digits among the four characters make less than that.
-[[nodiscard]] bool ReadFullYear(std::string_view text, std::size_t at, DateSlots& slots) noexcept {
-    slots.year = text.substr(at, 4);
-    slots.yearBase = kFirstYear;
-    return IsSignedNumber(slots.year) != 0 && ReadSignedNumber(slots.year) >= kFirstYear;
+// Reads a year in four digits. False when it is before 1900, as all are that have fewer digits among the four
+// characters.
+[[nodiscard]] bool ReadFullYear(std::string_view text, std::size_t at, DateParts& date) noexcept {
+    std::int32_t year = 0;
+    if (!ReadSignedNumber(text.substr(at, 4), year) || year < kFirstYear) {
+        return false;
+    }
+    date.year = year - kFirstYear;
+    return true;
 }
 
 bool IsSlash(std::string_view text, std::size_t at) noexcept {
     return text[at] == '/';
 }
 
-// False when the text is too short for its format, or its year too early. A slot that the format lacks stays empty.
-[[nodiscard]] bool ReadDateSlots(std::string_view text, short format, DateSlots& slots) noexcept {
+// False when the text is too short for its format, or its year too early.
+[[nodiscard]] bool ReadDate(std::string_view text, short format, DateParts& date) noexcept {
     switch (format) {
         case 0:
-            return ReadPairs(text, slots.month, slots.day, slots.year);
+            return ReadPairs(text, date, date.month, date.day, date.year);
         case 1:
-            return ReadPairs(text, slots.year, slots.month, slots.day);
+            return ReadPairs(text, date, date.year, date.month, date.day);
         case 2:
-            return ReadPairs(text, slots.day, slots.month, slots.year);
+            return ReadPairs(text, date, date.day, date.month, date.year);
         case 8:
         case 10:
-            return ReadMonthAndYear(text, slots);
+            return ReadMonthAndYear(text, date);
         case 11:
             if (text.size() < 8 || text.find('/') != std::string_view::npos) {
                 return false;
             }
-            slots.month = PairAt(text, 4);
-            slots.day = PairAt(text, 6);
-            return ReadFullYear(text, 0, slots);
+            date.malformed = !ReadPair(text, 4, date.month) || !ReadPair(text, 6, date.day);
+            return ReadFullYear(text, 0, date);
         case 12:
             text = text.empty() ? "00001900" : text;
             if (text.size() < 8) {
                 return false;
             }
-            slots.month = PairAt(text, 0);
-            slots.day = PairAt(text, 2);
-            return ReadFullYear(text, 4, slots);
+            date.malformed = !ReadPair(text, 0, date.month) || !ReadPair(text, 2, date.day);
+            return ReadFullYear(text, 4, date);
         case 14:
             text = text.empty() ? "00/00/1900" : text;
             if (text.size() < 10 || !IsSlash(text, 2) || !IsSlash(text, 5)) {
                 return false;
             }
-            slots.month = PairAt(text, 0);
-            slots.day = PairAt(text, 3);
-            return ReadFullYear(text, 6, slots);
+            date.malformed = !ReadPair(text, 0, date.month) || !ReadPair(text, 3, date.day);
+            return ReadFullYear(text, 6, date);
         case 15:
             text = text.empty() ? "00/1900" : text;
             if (text.size() < 7 || !IsSlash(text, 2)) {
                 return false;
             }
-            slots.month = PairAt(text, 0);
-            return ReadFullYear(text, 3, slots);
+            date.malformed = !ReadPair(text, 0, date.month);
+            return ReadFullYear(text, 3, date);
         default:
             return true;
     }
 }
 
-// False when the text is too short or, with the report, when it is no time.
-[[nodiscard]] bool ReadTimeSlots(const char* source, TimeSlots& slots) noexcept {
+// Puts the time into the record; `date` is what becomes of day, month and year.
+int StoreTime(const char* source, int date, unsigned char kind, _datetime* value) noexcept {
     if (source == nullptr || std::strlen(source) < 4) {
-        return false;
+        return -1;
     }
     const std::string_view text = Trimmed(source);
     std::size_t at = 2;
-    slots.hour = PairAt(text, 0);
-    slots.minute = NextPair(text, at);
-    slots.second = text.size() < 6 ? std::string_view{} : NextPair(text, at);
-    if (IsSignedNumber(slots.hour) == 0 || IsSignedNumber(slots.minute) == 0 || IsSignedNumber(slots.second) == 0) {
+    std::int32_t hour = 0;
+    std::int32_t minute = 0;
+    std::int32_t second = 0;
+    if (!ReadPair(text, 0, hour) || !ReadNextPair(text, at, minute) ||
+        (text.size() >= 6 && !ReadNextPair(text, at, second))) {
         SendReportOn(reports::kInvalidTime, text);
-        return false;
-    }
-    return true;
-}
-
-// Puts the time into the record; `date` is what becomes of day, month and year.
-int StoreTime(const char* text, int date, unsigned char kind, _datetime* value) noexcept {
-    TimeSlots slots{};
-    if (!ReadTimeSlots(text, slots)) {
         return -1;
     }
-    return ZELFormatDateTime(date, date, date, ReadSignedNumber(slots.hour), ReadSignedNumber(slots.minute),
-                             ReadSignedNumber(slots.second), 0, kind, value);
+    return ZELFormatDateTime(date, date, date, hour, minute, second, 0, kind, value);
 }
 
 }  // namespace
@@ -157,18 +147,15 @@ extern "C" int ZELStrToDate(const char* text, _datetime* value, short format) no
         return -1;
     }
     const std::string_view trimmed = zel::Trimmed(text);
-    zel::DateSlots slots{};
-    if (!zel::ReadDateSlots(trimmed, format, slots)) {
+    zel::DateParts date{};
+    if (!zel::ReadDate(trimmed, format, date)) {
         return -1;
     }
-    if (zel::IsSignedNumber(slots.day) == 0 || zel::IsSignedNumber(slots.month) == 0 ||
-        zel::IsSignedNumber(slots.year) == 0) {
+    if (date.malformed) {
         zel::SendReportOn(zel::reports::kInvalidDate, trimmed);
-        return zel::ZELFormatDateTime(0, 0, 0, 0, 0, 0, 0, zel::kDateKind, value);
+        date = {};
     }
-    return zel::ZELFormatDateTime(zel::ReadSignedNumber(slots.day), zel::ReadSignedNumber(slots.month),
-                                  zel::ReadSignedNumber(slots.year) - slots.yearBase, 0, 0, 0, 0, zel::kDateKind,
-                                  value);
+    return zel::ZELFormatDateTime(date.day, date.month, date.year, 0, 0, 0, 0, zel::kDateKind, value);
 }
 
 extern "C" int ZELStrToTime(const char* text, _datetime* value) noexcept {

@@ -9,7 +9,6 @@
 #include "convert/money.h"
 #include "convert/money_double.h"
 #include "convert/text.h"
-#include "convert/wrap.h"
 #include "runtime/reports.h"
 
 namespace zel {
@@ -17,11 +16,11 @@ namespace zel {
 namespace {
 
 constexpr std::size_t kLongestText = 31;
-constexpr int kComponents = 3;
-constexpr std::size_t kMostDecimals = 5;
+constexpr std::uint32_t kComponents = 3;
+constexpr int kMostDecimals = 5;
 
 struct ParserRules {
-    bool stopAtThirdSeparator;
+    bool refuseThirdSeparator;
     bool refuseSpaceBetweenTwo;
     std::int32_t scaleOfNoDecimals;  // no denominator of a display code: the building fails
 };
@@ -29,131 +28,125 @@ struct ParserRules {
 constexpr ParserRules kLenient{false, false, 0};
 constexpr ParserRules kStrict{true, true, 1000000};
 
-struct Component {
-    char digits[kLongestText];
-    std::size_t count;
+// What a character other than a digit is; also the set of those that a text holds.
+enum Kind : unsigned {
+    kOther = 0,
+    kSpace = 1,
+    kSlash = 2,
+    kPoint = 4,
+    kApostrophe = 8,
+    kQuote = 16,
+    kBang = 32,
+    kMinus = 64
 };
+constexpr unsigned kSeparators = kSpace | kSlash | kPoint | kApostrophe | kQuote | kBang;
 
-// Invariant: the components up to the current one, which is number `separators`, are what the text held so far; there
-// is no current one when `separators` is beyond the last.
-struct Scan {
-    Component components[kComponents];
-    int separators;
-    char lastSeparator;
-    bool decimal;
-    bool negative;
-};
-
-std::string_view Digits(const Component& component) noexcept {
-    return {component.digits, component.count};
-}
-
-bool IsSeparator(char c) noexcept {
+unsigned KindOf(char c) noexcept {
     switch (c) {
         case ' ':
+            return kSpace;
         case '/':
+            return kSlash;
         case '.':
+            return kPoint;
         case '\'':
+            return kApostrophe;
         case '"':
+            return kQuote;
         case '!':
-            return true;
+            return kBang;
+        case '-':
+            return kMinus;
         default:
-            return false;
+            return kOther;
     }
 }
 
-void NextComponent(Scan& scan) noexcept {
-    ++scan.separators;
-    if (scan.separators < kComponents) {
-        scan.components[scan.separators].count = 0;
-    }
+// A run of digits. As decimals, those behind the fifth are cut.
+struct Component {
+    std::int32_t value;
+    std::int32_t decimals;
+    int count;
+};
+
+struct Scan {
+    Component components[kComponents + 1];  // the last takes what is behind a third separator
+    std::uint32_t separators;
+    unsigned kinds;
+    bool doubleBang;
+};
+
+bool Holds(const Scan& scan, unsigned kinds) noexcept {
+    return (scan.kinds & kinds) == kinds;
 }
 
-void AppendDigit(Scan& scan, char digit) noexcept {
-    if (scan.separators < kComponents) {
-        // At most one digit for each character of the text, which has no more than fit.
-        Component& component = scan.components[scan.separators];
-        component.digits[component.count++] = digit;
-    }
-}
-
-// False when the rules stop it at a third separator.
-[[nodiscard]] bool ScanText(std::string_view text, const ParserRules& rules, Scan& scan) noexcept {
-    scan.components[0].count = 0;
+Scan ScanText(std::string_view text) noexcept {
+    Scan scan{};
+    Component current{};
     for (std::size_t i = 0; i < text.size(); ++i) {
         const char c = text[i];
         if (IsDigit(c)) {
-            AppendDigit(scan, c);
+            current.value = WithDigit(current.value, c);
+            ++current.count;
+            current.decimals = current.count <= kMostDecimals ? current.value : current.decimals;
             continue;
         }
-        scan.decimal = scan.decimal || c == '.';
-        scan.negative = scan.negative || c == '-';
-        const bool firstOfTwo = c == '!' && i + 1 < text.size() && text[i + 1] == '!';
-        if (i == 0 || firstOfTwo || !IsSeparator(c)) {
-            continue;
-        }
-        NextComponent(scan);
-        scan.lastSeparator = c;
-        if (rules.stopAtThirdSeparator && scan.separators == kComponents) {
-            return false;
+        const unsigned kind = KindOf(c);
+        scan.kinds |= kind;
+        const bool firstOfTwo = kind == kBang && i + 1 < text.size() && text[i + 1] == '!';
+        scan.doubleBang = scan.doubleBang || firstOfTwo;
+        if ((kind & kSeparators) != 0 && i != 0 && !firstOfTwo) {
+            scan.components[std::min(scan.separators, kComponents)] = current;
+            ++scan.separators;
+            current = {};
         }
     }
-    return true;
+    scan.components[std::min(scan.separators, kComponents)] = current;
+    return scan;
 }
 
-// The denominator that a tick in the text stands for, or nothing.
-std::string_view TickDenominator(std::string_view text) noexcept {
-    if (text.find('\'') != std::string_view::npos) {
-        return "32";
+// The denominator that a tick stands for, or 0.
+std::int32_t TickDenominator(const Scan& scan) noexcept {
+    if (Holds(scan, kApostrophe)) {
+        return 32;
     }
-    if (text.find('"') != std::string_view::npos) {
-        return "64";
+    if (Holds(scan, kQuote)) {
+        return 64;
     }
-    const std::size_t bang = text.find('!');
-    if (bang == std::string_view::npos) {
-        return {};
+    if (Holds(scan, kBang)) {
+        return scan.doubleBang ? 256 : 128;
     }
-    return text.find("!!", bang) != std::string_view::npos ? "256" : "128";
+    return 0;
 }
 
-// The digits behind a point, and the denominator that their number makes.
-struct Decimals {
-    std::int32_t value;
-    std::int32_t scale;
-};
-
-Decimals ReadDecimals(const Component& component, const ParserRules& rules) noexcept {
-    const std::string_view digits = Digits(component).substr(0, kMostDecimals);
-    std::int32_t scale = 1;
-    for (std::size_t i = 0; i < digits.size(); ++i) {
-        scale *= 10;
-    }
-    return {ReadDigits(digits), digits.empty() ? rules.scaleOfNoDecimals : scale};
+std::int32_t DecimalScale(const Component& decimals, const ParserRules& rules) noexcept {
+    constexpr std::int32_t kScales[kMostDecimals + 1] = {0, 10, 100, 1000, 10000, 100000};
+    return decimals.count == 0 ? rules.scaleOfNoDecimals : kScales[std::min(decimals.count, kMostDecimals)];
 }
 
 int BuildMoney(const Scan& scan, std::string_view text, const ParserRules& rules, _money* money) noexcept {
-    const auto valueOf = [&scan](int component) { return ReadDigits(Digits(scan.components[component])); };
-    const auto withSign = [&scan](std::int32_t value) { return scan.negative ? Negated(value) : value; };
+    const Component(&components)[kComponents + 1] = scan.components;
+    const auto withSign = [&scan](std::int32_t value) { return Holds(scan, kMinus) ? -value : value; };
     if (scan.separators >= kComponents) {
         SendReportOn(reports::kInvalidMoney, text);
         return -1;
     }
     if (scan.separators == 2) {
-        return ZELFormatMoney(withSign(valueOf(0)), withSign(valueOf(1)), valueOf(2), money);
+        return ZELFormatMoney(withSign(components[0].value), withSign(components[1].value), components[2].value, money);
     }
-    if (scan.decimal) {
-        const Decimals decimals = ReadDecimals(scan.components[scan.separators], rules);
-        const std::int32_t whole = scan.separators == 1 ? withSign(valueOf(0)) : 0;
-        return ZELFormatMoney(whole, withSign(decimals.value), decimals.scale, money);
+    if (Holds(scan, kPoint)) {
+        const Component& decimals = components[scan.separators];
+        const std::int32_t whole = scan.separators == 1 ? withSign(components[0].value) : 0;
+        return ZELFormatMoney(whole, withSign(decimals.decimals), DecimalScale(decimals, rules), money);
     }
     if (scan.separators == 0) {
-        return ZELFormatMoney(withSign(valueOf(0)), 0, 1, money);
+        return ZELFormatMoney(withSign(components[0].value), 0, 1, money);
     }
-    if (rules.refuseSpaceBetweenTwo && scan.lastSeparator == ' ') {
+    if (rules.refuseSpaceBetweenTwo && Holds(scan, kSpace)) {
         SendReportOn(reports::kSpaceBetweenTwo, text);
         return -1;
     }
-    return ZELFormatMoney(0, withSign(valueOf(0)), valueOf(1), money);
+    return ZELFormatMoney(0, withSign(components[0].value), components[1].value, money);
 }
 
 int ParseMoney(const char* source, const ParserRules& rules, _money* money) noexcept {
@@ -165,24 +158,18 @@ int ParseMoney(const char* source, const ParserRules& rules, _money* money) noex
         SendReportOn(reports::kInvalidMoney, text);
         return -1;
     }
-    if (text.find(' ') != std::string_view::npos && text.find('.') != std::string_view::npos) {
+    Scan scan = ScanText(text);
+    if (Holds(scan, kPoint | kSpace)) {
         return -1;
     }
-    Scan scan;
-    scan.separators = 0;
-    scan.lastSeparator = '\0';
-    scan.decimal = false;
-    scan.negative = false;
-    if (!ScanText(text, rules, scan)) {
+    if (rules.refuseThirdSeparator && scan.separators >= kComponents) {
         SendReportOn(reports::kTooManyComponents, text);
         return -1;
     }
-    const std::string_view tick = TickDenominator(text);
-    if (!tick.empty()) {
-        NextComponent(scan);
-        for (const char digit : tick) {
-            AppendDigit(scan, digit);
-        }
+    const std::int32_t tick = TickDenominator(scan);
+    if (tick != 0) {
+        ++scan.separators;
+        scan.components[std::min(scan.separators, kComponents)].value = tick;
     }
     return BuildMoney(scan, text, rules, money);
 }

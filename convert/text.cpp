@@ -1,29 +1,9 @@
 #include "convert/text.h"
 
-#include <algorithm>
 #include <charconv>
 #include <cstring>
-#include <limits>
-
-#include "convert/wrap.h"
 
 namespace zel {
-
-namespace {
-
-struct SignedDigits {
-    bool negative;
-    std::string_view rest;
-};
-
-SignedDigits SplitSign(std::string_view text) noexcept {
-    text.remove_prefix(std::min(text.find_first_not_of(' '), text.size()));
-    const bool negative = !text.empty() && text.front() == '-';
-    text.remove_prefix(negative ? 1 : 0);
-    return {negative, text};
-}
-
-}  // namespace
 
 std::string_view Trimmed(const char* text) noexcept {
     while (*text == ' ') {
@@ -52,26 +32,8 @@ void AppendChar(char* text, char c) noexcept {
 }
 
 int IsSignedNumber(std::string_view text) noexcept {
-    const std::string_view rest = SplitSign(text).rest;
-    return std::all_of(rest.begin(), rest.end(), IsDigit) ? 1 : 0;
-}
-
-std::int32_t ReadSignedNumber(std::string_view text) noexcept {
-    const SignedDigits number = SplitSign(text);
-    const std::int32_t value = ReadDigits(number.rest);
-    return number.negative ? Negated(value) : value;
-}
-
-std::int32_t ReadDigits(std::string_view digits) noexcept {
-    constexpr std::int32_t kLargest = std::numeric_limits<std::int32_t>::max();
-    std::int64_t value = 0;
-    for (const char digit : digits) {
-        value = value * 10 + (digit - '0');
-        if (value > kLargest) {
-            return kLargest;
-        }
-    }
-    return static_cast<std::int32_t>(value);
+    std::int32_t value = 0;
+    return ReadSignedNumber(text, value) ? 1 : 0;
 }
 
 char* PutNumber(char* at, std::int32_t value) noexcept {

@@ -4,6 +4,7 @@
 #define ZEL_CONVERT_TEXT_H
 
 #include <cstdint>
+#include <limits>
 #include <string_view>
 
 #include "runtime/error_report.h"
@@ -23,14 +24,39 @@ void TrimSpaces(const char* source, char* target) noexcept;
 // Puts one character and a terminator behind the text.
 void AppendChar(char* text, char c) noexcept;
 
-// 1 when nothing but digits is left, or nothing at all, behind leading spaces and one "-"; else 0.
+// The number with one more digit. What grows beyond 32 bits stays at the largest number.
+inline std::int32_t WithDigit(std::int32_t value, char digit) noexcept {
+    constexpr std::int32_t kLargest = std::numeric_limits<std::int32_t>::max();
+    const std::int32_t added = digit - '0';
+    if (value < kLargest / 10) [[likely]] {
+        return value * 10 + added;
+    }
+    return value == kLargest / 10 && added <= kLargest % 10 ? value * 10 + added : kLargest;
+}
+
+// Reads digits, or none, which make 0, behind leading spaces and one "-". False, with `value` as it was, when anything
+// else is left.
+[[nodiscard]] inline bool ReadSignedNumber(std::string_view text, std::int32_t& value) noexcept {
+    const char* at = text.data();
+    const char* const end = at + text.size();
+    while (at != end && *at == ' ') {
+        ++at;
+    }
+    const bool negative = at != end && *at == '-';
+    at += negative ? 1 : 0;
+    std::int32_t magnitude = 0;
+    for (; at != end; ++at) {
+        if (!IsDigit(*at)) {
+            return false;
+        }
+        magnitude = WithDigit(magnitude, *at);
+    }
+    value = negative ? -magnitude : magnitude;
+    return true;
+}
+
+// 1 for what ReadSignedNumber takes, else 0.
 [[nodiscard]] int IsSignedNumber(std::string_view text) noexcept;
-
-// The value of a text that IsSignedNumber accepts; no digits make 0.
-[[nodiscard]] std::int32_t ReadSignedNumber(std::string_view text) noexcept;
-
-// The value of a run of digits; no digits make 0, too many for 32 bits the largest number.
-[[nodiscard]] std::int32_t ReadDigits(std::string_view digits) noexcept;
 
 // Writes the number without a terminator and returns the position behind it: at most 11 characters.
 char* PutNumber(char* at, std::int32_t value) noexcept;

@@ -1,0 +1,17 @@
+// The renderings as the C library prints them: what the library's own digits are held against, and timed against.
+#ifndef ZEL_TESTS_SUPPORT_PRINTED_VALUES_H
+#define ZEL_TESTS_SUPPORT_PRINTED_VALUES_H
+
+#include "include/zelmessage.h"
+
+namespace zel::test {
+
+// `text` has room for 32 bytes. False for an invalid display code.
+bool PrintMoney(const _money& money, char* text, short format);
+
+void PrintDate(const _datetime& value, char* text, short format);
+void PrintTime(const _datetime& value, char* text, short format);
+
+}  // namespace zel::test
+
+#endif  // ZEL_TESTS_SUPPORT_PRINTED_VALUES_H
