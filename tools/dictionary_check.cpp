@@ -7,6 +7,8 @@
 #include <unordered_map>
 #include <utility>
 
+#include "core/limits.h"
+#include "core/message_table.h"
 #include "tools/json_members.h"
 #include "zeldata/field_rules.h"
 #include "zeldata/name_table.h"
@@ -149,7 +151,7 @@ void CheckMarker(const DictionarySource& dictionary, const MessageSource& messag
     for (std::size_t i = message.groupStart; i < message.groupStart + message.groupSize; ++i) {
         const EntrySource& entry = message.entries[i];
         const FieldSource* field = FindField(dictionary, entry.field);
-        if (field == nullptr || field->id != image::kMarkerFieldId) {
+        if (field == nullptr || field->id != kGroupMarkerId) {
             continue;
         }
         if (i != message.groupStart) {
@@ -203,15 +205,15 @@ void CheckSize(const DictionarySource& dictionary, const MessageSource& message,
         withoutIds += field->type == kZELBytes10 ? 0 : value;
     }
     const std::int64_t smallest = std::min(withIds, withoutIds);
-    if (smallest > image::kMaxPayload) {
+    if (smallest > kMaxPayload) {
         AddError(findings, message.place,
                  "its smallest form takes " + std::to_string(smallest) + " bytes; a payload holds " +
-                     std::to_string(image::kMaxPayload));
+                     std::to_string(kMaxPayload));
     }
-    if (message.entries.size() > INT16_MAX) {
+    if (message.entries.size() > std::size_t{kMaxSlots}) {
         AddError(findings, message.place,
                  "lists " + std::to_string(message.entries.size()) + " fields; expected at most " +
-                     std::to_string(INT16_MAX));
+                     std::to_string(kMaxSlots));
     }
 }
 

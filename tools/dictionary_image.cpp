@@ -6,8 +6,8 @@
 #include <stdexcept>
 #include <string>
 
+#include "core/message_table.h"
 #include "zeldata/checksum.h"
-#include "zeldata/field_rules.h"
 #include "zeldata/image.h"
 #include "zeldata/name_table.h"
 
@@ -18,6 +18,9 @@ namespace {
 using image::ImageHeader;
 using image::ImageSubType;
 using image::ImageType;
+
+// Any presence but kMandatory is optional.
+constexpr std::uint16_t kOptional = 1;
 
 // Texts that are too long were refused before; what is behind a text stays zero.
 template <std::size_t Size>
@@ -84,8 +87,7 @@ void AppendMessage(const DictionarySource& dictionary, const MessageSource& mess
     tables.subTypes.push_back(BuildSubType(dictionary, message, tables.fieldLists.size()));
     ++tables.types.back().subTypeCount;
     for (const EntrySource& entry : message.entries) {
-        tables.fieldLists.push_back(
-            {FindField(dictionary, entry.field)->id, entry.mandatory ? image::kMandatory : image::kOptional});
+        tables.fieldLists.push_back({FindField(dictionary, entry.field)->id, entry.mandatory ? kMandatory : kOptional});
     }
 }
 

@@ -2,9 +2,10 @@
 
 #include <cerrno>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <set>
+#include <sstream>
 #include <vector>
 
 namespace zel::tools {
@@ -91,15 +92,19 @@ Json ParseJson(const std::string& text, Findings& findings) {
 }
 
 Json ReadJsonFile(const std::string& path, Findings& findings) {
-    errno = 0;
+    std::error_code ignored;
+    if (std::filesystem::is_directory(path, ignored)) {
+        AddError(findings, "", "cannot be read: it is a folder");
+        return Json(Json::value_t::discarded);
+    }
     std::ifstream file(path, std::ios::binary);
-    const std::string text((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
-    // Opening a folder succeeds; reading it does not.
-    if (!file.is_open() || file.bad() || (text.empty() && errno == EISDIR)) {
+    if (!file) {
         AddError(findings, "", std::string("cannot be read: ") + std::strerror(errno));
         return Json(Json::value_t::discarded);
     }
-    return ParseJson(text, findings);
+    std::ostringstream text;
+    text << file.rdbuf();
+    return ParseJson(text.str(), findings);
 }
 
 }  // namespace zel::tools

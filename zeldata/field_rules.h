@@ -4,6 +4,7 @@
 
 #include <cstdint>
 
+#include "core/limits.h"
 #include "include/zelprovider.h"
 
 namespace zel::image {
@@ -11,12 +12,8 @@ namespace zel::image {
 // Ids are read as signed numbers of 16 bits.
 inline constexpr int kMaxFieldId = 32767;
 inline constexpr int kMaxFieldVersion = 15;
-inline constexpr unsigned kMarkerFieldId = 140;
-inline constexpr std::uint16_t kMandatory = 2;
-inline constexpr std::uint16_t kOptional = 1;
 
-// The largest payload of a message. A field of fixed length must fit it with its id and its length in front.
-inline constexpr int kMaxPayload = 12288;
+// A field of fixed length must fit a payload with its id and its length in front.
 inline constexpr int kMaxFixedLength = kMaxPayload - 4;
 
 struct FieldTypeRule {

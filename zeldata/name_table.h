@@ -12,7 +12,7 @@
 namespace zel::image {
 
 // Names are compared on at most this many characters.
-inline constexpr std::size_t kMaxNameLength = 64;
+inline constexpr std::size_t kMaxNameLength = sizeof(ZELDictionaryField::name) - 1;
 
 inline constexpr std::uint32_t kMaxProbes = 64;
 
