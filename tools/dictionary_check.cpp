@@ -47,7 +47,6 @@ bool IsNameCharacter(char character) {
 }
 
 void CheckName(const std::string& name, const std::string& place, Findings& findings) {
-    // A name that is missing was reported when it was read.
     if (name.size() > image::kMaxNameLength) {
         AddError(findings, place,
                  "is " + std::to_string(name.size()) + " characters long; expected at most " +
@@ -77,7 +76,7 @@ FieldById CheckFields(const DictionarySource& dictionary, Findings& findings) {
         CheckName(field.name, field.place + ".name", findings);
         CheckText(field.text, field.place + ".text", findings);
         const FieldSource* sameName = FindField(dictionary, field.name);
-        if (sameName != &field && !field.name.empty()) {
+        if (sameName != nullptr && sameName != &field) {
             AddError(findings, field.place + ".name", "the name " + field.name + " is taken by " + sameName->place);
         }
         const auto [sameId, isNew] = byId.try_emplace(field.id, &field);
@@ -112,7 +111,7 @@ void CheckHeaderFields(const FieldById& byId, Findings& findings) {
 void CheckEntry(const DictionarySource& dictionary, const EntrySource& entry, Findings& findings) {
     const FieldSource* field = FindField(dictionary, entry.field);
     if (field == nullptr) {
-        AddError(findings, entry.place, "unknown field " + Shown(entry.field) + "; expected the name of a field above");
+        AddError(findings, entry.place, "unknown field " + Shown(entry.field) + "; expected the name of a field");
         return;
     }
     if (entry.mandatory && field->version > 1) {

@@ -51,11 +51,17 @@ const image::FieldTypeRule* ReadType(const Json& object, const std::string& plac
 // The length that the type implies, which a source may repeat; only chars must state one.
 std::int16_t ReadLength(const Json& object, const std::string& place, const image::FieldTypeRule& rule,
                         Findings& findings) {
-    const bool free = rule.length == image::kAnyLength;
-    const std::optional<std::int64_t> implied = free ? std::nullopt : std::optional<std::int64_t>(rule.length);
-    const std::int64_t least = free ? 1 : rule.length;
-    const std::int64_t most = free ? image::kMaxFixedLength : rule.length;
-    return static_cast<std::int16_t>(ReadNumber(object, place, "length", least, most, implied, findings).value_or(0));
+    if (rule.length == image::kAnyLength) {
+        return static_cast<std::int16_t>(
+            ReadNumber(object, place, "length", 1, image::kMaxFixedLength, std::nullopt, findings).value_or(0));
+    }
+    const auto stated = object.find("length");
+    if (stated != object.end() && WholeNumber(*stated) != rule.length) {
+        AddError(
+            findings, MemberPlace(place, "length"),
+            "is " + Shown(*stated) + "; expected " + std::to_string(rule.length) + ", the length of type " + rule.name);
+    }
+    return static_cast<std::int16_t>(rule.length);
 }
 
 FieldSource ParseField(const Json& json, const std::string& place, Findings& findings) {
@@ -92,9 +98,17 @@ void ParseEntry(const Json& json, const std::string& place, MessageSource& messa
         message.entries.push_back({place, json.get<std::string>(), false});
         return;
     }
-    if (ExpectObject(json, place, {"field", "presence"}, findings)) {
-        const std::string name = ReadText(json, place, "field", std::nullopt, findings);
-        message.entries.push_back({place, name, ReadPresence(json, place, findings)});
+    if (json.is_object() && json.contains("group")) {
+        AddError(findings, place, "is a group within a group; expected a field");
+        return;
+    }
+    if (!ExpectObject(json, place, {"field", "presence"}, findings)) {
+        return;
+    }
+    const std::string name = ReadText(json, place, "field", std::nullopt, findings);
+    const bool mandatory = ReadPresence(json, place, findings);
+    if (!name.empty()) {
+        message.entries.push_back({place, name, mandatory});
     }
 }
 
@@ -160,7 +174,9 @@ DictionarySource ParseDictionary(const Json& json, Findings& findings) {
     const Json& fields = ReadArray(json, "", "fields", findings);
     for (std::size_t i = 0; i < fields.size(); ++i) {
         FieldSource field = ParseField(fields[i], ElementPlace("fields", i), findings);
-        dictionary.fieldByName.try_emplace(field.name, i);
+        if (!field.name.empty()) {
+            dictionary.fieldByName.try_emplace(field.name, i);
+        }
         dictionary.fields.push_back(std::move(field));
     }
     const Json& messages = ReadArray(json, "", "messages", findings);

@@ -69,6 +69,9 @@ std::string ReadText(const Json& object, const std::string& place, const char* k
         AddError(findings, MemberPlace(place, key), Shown(*member) + " is no text in quotes");
         return "";
     }
+    if (!whenMissing && member->get_ref<const std::string&>().empty()) {
+        AddError(findings, MemberPlace(place, key), "is empty; expected a text");
+    }
     return member->get<std::string>();
 }
 

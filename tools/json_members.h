@@ -26,7 +26,7 @@ bool ExpectObject(const nlohmann::json& value, const std::string& place, std::in
 [[nodiscard]] const nlohmann::json& ReadArray(const nlohmann::json& object, const std::string& place, const char* key,
                                               Findings& findings);
 
-// The member's text; `whenMissing` when there is none, or a finding if that is not given.
+// The member's text; `whenMissing` when there is none. Without that a text that is missing or empty is a finding.
 [[nodiscard]] std::string ReadText(const nlohmann::json& object, const std::string& place, const char* key,
                                    const std::optional<std::string>& whenMissing, Findings& findings);
 
