@@ -1,11 +1,10 @@
 // The dictionary image: the file that `zel dict build` writes and the provider maps. One layout for 32- and 64-bit
 // processes: fixed widths, little-endian, position-independent, every part at an offset from the file's start.
 //
-//   ImageHeader | dictionary: (fieldCount + 1) records of 160 bytes | types | sub-types | field lists | names
+//   ImageHeader | dictionary: header and field records of 160 bytes | types | sub-types | field lists | names
 //
-// The checksum covers every byte behind the header. `names` is a hash table over the field names, open addressing with
-// linear probing: nameSlotCount (a power of two above fieldCount) ids of 16 bits, 0 for a free slot; a name starts at
-// its hash modulo the count. Of equal names the lowest id is in the table.
+// The dictionary is the one of zelprovider.h, byte for byte; a record of type 0 stands for an id that is not in use.
+// The checksum covers every byte behind the image's header.
 #ifndef ZEL_ZELDATA_IMAGE_H
 #define ZEL_ZELDATA_IMAGE_H
 
@@ -20,6 +19,9 @@ static_assert(std::endian::native == std::endian::little, "images are mapped as 
 
 inline constexpr char kMagic[8] = {'Z', 'E', 'L', 'D', 'A', 'T', 'A', '\x1a'};
 inline constexpr std::uint32_t kVersion = 1;
+
+// Far above the largest dictionary (32767 fields take 5 MB); keeps every size computed from an image within 32 bits.
+inline constexpr std::uint32_t kMaxFileSize = 256U << 20U;
 
 struct ImageHeader {
     char magic[8];
@@ -38,26 +40,42 @@ struct ImageHeader {
     std::uint32_t reserved[2];
 };
 
-// A message type and its sub-types, which lie next to one another.
+// A message type. Its sub-types lie next to one another, behind those of the type before.
 struct ImageType {
     std::int16_t type;
     std::uint16_t subTypeCount;
     std::uint32_t firstSubType;  // index into the sub-types
 };
 
-// One message: its field list lies in the field lists from firstField on.
+// One message. Its field list lies in the field lists, behind that of the sub-type before.
 struct ImageSubType {
     std::int16_t subType;
     std::uint16_t repeatFieldId;
     std::int16_t groupSize;
     std::int16_t fieldCount;
     std::uint32_t firstField;  // index into the field lists
-    char name[64];             // ends with a zero byte
+    char name[65];             // ends with a zero byte
+    char reserved[3];
 };
 
 static_assert(sizeof(ImageHeader) == 64);
 static_assert(sizeof(ImageType) == 8);
-static_assert(sizeof(ImageSubType) == 76);
+static_assert(sizeof(ImageSubType) == 80);
+
+// An image in memory that passed the check.
+struct ImageView {
+    const ImageHeader* header;
+    const ZELDictionaryHeader* dictionary;
+    const ImageType* types;
+    const ImageSubType* subTypes;
+    const ZELFieldListEntry* fieldLists;
+    const std::uint16_t* names;
+};
+
+// Record `id` of the dictionary, 1 to count.
+inline const ZELDictionaryField& FieldRecord(const ZELDictionaryHeader* dictionary, unsigned id) noexcept {
+    return static_cast<const ZELDictionaryField*>(static_cast<const void*>(dictionary))[id];
+}
 
 }  // namespace zel::image
 

@@ -1,48 +1,32 @@
 #include "tests/support/printed_values.h"
 
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
+#include <string>
 
 namespace zel::test {
 
 namespace {
 
-struct PrintedParts {
-    char whole[16];
-    char grouped[20];
-    bool negative;
-    bool wholeIsZero;
-    int numerator;
-    int denominator;
-};
-
-PrintedParts PrintParts(long long whole, long long numerator, long denominator) {
-    PrintedParts parts{};
-    parts.negative = whole < 0 || numerator < 0;
-    // In 32 bits the most negative number is its own negative.
-    const int magnitude = whole == INT_MIN ? INT_MIN : static_cast<int>(whole < 0 ? -whole : whole);
-    parts.wholeIsZero = whole == 0;
-    parts.numerator = static_cast<int>(numerator < 0 ? -numerator : numerator);
-    parts.denominator = static_cast<int>(denominator);
-    std::snprintf(parts.whole, sizeof parts.whole, "%d", magnitude);
-    return parts;
+template <typename... Args>
+void Print(char* text, const char* format, Args... args) {
+    static_cast<void>(std::snprintf(text, 24, format, args...));
 }
 
-void GroupWhole(PrintedParts& parts) {
-    const int length = static_cast<int>(std::strlen(parts.whole));
-    char* at = parts.grouped;
-    for (int i = 0; i < length; ++i) {
-        if (i > 0 && (length - i) % 3 == 0) {
-            *at++ = ',';
-        }
-        *at++ = parts.whole[i];
+// Puts a "," before every third digit from the end.
+void Group(char* digits) {
+    for (std::size_t length = std::strlen(digits), behind = 3; behind < length; behind += 3) {
+        char* at = digits + length - behind;
+        std::memmove(at + 1, at, std::strlen(at) + 1);
+        *at = ',';
     }
 }
 
-void PrintDecimals(const PrintedParts& parts, char* at, int places, const char* format) {
-    char quotient[32];
-    std::snprintf(quotient, sizeof quotient, format, static_cast<double>(parts.numerator) / parts.denominator);
-    std::snprintf(at, 8, ".%.*s", places, std::strchr(quotient, '.') + 1);
+void PrintDecimals(char* at, const char* format, double quotient, int places) {
+    char printed[24];
+    Print(printed, format, quotient);
+    Print(at, ".%.*s", places, std::strchr(printed, '.') + 1);
 }
 
 }  // namespace
@@ -56,104 +40,84 @@ bool PrintMoney(const _money& money, char* text, short format) {
     if (type == 0 || ZELUnformatMoney(&money, &whole, &numerator, &denominator) != 0) {
         return false;
     }
-    PrintedParts parts = PrintParts(whole, numerator, denominator);
-    const bool longNumber = format == 2 && std::strlen(parts.whole) > 6;
+    const bool negative = whole < 0 || numerator < 0;
+    const int shown = static_cast<int>(std::labs(numerator));
+    char digits[16];
+    // In 32 bits the most negative number is its own negative.
+    Print(digits, "%d", whole == INT_MIN ? INT_MIN : static_cast<int>(std::labs(whole)));
+    const bool longNumber = format == 2 && std::strlen(digits) > 6;
     const bool dollar = format >= 1 && format <= 3 && !longNumber;
     if (dollar) {
-        GroupWhole(parts);
+        Group(digits);
     }
-    const char* sign = parts.negative && format != 1 ? "-" : "";
-    std::snprintf(text, 24, "%s%s%s", sign, dollar ? "$" : "", dollar ? parts.grouped : parts.whole);
-    char* at = text + (longNumber ? std::strlen(sign) : std::strlen(text));
+    const char* sign = negative && format != 1 ? "-" : "";
+    Print(text, "%s%s%s", sign, dollar ? "$" : "", digits);
+    char* at = text + std::strlen(longNumber ? sign : text);
     if (type == 3) {
-        const int places = money.displayCode < 512 ? money.displayCode / 10 : 2;
-        PrintDecimals(parts, at, format == 3 ? 2 : places, format == 3 ? "%.2f" : "%f");
+        const int places = money.displayCode < 512 && format != 3 ? money.displayCode / 10 : 2;
+        PrintDecimals(at, format == 3 ? "%.2f" : "%f", static_cast<double>(shown) / static_cast<double>(denominator),
+                      places);
+    } else if (type == 1 && format == 3) {
+        Print(at, ".00");
+    } else if (type == 5 && shown != 0) {
+        at = whole == 0 ? text + (negative ? 1 : 0) : at;
+        Print(at, "%s%d/%ld", whole == 0 ? "" : " ", shown, denominator);
     }
-    if (type == 1 && format == 3) {
-        std::strcat(text, ".00");
-    }
-    if (type == 5 && parts.numerator != 0) {
-        at = parts.wholeIsZero ? text + (parts.negative ? 1 : 0) : at;
-        std::snprintf(at, 10, "%s%d/%d", parts.wholeIsZero ? "" : " ", parts.numerator, parts.denominator);
-    }
-    if (parts.negative && format != 0 && format != 2 && format != 3) {
-        std::strcat(text, "-");
+    if (negative && format != 0 && format != 2 && format != 3) {
+        Print(text + std::strlen(text), "-");
     }
     return true;
 }
 
 void PrintDate(const _datetime& value, char* text, short format) {
-    const auto day = static_cast<short>(value.day);
-    const auto month = static_cast<short>(value.month);
-    const auto shortYear = static_cast<short>(value.year >= 100 ? value.year - 100 : value.year);
-    const auto year = static_cast<short>(value.year + 1900);
-    constexpr std::size_t kSize = 18;
+    const int day = value.day;
+    const int month = value.month;
+    const int shortYear = value.year >= 100 ? value.year - 100 : value.year;
+    const int year = value.year + 1900;
     if (value.kind != 1 && value.kind != 3) {
-        std::strcpy(text, "00/00/1900");
-        return;
+        return Print(text, "00/00/1900");
     }
     switch (format) {
         case 1:
-            std::snprintf(text, kSize, "%2.2hd/%2.2hd/%2.2hd", shortYear, month, day);
-            break;
+            return Print(text, "%2.2d/%2.2d/%2.2d", shortYear, month, day);
         case 2:
-            std::snprintf(text, kSize, "%2.2hd/%2.2hd/%2.2hd", day, month, shortYear);
-            break;
+            return Print(text, "%2.2d/%2.2d/%2.2d", day, month, shortYear);
         case 7:
-            std::snprintf(text, kSize, "%2.2hd%2.2hd%2.2hd", shortYear, month, day);
-            break;
+            return Print(text, "%2.2d%2.2d%2.2d", shortYear, month, day);
         case 9:
-            std::snprintf(text, kSize, "%2.2hd%2.2hd%2.2hd", month, day, shortYear);
-            break;
+            return Print(text, "%2.2d%2.2d%2.2d", month, day, shortYear);
         case 10:
-            std::snprintf(text, kSize, "%2.2hd%2.2hd", month, shortYear);
-            break;
+            return Print(text, "%2.2d%2.2d", month, shortYear);
         case 11:
-            std::snprintf(text, kSize, "%4.4hd%2.2hd%2.2hd", year, month, day);
-            break;
+            return Print(text, "%4.4d%2.2d%2.2d", year, month, day);
         case 12:
-            std::snprintf(text, kSize, "%2.2hd%2.2hd%4.4hd", month, day, year);
-            break;
+            return Print(text, "%2.2d%2.2d%4.4d", month, day, year);
         case 13:
-            std::snprintf(text, kSize, "%2.2hd%4.4hd", month, year);
-            break;
+            return Print(text, "%2.2d%4.4d", month, year);
         case 14:
-            std::snprintf(text, kSize, "%2.2hd/%2.2hd/%4.4hd", month, day, year);
-            break;
+            return Print(text, "%2.2d/%2.2d/%4.4d", month, day, year);
         case 15:
-            std::snprintf(text, kSize, "%2.2hd/%4.4hd", month, year);
-            break;
+            return Print(text, "%2.2d/%4.4d", month, year);
         case 16:
-            std::snprintf(text, kSize, "%4.4hd/%2.2hd/2.2hd", year, month);
-            break;
+            return Print(text, "%4.4d/%2.2d/2.2hd", year, month);
         default:
-            std::snprintf(text, kSize, "%2.2hd/%2.2hd/%2.2hd", month, day, shortYear);
-            break;
+            return Print(text, "%2.2d/%2.2d/%2.2d", month, day, shortYear);
     }
 }
 
 void PrintTime(const _datetime& value, char* text, short format) {
-    const auto hour = static_cast<short>(value.hour);
-    const auto minute = static_cast<short>(value.minute);
-    const auto second = static_cast<short>(value.second);
-    constexpr std::size_t kSize = 18;
     if (value.kind != 2 && value.kind != 3) {
-        std::strcpy(text, "00:00:00");
-        return;
+        return Print(text, "00:00:00");
     }
     switch (format) {
         case 4:
-            std::snprintf(text, kSize, "%2.2hd:%2.2hd", hour, minute);
-            break;
+            return Print(text, "%2.2d:%2.2d", value.hour, value.minute);
         case 5:
-            std::snprintf(text, kSize, "%2.2hd%2.2hd%2.2hd", hour, minute, second);
-            break;
+            return Print(text, "%2.2d%2.2d%2.2d", value.hour, value.minute, value.second);
         case 6:
-            std::snprintf(text, kSize, "%2.2hd%2.2hd", hour, minute);
-            break;
+            return Print(text, "%2.2d%2.2d", value.hour, value.minute);
         default:
-            std::snprintf(text, kSize, "%2.2hd:%2.2hd:%2.2hd", hour, minute, second);
-            break;
+            return Print(text, "%2.2d:%2.2d:%2.2d", value.hour, value.minute, value.second);
     }
 }
 

@@ -6,7 +6,7 @@
 
 namespace zel::test {
 
-// `text` has room for 32 bytes. False for an invalid display code.
+// Each text takes 24 bytes at most. False for an invalid display code.
 bool PrintMoney(const _money& money, char* text, short format);
 
 void PrintDate(const _datetime& value, char* text, short format);

@@ -1,0 +1,14 @@
+// The verbs `zel dict build` and `zel dict check`.
+#ifndef ZEL_TOOLS_DICT_COMMAND_H
+#define ZEL_TOOLS_DICT_COMMAND_H
+
+#include <CLI/CLI.hpp>
+
+namespace zel::tools {
+
+// Adds the verbs; the one that the arguments choose runs while they are parsed and sets the exit status.
+void AddDictCommand(CLI::App& app, int& status);
+
+}  // namespace zel::tools
+
+#endif  // ZEL_TOOLS_DICT_COMMAND_H

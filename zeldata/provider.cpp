@@ -1,0 +1,112 @@
+#include "zeldata/provider.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <new>
+
+#include "runtime/heap.h"
+#include "zeldata/image_check.h"
+#include "zeldata/mapped_file.h"
+#include "zeldata/message_table.h"
+#include "zeldata/module_path.h"
+#include "zeldata/name_table.h"
+
+namespace zel::image {
+
+namespace {
+
+constexpr char kImageVariable[] = "ZELDATA_IMAGE";
+constexpr char kImageName[] = "zeldata.img";
+constexpr std::size_t kPathSize = 4096;
+
+// Lies at the start of one block with its message-table nodes behind it.
+class ImageProvider final : public VormaZelData {
+public:
+    ImageProvider(const MappedFile& file, const ImageView& view) noexcept
+        : file_(file), view_(view), messageTable_(LinkMessageTable(view, this + 1)) {}
+
+    void destroy(int /*flag*/) override {
+        const MappedFile file = file_;
+        this->~ImageProvider();
+        HeapRelease(this);
+        UnmapFile(file);
+    }
+    const ZELTypeNode* messageTable() override { return messageTable_; }
+    const ZELDictionaryHeader* dataDictionary() override { return view_.dictionary; }
+
+    void* reserved3() override { return nullptr; }
+    void* reserved4() override { return nullptr; }
+    void* reserved5() override { return nullptr; }
+    void* reserved6() override { return nullptr; }
+    void* reserved7() override { return nullptr; }
+    void* reserved8() override { return nullptr; }
+    void* reserved9() override { return nullptr; }
+    void* reserved10() override { return nullptr; }
+    void* reserved11() override { return nullptr; }
+    void* reserved12() override { return nullptr; }
+    void* reserved13() override { return nullptr; }
+    void* reserved14() override { return nullptr; }
+    void* reserved15() override { return nullptr; }
+
+    long idFromName(const char* name) override {
+        const std::uint16_t id = name == nullptr
+                                     ? std::uint16_t{0}
+                                     : FindName(view_.dictionary, view_.names, view_.header->nameSlotCount, name);
+        return id == 0 ? -1 : id;
+    }
+
+private:
+    ~ImageProvider() = default;
+
+    MappedFile file_;
+    ImageView view_;
+    const ZELTypeNode* messageTable_;
+};
+
+VormaZelData* Refuse(const char* path, const char* reason) noexcept {
+    (void)std::fprintf(
+        stderr,
+        "zeldata: no dictionary: %s %s (build an image with 'zel dict build SOURCE -o IMAGE' and name it in "
+        "%s)\n",
+        path, reason, kImageVariable);
+    return nullptr;
+}
+
+VormaZelData* ServeMappedFile(const char* path, const MappedFile& file) noexcept {
+    ImageView view;
+    ImageFault fault;
+    if (!CheckImage(file.bytes, file.size, view, fault)) {
+        return Refuse(path, fault.text);
+    }
+    void* block = HeapAllocate(sizeof(ImageProvider) + MessageTableSize(view));
+    return block == nullptr ? Refuse(path, "cannot be served: out of memory") : new (block) ImageProvider(file, view);
+}
+
+}  // namespace
+
+VormaZelData* OpenProvider(const char* path) noexcept {
+    MappedFile file;
+    MapFault fault;
+    if (!MapFile(path, file, fault)) {
+        return Refuse(path, fault.text);
+    }
+    VormaZelData* provider = ServeMappedFile(path, file);
+    if (provider == nullptr) {
+        UnmapFile(file);
+    }
+    return provider;
+}
+
+VormaZelData* OpenDefaultProvider() noexcept {
+    const char* named = std::getenv(kImageVariable);
+    if (named != nullptr && named[0] != '\0') {
+        return OpenProvider(named);
+    }
+    char path[kPathSize];
+    if (!PathBesideThis(kImageName, path, sizeof path)) {
+        return Refuse(kImageName, "has no known folder");
+    }
+    return OpenProvider(path);
+}
+
+}  // namespace zel::image
