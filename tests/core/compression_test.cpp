@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "include/zelmessage.h"
 #include "tests/support/bytes.h"
 #include "tests/support/fake_crush.h"
 
