@@ -34,7 +34,7 @@ constexpr bool RoundsHalfUp(std::uint64_t h) noexcept {
 
 constexpr std::array<bool, 100> kRoundsHalfUp = [] {
     std::array<bool, 100> table{};
-    for (std::uint64_t h = 0; h < table.size(); ++h) {
+    for (std::size_t h = 0; h < table.size(); ++h) {
         table[h] = RoundsHalfUp(h);
     }
     return table;

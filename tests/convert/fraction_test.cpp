@@ -96,7 +96,7 @@ TEST(DoubleToMoney, Table) {
 }
 
 TEST(DoubleToMoney, RandomNumbersAsTheCLibraryPrintsThem) {
-    std::mt19937 random = RandomFrom(3);
+    std::mt19937 random(3);
     for (int i = 0; i < 100000; ++i) {
         const double value = std::ldexp(static_cast<std::int32_t>(random()), static_cast<int>(random() % 32) - 31) / 3;
         const std::string printed = std::to_string(value);  // "%f"
@@ -134,7 +134,7 @@ TEST(BinaryMoney, ReducesInPlace) {
 }
 
 TEST(MoneyToDecimalStr, AsTheCLibraryPrintsTheValue) {
-    std::mt19937 random = RandomFrom(8);
+    std::mt19937 random(8);
     for (int i = 0; i < 100000; ++i) {
         constexpr short kCodes[] = {1, 2, 8, 256, 10, 20, 30, 40, 50, 545, -1};
         const _money money{i == 0 ? INT_MIN : static_cast<std::int32_t>(random()), kCodes[random() % 11]};

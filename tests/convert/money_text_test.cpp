@@ -117,7 +117,7 @@ void ExpectReadsBack(const _money& money, int format, const _money& expected) {
 }
 
 TEST(ZELMoneyToStr, RandomAmountsReadBack) {
-    std::mt19937 random = RandomFrom(20);
+    std::mt19937 random(20);
     for (const int code : {1, 2, 4, 8, 16, 32, 64, 128, 256, 10, 20, 30, 40, 50}) {
         for (int i = 0; i < 5000; ++i) {
             // Amounts of every length, but for hundredths below the large form, and never the most negative one.

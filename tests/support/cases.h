@@ -50,10 +50,6 @@ inline std::string RandomText(std::mt19937& random, std::size_t longest, std::st
     return text;
 }
 
-inline std::mt19937 RandomFrom(unsigned seed) {
-    return std::mt19937(seed);
-}
-
 }  // namespace zel::test
 
 #endif  // ZEL_TESTS_SUPPORT_CASES_H
