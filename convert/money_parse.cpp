@@ -120,8 +120,8 @@ std::int32_t TickDenominator(const Scan& scan) noexcept {
 }
 
 std::int32_t DecimalScale(const Component& decimals, const ParserRules& rules) noexcept {
-    constexpr std::int32_t kScales[kMostDecimals + 1] = {0, 10, 100, 1000, 10000, 100000};
-    return decimals.count == 0 ? rules.scaleOfNoDecimals : kScales[std::min(decimals.count, kMostDecimals)];
+    constexpr std::int32_t kScales[kMostDecimals] = {10, 100, 1000, 10000, 100000};
+    return decimals.count == 0 ? rules.scaleOfNoDecimals : kScales[std::min(decimals.count, kMostDecimals) - 1];
 }
 
 int BuildMoney(const Scan& scan, std::string_view text, const ParserRules& rules, _money* money) noexcept {

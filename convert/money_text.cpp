@@ -40,23 +40,24 @@ constexpr std::array<bool, 100> kRoundsHalfUp = [] {
     return table;
 }();
 
-// The two digits behind the point of numerator / denominator. What rounds up to 1.00 gives 0: the whole part does not
-// learn of it.
+// Numerator / denominator in hundredths. Of what rounds up to 1.00, and of large forms above it, the two lowest digits
+// are shown: the whole part does not learn of the rest.
 std::int32_t RoundedHundredths(const MoneyParts& parts) noexcept {
     if (parts.denominator <= 100) {
-        return parts.numerator * (100 / parts.denominator) % 100;
+        return parts.numerator * (100 / parts.denominator);
     }
     const std::int32_t unit = parts.denominator / 100;
     const std::int32_t hundredths = parts.numerator / unit;
     const std::int32_t rest = 2 * (parts.numerator % unit);
     const bool up = rest > unit || (rest == unit && kRoundsHalfUp[static_cast<std::size_t>(hundredths)]);
-    return (hundredths + (up ? 1 : 0)) % 100;
+    return hundredths + (up ? 1 : 0);
 }
 
 char* PutText(char* at, std::string_view text) noexcept {
     return at + text.copy(at, text.size());
 }
 
+// The lowest digits of the value, with zeros in front.
 char* PutPadded(char* at, std::int32_t value, int digits) noexcept {
     for (int i = digits; i > 0; --i) {
         at[i - 1] = static_cast<char>('0' + value % 10);

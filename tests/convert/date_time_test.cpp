@@ -92,7 +92,7 @@ TEST(DateTimeTexts, ByKind) {
 
 // Each member takes each of its 256 values, in each format.
 TEST(DateTimeTexts, EveryByteAsTheCLibraryPrintsIt) {
-    for (std::size_t i = 0; i < 6 * 256; ++i) {
+    for (std::size_t i = 0; i < std::size_t{6} * 256; ++i) {
         _datetime value = kBoth;
         reinterpret_cast<unsigned char*>(&value)[i / 256] = static_cast<unsigned char>(i % 256);
         char date[24];

@@ -159,9 +159,9 @@ TEST(Text, TrimsAppendsAndReadsNumbers) {
     TrimSpaces(nullptr, text);
     TrimSpaces(" x ", nullptr);
     EXPECT_STREQ(text, "old");
-    TrimSpaces("  a b\t  ", text);
+    TrimSpaces(" \ta b\t  ", text);
     AppendChar(text, '!');
-    EXPECT_STREQ(text, "a b\t!");
+    EXPECT_STREQ(text, "\ta b\t!");
     TrimSpaces("   ", text);
     EXPECT_STREQ(text, "");
     for (const auto& [number, expected] : {std::pair{"", 0},

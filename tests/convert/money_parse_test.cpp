@@ -23,10 +23,7 @@ TEST(ZELStrToMoney, Cases) {
     const std::string spaces(100, ' ');
     const std::string ones(5000, '1');
     rows.push_back({spaces + "12" + spaces, "12", "1", "", "="});
-    rows.push_back(
-        {"\t\xB2\xFF"
-         "7\n",
-         "7", "1", "", "="});
+    rows.push_back({"\t\377\2627\n", "7", "1", "", "="});
     // A report holds what fits.
     rows.push_back({ones, "", "", "1467 Invalid Money Format: " + ones.substr(0, 191 - 22), "="});
     for (const Cells& row : rows) {

@@ -58,24 +58,24 @@ bool PrintMoney(const _money& money, char* text, short format) {
         PrintDecimals(at, format == 3 ? "%.2f" : "%f", static_cast<double>(shown) / static_cast<double>(denominator),
                       places);
     } else if (type == 1 && format == 3) {
-        Print(at, ".00");
+        Print(at, "%s", ".00");
     } else if (type == 5 && shown != 0) {
         at = whole == 0 ? text + (negative ? 1 : 0) : at;
         Print(at, "%s%d/%ld", whole == 0 ? "" : " ", shown, denominator);
     }
     if (negative && format != 0 && format != 2 && format != 3) {
-        Print(text + std::strlen(text), "-");
+        Print(text + std::strlen(text), "%s", "-");
     }
     return true;
 }
 
 void PrintDate(const _datetime& value, char* text, short format) {
-    const int day = value.day;
-    const int month = value.month;
+    const int day{value.day};
+    const int month{value.month};
     const int shortYear = value.year >= 100 ? value.year - 100 : value.year;
     const int year = value.year + 1900;
     if (value.kind != 1 && value.kind != 3) {
-        return Print(text, "00/00/1900");
+        return Print(text, "%s", "00/00/1900");
     }
     switch (format) {
         case 1:
@@ -107,7 +107,7 @@ void PrintDate(const _datetime& value, char* text, short format) {
 
 void PrintTime(const _datetime& value, char* text, short format) {
     if (value.kind != 2 && value.kind != 3) {
-        return Print(text, "00:00:00");
+        return Print(text, "%s", "00:00:00");
     }
     switch (format) {
         case 4:
