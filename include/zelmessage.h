@@ -1,4 +1,5 @@
-// The ZEL message library: messages, response processing, error reports, and the plain records behind them.
+// The ZEL message library: messages, response processing, error reports, value conversions, and the plain records behind
+// them.
 //
 // What holds for every operation here:
 //  - No exception leaves the library. Failure is a result (-1, 0 or null, as each operation says), and a report to the
@@ -341,8 +342,8 @@ ZEL_API int ZELDateTimeToStr(const _datetime* value, char* text) noexcept;
 // report 1001 for a day above 31, a month above 12, a year above 2154, or when `value` is null.
 ZEL_API int ZELStrToDate(const char* text, _datetime* value, short format) noexcept;
 
-// Reads a time of at least 4 characters, and clears the record's date: 0905, 09:05, 090507, 09:05:07, with any character
-// that is no digit for a ":". Missing digits are 0, so that four spaces are 00:00:00. 0, or -1 with *value untouched:
+// Reads a time of at least 4 characters, and clears the record's date: 0905, 09:05, 090507, 09:05:07, with any
+// character that is no digit for a ":". Missing digits are 0: four spaces are 00:00:00. 0, or -1 with *value untouched:
 // for null and shorter texts; with report 1464 for a text whose parts are no numbers; with report 1001 for more than
 // 24 hours, 59 minutes or 59 seconds, or when `value` is null.
 ZEL_API int ZELStrToTime(const char* text, _datetime* value) noexcept;
@@ -355,10 +356,11 @@ ZEL_API int ZELAddStrToTime(const char* text, _datetime* value) noexcept;
 // The greatest common factor of two positive numbers. `a` when b is below 1; b when a is 0 or below and b is above 0.
 ZEL_API long FindGCF(long a, long b) noexcept;
 
-// Rewrites decimals as a fraction: "0.375" is 3/8, "2.50" is 2 1/2, "1.0" is 1, "0.0" is 0/1, "0.3" is 3/10. The fraction
-// of a negative text is lost: "-5.5" is -5. Answers a text of 32 bytes that the caller releases with ZELFree; or null
-// when the reduced denominator is none of those that have a display code ("0.2"), when the text has no decimals ("3",
-// "1 1/2", "abc"), or when memory ran out. Reports what ZELStrToMoney reports.
+// Rewrites decimals as a fraction: "0.375" is 3/8, "2.50" is 2 1/2, "1.0" is 1, "0.0" is 0/1, "0.3" is 3/10. The
+// fraction of a negative text is lost: "-5.5" is -5. Answers a text of 32 bytes that the caller releases with ZELFree;
+// or null when the reduced denominator is none of those that have a display code ("0.2"), when the text has no decimals
+// ("3", "1 1/2", "abc"), or when memory ran out. Reports what ZELStrToMoney reports, and 1462 for hundredths on fewer
+// than -20,000,000 whole units, which have no display code.
 ZEL_API char* ConvertDecimalToFraction(const char* text) noexcept;
 
 // ---- Memory ---------------------------------------------------------------------------------------------------------
