@@ -1,0 +1,156 @@
+// Start and stop, with providers that count what is asked of them and a compression library that counts its calls.
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <sstream>
+
+#include "crush32/crush32.h"
+#include "include/zelmessage.h"
+#include "tests/lifecycle/fake_provider.h"
+#include "tests/support/recorded_reports.h"
+
+namespace {
+int startUps = 0;
+int shutDowns = 0;
+
+// Outlives every test: a module that stays loaded counts its unloading when the process ends.
+zel::test::ProviderCounts counts;
+}  // namespace
+
+// Nothing here packs: the passes are only there to be linked.
+extern "C" {
+void CrushStartUp() noexcept {
+    ++startUps;
+}
+void CrushShutDown() noexcept {
+    ++shutDowns;
+}
+short CrushBegin() noexcept {
+    return -1;
+}
+int CrushCompress(const char*, char*, int) noexcept {
+    return -16;
+}
+short CrushExpand(const char*, char*, int, int) noexcept {
+    return -1;
+}
+void CrushEnd() noexcept {}
+}
+
+namespace zel::test {
+namespace {
+
+namespace fs = std::filesystem;
+
+// The file that the library looks for, beside this program.
+const fs::path kProviderPath = fs::path(ZEL_TEST_FOLDER) / ZEL_TEST_PROVIDER_FILE;
+
+class Lifecycle : public testing::Test {
+protected:
+    void SetUp() override {
+        std::ostringstream address;
+        address << std::hex << reinterpret_cast<std::uintptr_t>(&counts);
+        setenv(kCountsVariable, address.str().c_str(), 1);
+        counts = {};
+        startUps = 0;
+        shutDowns = 0;
+        Install("");
+    }
+    void TearDown() override {
+        CZELMessage::terminate();
+        Install("");
+    }
+    // Puts the provider of this kind where the library finds it; "": none.
+    static void Install(const std::string& kind) {
+        fs::remove(kProviderPath);
+        if (!kind.empty()) {
+            fs::copy_file(fs::path(ZEL_TEST_FOLDER) / kind / ZEL_TEST_PROVIDER_FILE, kProviderPath);
+        }
+    }
+};
+
+constexpr char kBox[] = "LoadLib/GetProcAddress Failed: CZELMessage::CZELMessage(): Error Loading zeldata.dll\n";
+
+std::string LineOfConstruction() {
+    testing::internal::CaptureStderr();
+    CZELMessage message(1, 0);
+    const std::string line = testing::internal::GetCapturedStderr();
+    EXPECT_EQ(message.provider, CZELMessage::getVormaZelData());
+    return line;
+}
+
+TEST_F(Lifecycle, LoadsOnceAndRefreshesTheTables) {
+    Install("counting");
+    CZELMessage::init();
+    EXPECT_NE(CZELMessage::getVormaZelData(), nullptr);
+    EXPECT_EQ(LineOfConstruction(), "");
+    CZELMessage::init();
+    EXPECT_TRUE(counts.loads == 1 && counts.entries == 1);
+    EXPECT_TRUE(counts.dictionaries == 2 && counts.messageTables == 2);
+    EXPECT_EQ(startUps, 2);
+    {
+        CZELMessage message(0, 0);
+        EXPECT_EQ(message.getZelIdFromName("KNOWN"), 4711);
+        EXPECT_EQ(message.getZelIdFromName("?"), -77) << "the provider's answer, unchanged";
+        message.msgType = 7;
+        message.createStruct();
+        EXPECT_NE(message.message, nullptr) << "the tables are those of the provider";
+    }
+    CZELMessage::terminate();
+    EXPECT_EQ(CZELMessage::getVormaZelData(), nullptr);
+    EXPECT_TRUE(counts.destructions == 1 && counts.lastFlag == 1 && counts.unloads == 1 && shutDowns == 1);
+    CZELMessage::terminate();
+    EXPECT_TRUE(counts.destructions == 1 && counts.unloads == 1 && shutDowns == 2);
+    EXPECT_EQ(LineOfConstruction(), kBox);
+    CZELMessage::init();
+    EXPECT_TRUE(counts.loads == 2 && counts.entries == 2 && counts.dictionaries == 3);
+    EXPECT_NE(CZELMessage::getVormaZelData(), nullptr);
+    CZELMessage::terminate();
+    EXPECT_TRUE(counts.otherSlots == 0 && counts.lookups == 2);
+}
+
+TEST_F(Lifecycle, StopsWithoutAStart) {
+    CZELMessage::terminate();
+    EXPECT_TRUE(shutDowns == 1 && startUps == 0);
+}
+
+// A library that stays loaded is found again whatever lies in the file: each of these runs in a process of its own.
+void ExpectQuietFailure(int loads, int entries) {
+    RecordedReports reports;
+    testing::internal::CaptureStderr();
+    CZELMessage::init();
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+    EXPECT_EQ(CZELMessage::getVormaZelData(), nullptr);
+    EXPECT_TRUE(counts.loads == loads && counts.entries == entries);
+    EXPECT_EQ(startUps, 1);
+    EXPECT_EQ(reports.Take(), Lines{});
+    EXPECT_EQ(LineOfConstruction(), kBox);
+    EXPECT_EQ(LineOfConstruction(), kBox) << "each construction says so";
+    testing::internal::CaptureStderr();
+    CZELMessage message(0, 0);
+    testing::internal::GetCapturedStderr();
+    message.createStruct();
+    EXPECT_EQ(message.message, nullptr);
+    EXPECT_EQ(reports.Take(), Lines{"1415 Message table not initialized in shared memory"});
+    EXPECT_EQ(message.getZelIdFromName("KNOWN"), -1);
+    CZELMessage::terminate();
+    EXPECT_EQ(counts.unloads, 0) << "without a provider nothing is unloaded";
+}
+
+TEST_F(Lifecycle, StaysQuietWithoutTheLibrary) {
+    ExpectQuietFailure(0, 0);
+}
+
+TEST_F(Lifecycle, StaysQuietWithoutTheEntry) {
+    Install("no_entry");
+    ExpectQuietFailure(1, 0);
+}
+
+TEST_F(Lifecycle, StaysQuietWithoutAProvider) {
+    Install("null_entry");
+    ExpectQuietFailure(1, 1);
+}
+
+}  // namespace
+}  // namespace zel::test

@@ -1,0 +1,280 @@
+// Packing in one object, unpacking in another.
+#include <gtest/gtest.h>
+
+#include <thread>
+
+#include "core/dictionary.h"
+#include "core/message_table.h"
+#include "include/zelmessage.h"
+#include "tests/support/bytes.h"
+#include "tests/support/failing_heap.h"
+#include "tests/support/random_message.h"
+#include "tests/support/recorded_reports.h"
+#include "tests/support/test_tables.h"
+
+namespace zel::test {
+namespace {
+
+constexpr std::size_t kBufferSize = 6 + 32 + 12288;
+
+class Exchange : public testing::Test {
+protected:
+    Tables TablesInUse() const { return {zelGetDataDictionary(), zelGetMessageTable()}; }
+    std::string Pack(CZELMessage& object) {
+        long length = -1;
+        const std::unique_ptr<char[]> buffer(new char[kBufferSize]);
+        return object.packMessage(buffer.get(), &length) == 0
+                   ? std::string(buffer.get(), static_cast<std::size_t>(length))
+                   : std::string();
+    }
+    long Unpack(CZELMessage& object, const std::string& frame) {
+        const ExactCopy bytes(frame);
+        return object.unpackMessage(bytes.data.get());
+    }
+    void FillSimple(CZELMessage& object) {
+        object.msgType = 1;
+        object.subType = kAllTypes;
+        object.createStruct();
+        const short side = 1;
+        object.setFieldValue(kSide, &side, -1);
+    }
+
+    TestTables tables_;
+    RecordedReports reports_;
+};
+
+TEST_F(Exchange, RoundTripsRandomMessages) {
+    Random random(20240517);
+    CZELMessage received(0, 0);
+    for (int round = 0; round < 3000; ++round) {
+        const int format = round % 3;
+        CZELMessage sent(static_cast<short>(round / 3 % 4), format == 2 ? 1 : 0);
+        const auto subType = static_cast<SubType>(1 + random() % 4);
+        const ZELSubTypeNode& node = tables_.Message(subType);
+        const auto repeats = static_cast<short>(node.repeatFieldId != 0 ? random() % 9 + 1 : 0);
+        FillRandomly(sent, TablesInUse(), 1, node, repeats, format == 1, random);
+        if (format == 1) {
+            sent.message->format = 1;
+        }
+        sent.sequence = 1;
+        sent.serviceIdHigh = static_cast<short>(random() % 100);
+        sent.serviceIdLow = static_cast<short>(random() % 100);
+        sent.compressMode = static_cast<int>(random() % 4);
+        sent.shortFrame = static_cast<int>(random() % 2);
+        sent.message->userData = static_cast<ZELLong>(random());
+        const std::string frame = Pack(sent);
+        ASSERT_FALSE(frame.empty()) << round << " " << testing::PrintToString(reports_.Take());
+        EXPECT_EQ(ToHex(frame.substr(0, 2)), sent.shortFrame != 0 ? "01 10" : "01 30");
+        ASSERT_EQ(Unpack(received, frame), 0) << testing::PrintToString(reports_.Take());
+        ASSERT_EQ(Difference(sent, received, TablesInUse(), format == 1), "") << round;
+        EXPECT_TRUE(received.serviceIdHigh == sent.serviceIdHigh && received.serviceIdLow == sent.serviceIdLow);
+        EXPECT_EQ(received.repeatCount, node.repeatFieldId != 0 ? repeats : -1);
+        EXPECT_EQ(received.message->userData, sent.message->userData);
+        const bool marked = (sent.compressMode & 2) != 0;
+        EXPECT_EQ(received.compressMode, marked ? 2 : (sent.message->packFlags & 4) != 0 ? 1 : 0);
+        // What was unpacked packs to the same bytes again, unless a version filter has left out mandatory fields.
+        received.shortFrame = sent.shortFrame;
+        if (sent.version == 0) {
+            ASSERT_EQ(ToHex(Pack(received)), ToHex(frame)) << round;
+        }
+    }
+    EXPECT_EQ(reports_.Take(), Lines{});
+}
+
+TEST_F(Exchange, SurvivesEveryTruncationAndAnyByte) {
+    Random random(7);
+    CZELMessage received(0, 0);
+    for (int round = 0; round < 24; ++round) {
+        CZELMessage sent(0, round % 3 == 2 ? 1 : 0);
+        const ZELSubTypeNode& node = tables_.Message(static_cast<SubType>(1 + round % 4));
+        FillRandomly(sent, TablesInUse(), 1, node, 2, round % 3 == 1, random);
+        sent.message->format = static_cast<unsigned short>(round % 3);
+        sent.compressMode = round % 2;
+        const std::string frame = Pack(sent);
+        ASSERT_FALSE(frame.empty());
+        const std::string message = frame.substr(6);
+        for (std::size_t size = 0; size < message.size(); ++size) {
+            const ExactCopy cut(message.substr(0, size));
+            received.unpackMessageNoFrame(cut.data.get(), static_cast<long>(size));
+            short msgType = 0;
+            short subType = 0;
+            ProcessRspNoFrame(cut.data.get(), static_cast<long>(size), &msgType, &subType);
+        }
+        for (int damage = 0; damage < 400; ++damage) {
+            const ExactCopy bytes(message);
+            for (auto byte = random() % 3 + 1; byte > 0; --byte) {
+                bytes.data[random() % bytes.size] = static_cast<char>(random());
+            }
+            if (received.unpackMessageNoFrame(bytes.data.get(), static_cast<long>(bytes.size)) == 0) {
+                Pack(received);
+            }
+        }
+        reports_.Take();
+    }
+}
+
+TEST_F(Exchange, PacksWithoutAllocatingAndCountsItsPacks) {
+    CZELMessage object(2, 0);
+    FillSimple(object);
+    object.message->userData = 0x01020304;
+    object.sequence = -1;
+    char buffer[100];
+    long length = 0;
+    FailAllocationsFrom(1);
+    ASSERT_EQ(object.packMessage(buffer, &length), 0);
+    FailAllocationsFrom(0);
+    EXPECT_EQ(ToHex({buffer, static_cast<std::size_t>(length)}),
+              "01 30 24 00 00 00 00 01 01 02 00 02 00 01 00 01 00 03 00 00 00 00 00 04 FF FF 01 01 00 05 00 01 "
+              "00 06 01 02 03 04 00 0A 00 01");
+    EXPECT_EQ(object.sequence, 0);
+    object.shortFrame = 1;
+    ASSERT_EQ(object.packMessage(buffer, &length), 0);
+    EXPECT_EQ(ToHex({buffer, 4}), "01 10 24 00");
+    EXPECT_EQ(length, 40);
+    EXPECT_EQ(object.sequence, 1);
+}
+
+TEST_F(Exchange, NamesField550WhateverFails) {
+    CZELMessage object(0, 0);
+    object.serviceIdLow = 42;
+    char buffer[100];
+    long length = 77;
+    EXPECT_EQ(object.packMessage(buffer, &length), -1);
+    FillSimple(object);
+    EXPECT_EQ(object.packMessage(nullptr, &length), -1);
+    object.message->dataBuf->fields[0].isSet = 0;
+    EXPECT_EQ(object.packMessage(buffer, &length), -1);
+    const std::string named = "1435 Cannot build ZEL message: DEST for dest: 42";
+    EXPECT_EQ(reports_.Take(), (Lines{"1001 BuildZELMessage() failed", named, "1001 BuildZELMessage() failed", named,
+                                      "1476 Manadatory field(10) not in the list.", named}));
+    EXPECT_EQ(length, 77);
+    SetDataDictionary(nullptr);
+    object.packMessage(buffer, &length);
+    EXPECT_EQ(reports_.Take().back(), "1435 Cannot build ZEL message: (null) for dest: 42");
+}
+
+TEST_F(Exchange, LeavesTheStateThatEachFailurePromises) {
+    CZELMessage sender(0, 0);
+    FillSimple(sender);
+    sender.compressMode = 1;
+    sender.setFieldValue(kSymbol, std::string(500, 's').c_str(), -1);
+    const std::string good = Pack(sender);
+    CZELMessage object(0, 0);
+    ASSERT_EQ(Unpack(object, good), 0);
+    EXPECT_EQ(object.compressMode, 1);
+    object.compressMode = 7;
+    ASSERT_EQ(object.unpackMessageNoFrame(good.data() + 6, static_cast<long>(good.size()) - 6), 0);
+    EXPECT_EQ(object.compressMode, 7) << "only a frame's message sets the mode";
+
+    // Failed validation: the message stays.
+    const ZelMsgStruct* kept = object.message;
+    object.repeatCount = 5;
+    std::string bad = good;
+    bad[0] = 2;
+    EXPECT_EQ(Unpack(object, bad), -1);
+    EXPECT_EQ(reports_.Take(), (Lines{"1005 SOH not in header", "1001 UnpackZELHeader() failed",
+                                      "1423 Can not Unpack ZEL Header", "1432 ValidateZELMsg() failed"}));
+    EXPECT_TRUE(object.message == kept && object.repeatCount == -1);
+    EXPECT_EQ(object.unpackMessage(nullptr), -1);
+    reports_.Take();
+
+    // Failed creation: the message is gone; the report shows constants.
+    sender.compressMode = 0;
+    sender.subType = kPlainGroup;
+    sender.repeatCount = 1;
+    sender.createStruct();
+    const short negative = -3;
+    sender.setFieldValue(kLegs, &negative, -1);
+    EXPECT_EQ(Unpack(object, Pack(sender)), -1);
+    EXPECT_EQ(reports_.Take(),
+              (Lines{"1001 RepeatCount parameter must have a positive value", "1434 MsgType = 304, SubType = 304"}));
+    EXPECT_TRUE(object.message == nullptr && object.subType == kPlainGroup && object.repeatCount == -3);
+
+    // Failed field: likewise gone.
+    FillSimple(sender);
+    bad = Pack(sender);
+    bad[bad.size() - 3] = 14;
+    EXPECT_EQ(Unpack(object, bad), -1);
+    EXPECT_EQ(reports_.Take(), (Lines{"1427 FieldId[14]", "1437 Cannot unpack ZEL msg recvd from Rtr"}));
+    EXPECT_EQ(object.message, nullptr);
+}
+
+TEST_F(Exchange, ProcessesResponses) {
+    CZELMessage sender(0, 0);
+    FillSimple(sender);
+    short msgType = 0;
+    short subType = 0;
+    for (const int shortFrame : {0, 1}) {
+        sender.shortFrame = shortFrame;
+        const ExactCopy frame(Pack(sender));
+        EXPECT_EQ(ProcessRsp(frame.data.get(), -1, &msgType, &subType, 99), 0);
+        EXPECT_TRUE(msgType == 1 && subType == kAllTypes);
+        const int offset = shortFrame != 0 ? 4 : 6;
+        EXPECT_EQ(
+            ProcessRspNoFrame(frame.data.get() + offset, static_cast<long>(frame.size) - offset, &msgType, &subType),
+            0);
+        // Any other frame format has the long length and the short offset: the long frame's message is not there.
+        frame.data[1] = 0x20;
+        msgType = 55;
+        EXPECT_EQ(ProcessRsp(frame.data.get(), 0, &msgType, &subType, 0), shortFrame - 1);
+        EXPECT_EQ(msgType, shortFrame != 0 ? 1 : 55);
+    }
+    EXPECT_EQ(reports_.Take().back(), "1432 ValidateZELMsg() failed");
+    long length = 0;
+    short frameType = 0;
+    EXPECT_EQ(sender.getHeaderInfo("\x01\x30\x07\x00\x00\x00", &length, &frameType), 0);
+    EXPECT_TRUE(length == 7 && frameType == 3);
+    EXPECT_EQ(sender.getZelIdFromName("SIDE"), -1) << "no provider";
+}
+
+TEST_F(Exchange, LosesNothingWhenMemoryFails) {
+    Random random(99);
+    CZELMessage sent(0, 0);
+    FillRandomly(sent, TablesInUse(), 1, tables_.Message(kMarkedGroup), 3, false, random);
+    char user[] = "some user data";
+    sent.message->varUserData = user;
+    sent.message->varUserDataLen = sizeof user;
+    const std::string frame = Pack(sent);
+    const int live = LiveBlocks();
+    {
+        CZELMessage received(0, 0);
+        int failures = 0;
+        for (int n = 1;; ++n) {
+            FailAllocationsFrom(n);
+            const long result = Unpack(received, frame);
+            FailAllocationsFrom(0);
+            if (result == 0) {
+                break;
+            }
+            ++failures;
+            EXPECT_FALSE(reports_.Take().empty());
+            EXPECT_EQ(received.message, nullptr);
+            EXPECT_EQ(LiveBlocks(), live);
+        }
+        EXPECT_GT(failures, 6);
+        EXPECT_EQ(Difference(sent, received, TablesInUse(), false), "");
+        EXPECT_EQ(std::string(received.message->varUserData, sizeof user), std::string(user, sizeof user));
+    }
+    EXPECT_EQ(LiveBlocks(), live);
+}
+
+TEST_F(Exchange, RunsInSeveralThreadsAtOnce) {
+    const auto exchange = [this](unsigned seed) {
+        Random random(seed);
+        for (int round = 0; round < 300; ++round) {
+            CZELMessage sent(0, round % 2);
+            CZELMessage received(0, 0);
+            FillRandomly(sent, TablesInUse(), 1, tables_.Message(kMarkedGroup), 4, false, random);
+            sent.compressMode = round % 3;
+            ASSERT_EQ(Unpack(received, Pack(sent)), 0);
+            ASSERT_EQ(Difference(sent, received, TablesInUse(), false), "");
+        }
+    };
+    std::thread first(exchange, 1U);
+    std::thread second(exchange, 2U);
+    first.join();
+    second.join();
+}
+
+}  // namespace
+}  // namespace zel::test

@@ -1,0 +1,174 @@
+#include <gtest/gtest.h>
+
+#include <cstring>
+
+#include "include/zelmessage.h"
+#include "tests/support/bytes.h"
+#include "tests/support/failing_heap.h"
+#include "tests/support/recorded_reports.h"
+#include "tests/support/test_tables.h"
+
+namespace zel::test {
+namespace {
+
+class MessageObject : public testing::Test {
+protected:
+    void Create(SubType subType, short repeatCount = -1) {
+        object_.msgType = 1;
+        object_.subType = subType;
+        object_.repeatCount = repeatCount;
+        object_.createStruct();
+    }
+    std::string Value(short id, short occurrence = -1) {
+        return {static_cast<const char*>(object_.getFieldValue(id, occurrence)),
+                static_cast<std::size_t>(object_.getFieldLen(id, occurrence))};
+    }
+
+    TestTables tables_;
+    RecordedReports reports_;
+    CZELMessage object_{0, 0};
+};
+
+TEST_F(MessageObject, StartsEmpty) {
+    EXPECT_TRUE(object_.msgType == 0 && object_.subType == 0 && object_.serviceIdHigh == 0);
+    EXPECT_TRUE(object_.serviceIdLow == 0 && object_.repeatCount == -1 && object_.compressMode == 0);
+    EXPECT_TRUE(object_.shortFrame == 0 && object_.message == nullptr && object_.sequence == 0);
+    const CZELMessage other(3, 1);
+    EXPECT_TRUE(other.version == 3 && other.useFormat2 == 1);
+    // Without a message nothing is found, and setting does nothing.
+    EXPECT_EQ(object_.getField(kSide, -1), nullptr);
+    EXPECT_EQ(object_.getFieldValue(kSide, -1), nullptr);
+    EXPECT_EQ(object_.getFieldLen(kSide, -1), 0);
+    const short value = 1;
+    object_.setFieldValue(kSide, &value, -1);
+    object_.setFieldValueBinary(kSide, &value, 2, -1);
+    object_.destroyStruct();
+    Create(static_cast<SubType>(99));
+    EXPECT_EQ(object_.message, nullptr);
+}
+
+TEST_F(MessageObject, SetsTextsByTheirType) {
+    struct Row {
+        const char* name;
+        short id;
+        const char* text;
+        std::string value;
+    };
+    const Row rows[] = {
+        {"text", kSymbol, "abc", "abc"},
+        {"empty text", kSymbol, "", ""},
+        {"no text", kSymbol, nullptr, std::string(1, '\0')},
+        {"chars, cut", kCode, "ABCDEFGHIJ", "ABCDEFGH"},
+        {"chars, exact", kCode, "ABCDEFGH", "ABCDEFGH"},
+        {"chars, padded", kCode, "AB", std::string("AB\0\0\0\0\0\0", 8)},
+        {"one char", kFlag, "XY", "X"},
+    };
+    static const ZELFieldListEntry kList[] = {{kSymbol, 1}, {kCode, 1}, {kFlag, 1}};
+    tables_.Message(kVersions).fieldList = kList;
+    for (const Row& row : rows) {
+        Create(kVersions);
+        object_.setFieldValue(row.id, row.text, -1);
+        EXPECT_EQ(ToHex(Value(row.id)), ToHex(row.value)) << row.name;
+        EXPECT_TRUE(object_.getField(row.id, -1)->isSet == 1 && object_.message->numFields == 1) << row.name;
+        EXPECT_EQ(object_.getField(row.id, -1)->ownsValue, 1);
+    }
+    const std::string longest(70000, 'x');
+    Create(kVersions);
+    object_.setFieldValue(kSymbol, longest.c_str(), -1);
+    EXPECT_EQ(object_.getField(kSymbol, -1)->length, 65535) << "not cut down to a few characters by 16 bits";
+}
+
+TEST_F(MessageObject, SetsOtherTypesInPlace) {
+    Create(kAllTypes);
+    const ZELLong quantity = -5;
+    object_.setFieldValue(kQty, &quantity, -1);
+    EXPECT_EQ(object_.getFieldValue(kQty, -1), object_.getField(kQty, 1)->inlineValue);
+    EXPECT_EQ(*static_cast<ZELLong*>(object_.getFieldValue(kQty, -1)), -5);
+    const _money price{12345, 20};
+    object_.setFieldValue(kPrice, &price, -1);
+    EXPECT_EQ(object_.getFieldLen(kPrice, -1), 6);
+    EXPECT_EQ(static_cast<_money*>(object_.getFieldValue(kPrice, -1))->displayCode, 20);
+    object_.setFieldValueBinary(kBlob, "a\0b", 3, -1);
+    EXPECT_EQ(Value(kBlob), std::string("a\0b", 3));
+    object_.setFieldValue(kBlob, "xyz", -1);
+    EXPECT_EQ(Value(kBlob), "xyz") << "as many bytes as before";
+    object_.setFieldValueBinary(kKey, "q", 0, -1);
+    EXPECT_EQ(Value(kKey), "q") << "a length of 0 counts as 1";
+    EXPECT_EQ(object_.message->numFields, 5);
+    object_.setFieldValue(kRate, nullptr, -1);
+    object_.setFieldValueBinary(kCode, nullptr, 4, -1);
+    EXPECT_EQ(object_.message->numFields, 5) << "null sets nothing";
+    // A dictionary whose length exceeds the type must not make the copy run out of the slot.
+    tables_.Field(kValue).length = 200;
+    Create(kAllTypes);
+    object_.setFieldValue(kValue, std::string(200, 'v').data(), -1);
+    EXPECT_EQ(object_.getField(kValue, -1)->ownsValue, 0);
+}
+
+TEST_F(MessageObject, FindsOccurrences) {
+    Create(kPlainGroup, 3);
+    for (short occurrence = 1; occurrence <= 3; ++occurrence) {
+        object_.setFieldValue(kLegSymbol, std::to_string(occurrence).c_str(), occurrence);
+    }
+    EXPECT_EQ(Value(kLegSymbol) + Value(kLegSymbol, 1) + Value(kLegSymbol, 2) + Value(kLegSymbol, 3), "1123");
+    for (const int none : {0, -2, 4, 32767, -32768}) {
+        void* untouched = &object_;
+        EXPECT_EQ(object_.getFieldValue(&untouched, kLegSymbol, static_cast<short>(none)), 0);
+        EXPECT_EQ(untouched, &object_);
+        EXPECT_EQ(object_.getFieldValue(kLegSymbol, static_cast<short>(none)), nullptr);
+    }
+    void* value = nullptr;
+    EXPECT_EQ(object_.getFieldValue(&value, kLegSymbol, 2), 1);
+    EXPECT_EQ(value, object_.getField(kLegSymbol, 2)->value);
+    object_.setFieldValue(kQty, "none", -1);
+    EXPECT_EQ(object_.message->numFields, 3) << "a field of another message";
+    EXPECT_EQ(reports_.Take(), Lines{});
+    EXPECT_EQ(object_.getFieldType(kPrice), kZELMoney);
+    EXPECT_EQ(object_.getFieldType(kHighest + 1), -1);
+    EXPECT_EQ(object_.getFieldType(0), -1);
+    object_.setFieldValueBinary(0, "x", 1, -1);
+    object_.setFieldValue(0, "x", -1);
+    EXPECT_EQ(reports_.Take(), Lines(3, "1001 GetFldEntry() Failed"));
+}
+
+TEST_F(MessageObject, KeepsReplacedValuesUntilTheMessageGoes) {
+    const int live = LiveBlocks();
+    Create(kAllTypes);
+    const int empty = LiveBlocks();
+    object_.setFieldValue(kSymbol, "first", -1);
+    const char* first = static_cast<const char*>(object_.getFieldValue(kSymbol, -1));
+    object_.setFieldValue(kSymbol, "second", -1);
+    object_.setFieldValueBinary(kSide, "\1\2", 2, -1);
+    object_.setFieldValueBinary(kSide, "\3\4", 2, -1);
+    EXPECT_EQ(std::string(first, 5), "first");
+    EXPECT_EQ(LiveBlocks() - empty, 4);
+    EXPECT_EQ(object_.message->numFields, 4) << "every call counts";
+    object_.createStruct();
+    EXPECT_EQ(LiveBlocks(), empty);
+    object_.destroyStruct();
+    EXPECT_EQ(LiveBlocks(), live);
+}
+
+TEST_F(MessageObject, LeavesAFieldAsItWasWithoutMemory) {
+    Create(kAllTypes);
+    object_.setFieldValue(kSymbol, "kept", -1);
+    FailAllocationsFrom(1);
+    object_.setFieldValue(kSymbol, "lost", -1);
+    object_.setFieldValue(kCode, "lost", -1);
+    object_.setFieldValueBinary(kBlob, "lost", 4, -1);
+    object_.createStruct();
+    FailAllocationsFrom(0);
+    EXPECT_EQ(reports_.Take(),
+              (Lines{"12 Malloc failed", "12 Malloc failed", "12 Malloc failed", "12 malloc() call failed"}));
+    EXPECT_EQ(object_.message, nullptr);
+    Create(kAllTypes);
+    object_.setFieldValue(kSymbol, "kept", -1);
+    FailAllocationsFrom(1);
+    object_.setFieldValue(kSymbol, "lost", -1);
+    FailAllocationsFrom(0);
+    EXPECT_EQ(Value(kSymbol), "kept");
+    EXPECT_EQ(object_.message->numFields, 1);
+}
+
+}  // namespace
+}  // namespace zel::test

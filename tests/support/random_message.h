@@ -1,0 +1,32 @@
+// Random messages of any dictionary, and their comparison.
+#ifndef ZEL_TESTS_SUPPORT_RANDOM_MESSAGE_H
+#define ZEL_TESTS_SUPPORT_RANDOM_MESSAGE_H
+
+#include <random>
+#include <string>
+
+#include "include/zelmessage.h"
+#include "include/zelprovider.h"
+
+namespace zel::test {
+
+using Random = std::mt19937;
+
+struct Tables {
+    const ZELDictionaryHeader* dictionary;
+    const ZELTypeNode* messages;
+};
+
+const ZELDictionaryField& FieldOf(const Tables& tables, int id);
+
+// Creates a message of this kind in the object, with the repeat count, and gives its fields random values: mandatory
+// ones always, optional ones now and then, but so that a receiver can tell the repetitions apart.
+void FillRandomly(CZELMessage& object, const Tables& tables, short msgType, const ZELSubTypeNode& node,
+                  short repeatCount, bool positional, Random& random);
+
+// "" when the receiver has every value that the sender set and its version sends, else what differs.
+std::string Difference(const CZELMessage& sent, const CZELMessage& received, const Tables& tables, bool positional);
+
+}  // namespace zel::test
+
+#endif  // ZEL_TESTS_SUPPORT_RANDOM_MESSAGE_H
