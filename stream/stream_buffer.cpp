@@ -28,6 +28,7 @@ void ZELStream::InitStream(int size) noexcept {
     blockCount = 1;
     char* block = size >= zel::kLengthSize ? AllocateBlocks(blockSize, blockCount) : nullptr;
     Hold(block, blockSize, zel::kLengthSize, zel::kLengthSize);
+    WriteLength();
 }
 
 // The copy is taken of the finished stream, so the source's length word is brought up to date.
@@ -159,6 +160,8 @@ void ZELStream::ReserveCount() noexcept {
     if (buffer != nullptr) {
         readPos += zel::kCountedHeaderSize - zel::kLengthSize;
         writePos = readPos;
+        // Growth puts the reader before it, whether it was finished or not.
+        zel::StoreU16Be(start + zel::kLengthSize, 0);
     }
 }
 
