@@ -35,9 +35,9 @@ int main(int argc, char** argv) {
     try {
         return Run(argc, argv);
     } catch (const std::exception& error) {
-        std::fprintf(stderr, "zel: %s\n", error.what());
+        (void)std::fprintf(stderr, "zel: %s\n", error.what());
     } catch (...) {
-        std::fprintf(stderr, "zel: failed for an unknown reason\n");
+        (void)std::fprintf(stderr, "zel: failed for an unknown reason\n");
     }
     return kFailed;
 }

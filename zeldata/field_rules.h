@@ -16,18 +16,18 @@ inline constexpr int kMaxFieldVersion = 15;
 // A field of fixed length must fit a payload with its id and its length in front.
 inline constexpr int kMaxFixedLength = kMaxPayload - 4;
 
-struct FieldTypeRule {
-    ZELFieldType type;
-    const char* name;  // in dictionary sources
-    int length;        // that the record must state, or kAnyLength
-};
-
 inline constexpr int kAnyLength = -1;
 
+struct FieldTypeRule {
+    const char* name;  // in dictionary sources
+    ZELFieldType type;
+    int length;  // that the record must state, or kAnyLength
+};
+
 inline constexpr FieldTypeRule kFieldTypeRules[] = {
-    {kZELShort, "short", 2}, {kZELLong, "long", 4},       {kZELInt, "int", 4},         {kZELChars, "chars", kAnyLength},
-    {kZELText, "text", 0},   {kZELFloat, "float", 4},     {kZELDouble, "double", 8},   {kZELDateTime, "datetime", 8},
-    {kZELMoney, "money", 6}, {kZELBytes10, "bytes10", 0}, {kZELBytes11, "bytes11", 0},
+    {"short", kZELShort, 2}, {"long", kZELLong, 4},       {"int", kZELInt, 4},         {"chars", kZELChars, kAnyLength},
+    {"text", kZELText, 0},   {"float", kZELFloat, 4},     {"double", kZELDouble, 8},   {"datetime", kZELDateTime, 8},
+    {"money", kZELMoney, 6}, {"bytes10", kZELBytes10, 0}, {"bytes11", kZELBytes11, 0},
 };
 
 // The rule of a type code, or null.

@@ -11,9 +11,14 @@ namespace zel::image {
 
 namespace {
 
+bool Refuse(ImageFault& fault, const char* text) noexcept {
+    (void)std::snprintf(fault.text, sizeof fault.text, "%s", text);
+    return false;
+}
+
 template <typename... Args>
 bool Refuse(ImageFault& fault, const char* format, Args... args) noexcept {
-    std::snprintf(fault.text, sizeof fault.text, format, args...);
+    (void)std::snprintf(fault.text, sizeof fault.text, format, args...);
     return false;
 }
 

@@ -15,12 +15,12 @@ namespace zel::image {
 namespace {
 
 bool Refuse(MapFault& fault, const char* reason) noexcept {
-    std::snprintf(fault.text, sizeof fault.text, "%s", reason);
+    (void)std::snprintf(fault.text, sizeof fault.text, "%s", reason);
     return false;
 }
 
 bool RefuseWithErrno(MapFault& fault, const char* attempt) noexcept {
-    std::snprintf(fault.text, sizeof fault.text, "%s: %s", attempt, std::strerror(errno));
+    (void)std::snprintf(fault.text, sizeof fault.text, "%s: %s", attempt, std::strerror(errno));
     return false;
 }
 

@@ -10,12 +10,12 @@ namespace zel::image {
 namespace {
 
 bool Refuse(MapFault& fault, const char* reason) noexcept {
-    std::snprintf(fault.text, sizeof fault.text, "%s", reason);
+    (void)std::snprintf(fault.text, sizeof fault.text, "%s", reason);
     return false;
 }
 
 bool RefuseWithLastError(MapFault& fault, const char* attempt) noexcept {
-    std::snprintf(fault.text, sizeof fault.text, "%s: system error %lu", attempt, GetLastError());
+    (void)std::snprintf(fault.text, sizeof fault.text, "%s: system error %lu", attempt, GetLastError());
     return false;
 }
 

@@ -64,10 +64,11 @@ private:
 };
 
 VormaZelData* Refuse(const char* path, const char* reason) noexcept {
-    std::fprintf(stderr,
-                 "zeldata: no dictionary: %s %s (build an image with 'zel dict build SOURCE -o IMAGE' and name it in "
-                 "%s)\n",
-                 path, reason, kImageVariable);
+    (void)std::fprintf(
+        stderr,
+        "zeldata: no dictionary: %s %s (build an image with 'zel dict build SOURCE -o IMAGE' and name it in "
+        "%s)\n",
+        path, reason, kImageVariable);
     return nullptr;
 }
 

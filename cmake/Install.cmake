@@ -1,0 +1,26 @@
+# What `cmake --install` lays down: headers, libraries, the sample dictionary's image beside its provider, the command,
+# a CMake package and a pkg-config file. Nothing in it depends on the place.
+include(CMakePackageConfigHelpers)
+
+install(TARGETS zel crush32 EXPORT zel_targets
+    RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR}
+    LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+    ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
+install(TARGETS zeldata zel_command
+    RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR}
+    LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+install(FILES $<TARGET_FILE_DIR:zeldata>/zeldata.img
+    DESTINATION $<IF:$<PLATFORM_ID:Windows>,${CMAKE_INSTALL_BINDIR},${CMAKE_INSTALL_LIBDIR}>)
+install(DIRECTORY include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/zel FILES_MATCHING PATTERN "*.h")
+
+set(package ${CMAKE_INSTALL_LIBDIR}/cmake/zel)
+install(EXPORT zel_targets NAMESPACE zel:: DESTINATION ${package})
+configure_package_config_file(cmake/zelConfig.cmake.in ${PROJECT_BINARY_DIR}/zelConfig.cmake
+    INSTALL_DESTINATION ${package})
+write_basic_package_version_file(${PROJECT_BINARY_DIR}/zelConfigVersion.cmake COMPATIBILITY SameMinorVersion)
+install(FILES ${PROJECT_BINARY_DIR}/zelConfig.cmake ${PROJECT_BINARY_DIR}/zelConfigVersion.cmake
+    DESTINATION ${package})
+
+file(RELATIVE_PATH ZEL_PREFIX_FROM_PKGCONFIG /prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig /prefix)
+configure_file(cmake/zel.pc.in ${PROJECT_BINARY_DIR}/zel.pc @ONLY)
+install(FILES ${PROJECT_BINARY_DIR}/zel.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
