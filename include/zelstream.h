@@ -61,7 +61,7 @@ protected:
     inline int PutDouble(double value) noexcept;
     inline int PutDateTime(const _datetime& value) noexcept;
     inline int PutMoney(const _money& value) noexcept;
-    int PutString(const char* bytes, int length) noexcept;
+    inline int PutString(const char* bytes, int length) noexcept;
 
     inline int GetShort(short& value) noexcept;
     inline int GetLong(long& value) noexcept;

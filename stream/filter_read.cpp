@@ -61,8 +61,11 @@ inline int ZELFilter::GetValue(FilterValue& into, std::uint16_t fieldType) noexc
         case kZELText: {
             const char* bytes = nullptr;
             int length = 0;
-            const bool read = GetString(bytes, length) == 0 && zel::SetValueText(into, bytes, length) > 0;
-            return read ? 0 : -1;
+            if (GetString(bytes, length) != 0 || length >= FilterValue::kTextCapacity) {
+                return -1;
+            }
+            zel::SetValueText(into, bytes, length);
+            return 0;
         }
         case kZELFloat: {
             float read = 0;

@@ -26,8 +26,7 @@ void CopyMember(FilterValue& to, const FilterValue& from) noexcept {
         case kZELChars:
             return to.SetChar(from.value.charValue);
         case kZELText:
-            static_cast<void>(zel::SetValueText(to, from.value.text, FilterValue::kTextCapacity - 1));
-            return;
+            return zel::SetValueText(to, from.value.text, TextLength(from.value.text, FilterValue::kTextCapacity - 1));
         case kZELFloat:
             return to.SetFloat(from.value.floatValue);
         case kZELDouble:
@@ -42,22 +41,6 @@ void CopyMember(FilterValue& to, const FilterValue& from) noexcept {
 }
 
 }  // namespace
-
-namespace zel {
-
-int SetValueText(FilterValue& value, const char* bytes, int length) noexcept {
-    if (length >= FilterValue::kTextCapacity) {
-        return -1;
-    }
-    const int used = TextLength(bytes, length);
-    value.type = kZELText;
-    // A text may be set from a part of itself.
-    std::memmove(value.value.text, bytes, static_cast<std::size_t>(used));
-    value.value.text[used] = '\0';
-    return used + 1;
-}
-
-}  // namespace zel
 
 FilterValue::FilterValue() noexcept {
     Reset();
@@ -81,8 +64,12 @@ FilterValue& FilterValue::operator=(const FilterValue& source) noexcept {
 }
 
 int FilterValue::SetString(const char* from) noexcept {
-    // A text of kTextCapacity bytes or more shows as one of kTextCapacity.
-    return from != nullptr ? zel::SetValueText(*this, from, TextLength(from, kTextCapacity)) : -1;
+    const int length = from != nullptr ? TextLength(from, kTextCapacity) : kTextCapacity;
+    if (length == kTextCapacity) {
+        return -1;
+    }
+    zel::SetValueText(*this, from, length);
+    return length + 1;
 }
 
 void FilterValue::Reset() noexcept {

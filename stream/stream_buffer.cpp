@@ -99,22 +99,6 @@ void ZELStream::Unwrite(int n) noexcept {
     }
 }
 
-int ZELStream::PutString(const char* bytes, int length) noexcept {
-    if (length < 0 || (bytes == nullptr && length != 0)) {
-        return -1;
-    }
-    const auto size = static_cast<std::size_t>(length);
-    char* room = Append(2 + size);
-    if (room == nullptr) {
-        return -1;
-    }
-    zel::StoreU16Be(room, static_cast<std::uint16_t>(length));
-    if (size != 0) {
-        std::memcpy(room + 2, bytes, size);
-    }
-    return 0;
-}
-
 int ZELStream::GetString(char* out, int& length) noexcept {
     const char* bytes = nullptr;
     if (GetString(bytes, length) != 0) {

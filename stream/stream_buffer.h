@@ -196,6 +196,22 @@ inline int ZELStream::GetMoney(_money& value) noexcept {
     return 0;
 }
 
+inline int ZELStream::PutString(const char* bytes, int length) noexcept {
+    if (length < 0 || (bytes == nullptr && length != 0)) {
+        return -1;
+    }
+    const auto size = static_cast<std::size_t>(length);
+    char* room = Append(2 + size);
+    if (room == nullptr) {
+        return -1;
+    }
+    zel::StoreU16Be(room, static_cast<std::uint16_t>(length));
+    if (size != 0) {
+        std::memcpy(room + 2, bytes, size);
+    }
+    return 0;
+}
+
 // The length is read also when its bytes are missing; the read position is behind it then.
 inline int ZELStream::GetString(const char*& bytes, int& length) noexcept {
     const char* word = Take(2);
