@@ -3,8 +3,8 @@
 #include <cstring>
 
 #include "core/header.h"
-#include "core/limits.h"
 #include "crush32/crush32.h"
+#include "include/zelmessage.h"
 #include "runtime/bounded.h"
 
 namespace zel {
@@ -24,7 +24,7 @@ int CopyPayload(const char* source, short length, char* destination, short* resu
 }
 
 bool FitsPayload(short length) noexcept {
-    return length >= 0 && length <= kMaxPayload;
+    return length >= 0 && length <= kZELMaxPayload;
 }
 
 }  // namespace
@@ -70,7 +70,7 @@ int zelExpandPayload(unsigned char packFlags, const char* source, short sourceLe
     const std::uint32_t expanded = framed ? LoadU32Be(source) : 0;
     const std::uint32_t compressed = framed ? LoadU32Be(source + 4) : 0;
     const bool fits =
-        framed && expanded <= kMaxPayload && compressed <= static_cast<std::uint32_t>(sourceLength - kFraming);
+        framed && expanded <= kZELMaxPayload && compressed <= static_cast<std::uint32_t>(sourceLength - kFraming);
     const short status =
         fits ? CrushExpand(source + kFraming, destination, static_cast<int>(expanded), static_cast<int>(compressed))
              : static_cast<short>(-1);

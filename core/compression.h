@@ -6,10 +6,13 @@
 
 namespace zel {
 
+// Payload lengths cross these routines as signed 16-bit numbers.
+inline constexpr int kMaxCompressedPayload = 32767;
+
 // Whether a payload with these flags is compressed; marked payloads (8, with or without 4) are plain.
 bool IsCompressed(unsigned short packFlags) noexcept;
 
-// Both work into `destination` of kMaxPayload bytes; *resultLength is written, not read. 0, or -1.
+// Both work into `destination` of kZELMaxPayload bytes; *resultLength is written, not read. 0, or -1.
 //
 // After -1 the destination of a compression holds the plain payload and *resultLength its length, so that the message
 // can go out plain; sources longer than the destination leave both untouched.

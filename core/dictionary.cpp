@@ -59,7 +59,7 @@ short GetFldByName(const char* name) noexcept {
         return -1;
     }
     for (int id = 1; id <= zelDataDictionary->count; ++id) {
-        if (std::strncmp(RecordAt(zelDataDictionary, id)->name, name, kFieldNameLength) == 0) {
+        if (std::strncmp(RecordAt(zelDataDictionary, id)->name, name, kZELNameLength) == 0) {
             return static_cast<short>(id);
         }
     }

@@ -31,9 +31,6 @@ short GetFldLength(short fieldId) noexcept;        // -1
 
 inline constexpr std::uint16_t kNoFieldType = 0xFFFF;
 
-// Names are compared on this many characters.
-inline constexpr int kFieldNameLength = 64;
-
 }  // namespace zel
 
 #endif  // ZEL_CORE_DICTIONARY_H

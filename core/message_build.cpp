@@ -7,9 +7,9 @@
 #include "core/dictionary.h"
 #include "core/field_codec.h"
 #include "core/header.h"
-#include "core/limits.h"
 #include "core/message_table.h"
 #include "core/transform.h"
+#include "include/zelmessage.h"
 #include "runtime/reports.h"
 
 namespace zel {
@@ -33,13 +33,13 @@ SlotFate JudgeSlot(const ZelMsgStruct& message, const _field_data& slot) noexcep
     const bool positional = message.format == kValueOnly;
     const bool wanted = positional || slot.isSet != 0;
     if (message.version != 0 && record->version > message.version) {
-        if (!wanted && slot.presence == kMandatory) {
+        if (!wanted && slot.presence == kZELMandatory) {
             SendReportWith(reports::kNewFieldMandatory, slot.id);
             return SlotFate::kFaulty;
         }
         return wanted ? SlotFate::kTooNew : SlotFate::kLeftOut;
     }
-    if (!wanted && slot.presence == kMandatory) {
+    if (!wanted && slot.presence == kZELMandatory) {
         SendReportWith(reports::kMandatoryFieldMissing, slot.id);
         return SlotFate::kFaulty;
     }
@@ -59,9 +59,9 @@ int ClaimedFields(const ZelMsgStruct& message) noexcept {
     }
 }
 
-// Packs the slots into `out` of kMaxPayload bytes and sets numFields: the payload's length, or -1.
+// Packs the slots into `out` of kZELMaxPayload bytes and sets numFields: the payload's length, or -1.
 int PackSlots(ZelMsgStruct& message, char* out) noexcept {
-    char* const end = out + kMaxPayload;
+    char* const end = out + kZELMaxPayload;
     char* next = out;
     int claimed = ClaimedFields(message);
     int packed = 0;
@@ -101,8 +101,8 @@ int BuildZELMessage(ZelMsgStruct* message, char* out, long* outLength, unsigned 
         SendReport(reports::kBuildFailed);
         return -1;
     }
-    char packed[kMaxPayload];
-    char processed[kMaxPayload];
+    char packed[kZELMaxPayload];
+    char processed[kZELMaxPayload];
     const int packedLength = PackSlots(*message, packed);
     if (packedLength < 0) {
         return -1;
@@ -123,7 +123,7 @@ int BuildZELMessage(ZelMsgStruct* message, char* out, long* outLength, unsigned 
         std::swap(payload, spare);
     }
     if ((message->packFlags & (kPackCompressed | kPackMarked)) != 0) {
-        short compressedLength = kMaxPayload;
+        short compressedLength = kZELMaxPayload;
         if (zelCompressPayload(static_cast<unsigned char>(message->packFlags), payload, length, spare,
                                &compressedLength) != 0) {
             // The spare buffer now holds the plain payload: the message goes out as that.
@@ -132,7 +132,7 @@ int BuildZELMessage(ZelMsgStruct* message, char* out, long* outLength, unsigned 
         payload = spare;
         length = compressedLength;
     }
-    if (length < 0 || length > kMaxPayload) {
+    if (length < 0 || length > kZELMaxPayload) {
         // The compression library answered a size that cannot be.
         SendReport(reports::kBuildFailed);
         return -1;

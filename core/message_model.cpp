@@ -1,7 +1,6 @@
 #include "core/message_model.h"
 
 #include "core/dictionary.h"
-#include "core/limits.h"
 #include "core/message_table.h"
 #include "core/slot_index.h"
 #include "core/value_block.h"
@@ -90,7 +89,7 @@ int CountSlots(const ZELSubTypeNode& node, short repeatCount) noexcept {
         return -1;
     }
     const int count = node.fieldCount + (hasGroup ? (repeatCount - 1) * node.groupSize : 0);
-    if (node.fieldCount < 0 || count < 0 || count > kMaxSlots) {
+    if (node.fieldCount < 0 || count < 0 || count > kZELMaxSlots) {
         SendReport(reports::kTooManySlots);
         return -1;
     }
@@ -119,7 +118,7 @@ bool CreateSlots(ZELDataBuf& buffer, const ZELSubTypeNode& node, short repeatCou
             return false;
         }
         InitialiseSlot(slots[slot], *entry);
-        if (entry->fieldId == kGroupMarkerId) {
+        if (entry->fieldId == kZELGroupMarker) {
             ++groupMarkers;
         }
         slots[slot].groupMarkers = groupMarkers;

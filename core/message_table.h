@@ -6,12 +6,6 @@
 
 namespace zel {
 
-// Presence of a field that must be set.
-inline constexpr unsigned short kMandatory = 2;
-
-// The id of the field that marks the start of each repetition, in groups that have it.
-inline constexpr unsigned short kGroupMarkerId = 140;
-
 // The first node that matches both, or null: also when there is no table.
 const ZELSubTypeNode* FindSubType(short msgType, short subType) noexcept;
 

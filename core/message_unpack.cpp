@@ -51,7 +51,7 @@ int ReceiveFields(ZelMsgStruct& message, Reader payload, short format) noexcept 
             SendReport(reports::kFieldIdUnreadable);
             return -1;
         }
-        if (fieldId == kGroupMarkerId) {
+        if (fieldId == kZELGroupMarker) {
             ++groupMarkers;
         }
         _field_data* slot = FindFreeSlot(buffer, fieldId, groupMarkers);

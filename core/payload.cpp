@@ -25,7 +25,7 @@ bool Expand(unsigned short packFlags, char* buffer, Reader& payload) noexcept {
 bool TransformBack(unsigned short encryptFlag, char* buffer, Reader& payload) noexcept {
     short length = 0;
     const bool transformed =
-        Remaining(payload) <= kMaxPayload &&
+        Remaining(payload) <= kZELMaxPayload &&
         ZELDecryptData(encryptFlag, payload.next, static_cast<short>(Remaining(payload)), buffer, &length) == 0;
     if (!transformed) {
         SendReport(reports::kInverseTransformFailed);

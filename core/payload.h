@@ -2,7 +2,6 @@
 #ifndef ZEL_CORE_PAYLOAD_H
 #define ZEL_CORE_PAYLOAD_H
 
-#include "core/limits.h"
 #include "include/zelmessage.h"
 #include "runtime/bounded.h"
 
@@ -10,8 +9,8 @@ namespace zel {
 
 // Room for what has to be expanded or transformed; a plain payload is read where it lies.
 struct PayloadBuffers {
-    char expanded[kMaxPayload];
-    char transformed[kMaxPayload];
+    char expanded[kZELMaxPayload];
+    char transformed[kZELMaxPayload];
 };
 
 // Reads the header of the message at `in` into `header` and points `payload` at its payload, in `in` or in `buffers`.

@@ -2,13 +2,13 @@
 
 #include <cstring>
 
-#include "core/limits.h"
+#include "include/zelmessage.h"
 
 namespace zel {
 
 int ZELEncryptData(unsigned short /*encryptFlag*/, const char* in, short inLength, char* out,
                    short* outLength) noexcept {
-    if (inLength < 0 || inLength > kMaxPayload) {
+    if (inLength < 0 || inLength > kZELMaxPayload) {
         return -1;
     }
     std::memcpy(out, in, static_cast<std::size_t>(inLength));

@@ -4,7 +4,7 @@
 
 namespace zel {
 
-// Both take at most kMaxPayload bytes into a buffer that holds as many: 0 with the output's length, or -1.
+// Both take at most kZELMaxPayload bytes into a buffer that holds as many: 0 with the output's length, or -1.
 int ZELEncryptData(unsigned short encryptFlag, const char* in, short inLength, char* out, short* outLength) noexcept;
 int ZELDecryptData(unsigned short encryptFlag, const char* in, short inLength, char* out, short* outLength) noexcept;
 

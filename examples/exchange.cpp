@@ -18,8 +18,8 @@ namespace {
 
 constexpr int kOrders = 200;
 
-// The largest message that this program accepts behind a frame.
-constexpr long kMaxMessage = 32 + 12288;
+// The largest message that this program accepts behind a frame: none here has variable user data.
+constexpr long kMaxMessage = kZELMaxFrame - 6;
 
 void PrintReport(int code, const char* text, void* /*context*/) {
     std::fprintf(stderr, "ZEL report %d: %s\n", code, text);
@@ -43,7 +43,7 @@ bool PackOrder(int number, std::string& frame) {
     order.setFieldValue(static_cast<short>(order.getZelIdFromName("SYMBOL")), "BARLEY-DEC24", -1);
     order.setFieldValue(static_cast<short>(order.getZelIdFromName("CANCEL_REASON")),
                         std::string(static_cast<std::size_t>(number * 7 % 400), 'x').c_str(), -1);
-    std::vector<char> buffer(6 + kMaxMessage);
+    std::vector<char> buffer(kZELMaxFrame);
     long length = 0;
     if (order.packMessage(buffer.data(), &length) != 0) {
         return false;

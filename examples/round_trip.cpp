@@ -155,7 +155,7 @@ int RoundTrip() {
     }
     order.compressMode = 1;
     order.sequence = 1;
-    std::vector<char> buffer(6 + 32 + 12288);
+    std::vector<char> buffer(kZELMaxFrame);
     long length = 0;
     if (order.packMessage(buffer.data(), &length) != 0) {
         return 1;

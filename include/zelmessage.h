@@ -28,6 +28,16 @@ typedef long ZELLong;
 typedef int32_t ZELLong;
 #endif
 
+// The largest payload, before and after compression: peers work in buffers of this size.
+constexpr int kZELMaxPayload = 12288;
+
+// The largest frame without variable user data: what a buffer for packMessage holds. With variable user data add its
+// length.
+constexpr int kZELMaxFrame = 6 + 32 + kZELMaxPayload;
+
+// The most field slots of one message: they are counted in a short.
+constexpr int kZELMaxSlots = 32767;
+
 class VormaZelData;
 
 namespace zel {
@@ -191,10 +201,9 @@ public:
     ZEL_API short getFieldType(short fieldId) noexcept;
 
     // Packs the message into `buffer` behind a frame. 0 with *length the number of bytes in all, or -1.
-    // The buffer must hold the largest message: 6 bytes of frame, 30 of header or 28 and the variable user data, and up
-    // to 12288 of payload. Nothing is allocated. Reports 1435 last, before it the cause: 1001 (no message, null
-    // argument), 1486, 1485, 1476, 1417, 1027, 1426 (a field), 1418 (header); no cause when the count of the fields
-    // set differs from the fields packed.
+    // The buffer must hold kZELMaxFrame bytes and the variable user data. Nothing is allocated. Reports 1435 last,
+    // before it the cause: 1001 (no message, null argument), 1486, 1485, 1476, 1417, 1027, 1426 (a field), 1418
+    // (header); no cause when the count of the fields set differs from the fields packed.
     ZEL_API long packMessage(char* buffer, long* length) noexcept;
 
     // Replaces the message by the one received at `buffer`, frame first; the frame's length bounds every read behind

@@ -34,6 +34,9 @@ struct ZELDictionaryHeader {
     unsigned char reserved2[154];
 };
 
+// Names are compared on this many characters.
+constexpr int kZELNameLength = 64;
+
 struct ZELDictionaryField {
     int16_t version;  // the lowest message version that carries the field
     uint16_t type;    // ZELFieldType
@@ -48,13 +51,19 @@ static_assert(offsetof(ZELDictionaryField, type) == 2 && offsetof(ZELDictionaryF
 static_assert(offsetof(ZELDictionaryField, name) == 6 && offsetof(ZELDictionaryField, text) == 71, "dictionary field");
 
 // The header fields of a message occupy the ids 1 to 7: 1 and 5 of type 1; 2, 3, 4 and 6 of type 2 or 3; 7 of type 5,
-// 10 or 11. The field 140 marks the start of each repetition in a group that has it.
+// 10 or 11.
 
 // ---- Message table --------------------------------------------------------------------------------------------------
 
+// Presence of a field that a message must have; any other value makes it optional.
+constexpr uint16_t kZELMandatory = 2;
+
+// The field that marks the start of each repetition, in groups that have it.
+constexpr uint16_t kZELGroupMarker = 140;
+
 struct ZELFieldListEntry {
     uint16_t fieldId;
-    uint16_t presence;  // 2: mandatory; anything else: optional
+    uint16_t presence;
 };
 
 struct ZELSubTypeNode {

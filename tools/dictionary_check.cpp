@@ -7,8 +7,7 @@
 #include <unordered_map>
 #include <utility>
 
-#include "core/limits.h"
-#include "core/message_table.h"
+#include "include/zelmessage.h"
 #include "tools/json_members.h"
 #include "zeldata/field_rules.h"
 #include "zeldata/name_table.h"
@@ -150,7 +149,7 @@ void CheckMarker(const DictionarySource& dictionary, const MessageSource& messag
     for (std::size_t i = message.groupStart; i < message.groupStart + message.groupSize; ++i) {
         const EntrySource& entry = message.entries[i];
         const FieldSource* field = FindField(dictionary, entry.field);
-        if (field == nullptr || field->id != kGroupMarkerId) {
+        if (field == nullptr || field->id != kZELGroupMarker) {
             continue;
         }
         if (i != message.groupStart) {
@@ -204,15 +203,15 @@ void CheckSize(const DictionarySource& dictionary, const MessageSource& message,
         withoutIds += field->type == kZELBytes10 ? 0 : value;
     }
     const std::int64_t smallest = std::min(withIds, withoutIds);
-    if (smallest > kMaxPayload) {
+    if (smallest > kZELMaxPayload) {
         AddError(findings, message.place,
                  "its smallest form takes " + std::to_string(smallest) + " bytes; a payload holds " +
-                     std::to_string(kMaxPayload));
+                     std::to_string(kZELMaxPayload));
     }
-    if (message.entries.size() > std::size_t{kMaxSlots}) {
+    if (message.entries.size() > std::size_t{kZELMaxSlots}) {
         AddError(findings, message.place,
                  "lists " + std::to_string(message.entries.size()) + " fields; expected at most " +
-                     std::to_string(kMaxSlots));
+                     std::to_string(kZELMaxSlots));
     }
 }
 

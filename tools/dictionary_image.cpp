@@ -6,7 +6,6 @@
 #include <stdexcept>
 #include <string>
 
-#include "core/message_table.h"
 #include "zeldata/checksum.h"
 #include "zeldata/image.h"
 #include "zeldata/name_table.h"
@@ -19,7 +18,7 @@ using image::ImageHeader;
 using image::ImageSubType;
 using image::ImageType;
 
-// Any presence but kMandatory is optional.
+// Any presence but kZELMandatory is optional.
 constexpr std::uint16_t kOptional = 1;
 
 // Texts that are too long were refused before; what is behind a text stays zero.
@@ -87,7 +86,8 @@ void AppendMessage(const DictionarySource& dictionary, const MessageSource& mess
     tables.subTypes.push_back(BuildSubType(dictionary, message, tables.fieldLists.size()));
     ++tables.types.back().subTypeCount;
     for (const EntrySource& entry : message.entries) {
-        tables.fieldLists.push_back({FindField(dictionary, entry.field)->id, entry.mandatory ? kMandatory : kOptional});
+        tables.fieldLists.push_back(
+            {FindField(dictionary, entry.field)->id, entry.mandatory ? kZELMandatory : kOptional});
     }
 }
 

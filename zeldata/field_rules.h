@@ -4,7 +4,7 @@
 
 #include <cstdint>
 
-#include "core/limits.h"
+#include "include/zelmessage.h"
 #include "include/zelprovider.h"
 
 namespace zel::image {
@@ -14,7 +14,7 @@ inline constexpr int kMaxFieldId = 32767;
 inline constexpr int kMaxFieldVersion = 15;
 
 // A field of fixed length must fit a payload with its id and its length in front.
-inline constexpr int kMaxFixedLength = kMaxPayload - 4;
+inline constexpr int kMaxFixedLength = kZELMaxPayload - 4;
 
 inline constexpr int kAnyLength = -1;
 

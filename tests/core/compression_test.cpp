@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "core/limits.h"
+#include "include/zelmessage.h"
 #include "tests/support/bytes.h"
 #include "tests/support/fake_crush.h"
 
@@ -27,7 +27,7 @@ protected:
     std::string Output() const { return {out_.data.get(), static_cast<std::size_t>(length_)}; }
 
     FakeCrush crush_;
-    ExactCopy out_{std::string(kMaxPayload, '?')};
+    ExactCopy out_{std::string(kZELMaxPayload, '?')};
     short length_ = kUntouched;
 };
 
@@ -40,7 +40,7 @@ TEST_F(Compression, CopiesWhatIsNotForIt) {
         EXPECT_EQ(Output(), "as it is");
     }
     EXPECT_EQ(crush_.begins, 0);
-    EXPECT_EQ(Expand(8, std::string(kMaxPayload + 1, 'x')), -1);
+    EXPECT_EQ(Expand(8, std::string(kZELMaxPayload + 1, 'x')), -1);
 }
 
 TEST_F(Compression, FramesTheData) {

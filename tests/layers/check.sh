@@ -10,7 +10,7 @@ declare -A allowed=(
     [convert]="include runtime"
     [stream]="include runtime core"
     [crush32]=""
-    [zeldata]="include"
+    [zeldata]="include runtime"
     [tools]="include zeldata"
 )
 status=0

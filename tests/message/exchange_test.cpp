@@ -15,14 +15,12 @@
 namespace zel::test {
 namespace {
 
-constexpr std::size_t kBufferSize = 6 + 32 + 12288;
-
 class Exchange : public testing::Test {
 protected:
     Tables TablesInUse() const { return {zelGetDataDictionary(), zelGetMessageTable()}; }
     std::string Pack(CZELMessage& object) {
         long length = -1;
-        const std::unique_ptr<char[]> buffer(new char[kBufferSize]);
+        const std::unique_ptr<char[]> buffer(new char[kZELMaxFrame]);
         return object.packMessage(buffer.get(), &length) == 0
                    ? std::string(buffer.get(), static_cast<std::size_t>(length))
                    : std::string();
