@@ -110,8 +110,9 @@ int ZELFilter::GetFilterItem(ZELFilterItem& item) noexcept {
     if (GetShort(fieldId) != 0) {
         return -1;
     }
+    const int codeRead = GetShort(code);
     item.fieldId = fieldId;
-    if (GetShort(code) != 0) {
+    if (codeRead != 0) {
         return -1;
     }
     // A code that is none leaves the item the comparison that it has.

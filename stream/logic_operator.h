@@ -2,6 +2,8 @@
 #ifndef ZEL_STREAM_LOGIC_OPERATOR_H
 #define ZEL_STREAM_LOGIC_OPERATOR_H
 
+#include <cstring>
+
 #include "include/zelstream.h"
 
 namespace zel {
@@ -31,9 +33,7 @@ inline int SetOperator(LogicOperator& logicOperator, short code) noexcept {
         return -1;
     }
     logicOperator.code = code;
-    for (int i = 0; i < 3; ++i) {
-        logicOperator.text[i] = kOperatorTexts[code - 1][i];
-    }
+    std::memcpy(logicOperator.text, kOperatorTexts[code - 1], sizeof logicOperator.text);
     return 0;
 }
 

@@ -11,6 +11,7 @@
 
 #include "include/zelstream.h"
 #include "runtime/byte_order.h"
+#include "stream/short_copy.h"
 
 namespace zel {
 
@@ -207,7 +208,7 @@ inline int ZELStream::PutString(const char* bytes, int length) noexcept {
     }
     zel::StoreU16Be(room, static_cast<std::uint16_t>(length));
     if (size != 0) {
-        std::memcpy(room + 2, bytes, size);
+        zel::CopyText(room + 2, bytes, size);
     }
     return 0;
 }

@@ -229,6 +229,27 @@ TEST(Filter, LongTextsAreRefusedAndPassedOver) {
     EXPECT_EQ(FilterValue(item).AsText(), std::string(2047, 'U')) << "a terminator that was overwritten";
 }
 
+TEST(Filter, TextsOfEveryLengthArrive) {
+    TestTables tables;
+    ZELFilter filter;
+    ZELFilterItem item;
+    std::string text;
+    for (int length = 0; length < 40; ++length) {
+        const ExactCopy exact(text);
+        EXPECT_EQ(filter.AddFilter(kSymbol, "=", exact.data.get(), length), 0);
+        EXPECT_EQ(filter.GetFilterItem(item), 0);
+        EXPECT_EQ(item.AsText(), text);
+        text += static_cast<char>('A' + length % 26);
+    }
+    for (const std::size_t length : {3U, 6U, 12U, 30U}) {
+        for (const std::size_t from : {1U, 2U, 5U}) {
+            item.SetString(text.substr(0, length + from).c_str());
+            EXPECT_EQ(item.SetString(item.AsText() + from), static_cast<int>(length) + 1);
+            EXPECT_EQ(item.AsText(), text.substr(from, length)) << "set from a part of itself";
+        }
+    }
+}
+
 TEST(Filter, ItemsCopyWhatIsSet) {
     ZELFilterItem source;
     source.SetChar('C');
