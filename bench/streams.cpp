@@ -70,7 +70,7 @@ void PerTerm(benchmark::State& state) {
 void Build(benchmark::State& state) {
     const auto kind = static_cast<Kind>(state.range(0));
     const Ids& ids = SampleIds();
-    for (auto _ : state) {
+    while (state.KeepRunning()) {
         ZELFilter filter;
         Fill(filter, kind, ids);
         benchmark::DoNotOptimize(filter.GetStream());
@@ -84,7 +84,7 @@ void Read(benchmark::State& state) {
     ZELFilter filter;
     Fill(filter, kind, SampleIds());
     ZELFilterItem item;
-    for (auto _ : state) {
+    while (state.KeepRunning()) {
         filter.Rewind();
         int terms = 0;
         while (filter.GetFilterItem(item) == 0) {
@@ -106,7 +106,7 @@ void Memcpy(benchmark::State& state) {
     const auto size = static_cast<std::size_t>(filter.GetLength());
     const char* bytes = filter.GetStream();
     std::vector<char> copy(size);
-    for (auto _ : state) {
+    while (state.KeepRunning()) {
         std::memcpy(copy.data(), bytes, size);
         benchmark::DoNotOptimize(copy.data());
         benchmark::ClobberMemory();
@@ -116,7 +116,7 @@ void Memcpy(benchmark::State& state) {
 }
 
 void BuildKeys(benchmark::State& state) {
-    for (auto _ : state) {
+    while (state.KeepRunning()) {
         ZELSortData sort;
         for (int i = 0; i < kTerms; ++i) {
             sort.AddSortData(static_cast<short>(i), 1);
@@ -132,7 +132,7 @@ void ReadKeys(benchmark::State& state) {
         sort.AddSortData(static_cast<short>(i), 1);
     }
     SortItem item;
-    for (auto _ : state) {
+    while (state.KeepRunning()) {
         sort.Rewind();
         while (sort.GetSortItem(item) == 0) {
             benchmark::DoNotOptimize(item);

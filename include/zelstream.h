@@ -231,10 +231,10 @@ public:
     // Replaces the stream by the `length` bytes of a received one, of which the first 4 are its header. No byte beyond
     // is read. -1, with the filter as before, when `bytes` is null, when `length` is below 4, when the length word is
     // not the low 16 bits of `length`, when more terms are counted than `length` has room for (a term takes 6 bytes at
-    // the least) or none although there is room for a term's bytes, or when memory is out. The count holds the low 16
-    // bits of the true number: 0 may stand for 65536 terms, so it is taken when `length` has room for those.
-    // The read position stays where it is, at the first term in a new filter; Rewind when the filter was used before or
-    // when `length` is above 16384.
+    // the least), when none is counted although bytes follow the header, or when memory is out. The count word holds
+    // the low 16 bits of the true number: a 0 in front of as many bytes as 65536 terms take is therefore good. The read
+    // position stays where it is, at the first term in a new filter; Rewind when the filter was used before or when
+    // `length` is above 16384.
     ZEL_API int SetStream(const char* bytes, int length) noexcept;
 
     // Reads the term at the read position and goes past it. -1 at the end, and for a term that cannot be read: its

@@ -11,7 +11,7 @@ ZELFilter::~ZELFilter() noexcept {
     count = 0;
 }
 
-ZELFilter::ZELFilter(const ZELFilter& source) noexcept : ZELStream(), count(0) {
+ZELFilter::ZELFilter(const ZELFilter& source) noexcept : ZELFilter() {
     *this = source;
 }
 

@@ -83,7 +83,7 @@ ZELFilterItem::~ZELFilterItem() noexcept {
     fieldId = -1;
 }
 
-ZELFilterItem::ZELFilterItem(const ZELFilterItem& source) noexcept : FilterValue(), fieldId(-1) {
+ZELFilterItem::ZELFilterItem(const ZELFilterItem& source) noexcept : ZELFilterItem() {
     *this = source;
 }
 

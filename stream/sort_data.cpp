@@ -17,7 +17,7 @@ void ZELSortData::InitSortData() noexcept {
     ReserveCount();
 }
 
-ZELSortData::ZELSortData(const ZELSortData& source) noexcept : ZELStream(), count(0) {
+ZELSortData::ZELSortData(const ZELSortData& source) noexcept : ZELSortData() {
     *this = source;
 }
 
