@@ -5,7 +5,7 @@
 namespace zel {
 
 void ShowErrorBox(const char* text, const char* caption) noexcept {
-    std::fprintf(stderr, "%s: %s\n", caption, text);
+    (void)std::fprintf(stderr, "%s: %s\n", caption, text);
 }
 
 }  // namespace zel

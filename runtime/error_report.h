@@ -36,7 +36,7 @@ void SendReportWith(const Report& report, Args... args) noexcept {
         return;
     }
     char text[kReportTextSize];
-    std::snprintf(text, sizeof text, report.text, args...);
+    (void)std::snprintf(text, sizeof text, report.text, args...);
     SendReport(report, text);
 }
 

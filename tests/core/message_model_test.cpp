@@ -13,6 +13,7 @@ namespace {
 
 std::vector<int> SlotIds(const ZELDataBuf& buffer) {
     std::vector<int> ids;
+    ids.reserve(static_cast<std::size_t>(buffer.count));
     for (int slot = 0; slot < buffer.count; ++slot) {
         ids.push_back(buffer.fields[slot].id);
     }
@@ -71,7 +72,7 @@ TEST(MessageModel, FindsSlotsByOccurrence) {
     ASSERT_NE(message, nullptr);
     for (int instance = 1; instance <= 4000; ++instance) {
         const auto* slot = FindZELFieldInstance(message, kLegQty, static_cast<short>(instance));
-        EXPECT_EQ(slot, &message->dataBuf->fields[2 * instance]);
+        EXPECT_EQ(slot, message->dataBuf->fields + std::ptrdiff_t{2} * instance);
     }
     for (const int none : {0, -1, 4001, -32768, 32767}) {
         EXPECT_EQ(FindZELFieldInstance(message, kLegQty, static_cast<short>(none)), nullptr) << none;

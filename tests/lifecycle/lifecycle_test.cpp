@@ -1,9 +1,9 @@
 // Start and stop, with providers that count what is asked of them and a compression library that counts its calls.
 #include <gtest/gtest.h>
 
+#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
-#include <sstream>
 
 #include "crush32/crush32.h"
 #include "include/zelmessage.h"
@@ -49,9 +49,9 @@ const fs::path kProviderPath = fs::path(ZEL_TEST_FOLDER) / ZEL_TEST_PROVIDER_FIL
 class Lifecycle : public testing::Test {
 protected:
     void SetUp() override {
-        std::ostringstream address;
-        address << std::hex << reinterpret_cast<std::uintptr_t>(&counts);
-        setenv(kCountsVariable, address.str().c_str(), 1);
+        char address[32];
+        (void)std::snprintf(address, sizeof address, "%p", static_cast<void*>(&counts));
+        setenv(kCountsVariable, address, 1);
         counts = {};
         startUps = 0;
         shutDowns = 0;
@@ -75,7 +75,7 @@ constexpr char kBox[] = "LoadLib/GetProcAddress Failed: CZELMessage::CZELMessage
 std::string LineOfConstruction() {
     testing::internal::CaptureStderr();
     CZELMessage message(1, 0);
-    const std::string line = testing::internal::GetCapturedStderr();
+    std::string line = testing::internal::GetCapturedStderr();
     EXPECT_EQ(message.provider, CZELMessage::getVormaZelData());
     return line;
 }
