@@ -61,15 +61,17 @@ bool FillOrder(CZELMessage& order) {
 
 std::size_t PrintBytes(const char* what, const std::string& bytes, std::size_t offset, std::size_t size) {
     for (std::size_t line = 0; line < size; line += 16) {
-        std::printf("%04zx  ", offset + line);
-        for (std::size_t i = line; i < line + 16; ++i) {
-            if (i < size) {
-                std::printf("%02X ", static_cast<unsigned char>(bytes[offset + i]));
-            } else {
-                std::printf("   ");
-            }
+        std::string hex;
+        for (std::size_t i = line; i < size && i < line + 16; ++i) {
+            char text[4];
+            std::snprintf(text, sizeof text, " %02X", static_cast<unsigned char>(bytes[offset + i]));
+            hex += text;
         }
-        std::printf(" %s\n", line == 0 ? what : "");
+        if (line == 0) {
+            hex.resize(3 * 16, ' ');
+            hex += std::string("   ") + what;
+        }
+        std::printf("%04zx %s\n", offset + line, hex.c_str());
     }
     return offset + size;
 }
@@ -126,7 +128,7 @@ std::string ValueText(const _field_data& field, int type) {
     }
     std::string hex;
     for (int i = 0; i < field.length; ++i) {
-        std::snprintf(text, sizeof text, "%02X ", bytes[i]);
+        std::snprintf(text, sizeof text, i == 0 ? "%02X" : " %02X", bytes[i]);
         hex += text;
     }
     return hex;

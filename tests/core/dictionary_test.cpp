@@ -4,9 +4,7 @@
 
 #include <cstring>
 
-#include "core/field_codec.h"
 #include "core/message_table.h"
-#include "tests/support/bytes.h"
 #include "tests/support/recorded_reports.h"
 #include "tests/support/test_tables.h"
 
@@ -68,43 +66,6 @@ TEST(MessageTable, TakesTheFirstMatch) {
     EXPECT_EQ(FindSubType(2, kPlainGroup), nullptr);
     SetMessageTable(nullptr);
     EXPECT_EQ(FindSubType(1, kPlainGroup), nullptr);
-}
-
-TEST(FieldSteps, FollowTheDictionaryOrTheField) {
-    struct Row {
-        const char* name;
-        const char* bytes;
-        short format;
-        Step step;
-        std::size_t advanced;
-        Lines reports;
-    };
-    const Row rows[] = {
-        {"fixed", "00 0B 01 02 03 04 FF", 0, Step::kNext, 6, {}},
-        {"fixed, at the end", "00 0B 01 02 03 04", 0, Step::kNext, 6, {}},
-        {"fixed, cut", "00 0B 01 02 03", 0, Step::kPastEnd, 0, {}},
-        {"counted", "00 0E 00 05 41 42 43 44 45 FF", 0, Step::kNext, 9, {}},
-        {"counted, cut in the length", "00 0E 00", 0, Step::kPastEnd, 0, {}},
-        {"counted, cut in the value", "00 0E 00 05 41 42 43 44", 0, Step::kPastEnd, 0, {}},
-        {"own length", "02 00 00 03 01 02 03 FF", 2, Step::kNext, 7, {}},
-        {"own length, cut", "02 00 00 03 01 02", 2, Step::kPastEnd, 0, {}},
-        {"id cut", "02", 2, Step::kPastEnd, 0, {"1001 UnpackZELFieldId() failed"}},
-        {"no record", "02 31 00 03 01 02", 0, Step::kLost, 0, {"1414 FieldId[561]"}},
-        {"no record, id above 32767", "80 00 00 03", 0, Step::kLost, 0, {"1414 FieldId[32768]"}},
-    };
-    TestTables tables;
-    RecordedReports reports;
-    for (const Row& row : rows) {
-        const ExactCopy bytes(FromHex(row.bytes));
-        Reader reader{bytes.data.get(), bytes.data.get() + bytes.size};
-        EXPECT_EQ(GetNextField(reader, row.format), row.step) << row.name;
-        EXPECT_EQ(reports.Take(), row.reports) << row.name;
-        const bool lost = row.step == Step::kLost;
-        EXPECT_EQ(reader.next, lost ? nullptr : bytes.data.get() + row.advanced) << row.name;
-    }
-    Reader null{nullptr, nullptr};
-    EXPECT_EQ(GetNextField(null, 0), Step::kLost);
-    EXPECT_EQ(reports.Take(), (Lines{"1001 UnpackZELFieldId() failed", "1413 GetNextField() failed"}));
 }
 
 }  // namespace

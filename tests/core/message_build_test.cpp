@@ -8,6 +8,7 @@
 #include "core/message_validate.h"
 #include "include/zelmessage.h"
 #include "tests/support/bytes.h"
+#include "tests/support/cases.h"
 #include "tests/support/fake_crush.h"
 #include "tests/support/recorded_reports.h"
 #include "tests/support/test_tables.h"
@@ -103,44 +104,21 @@ TEST_F(Building, SendsTheFieldsOfTheFormat) {
 }
 
 TEST_F(Building, LeavesOutFieldsNewerThanTheMessage) {
-    struct Row {
-        const char* name;
-        unsigned short version;
-        unsigned short format;
-        bool setNew2;
-        bool setNew3;
-        int result;
-        int count;
-        Lines reports;
-    };
-    const Row rows[] = {
-        {"no filter", 0, 0, true, true, 0, 3, {}},
-        {"newest", 3, 0, true, true, 0, 3, {}},
-        {"a new field set", 2, 0, true, true, 0, 2, {}},
-        {"both new fields set", 1, 0, true, true, 0, 1, {}},
-        {"an optional new field not set", 1, 0, false, true, 0, 1, {}},
-        {"a mandatory new field not set", 2, 0, true, false, -1, 0, {"1485 New FieldId[41] can't be mandatory"}},
-        {"a mandatory field not set", 3, 2, true, false, -1, 0, {"1476 Manadatory field(41) not in the list."}},
-        {"positional", 2, 1, false, false, 0, 2, {}},
-        {"positional, no filter", 0, 1, false, false, 0, 3, {}},
-    };
-    for (const Row& row : rows) {
+    for (const Cells& row : ReadCases("tests/core/cases/versions.txt", 8)) {
         Create(kVersions);
-        object_.message->version = row.version;
-        object_.message->format = row.format;
+        object_.message->version = static_cast<unsigned short>(std::stoi(row[1]));
+        object_.message->format = static_cast<unsigned short>(std::stoi(row[2]));
         SetShort(kSide, 1);
-        if (row.setNew2) {
+        if (row[3] == "1") {
             SetText(kNew2, "x");
         }
-        if (row.setNew3) {
+        if (row[4] == "1") {
             SetShort(kNew3, 3);
         }
-        EXPECT_EQ(Build(), row.result) << row.name;
-        EXPECT_EQ(reports_.Take(), row.reports) << row.name;
-        if (row.result == 0) {
-            EXPECT_EQ(FieldCount(), row.count) << row.name;
-            EXPECT_EQ(object_.message->numFields, row.count) << row.name;
-        }
+        EXPECT_EQ(Build(), std::stoi(row[5])) << row[0];
+        EXPECT_EQ(reports_.TakeText(), row[7]) << row[0];
+        EXPECT_EQ(built_.empty() ? 0 : FieldCount(), std::stoi(row[6])) << row[0];
+        EXPECT_TRUE(built_.empty() || object_.message->numFields == FieldCount()) << row[0];
     }
 }
 
@@ -253,91 +231,12 @@ TEST_F(Building, UnpacksFieldsIntoTheirRepetition) {
 }
 
 TEST_F(Building, UnpacksWhatItCanAndReportsTheRest) {
-    struct Row {
-        const char* name;
-        SubType subType;
-        int format;
-        int numFields;
-        const char* payload;
-        int result;
-        Lines reports;
-    };
-    const Row rows[] = {
-        {"fewer fields than announced", kAllTypes, 0, 9, "00 0A 00 01", 0, {}},
-        {"more fields than announced", kAllTypes, 0, 1, "00 0A 00 01 00 0B", 0, {}},
-        {"none announced", kAllTypes, 3, 0, "", 0, {}},
-        {"negative count", kAllTypes, 0, -1, "00 0A 00 01", 0, {}},
-        {"twice",
-         kAllTypes,
-         0,
-         2,
-         "00 0A 00 01 00 0A 00 02",
-         0,
-         {"1425 Field Received[10] is not in the list of fields"}},
-        {"not in the list",
-         kAllTypes,
-         0,
-         2,
-         "00 1F 00 01 41 00 0A 00 02",
-         0,
-         {"1425 Field Received[31] is not in the list of fields"}},
-        {"not in the dictionary: the rest is lost",
-         kAllTypes,
-         0,
-         2,
-         "02 31 00 01 00 0A 00 02",
-         0,
-         {"1425 Field Received[561] is not in the list of fields", "1414 FieldId[561]"}},
-        {"not in the dictionary, with its length",
-         kAllTypes,
-         2,
-         2,
-         "02 31 00 01 41 00 0A 00 02 00 02",
-         0,
-         {"1425 Field Received[561] is not in the list of fields"}},
-        {"id 0",
-         kAllTypes,
-         0,
-         1,
-         "00 00 00 01",
-         0,
-         {"1425 Field Received[0] is not in the list of fields", "1001 GetFldEntry() Failed", "1414 FieldId[0]"}},
-        {"id cut", kAllTypes, 0, 2, "00 0A 00 01 00", -1, {"1001 UnpackZELFieldId() failed", "1413 UnpackZELMessage"}},
-        {"id FFFF", kAllTypes, 0, 1, "FF FF 00 01", -1, {"1413 UnpackZELMessage"}},
-        {"value cut", kAllTypes, 0, 1, "00 0A 00", -1, {"1427 FieldId[10]"}},
-        {"text cut", kAllTypes, 0, 1, "00 0E 00 03 41 42", -1, {"1427 FieldId[14]"}},
-        {"passed over and cut",
-         kAllTypes,
-         0,
-         1,
-         "00 1F 00 03 41 42",
-         -1,
-         {"1425 Field Received[31] is not in the list of fields", "1427 FieldId[31]"}},
-        {"format 2, cut", kAllTypes, 2, 1, "00 0A 00 02 01", -1, {"1427 FieldId[10]"}},
-        {"format 2, too short for its type", kAllTypes, 2, 1, "00 0A 00 01 01", -1, {"1427 FieldId[10]"}},
-        {"unknown type",
-         kOddFields,
-         0,
-         1,
-         "00 32 01 02 03 04",
-         -1,
-         {"1027 Invalid Field Type[12] received", "1427 FieldId[50]"}},
-        {"unknown type, format 2", kOddFields, 2, 1, "00 32 00 03 01 02 03", 0, {}},
-        {"no record", kOddFields, 0, 1, "02 31 01", -1, {"1027 Field[561]"}},
-        {"no record, format 2", kOddFields, 2, 1, "02 31 00 01 01", 0, {}},
-        {"unknown format", kAllTypes, 3, 1, "00 0A 00 01", -1, {"1426 UnpackZELMessage()"}},
-        {"positional, more than slots",
-         kVersions,
-         1,
-         4,
-         "00 01 00 01 41 00 03 FF",
-         0,
-         {"1425 Field Received[0] is not in the list of fields"}},
-        {"positional, cut", kVersions, 1, 3, "00 01 00 02 41", -1, {"1427 FieldId[40]"}},
-    };
-    for (const Row& row : rows) {
-        EXPECT_EQ(Unpack(row.subType, -1, row.format, row.numFields, FromHex(row.payload)), row.result) << row.name;
-        EXPECT_EQ(reports_.Take(), row.reports) << row.name;
+    for (const Cells& row : ReadCases("tests/core/cases/unpack.txt", 7)) {
+        EXPECT_EQ(
+            Unpack(static_cast<SubType>(std::stoi(row[1])), -1, std::stoi(row[2]), std::stoi(row[3]), FromHex(row[4])),
+            std::stoi(row[5]))
+            << row[0];
+        EXPECT_EQ(reports_.TakeText(), row[6]) << row[0];
     }
     EXPECT_EQ(UnpackZELMessage(nullptr, 1, object_.message), -1);
     EXPECT_EQ(UnpackZELMessage("", 1, nullptr), -1);
@@ -345,52 +244,12 @@ TEST_F(Building, UnpacksWhatItCanAndReportsTheRest) {
 }
 
 TEST_F(Building, ValidatesAndFindsTheRepeatCount) {
-    struct Row {
-        const char* name;
-        SubType subType;
-        int format;
-        int numFields;
-        const char* payload;
-        int result;
-        int repeatCount;
-        Lines reports;
-    };
-    const Row rows[] = {
-        {"no group", kAllTypes, 0, 1, "00 0A 00 01", 0, -1, {}},
-        {"behind other fields", kMarkedGroup, 0, 2, "00 0A 00 01 00 1E 00 05", 0, 5, {}},
-        {"format 2", kMarkedGroup, 2, 2, "00 0A 00 02 00 01 00 1E 00 02 00 05", 0, 5, {}},
-        {"format 1", kMarkedGroup, 1, 6, "00 01 00 05", 0, 5, {}},
-        {"a long: its low half", kLongCount, 0, 1, "00 0B 00 01 00 02", 0, 2, {}},
-        {"negative", kPlainGroup, 0, 1, "00 1E FF FF", 0, -1, {}},
-        {"absent", kPlainGroup, 0, 3, "00 21 00 01 41", 0, 0, {}},
-        {"beyond the announced fields", kMarkedGroup, 0, 1, "00 0A 00 01 00 1E 00 05", 0, 0, {}},
-        {"cut", kPlainGroup, 0, 1, "00 1E 00", -1, 0, {"1427 FieldId[30]"}},
-        {"cut in front", kPlainGroup, 0, 2, "00 21 00 05 41", -1, 0, {"1427 FieldId[33]"}},
-        {"lost in front",
-         kPlainGroup,
-         0,
-         2,
-         "02 31 00 1E 00 01",
-         -1,
-         0,
-         {"1414 FieldId[561]", "1001 UnpackZELFieldId() failed", "1413 UnpackZELMessage"}},
-        {"id FFFF", kPlainGroup, 2, 1, "FF FF 00 01 00", -1, 0, {"1413 UnpackZELMessage"}},
-        {"unknown format", kPlainGroup, 7, 1, "00 1E 00 05", -1, 0, {"1426 ValidateZELMsg()"}},
-        {"unknown format, no group", kAllTypes, 7, 1, "00 1E 00 05", 0, -1, {}},
-        {"unknown sub-type",
-         static_cast<SubType>(99),
-         0,
-         0,
-         "",
-         -1,
-         -1,
-         {"1415 Message table not initialized in shared memory"}},
-    };
-    for (const Row& row : rows) {
-        const std::string message = Header(row.format, row.numFields, row.subType) + FromHex(row.payload);
-        EXPECT_EQ(Validate(message), row.result) << row.name;
-        EXPECT_EQ(repeatCount_, row.repeatCount) << row.name;
-        EXPECT_EQ(reports_.Take(), row.reports) << row.name;
+    for (const Cells& row : ReadCases("tests/core/cases/validate.txt", 8)) {
+        const std::string header =
+            Header(std::stoi(row[2]), std::stoi(row[3]), static_cast<SubType>(std::stoi(row[1])));
+        EXPECT_EQ(Validate(header + FromHex(row[4])), std::stoi(row[5])) << row[0];
+        EXPECT_EQ(repeatCount_, std::stoi(row[6])) << row[0];
+        EXPECT_EQ(reports_.TakeText(), row[7]) << row[0];
     }
     tables_.Field(kLegs).type = kZELText;
     EXPECT_EQ(Validate(Header(0, 1, kPlainGroup) + FromHex("00 1E 00 09") + "123456789"), -1);

@@ -25,6 +25,15 @@ public:
         return taken;
     }
 
+    // The same in one text, "; " between them.
+    std::string TakeText() {
+        std::string text;
+        for (const std::string& line : Take()) {
+            text += (text.empty() ? "" : "; ") + line;
+        }
+        return text;
+    }
+
 private:
     static void Record(int code, const char* text, void* context) {
         static_cast<RecordedReports*>(context)->lines_.push_back(std::to_string(code) + " " + text);

@@ -1,0 +1,81 @@
+#include <gtest/gtest.h>
+
+#include <new>
+
+#include "include/zelmessage.h"
+#include "runtime/allocator.h"
+#include "runtime/bounded.h"
+#include "tests/support/bytes.h"
+#include "tests/support/failing_heap.h"
+
+namespace zel::test {
+namespace {
+
+int handlerCalls = 0;
+
+TEST(Allocator, RetriesThroughTheNewHandler) {
+    const int live = LiveBlocks();
+    FailAllocationsFrom(1);
+    EXPECT_EQ(Allocate(10), nullptr);
+    EXPECT_EQ(AllocationCount(), 1) << "without a handler there is one try";
+    handlerCalls = 0;
+    std::set_new_handler([] {
+        if (++handlerCalls == 3) {
+            FailAllocationsFrom(0);
+        }
+    });
+    void* block = AllocateZeroed(10);
+    EXPECT_EQ(handlerCalls, 3);
+    ASSERT_NE(block, nullptr);
+    EXPECT_EQ(std::string(static_cast<char*>(block), 10), std::string(10, '\0'));
+    ZELFree(block);
+    ZELFree(nullptr);
+    // A handler may give up by throwing; nothing leaves the library.
+    FailAllocationsFrom(1);
+    std::set_new_handler([] { throw std::bad_alloc(); });
+    EXPECT_EQ(Allocate(10), nullptr);
+    std::set_new_handler(nullptr);
+    FailAllocationsFrom(0);
+    void* nothing = Allocate(0);
+    EXPECT_NE(nothing, nullptr);
+    Release(nothing);
+    EXPECT_EQ(LiveBlocks(), live);
+}
+
+TEST(Bounded, FailedCallsMoveNothing) {
+    const std::string bytes = FromHex("12 34 56");
+    Reader reader{bytes.data(), bytes.data() + 3};
+    std::uint16_t value = 7;
+    EXPECT_EQ(Take(reader, 4), nullptr);
+    EXPECT_EQ(Take(reader, SIZE_MAX), nullptr);
+    EXPECT_TRUE(ReadU16Be(reader, value));
+    EXPECT_EQ(value, 0x1234);
+    EXPECT_FALSE(ReadU16Be(reader, value));
+    EXPECT_TRUE(value == 0x1234 && Remaining(reader) == 1);
+    EXPECT_EQ(Take(reader, 1), bytes.data() + 2);
+    char out[7] = "??????";
+    Writer writer{out, out + 6};
+    EXPECT_FALSE(WriteU64Be(writer, 1));
+    EXPECT_TRUE(WriteU32Be(writer, 0x01020304));
+    EXPECT_FALSE(WriteU32Be(writer, 5));
+    EXPECT_FALSE(WriteZeros(writer, 3));
+    EXPECT_TRUE(WriteU16Be(writer, 0x0506));
+    EXPECT_FALSE(WriteBytes(writer, "x", 1));
+    EXPECT_TRUE(WriteBytes(writer, nullptr, 0));
+    EXPECT_EQ(ToHex({out, 6}), "01 02 03 04 05 06");
+}
+
+TEST(ErrorSink, AnswersTheOneBefore) {
+    int context = 0;
+    const ZELErrorSink count = [](int code, const char* /*text*/, void* counter) {
+        *static_cast<int*>(counter) += code;
+    };
+    EXPECT_EQ(ZELSetErrorSink(count, &context), nullptr);
+    SetError(5, nullptr, "text");
+    EXPECT_EQ(ZELSetErrorSink(nullptr, nullptr), count);
+    SetError(7, nullptr, "nobody listens");
+    EXPECT_EQ(context, 5);
+}
+
+}  // namespace
+}  // namespace zel::test
