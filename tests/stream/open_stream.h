@@ -1,0 +1,64 @@
+// Streams whose protected operations and positions a test can reach, with small blocks where that helps.
+#ifndef ZEL_TESTS_STREAM_OPEN_STREAM_H
+#define ZEL_TESTS_STREAM_OPEN_STREAM_H
+
+#include <string>
+
+#include "stream/stream_buffer.h"
+
+namespace zel::test {
+
+template <typename Stream>
+struct Open : Stream {
+    using ZELStream::blockCount;
+    using ZELStream::blockSize;
+    using ZELStream::buffer;
+    using ZELStream::end;
+    using ZELStream::GetInt;
+    using ZELStream::GetShort;
+    using ZELStream::GetString;
+    using ZELStream::Grow;
+    using ZELStream::InitStream;
+    using ZELStream::PutDateTime;
+    using ZELStream::PutDouble;
+    using ZELStream::PutFloat;
+    using ZELStream::PutInt;
+    using ZELStream::PutLong;
+    using ZELStream::PutMoney;
+    using ZELStream::PutShort;
+    using ZELStream::PutString;
+    using ZELStream::readPos;
+    using ZELStream::start;
+    using ZELStream::Unwrite;
+    using ZELStream::writePos;
+
+    long Used() const { return this->writePos - this->buffer; }
+    long ReadAt() const { return this->readPos - this->buffer; }
+    long Room() const { return this->end - this->buffer; }
+};
+
+// The base alone.
+struct OpenStream : Open<ZELStream> {
+    explicit OpenStream(int size) { InitStream(size); }
+    using ZELStream::GetDateTime;
+    using ZELStream::GetDouble;
+    using ZELStream::GetFloat;
+    using ZELStream::GetLong;
+    using ZELStream::GetMoney;
+    using ZELStream::GetStream;
+    using ZELStream::SetStream;
+};
+
+using OpenFilter = Open<ZELFilter>;
+using OpenSort = Open<ZELSortData>;
+
+// The finished stream's bytes.
+template <typename Stream>
+std::string Bytes(Stream& stream) {
+    const char* bytes = stream.GetStream();
+    return bytes != nullptr ? std::string(bytes, static_cast<std::size_t>(stream.GetLength())) : "none";
+}
+
+}  // namespace zel::test
+
+#endif  // ZEL_TESTS_STREAM_OPEN_STREAM_H
