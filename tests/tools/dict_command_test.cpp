@@ -9,27 +9,42 @@
 #include <random>
 #include <string>
 
+#include "tests/support/cases.h"
+
 namespace zel::tools {
 namespace {
 
 namespace fs = std::filesystem;
 
-constexpr char kSource[] = R"({"fields": [
-    {"id": 1, "name": "A", "type": "short"}, {"id": 2, "name": "B", "type": "long"},
-    {"id": 3, "name": "C", "type": "long"}, {"id": 4, "name": "D", "type": "long"},
-    {"id": 5, "name": "E", "type": "short"}, {"id": 6, "name": "F", "type": "long"},
-    {"id": 7, "name": "G", "type": "text"}], "messages": []})";
-
 class DictCommand : public testing::Test {
 protected:
-    void SetUp() override { fs::create_directory(folder_); }
-    void TearDown() override { fs::remove_all(folder_); }
+    void SetUp() override {
+        fs::create_directory(folder_);
+        fs::current_path(folder_);
+        fs::copy(ZEL_SOURCE_DIR "/tests/tools/cases/small.json", ".");
+        std::ofstream("bad.json") << "{\"fields\": [],\n}";
+        std::ofstream("old.img") << "old";
+    }
+    void TearDown() override {
+        fs::current_path(before_);
+        fs::remove_all(folder_);
+    }
 
-    std::string Path(const char* name) const { return (folder_ / name).string(); }
-
-    std::string Put(const char* name, const std::string& text) const {
-        std::ofstream(Path(name)) << text;
-        return Path(name);
+    // Runs one verb: its exit status, and what it wrote, complaints and the failure that it throws first.
+    static int Run(const std::string& arguments, std::string& said) {
+        CLI::App app;
+        int status = -1;
+        AddDictCommand(app, status);
+        testing::internal::CaptureStdout();
+        testing::internal::CaptureStderr();
+        try {
+            app.parse("dict " + arguments);
+        } catch (const std::runtime_error& error) {
+            std::cerr << error.what() << '\n';
+        }
+        std::cout.flush();
+        said = testing::internal::GetCapturedStderr() + testing::internal::GetCapturedStdout();
+        return status;
     }
 
     static std::string Read(const std::string& path) {
@@ -37,70 +52,21 @@ protected:
         return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
     }
 
-    // Runs one verb; said_ and complained_ become what it wrote.
-    int Run(const std::string& arguments) {
-        CLI::App app;
-        int status = -1;
-        AddDictCommand(app, status);
-        testing::internal::CaptureStdout();
-        testing::internal::CaptureStderr();
-        try {
-            app.parse(arguments);
-        } catch (const std::runtime_error& error) {
-            failure_ = error.what();
-        }
-        std::cout.flush();
-        said_ = testing::internal::GetCapturedStdout();
-        complained_ = testing::internal::GetCapturedStderr();
-        return status;
-    }
-
-    std::size_t FilesLeft() const {
-        return static_cast<std::size_t>(std::distance(fs::directory_iterator(folder_), fs::directory_iterator()));
-    }
-
+    fs::path before_ = fs::current_path();
     fs::path folder_ = fs::temp_directory_path() / ("zel-dict-test-" + std::to_string(std::random_device()()));
-    std::string said_;
-    std::string complained_;
-    std::string failure_;
 };
 
-TEST_F(DictCommand, BuildsTheSameImageEveryTime) {
-    const std::string source = Put("a.json", kSource);
-    ASSERT_EQ(Run("dict build " + source + " -o " + Path("a.img")), 0) << complained_;
-    EXPECT_EQ(said_.rfind(Path("a.img") + ": 7 fields, 0 messages, ", 0), 0U) << said_;
-    ASSERT_EQ(Run("dict build " + source + " --output " + Path("b.img")), 0);
-    EXPECT_EQ(Read(Path("a.img")), Read(Path("b.img")));
-    EXPECT_EQ(FilesLeft(), 3U);
-}
-
-TEST_F(DictCommand, LeavesTheOldImageWhenTheSourceIsWrong) {
-    const std::string image = Put("a.img", "old");
-    EXPECT_EQ(Run("dict build " + Put("a.json", "{\"fields\": [],\n}") + " -o " + image), 1);
-    EXPECT_NE(complained_.find("a.json: error: line 2, column 1: syntax error"), std::string::npos) << complained_;
-    EXPECT_NE(complained_.find("a.json: 1 error; no image written\n"), std::string::npos) << complained_;
-    EXPECT_EQ(Read(image), "old");
-    EXPECT_EQ(FilesLeft(), 2U);
-}
-
-TEST_F(DictCommand, SaysWhyAnImageCannotBeWritten) {
-    const std::string source = Put("a.json", kSource);
-    Run("dict build " + source + " -o " + Path("missing/a.img"));
-    EXPECT_EQ(failure_.rfind("cannot write " + Path("missing/a.img") + ": ", 0), 0U) << failure_;
-    Run("dict build " + source + " -o " + folder_.string());
-    EXPECT_EQ(failure_, "cannot write " + folder_.string() + ": it is there and is not a regular file");
-    EXPECT_EQ(FilesLeft(), 1U);
-}
-
-TEST_F(DictCommand, ChecksWithoutWriting) {
-    EXPECT_EQ(Run("dict check " + Put("a.json", kSource)), 0);
-    EXPECT_EQ(said_, Path("a.json") + ": 7 fields, 0 messages: 0 errors, 0 warnings\n");
-    EXPECT_EQ(complained_, "");
-    EXPECT_EQ(Run("dict check " + Path("missing.json")), 1);
-    EXPECT_NE(complained_.find("missing.json: error: cannot be read: "), std::string::npos) << complained_;
-    EXPECT_EQ(Run("dict check " + folder_.string()), 1);
-    EXPECT_NE(complained_.find(": error: cannot be read: it is a folder"), std::string::npos) << complained_;
-    EXPECT_EQ(FilesLeft(), 1U);
+TEST_F(DictCommand, TellsWhatItDidAndLeavesNothingElse) {
+    std::string said;
+    for (const test::Cells& row : test::ReadCases("tests/tools/cases/commands.txt", 5)) {
+        EXPECT_EQ(Run(row[0], said), std::stoi(row[1])) << row[0];
+        EXPECT_TRUE(said.starts_with(row[2])) << said;
+        EXPECT_TRUE(said.ends_with(row[3] + '\n')) << said;
+        EXPECT_EQ(std::distance(fs::directory_iterator("."), {}), std::stoi(row[4])) << row[0];
+    }
+    EXPECT_EQ(Read("old.img"), "old");
+    EXPECT_EQ(Run("build small.json --output old.img", said), 0) << said;
+    EXPECT_EQ(Read("old.img"), Read("new.img"));
 }
 
 }  // namespace
