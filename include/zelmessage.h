@@ -1,5 +1,5 @@
-// The ZEL message library: messages, response processing, error reports, value conversions, and the plain records behind
-// them.
+// The ZEL message library: messages, response processing, error reports, value conversions, and the plain records
+// behind them.
 //
 // What holds for every operation here:
 //  - No exception leaves the library. Failure is a result (-1, 0 or null, as each operation says), and a report to the

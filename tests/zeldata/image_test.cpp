@@ -164,15 +164,16 @@ TEST_F(ProviderFile, RefusesWithOneLineThatSaysWhy) {
 }
 
 TEST(NameTable, HoldsTheLargestDictionary) {
+    constexpr std::uint16_t kFields = 32767;
     constexpr std::uint32_t kSlots = 1U << 17U;
     std::vector<std::uint16_t> slots(kSlots);
-    std::vector<ZELDictionaryField> records(32768);
-    for (std::uint16_t id = 1; id < records.size(); ++id) {
+    std::vector<ZELDictionaryField> records(kFields + 1U);
+    for (std::uint16_t id = 1; id <= kFields; ++id) {
         ("FIELD_" + std::to_string(id)).copy(records[id].name, 64);
         ASSERT_TRUE(InsertName(slots.data(), kSlots, records[id].name, id));
     }
     const auto* dictionary = static_cast<const ZELDictionaryHeader*>(static_cast<const void*>(records.data()));
-    for (std::uint16_t id = 1; id < records.size(); ++id) {
+    for (std::uint16_t id = 1; id <= kFields; ++id) {
         ASSERT_EQ(FindName(dictionary, slots.data(), kSlots, records[id].name), id);
     }
 }
@@ -188,9 +189,10 @@ TEST(ImageCheck, RefusesEveryTruncation) {
 
 TEST(ImageCheck, NamesTheDamage) {
     EXPECT_EQ(Checksum("123456789", 9), 0xCBF43926U) << "the common CRC-32";
-    const std::string whole = SmallImage();
+    std::string whole = SmallImage();
     ImageHeader header;
     std::memcpy(&header, whole.data(), sizeof header);
+    whole[header.dictionaryOffset + 2] = 1;  // lets id 0 look like a field in use
     const std::map<std::string, std::pair<std::size_t, std::size_t>> parts = {
         {"header", {0, 0}},
         {"field", {header.dictionaryOffset, sizeof(ZELDictionaryField)}},
