@@ -59,16 +59,18 @@ bool FillOrder(CZELMessage& order) {
     return true;
 }
 
+constexpr std::size_t kBytesPerLine = 16;
+
 std::size_t PrintBytes(const char* what, const std::string& bytes, std::size_t offset, std::size_t size) {
-    for (std::size_t line = 0; line < size; line += 16) {
+    for (std::size_t line = 0; line < size; line += kBytesPerLine) {
         std::string hex;
-        for (std::size_t i = line; i < size && i < line + 16; ++i) {
+        for (std::size_t i = line; i < size && i < line + kBytesPerLine; ++i) {
             char text[4];
             std::snprintf(text, sizeof text, " %02X", static_cast<unsigned char>(bytes[offset + i]));
             hex += text;
         }
         if (line == 0) {
-            hex.resize(3 * 16, ' ');
+            hex.resize(3 * kBytesPerLine, ' ');
             hex += std::string("   ") + what;
         }
         std::printf("%04zx %s\n", offset + line, hex.c_str());
