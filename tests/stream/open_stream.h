@@ -13,10 +13,8 @@ struct Open : Stream {
     using ZELStream::blockCount;
     using ZELStream::blockSize;
     using ZELStream::buffer;
-    using ZELStream::end;
     using ZELStream::GetShort;
     using ZELStream::PutShort;
-    using ZELStream::readPos;
     using ZELStream::start;
     using ZELStream::writePos;
 
