@@ -4,6 +4,7 @@
 #include "include/zelmessage.h"
 #include "include/zelprovider.h"
 #include "include/zelstream.h"
+#include "tests/stream/shown_item.h"
 #include "tests/support/bytes.h"
 #include "tests/support/recorded_reports.h"
 
@@ -19,10 +20,6 @@ protected:
     static void TearDownTestSuite() { CZELMessage::terminate(); }
 
     static short Id(const char* name) { return static_cast<short>(CZELMessage::getVormaZelData()->idFromName(name)); }
-    static std::string Name(int id) {
-        const ZELDictionaryHeader* dictionary = CZELMessage::getVormaZelData()->dataDictionary();
-        return reinterpret_cast<const ZELDictionaryField*>(dictionary)[id].name;
-    }
     static std::string_view Value(CZELMessage& message, const char* name) {
         const _field_data* field = message.getField(Id(name), -1);
         return {static_cast<const char*>(field->value), field->length};
@@ -62,52 +59,28 @@ TEST_P(OrderQuery, StreamsArriveAsTheyLeft) {
     ASSERT_EQ(received.unpackMessage(frame.data.get()), 0);
     const std::string_view filterBytes = Value(received, "FILTER_STREAM");
     const std::string_view sortBytes = Value(received, "SORT_STREAM");
-    EXPECT_EQ(ToHex(filterBytes), ToHex({filter.GetStream(), static_cast<std::size_t>(filter.GetLength())}));
-
     ZELFilter terms;
     ASSERT_EQ(terms.SetStream(filterBytes.data(), static_cast<int>(filterBytes.size())), 0);
     ZELFilterItem item;
     std::string read;
     while (terms.GetFilterItem(item) == 0) {
-        read += Name(item.fieldId) + item.logicOperator.text + std::to_string(item.type) + " ";
-        switch (item.type) {
-            case kZELShort:
-                EXPECT_EQ(*item.AsShort(), 2);
-                break;
-            case kZELLong:
-                EXPECT_EQ(*item.AsLong(), 100);
-                break;
-            case kZELInt:
-                EXPECT_EQ(*item.AsInt(), 5000);
-                break;
-            case kZELText:
-                EXPECT_STREQ(item.AsText(), item.fieldId == Id("SYMBOL") ? "BARLEY" : "EUR");
-                break;
-            case kZELFloat:
-                EXPECT_EQ(*item.AsFloat(), 2.5F);
-                break;
-            case kZELDouble:
-                EXPECT_EQ(*item.AsDouble(), 99.75);
-                break;
-            case kZELDateTime:
-                EXPECT_EQ(item.AsDateTime()->minute, 30);
-                break;
-            default:
-                EXPECT_EQ(item.AsMoney()->amount, 10150);
-                break;
-        }
+        read += Shown(item) + "; ";
     }
-    EXPECT_EQ(read,
-              "SIDE=1 QUANTITY>=2 CONTRACT_SIZE!=3 CURRENCY=5 SYMBOL=5 COMMISSION_RATE<6 AVERAGE_PRICE>7 "
-              "LIMIT_PRICE<=9 ENTERED_AT>=8 ");
+    const auto id = [](const char* name) { return std::to_string(Id(name)); };
+    EXPECT_EQ(read, id("SIDE") + " = short 2; " + id("QUANTITY") + " >= long 100; " + id("CONTRACT_SIZE") +
+                        " != int 5000; " + id("CURRENCY") + " = text EUR; " + id("SYMBOL") + " = text BARLEY; " +
+                        id("COMMISSION_RATE") + " < float 2.5; " + id("AVERAGE_PRICE") + " > double 99.75; " +
+                        id("LIMIT_PRICE") + " <= money 10150 20; " + id("ENTERED_AT") +
+                        " >= date-time 17 5 124 9 30 0 0 3; ");
     ZELSortData keys;
     ASSERT_EQ(keys.SetStream(sortBytes.data(), static_cast<int>(sortBytes.size())), 0);
     SortItem key;
-    read.clear();
-    while (keys.GetSortItem(key) == 0) {
-        read += Name(key.fieldId) + ":" + std::to_string(key.sortOrder) + " ";
+    for (const char* name : {"LIMIT_PRICE", "ENTERED_AT"}) {
+        EXPECT_EQ(keys.GetSortItem(key), 0);
+        EXPECT_EQ(key.fieldId, Id(name));
+        EXPECT_EQ(key.sortOrder, name[0] == 'L' ? 2 : 1);
     }
-    EXPECT_EQ(read, "LIMIT_PRICE:2 ENTERED_AT:1 ");
+    EXPECT_EQ(keys.GetSortItem(key), -1);
     EXPECT_EQ(reports_.Take(), Lines{});
 
     // Whatever a program can write with the public classes links and copies.

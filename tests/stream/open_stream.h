@@ -13,23 +13,9 @@ struct Open : Stream {
     using ZELStream::blockCount;
     using ZELStream::blockSize;
     using ZELStream::buffer;
-    using ZELStream::end;
-    using ZELStream::GetInt;
     using ZELStream::GetShort;
-    using ZELStream::GetString;
-    using ZELStream::Grow;
-    using ZELStream::InitStream;
-    using ZELStream::PutDateTime;
-    using ZELStream::PutDouble;
-    using ZELStream::PutFloat;
-    using ZELStream::PutInt;
-    using ZELStream::PutLong;
-    using ZELStream::PutMoney;
     using ZELStream::PutShort;
-    using ZELStream::PutString;
-    using ZELStream::readPos;
     using ZELStream::start;
-    using ZELStream::Unwrite;
     using ZELStream::writePos;
 
     long Used() const { return this->writePos - this->buffer; }
@@ -39,24 +25,25 @@ struct Open : Stream {
 
 // The base alone.
 struct OpenStream : Open<ZELStream> {
-    explicit OpenStream(int size) { InitStream(size); }
-    using ZELStream::GetDateTime;
-    using ZELStream::GetDouble;
-    using ZELStream::GetFloat;
-    using ZELStream::GetLong;
-    using ZELStream::GetMoney;
+    using ZELStream::GetInt;
     using ZELStream::GetStream;
+    using ZELStream::GetString;
+    using ZELStream::Grow;
+    using ZELStream::InitStream;
+    using ZELStream::PutInt;
+    using ZELStream::PutString;
     using ZELStream::SetStream;
+    using ZELStream::Unwrite;
 };
 
 using OpenFilter = Open<ZELFilter>;
 using OpenSort = Open<ZELSortData>;
 
-// The finished stream's bytes.
+// The finished stream's bytes; none without a stream.
 template <typename Stream>
 std::string Bytes(Stream& stream) {
     const char* bytes = stream.GetStream();
-    return bytes != nullptr ? std::string(bytes, static_cast<std::size_t>(stream.GetLength())) : "none";
+    return bytes != nullptr ? std::string(bytes, static_cast<std::size_t>(stream.GetLength())) : "";
 }
 
 }  // namespace zel::test

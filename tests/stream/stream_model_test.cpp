@@ -91,10 +91,12 @@ public:
                     object.Rewind();
                     model.readAt = 4;
                 } else if (action < 47) {
+                    FailAllocationsFrom(failing);
                     object = Stream();
                     model = Model();
+                    model.held = failing == 0;
                 } else {
-                    ASSERT_EQ(Bytes(object), model.held ? model.Finished() : "none");
+                    ASSERT_EQ(Bytes(object), model.held ? model.Finished() : "");
                     short number = 0;
                     const bool readable = model.held && model.readAt + 2 <= model.bytes.size();
                     ASSERT_EQ(object.GetShort(number), readable ? 0 : -1);
@@ -104,12 +106,14 @@ public:
                 if (model.held) {
                     ASSERT_EQ(object.start, object.buffer);
                     ASSERT_EQ(static_cast<std::size_t>(object.Room()), model.room);
-                    ASSERT_EQ(object.blockCount, model.blocks);
                     ASSERT_EQ(static_cast<std::size_t>(object.ReadAt()), model.readAt);
                     ASSERT_EQ(std::string_view(object.buffer, model.bytes.size()).substr(4),
                               std::string_view(model.bytes).substr(4));
                     ASSERT_EQ(static_cast<std::size_t>(object.Used()), model.bytes.size());
                 }
+                ASSERT_EQ(object.buffer != nullptr, model.held);
+                ASSERT_EQ(object.blockSize, model.held ? kBlock : UINT32_MAX);
+                ASSERT_EQ(object.blockCount, model.held ? model.blocks : 0);
                 ASSERT_EQ(object.GetCount(), static_cast<int>(model.count));
             }
         }
@@ -143,7 +147,6 @@ TEST_P(Programs, SortDataDoesWhatTheModelDoes) {
 // Bytes that hold together often enough to get past the header; every read stays inside them, every term moves on.
 TEST_P(Programs, RandomBytesAreReadOrRefused) {
     TestTables tables;
-    int loaded = 0;
     int terms = 0;
     for (int round = 0; round < 20000; ++round) {
         const int size = Upto(80);
@@ -161,7 +164,6 @@ TEST_P(Programs, RandomBytesAreReadOrRefused) {
         OpenFilter filter;
         ZELSortData sort;
         if (filter.SetStream(exact.data.get(), size) == 0) {
-            ++loaded;
             EXPECT_EQ(std::string(filter.buffer, bytes.size()), bytes);
             ZELFilterItem item;
             long before = filter.ReadAt();
@@ -169,7 +171,6 @@ TEST_P(Programs, RandomBytesAreReadOrRefused) {
                 ++terms;
                 ASSERT_GE(filter.ReadAt(), before + 6);
                 before = filter.ReadAt();
-                ASSERT_TRUE(item.type >= 1 && item.type <= 9 && item.type != 4);
             }
             ASSERT_LE(filter.ReadAt(), size);
         }
@@ -181,7 +182,6 @@ TEST_P(Programs, RandomBytesAreReadOrRefused) {
             ASSERT_EQ(sort.GetSortItem(item), -1);
         }
     }
-    EXPECT_GT(loaded, 5000);
     EXPECT_GT(terms, 500);
 }
 
