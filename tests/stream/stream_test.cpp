@@ -16,7 +16,8 @@ std::string State(const OpenStream& stream) {
     EXPECT_EQ(stream.start, stream.buffer);
     std::string state;
     for (const long number : {stream.Used(), stream.ReadAt(), stream.Room(), static_cast<long>(stream.blockCount)}) {
-        state += (state.empty() ? "" : " ") + std::to_string(number);
+        state += state.empty() ? "" : " ";
+        state += std::to_string(number);
     }
     return stream.buffer != nullptr ? state : stream.writePos == nullptr ? "none" : "a position without a block";
 }
