@@ -7,17 +7,6 @@ namespace zel {
 
 short DenominatorToDisplayCode(long denominator) noexcept {
     switch (Low32(denominator)) {
-        case 1:
-        case 2:
-        case 4:
-        case 8:
-        case 10:
-        case 16:
-        case 32:
-        case 64:
-        case 128:
-        case 256:
-            return static_cast<short>(denominator);
         case 100:
             return 20;
         case 1000:
@@ -26,8 +15,11 @@ short DenominatorToDisplayCode(long denominator) noexcept {
             return 40;
         case 100000:
             return 50;
-        default:
-            return 0;
+        default: {
+            // All other codes are their own denominators.
+            const auto code = static_cast<short>(denominator);
+            return DisplayCodeToDenominator(code) == Low32(denominator) ? code : short{0};
+        }
     }
 }
 

@@ -5,7 +5,7 @@
 //  - No exception leaves the library and nothing is reported to the error sink, but for the reports of the dictionary
 //    lookup in ZELFilter::GetFilterItem. An int result is 0 on success and -1 on failure.
 //  - Arguments are read during the call only; the object keeps copies. They must not point into the object's own
-//  stream.
+//    stream.
 //  - An object belongs to one thread at a time, also as the source of a copy. Different objects are independent.
 //  - An object that found no memory has no stream: it fails every operation, GetStream answers null.
 //  - A stream grows by whole blocks of 16384 bytes. Growth moves it (what GetStream answered is lost) and sets the read
