@@ -85,6 +85,10 @@ protected:
     void RewindCounted() noexcept { readPos = buffer != nullptr ? start + 4 : nullptr; }
     char* FinishCounted(uint32_t count) noexcept;
     int CopyCounted(const ZELStream& source) noexcept;
+    // Loads a received stream and sets `count` from its header, unless header and length contradict one another.
+    // `countFits` tells whether the count word can stand for `size` bytes behind the header.
+    int LoadCounted(const char* bytes, int length, bool (*countFits)(uint16_t word, int size),
+                    uint32_t& count) noexcept;
     // Takes over `length` bytes, a header of `headerSize` included, that the caller has checked.
     int Load(const char* bytes, int length, int headerSize) noexcept;
 

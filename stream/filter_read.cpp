@@ -19,15 +19,7 @@ bool CountFits(std::uint16_t word, int size) noexcept {
 }  // namespace
 
 int ZELFilter::SetStream(const char* bytes, int length) noexcept {
-    if (!zel::HeaderHolds(bytes, length, zel::kCountedHeaderSize)) {
-        return -1;
-    }
-    const std::uint16_t word = zel::CountWord(bytes);
-    if (!CountFits(word, length - zel::kCountedHeaderSize) || Load(bytes, length, zel::kCountedHeaderSize) != 0) {
-        return -1;
-    }
-    count = word;
-    return 0;
+    return LoadCounted(bytes, length, CountFits, count);
 }
 
 // Reads a value as its field's type says: the stream itself does not tell. `into` is as it was when this fails.

@@ -45,15 +45,7 @@ char* ZELSortData::GetStream() noexcept {
 }
 
 int ZELSortData::SetStream(const char* bytes, int length) noexcept {
-    if (!zel::HeaderHolds(bytes, length, zel::kCountedHeaderSize)) {
-        return -1;
-    }
-    const std::uint16_t word = zel::CountWord(bytes);
-    if (!CountFits(word, length - zel::kCountedHeaderSize) || Load(bytes, length, zel::kCountedHeaderSize) != 0) {
-        return -1;
-    }
-    count = word;
-    return 0;
+    return LoadCounted(bytes, length, CountFits, count);
 }
 
 int ZELSortData::GetSortItem(SortItem& item) noexcept {

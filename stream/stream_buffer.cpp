@@ -140,6 +140,19 @@ int ZELStream::Load(const char* bytes, int length, int headerSize) noexcept {
     return 0;
 }
 
+int ZELStream::LoadCounted(const char* bytes, int length, bool (*countFits)(std::uint16_t word, int size),
+                           std::uint32_t& count) noexcept {
+    if (!zel::HeaderHolds(bytes, length, zel::kCountedHeaderSize)) {
+        return -1;
+    }
+    const std::uint16_t word = zel::CountWord(bytes);
+    if (!countFits(word, length - zel::kCountedHeaderSize) || Load(bytes, length, zel::kCountedHeaderSize) != 0) {
+        return -1;
+    }
+    count = word;
+    return 0;
+}
+
 void ZELStream::ReserveCount() noexcept {
     if (buffer != nullptr) {
         readPos += zel::kCountedHeaderSize - zel::kLengthSize;
