@@ -13,6 +13,10 @@ install(FILES $<TARGET_FILE_DIR:zeldata>/zeldata.img
     DESTINATION $<IF:$<PLATFORM_ID:Windows>,${CMAKE_INSTALL_BINDIR},${CMAKE_INSTALL_LIBDIR}>)
 install(DIRECTORY include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/zel FILES_MATCHING PATTERN "*.h")
 
+if(ZEL_MSVC_LIBRARY)
+    install(FILES ${ZEL_MSVC_LIBRARY} DESTINATION ${CMAKE_INSTALL_LIBDIR})
+endif()
+
 set(package ${CMAKE_INSTALL_LIBDIR}/cmake/zel)
 install(EXPORT zel_targets NAMESPACE zel:: DESTINATION ${package})
 configure_package_config_file(cmake/zelConfig.cmake.in ${PROJECT_BINARY_DIR}/zelConfig.cmake

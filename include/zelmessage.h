@@ -239,9 +239,15 @@ public:
     int useFormat2;
 };
 
-static_assert(offsetof(CZELMessage, compressMode) == 12, "layout of CZELMessage");
+static_assert(offsetof(CZELMessage, msgType) == 0 && offsetof(CZELMessage, subType) == 2, "layout of CZELMessage");
+static_assert(offsetof(CZELMessage, serviceIdHigh) == 4 && offsetof(CZELMessage, serviceIdLow) == 6, "CZELMessage");
+static_assert(offsetof(CZELMessage, repeatCount) == 8 && offsetof(CZELMessage, compressMode) == 12, "CZELMessage");
+static_assert(offsetof(CZELMessage, shortFrame) == 16, "layout of CZELMessage");
 static_assert(offsetof(CZELMessage, message) == (sizeof(void*) == 8 ? 24 : 20), "layout of CZELMessage");
-static_assert(offsetof(CZELMessage, version) == offsetof(CZELMessage, message) + 2 * sizeof(void*), "layout");
+static_assert(offsetof(CZELMessage, provider) == offsetof(CZELMessage, message) + sizeof(void*), "CZELMessage");
+static_assert(offsetof(CZELMessage, version) == offsetof(CZELMessage, message) + 2 * sizeof(void*), "CZELMessage");
+static_assert(offsetof(CZELMessage, sequence) == offsetof(CZELMessage, version) + 2, "layout of CZELMessage");
+static_assert(offsetof(CZELMessage, useFormat2) == offsetof(CZELMessage, version) + 4, "layout of CZELMessage");
 static_assert(sizeof(CZELMessage) == offsetof(CZELMessage, version) + 8, "layout of CZELMessage");
 
 extern "C" {

@@ -14,6 +14,7 @@ constexpr int kWrongUsage = 2;
 int Run(int argc, char** argv) {
     CLI::App app("Tools for the ZEL message protocol", "zel");
     app.require_subcommand(1);
+    app.allow_windows_style_options(false);  // a path may begin with "/"
     app.footer("'zel VERB --help' tells more, with examples.");
     int status = 0;
     zel::tools::AddDictCommand(app, status);

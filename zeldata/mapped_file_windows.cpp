@@ -30,7 +30,7 @@ bool MapHandle(HANDLE handle, MappedFile& file, MapFault& fault) noexcept {
     if (static_cast<std::uintmax_t>(size.QuadPart) > SIZE_MAX) {
         return Refuse(fault, "is too long to be mapped");
     }
-    const HANDLE mapping = CreateFileMappingA(handle, nullptr, PAGE_READONLY, 0, 0, nullptr);
+    HANDLE mapping = CreateFileMappingA(handle, nullptr, PAGE_READONLY, 0, 0, nullptr);
     if (mapping == nullptr) {
         return RefuseWithLastError(fault, "cannot be mapped");
     }
@@ -47,7 +47,7 @@ bool MapHandle(HANDLE handle, MappedFile& file, MapFault& fault) noexcept {
 }  // namespace
 
 bool MapFile(const char* path, MappedFile& file, MapFault& fault) noexcept {
-    const HANDLE handle = CreateFileA(path, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_DELETE, nullptr, OPEN_EXISTING,
+    HANDLE handle = CreateFileA(path, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_DELETE, nullptr, OPEN_EXISTING,
                                       FILE_ATTRIBUTE_NORMAL, nullptr);
     if (handle == INVALID_HANDLE_VALUE) {
         return RefuseWithLastError(fault, "cannot be opened");

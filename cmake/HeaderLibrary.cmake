@@ -1,0 +1,15 @@
+# zel_header_library(<package> <target> <folder>): a header-only library. A cross build takes it from the machine that
+# builds, by its folder of headers alone: the system's other headers are not the target's.
+function(zel_header_library package target folder)
+    if(NOT CMAKE_CROSSCOMPILING)
+        find_package(${package} REQUIRED)
+        set_target_properties(${target} PROPERTIES IMPORTED_GLOBAL TRUE)
+        return()
+    endif()
+    find_path(${package}_PARENT ${folder} PATHS /usr/include /usr/local/include NO_CMAKE_FIND_ROOT_PATH REQUIRED)
+    set(include ${PROJECT_BINARY_DIR}/header_libraries/${package})
+    file(MAKE_DIRECTORY ${include})
+    file(CREATE_LINK ${${package}_PARENT}/${folder} ${include}/${folder} SYMBOLIC)
+    add_library(${target} INTERFACE IMPORTED GLOBAL)
+    target_include_directories(${target} SYSTEM INTERFACE ${include})
+endfunction()
