@@ -111,11 +111,12 @@ std::string ValueText(const _field_data& field, int type) {
         case kZELLong:
         case kZELInt:
             std::memcpy(&wide, bytes, sizeof wide);
-            std::snprintf(text, sizeof text, "%d", wide);
+            std::snprintf(text, sizeof text, "%ld", static_cast<long>(wide));
             return text;
         case kZELMoney:
             std::memcpy(&money, bytes, sizeof money);
-            std::snprintf(text, sizeof text, "amount %d, display code %d", money.amount, money.displayCode);
+            std::snprintf(text, sizeof text, "amount %ld, display code %d", static_cast<long>(money.amount),
+                          money.displayCode);
             return text;
         case kZELDateTime:
             std::memcpy(&moment, bytes, sizeof moment);
@@ -172,9 +173,9 @@ int RoundTrip() {
     if (received.unpackMessage(frame.data()) != 0) {
         return 1;
     }
-    std::printf("\nUnpacked: type %d, sub-type %d, for service %d.%d, user data %d, %d legs\n\n", received.msgType,
-                received.subType, received.serviceIdHigh, received.serviceIdLow, received.message->userData,
-                received.repeatCount);
+    std::printf("\nUnpacked: type %d, sub-type %d, for service %d.%d, user data %ld, %d legs\n\n", received.msgType,
+                received.subType, received.serviceIdHigh, received.serviceIdLow,
+                static_cast<long>(received.message->userData), received.repeatCount);
     PrintFields(received);
     return 0;
 }

@@ -2,12 +2,13 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
-#include <cstdlib>
 #include <filesystem>
 
 #include "crush32/crush32.h"
 #include "include/zelmessage.h"
 #include "tests/lifecycle/fake_provider.h"
+#include "tests/lifecycle/shown_box.h"
+#include "tests/support/environment.h"
 #include "tests/support/recorded_reports.h"
 
 namespace {
@@ -51,7 +52,7 @@ protected:
     void SetUp() override {
         char address[32];
         (void)std::snprintf(address, sizeof address, "%p", static_cast<void*>(&counts));
-        setenv(kCountsVariable, address, 1);
+        SetEnvironment(kCountsVariable, address);
         counts = {};
         startUps = 0;
         shutDowns = 0;
@@ -59,7 +60,9 @@ protected:
     }
     void TearDown() override {
         CZELMessage::terminate();
-        Install("");
+        // On Windows the file of a library that stays loaded stays, too: until the next test's SetUp.
+        std::error_code ignored;
+        fs::remove(kProviderPath, ignored);
     }
     // Puts the provider of this kind where the library finds it; "": none.
     static void Install(const std::string& kind) {
@@ -72,19 +75,18 @@ protected:
 
 constexpr char kBox[] = "LoadLib/GetProcAddress Failed: CZELMessage::CZELMessage(): Error Loading zeldata.dll\n";
 
-std::string LineOfConstruction() {
-    testing::internal::CaptureStderr();
-    CZELMessage message(1, 0);
-    std::string line = testing::internal::GetCapturedStderr();
-    EXPECT_EQ(message.provider, CZELMessage::getVormaZelData());
-    return line;
+std::string BoxOfConstruction() {
+    return BoxesShownBy([] {
+        const CZELMessage message(1, 0);
+        EXPECT_EQ(message.provider, CZELMessage::getVormaZelData());
+    });
 }
 
 TEST_F(Lifecycle, LoadsOnceAndRefreshesTheTables) {
     Install("counting");
     CZELMessage::init();
     EXPECT_NE(CZELMessage::getVormaZelData(), nullptr);
-    EXPECT_EQ(LineOfConstruction(), "");
+    EXPECT_EQ(BoxOfConstruction(), "");
     CZELMessage::init();
     EXPECT_TRUE(counts.loads == 1 && counts.entries == 1);
     EXPECT_TRUE(counts.dictionaries == 2 && counts.messageTables == 2);
@@ -102,7 +104,7 @@ TEST_F(Lifecycle, LoadsOnceAndRefreshesTheTables) {
     EXPECT_TRUE(counts.destructions == 1 && counts.lastFlag == 1 && counts.unloads == 1 && shutDowns == 1);
     CZELMessage::terminate();
     EXPECT_TRUE(counts.destructions == 1 && counts.unloads == 1 && shutDowns == 2);
-    EXPECT_EQ(LineOfConstruction(), kBox);
+    EXPECT_EQ(BoxOfConstruction(), kBox);
     CZELMessage::init();
     EXPECT_TRUE(counts.loads == 2 && counts.entries == 2 && counts.dictionaries == 3);
     EXPECT_NE(CZELMessage::getVormaZelData(), nullptr);
@@ -118,22 +120,20 @@ TEST_F(Lifecycle, StopsWithoutAStart) {
 // A library that stays loaded is found again whatever lies in the file: each of these runs in a process of its own.
 void ExpectQuietFailure(int loads, int entries) {
     RecordedReports reports;
-    testing::internal::CaptureStderr();
-    CZELMessage::init();
-    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+    EXPECT_EQ(BoxesShownBy([] { CZELMessage::init(); }), "");
     EXPECT_EQ(CZELMessage::getVormaZelData(), nullptr);
     EXPECT_TRUE(counts.loads == loads && counts.entries == entries);
     EXPECT_EQ(startUps, 1);
     EXPECT_EQ(reports.Take(), Lines{});
-    EXPECT_EQ(LineOfConstruction(), kBox);
-    EXPECT_EQ(LineOfConstruction(), kBox) << "each construction says so";
-    testing::internal::CaptureStderr();
-    CZELMessage message(0, 0);
-    testing::internal::GetCapturedStderr();
-    message.createStruct();
-    EXPECT_EQ(message.message, nullptr);
-    EXPECT_EQ(reports.Take(), Lines{"1415 Message table not initialized in shared memory"});
-    EXPECT_EQ(message.getZelIdFromName("KNOWN"), -1);
+    EXPECT_EQ(BoxOfConstruction(), kBox);
+    EXPECT_EQ(BoxOfConstruction(), kBox) << "each construction says so";
+    BoxesShownBy([&] {
+        CZELMessage message(0, 0);
+        message.createStruct();
+        EXPECT_EQ(message.message, nullptr);
+        EXPECT_EQ(reports.Take(), Lines{"1415 Message table not initialized in shared memory"});
+        EXPECT_EQ(message.getZelIdFromName("KNOWN"), -1);
+    });
     CZELMessage::terminate();
     EXPECT_EQ(counts.unloads, 0) << "without a provider nothing is unloaded";
 }

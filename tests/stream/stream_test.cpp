@@ -15,7 +15,8 @@ namespace {
 std::string State(const OpenStream& stream) {
     EXPECT_EQ(stream.start, stream.buffer);
     std::string state;
-    for (const long number : {stream.Used(), stream.ReadAt(), stream.Room(), static_cast<long>(stream.blockCount)}) {
+    for (const std::int64_t number :
+         std::initializer_list<std::int64_t>{stream.Used(), stream.ReadAt(), stream.Room(), stream.blockCount}) {
         state += state.empty() ? "" : " ";
         state += std::to_string(number);
     }
@@ -31,7 +32,9 @@ TEST(Stream, DoesEachStep) {
         short small = 0;
         char text[65535];
         const auto shown = [](int result, const auto& read) { return result == 0 ? std::to_string(read) : "refused"; };
-        const auto read = [](const std::string& argument) { return static_cast<int>(std::stol(argument, nullptr, 0)); };
+        const auto read = [](const std::string& argument) {
+            return static_cast<int>(std::stoll(argument, nullptr, 0));
+        };
         using Operation = std::function<std::string(const std::string&)>;
         const std::map<std::string, Operation> operations{
             {"init", [&](auto& argument) { return stream.InitStream(read(argument)), ""; }},

@@ -21,7 +21,7 @@ protected:
     void SetUp() override {
         fs::create_directory(folder_);
         fs::current_path(folder_);
-        fs::copy(ZEL_SOURCE_DIR "/tests/tools/cases/small.json", ".");
+        fs::copy_file(ZEL_SOURCE_DIR "/tests/tools/cases/small.json", "small.json");
         std::ofstream("bad.json") << "{\"fields\": [],\n}";
         std::ofstream("old.img") << "old";
     }

@@ -1,0 +1,45 @@
+#!/usr/bin/env bash
+# Reads the built files: what they export, and that they import nothing but one another and Windows.
+#   shipped_files.sh <folder of the files> <objdump>
+set -euo pipefail
+folder=$1 objdump=$2
+source=$(cd "$(dirname "$0")/../.." && pwd)
+status=0
+
+expect() { # <what> <expected lines> <found lines>
+    diff --label "$1, expected" --label "$1, found" <(sort <<<"$2") <(sort <<<"$3") || status=1
+}
+
+headers() {
+    "$objdump" -p "$folder/$1" | tr -d '\r'
+}
+
+exports_of() {
+    headers "$1" | sed -n '/^\[Ordinal\/Name Pointer\] Table/,/^$/s/^\t\[ *[0-9]*\] //p'
+}
+
+ordinals_of() {
+    headers "$1" | sed -n 's/^\t\[.*+base\[ *\([0-9]*\)\] .*Export RVA$/\1/p'
+}
+
+# "FILE" for each imported file, and "FILE name" or "FILE @ordinal" for what is imported from ours.
+imports_of() {
+    headers "$1" | awk '
+        /DLL Name:/ { file = $3; print toupper(file) }
+        /<none>/ && toupper(file) == "CRUSH32.DLL" { print "CRUSH32.DLL @" $2 }
+        /^\t[0-9a-f]+\t/ && !/<none>/ && toupper(file) ~ /^(CRUSH32|ZELDATA)\.DLL$/ { print toupper(file) " " $3 }'
+}
+
+ordinals=$'3\n4\n5\n6\n10\n24'
+windows=$'KERNEL32.DLL\nMSVCRT.DLL'
+
+expect "exports of zel.dll" "$(sed -nE 's/^    "?([^ "]+).*/\1/p' "$source/zel.def")" "$(exports_of zel.dll)"
+expect "exports of zeldata.dll" VORMA_DLL_ENTRY "$(exports_of zeldata.dll)"
+expect "names that CRUSH32.dll exports" "" "$(exports_of CRUSH32.dll)"
+expect "ordinals that CRUSH32.dll exports" "$ordinals" "$(ordinals_of CRUSH32.dll)"
+expect "imports of zel.dll" "$windows"$'\nUSER32.DLL\nCRUSH32.DLL\n'"$(sed 's/^/CRUSH32.DLL @/' <<<"$ordinals")" \
+    "$(imports_of zel.dll)"
+expect "imports of zeldata.dll" "$windows" "$(imports_of zeldata.dll)"
+expect "imports of CRUSH32.dll" "$windows" "$(imports_of CRUSH32.dll)"
+expect "imports of zel.exe" "$windows" "$(imports_of zel.exe)"
+exit $status
