@@ -5,6 +5,7 @@
 #include <iostream>
 
 #include "tools/dict_command.h"
+#include "tools/terminal.h"
 
 namespace {
 
@@ -23,7 +24,7 @@ int Run(int argc, char** argv) {
         return app.exit(error) == 0 ? 0 : kWrongUsage;
     }
     std::cout.flush();
-    if (!std::cout) {
+    if (!std::cout && !zel::tools::IsReaderGone()) {
         throw std::runtime_error("cannot write to standard output");
     }
     return status;
@@ -32,6 +33,7 @@ int Run(int argc, char** argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
+    zel::tools::PrepareStreams();
     try {
         return Run(argc, argv);
     } catch (const std::exception& error) {
