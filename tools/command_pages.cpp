@@ -25,6 +25,10 @@ std::vector<const CLI::Option*> ShownOptions(const CLI::App& app) {
     return app.get_options([](const CLI::Option* option) { return !IsHidden(*option); });
 }
 
+bool IsLeaf(const CLI::App& app) {
+    return ShownVerbs(app).empty();
+}
+
 // Every verb, each before those below it.
 void CollectVerbs(const CLI::App& app, const std::string& name, std::vector<Verb>& verbs) {
     verbs.push_back({name, &app});
@@ -91,11 +95,8 @@ std::string OptionTerm(const CLI::Option& option) {
     for (const std::string& name : option.get_lnames()) {
         term += (term.empty() ? "\\fB\\-\\-" : ", \\fB\\-\\-") + Roff(name) + "\\fR";
     }
-    if (option.get_type_size() == 0) {
-        return term;
-    }
-    return term + " \\fI" + Roff(option.get_option_text().empty() ? option.get_type_name() : option.get_option_text()) +
-           "\\fR";
+    const std::string taken = option.get_option_text().empty() ? option.get_type_name() : option.get_option_text();
+    return option.get_type_size() == 0 || taken.empty() ? term : term + " \\fI" + Roff(taken) + "\\fR";
 }
 
 std::string Synopsis(const Verb& verb) {
@@ -123,12 +124,17 @@ std::string FooterText(const std::string& footer) {
     return text + (inExamples ? ".fi\n.RE\n" : "");
 }
 
-std::string VerbSection(const Verb& verb) {
+std::string VerbSection(const Verb& verb, const std::string& inherited) {
     std::string text = ".SS " + Roff(verb.name) + '\n' + Roff(verb.app->get_description()) + ".\n";
     for (const CLI::Option* option : ShownOptions(*verb.app)) {
+        // Every verb has it: the description above tells of it once.
+        if (option == verb.app->get_help_ptr()) {
+            continue;
+        }
         text += ".TP\n" + OptionTerm(*option) + '\n' + Roff(option->get_description()) + ".\n";
     }
-    return text + FooterText(verb.app->get_footer());
+    // A verb without a footer of its own has that of the command.
+    return verb.app->get_footer() == inherited ? text : text + FooterText(verb.app->get_footer());
 }
 
 std::string Quoted(const std::string& text) {
@@ -164,7 +170,7 @@ std::string ManualPage(const CLI::App& app, const std::string& version) {
                        Roff(Lowered(app.get_description())) + "\n.SH SYNOPSIS\n.nh\n.ad l\n";
     const char* separator = "";
     for (const Verb& verb : verbs) {
-        if (ShownVerbs(*verb.app).empty()) {
+        if (IsLeaf(*verb.app)) {
             text += separator + Synopsis(verb);
             separator = ".br\n";
         }
@@ -175,8 +181,8 @@ std::string ManualPage(const CLI::App& app, const std::string& version) {
     }
     text += ".SH VERBS\n";
     for (const Verb& verb : verbs) {
-        if (verb.app != &app) {
-            text += VerbSection(verb);
+        if (IsLeaf(*verb.app)) {
+            text += VerbSection(verb, app.get_footer());
         }
     }
     return text;

@@ -134,6 +134,11 @@ void AddDiff(CLI::App& dict, int& status) {
 void AddDictCommand(CLI::App& app, int& status) {
     CLI::App* dict = app.add_subcommand("dict", "Check, build, show and compare dictionaries");
     dict->require_subcommand(1);
+    dict->footer(
+        "Examples:\n"
+        "  zel dict check zeldata/sample.json\n"
+        "  zel dict show zeldata/sample.json 10/2\n"
+        "'zel dict VERB --help' tells more.");
     AddBuild(*dict, status);
     AddCheck(*dict, status);
     AddShow(*dict, status);

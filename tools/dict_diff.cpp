@@ -55,13 +55,13 @@ std::string FormatNames(Formats formats) {
 
 void PrintChange(const Change& change, const Style& style) {
     const KindStyle kind = StyleOf(change.kind);
-    std::cout << Inked(style, kind.ink, kind.name) << ' ' << change.subject << ": " << change.text << '\n';
+    std::cout << Inked(style, kind.ink, kind.name) << ' ' << Harmless(change.subject + ": " + change.text) << '\n';
     if (change.breaks != kNoFormat) {
         std::cout << "    " << Inked(style, Ink::kRed, "breaks " + FormatNames(change.breaks)) << ": ";
     } else if (!change.reason.empty()) {
         std::cout << "    ";
     }
-    std::cout << change.reason << (change.reason.empty() ? "" : "\n");
+    std::cout << Harmless(change.reason) << (change.reason.empty() ? "" : "\n");
 }
 
 void PrintJson(const std::vector<Change>& changes) {

@@ -74,7 +74,7 @@ void ShowMessages(const std::vector<const MessageSource*>& messages, const Style
 
 // One message in the order of the wire; the fields of its group stand under their count.
 void ShowMessage(const DictionarySource& dictionary, const MessageSource& message, const Style& style) {
-    std::cout << Inked(style, Ink::kBold, "message " + TypeAndSubType(message) + ' ' + message.name) << '\n';
+    std::cout << Inked(style, Ink::kBold, Harmless("message " + TypeAndSubType(message) + ' ' + message.name)) << '\n';
     Table table{{"id", "field", "presence", "type", "length", "version", "text"}, {}};
     for (std::size_t i = 0; i < message.entries.size(); ++i) {
         const EntrySource& entry = message.entries[i];
@@ -171,6 +171,10 @@ int ShowSource(const DictionaryFile& file) {
 
 int ShowDictionary(const ShowOptions& options) {
     const Request request = ReadRequest(options);
+    if (request.path.empty()) {
+        std::cerr << "zel: no dictionary image is known here; name one, or set ZELDATA_IMAGE\n";
+        return kStatusUsage;
+    }
     if (options.json && !request.subject.empty()) {
         std::cerr << "zel: --json shows the whole dictionary; leave out " << request.subject << '\n';
         return kStatusUsage;

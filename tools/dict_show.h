@@ -12,7 +12,7 @@ struct ShowOptions {
     bool json = false;
 };
 
-// The exit status. Throws std::runtime_error when no dictionary is named and none is known.
+// The exit status.
 [[nodiscard]] int ShowDictionary(const ShowOptions& options);
 
 }  // namespace zel::tools

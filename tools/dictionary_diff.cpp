@@ -140,8 +140,10 @@ void CompareField(const Side& before, const Side& after, const FieldSource& was,
         return;
     }
     for (std::size_t i = first; i < changes.size(); ++i) {
-        changes[i].breaks = kNoFormat;
-        changes[i].reason = "no message that both have lists it";
+        if (changes[i].breaks != kNoFormat) {
+            changes[i].breaks = kNoFormat;
+            changes[i].reason = "no message that both have lists it";
+        }
     }
 }
 

@@ -24,8 +24,7 @@ struct DictionaryFile {
 
 [[nodiscard]] bool IsSourceName(const std::string& path);
 
-// The path of the image that the provider library on this machine serves. Throws std::runtime_error when that is not
-// known.
+// The path of the image that the provider library on this machine serves, or nothing when that is not known.
 [[nodiscard]] std::string ServedImage();
 
 }  // namespace zel::tools

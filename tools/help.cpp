@@ -31,6 +31,11 @@ public:
         label("SUBCOMMAND", "VERB");
     }
 
+    // The usage line tells which arguments may be left out.
+    std::string make_option_opts(const CLI::Option* option) const override {
+        return option->get_positional() ? "" : CLI::Formatter::make_option_opts(option);
+    }
+
     std::string make_option_desc(const CLI::Option* option) const override {
         return Wrap(option->get_description(), kLineWidth - kTermWidth);
     }

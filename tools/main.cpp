@@ -19,8 +19,11 @@ int Run(int argc, char** argv) {
     app.set_version_flag("--version", "zel " ZEL_VERSION, "Show the version");
     app.require_subcommand(1);
     app.footer(
-        "'zel VERB --help' tells more, with examples.\nExit status: 0 good, 1 something bad or different was "
-        "found, 2 wrong usage or no usable dictionary.");
+        "Examples:\n"
+        "  zel dict show zeldata/sample.json 10/2\n"
+        "  zel value money \"101'16\"\n"
+        "'zel VERB --help' tells more.\n"
+        "Exit status: 0 good, 1 something bad or different was found, 2 wrong usage or no usable dictionary.");
     int status = zel::tools::kStatusGood;
     zel::tools::AddDictCommand(app, status);
     zel::tools::AddValueCommand(app, status);

@@ -50,11 +50,6 @@ std::vector<Column> Measure(const Table& table) {
     return columns;
 }
 
-// Images may hold control characters in their texts; a terminal must not see them.
-char Harmless(char byte) {
-    return static_cast<unsigned char>(byte) < 0x20 || byte == 0x7f ? '?' : byte;
-}
-
 std::string Line(const std::vector<std::string>& cells, const std::vector<Column>& columns, const Style& style) {
     std::string line;
     for (std::size_t i = 0; i < cells.size(); ++i) {
@@ -62,9 +57,8 @@ std::string Line(const std::vector<std::string>& cells, const std::vector<Column
         line += i == 0 ? "" : std::string(kGap, ' ');
         line += columns[i].isNumeric ? padding + cells[i] : cells[i] + padding;
     }
-    std::transform(line.begin(), line.end(), line.begin(), Harmless);
     line.erase(line.find_last_not_of(' ') + 1);
-    return style.width == 0 ? line : CutTo(line, style.width);
+    return Harmless(style.width == 0 ? line : CutTo(line, style.width));
 }
 
 const char* Escape(Ink ink) {
@@ -89,6 +83,12 @@ Style OutputStyle() {
 
 std::string Inked(const Style& style, Ink ink, const std::string& text) {
     return style.color ? Escape(ink) + text + "\x1b[0m" : text;
+}
+
+std::string Harmless(std::string text) {
+    std::replace_if(
+        text.begin(), text.end(), [](char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7f; }, '?');
+    return text;
 }
 
 void PrintTable(std::ostream& out, const Table& table, const Style& style) {

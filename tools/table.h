@@ -22,6 +22,9 @@ enum class Ink { kBold, kRed, kGreen, kYellow };
 // The text as it is, or in that ink when the style has colours.
 [[nodiscard]] std::string Inked(const Style& style, Ink ink, const std::string& text);
 
+// The text with a "?" for each control character: images may hold some, and a terminal must not see them.
+[[nodiscard]] std::string Harmless(std::string text);
+
 struct Table {
     std::vector<std::string> heads;
     std::vector<std::vector<std::string>> rows;  // each with as many cells as there are heads

@@ -46,14 +46,17 @@ private:
 // The library refuses many texts without a word.
 int Refused(const Reports& reports, const ValueOptions& options, const char* verb) {
     if (!reports.any()) {
-        std::cerr << "zel: '" << options.text << "' is no " << verb << " that the library reads; 'zel value " << verb
-                  << " --help' shows some that are\n";
+        std::cerr << "zel: '" << options.text << "': the library refuses it without a report; 'zel value " << verb
+                  << " --help' shows texts that it reads\n";
     }
     return kStatusFound;
 }
 
+// Above the longest name.
+constexpr std::size_t kNameWidth = 15;
+
 void ShowLine(const std::string& name, const std::string& value) {
-    std::cout << name << std::string(name.size() < 14 ? 14 - name.size() : 1, ' ') << value << '\n';
+    std::cout << name << std::string(kNameWidth - name.size(), ' ') << value << '\n';
 }
 
 std::string Hex(const unsigned char* bytes, std::size_t size) {
@@ -74,12 +77,11 @@ std::string Rendered(int (*render)(const Record*, char*, short) noexcept, const 
     return render(&record, text.data(), format) == 0 ? text.data() : "";
 }
 
-// The rendering asked for alone, or each of these formats in its line.
 template <typename Record, std::size_t Count>
-void ShowFormats(const char* name, int (*render)(const Record*, char*, short) noexcept, const Record& record,
+void ShowFormats(int (*render)(const Record*, char*, short) noexcept, const Record& record,
                  const std::array<short, Count>& formats) {
     for (const short format : formats) {
-        ShowLine(name + std::to_string(format), Rendered(render, record, format));
+        ShowLine("format " + std::to_string(format), Rendered(render, record, format));
     }
 }
 
@@ -103,17 +105,19 @@ std::string WireBytes(const _datetime& value) {
     return Hex(bytes.data(), bytes.size());
 }
 
-void ShowMoneyRecord(const _money& money) {
+// False when the library cannot take the record apart, nor show it.
+bool ShowMoneyRecord(const _money& money) {
     ShowLine("bytes", WireBytes(money));
     ShowLine("amount", std::to_string(money.amount));
     ShowLine("display code", std::to_string(money.displayCode));
     long whole = 0;
     long numerator = 0;
     long denominator = 0;
-    if (ZELUnformatMoney(&money, &whole, &numerator, &denominator) == 0) {
-        ShowLine("parts",
-                 std::to_string(whole) + " and " + std::to_string(numerator) + '/' + std::to_string(denominator));
+    if (ZELUnformatMoney(&money, &whole, &numerator, &denominator) != 0) {
+        return false;
     }
+    ShowLine("parts", std::to_string(whole) + " and " + std::to_string(numerator) + '/' + std::to_string(denominator));
+    return true;
 }
 
 int ShowMoney(const ValueOptions& options) {
@@ -126,18 +130,19 @@ int ShowMoney(const ValueOptions& options) {
         std::cout << Rendered(ZELMoneyToStr, money, *options.format) << '\n';
         return reports.any() ? kStatusFound : kStatusGood;
     }
-    ShowMoneyRecord(money);
-    // Every number above 3 shows alike.
-    ShowFormats("format ", ZELMoneyToStr, money, std::array<short, 5>{0, 1, 2, 3, 4});
+    if (ShowMoneyRecord(money)) {
+        // Every number above 3 shows alike.
+        ShowFormats(ZELMoneyToStr, money, std::array<short, 5>{0, 1, 2, 3, 4});
+    }
     return reports.any() ? kStatusFound : kStatusGood;
 }
 
 void ShowDateFormats(const _datetime& value) {
-    ShowFormats("format ", ZELDateToStr, value, std::array<short, 12>{0, 1, 2, 7, 9, 10, 11, 12, 13, 14, 15, 16});
+    ShowFormats(ZELDateToStr, value, std::array<short, 12>{0, 1, 2, 7, 9, 10, 11, 12, 13, 14, 15, 16});
 }
 
 void ShowTimeFormats(const _datetime& value) {
-    ShowFormats("format ", ZELTimeToStr, value, std::array<short, 4>{3, 4, 5, 6});
+    ShowFormats(ZELTimeToStr, value, std::array<short, 4>{3, 4, 5, 6});
 }
 
 void ShowDateTimeRecord(const _datetime& value) {
@@ -204,13 +209,13 @@ int ShowFraction(const ValueOptions& options) {
     ShowLine("fraction", fraction.get());
     _money money{};
     if (ZELStrToMoney(fraction.get(), &money) == 0) {
-        ShowMoneyRecord(money);
+        (void)ShowMoneyRecord(money);
     }
     return reports.any() ? kStatusFound : kStatusGood;
 }
 
 constexpr char kExitStatus[] =
-    "A text that begins with '-' and no digit stands behind '--'.\n"
+    "Put '--' in front of a text that begins with '-' and no digit.\n"
     "Exit status: 0 read, 1 the library refused or reported it, 2 wrong usage.";
 
 struct ValueVerb {
@@ -257,6 +262,10 @@ constexpr ValueVerb kVerbs[] = {
 void AddValueCommand(CLI::App& app, int& status) {
     CLI::App* value = app.add_subcommand("value", "Convert money, dates, times and fractions");
     value->require_subcommand(1);
+    value->footer(
+        "Example:\n"
+        "  zel value money \"101'16\"\n"
+        "'zel value VERB --help' tells more.");
     for (const ValueVerb& verb : kVerbs) {
         CLI::App* command = value->add_subcommand(verb.name, verb.description);
         auto options = std::make_shared<ValueOptions>();
