@@ -134,12 +134,14 @@ void ShowAll(const DictionarySource& dictionary, const Style& style) {
         byId.emplace(field.id, &field);
     }
     std::vector<const FieldSource*> fields;
+    fields.reserve(byId.size());
     for (const auto& [id, field] : byId) {
         fields.push_back(field);
     }
     ShowFields(fields, style);
     std::cout << '\n';
     std::vector<const MessageSource*> messages;
+    messages.reserve(dictionary.messages.size());
     for (const MessageSource& message : dictionary.messages) {
         messages.push_back(&message);
     }

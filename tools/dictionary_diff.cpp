@@ -38,7 +38,7 @@ Side MakeSide(const DictionarySource& dictionary, const DictionarySource& other)
     }
     const MessageByType others = IndexMessages(other);
     for (const auto& [type, message] : IndexMessages(dictionary)) {
-        if (others.count(type) == 0) {
+        if (!others.contains(type)) {
             continue;
         }
         for (const EntrySource& entry : message->entries) {
@@ -136,7 +136,7 @@ void CompareField(const Side& before, const Side& after, const FieldSource& was,
     if (was.text != is.text) {
         changes.push_back({ChangeKind::kChanged, Subject(is), "text", kNoFormat, ""});
     }
-    if (before.listed.count(is.id) != 0 || after.listed.count(is.id) != 0) {
+    if (before.listed.contains(is.id) || after.listed.contains(is.id)) {
         return;
     }
     for (std::size_t i = first; i < changes.size(); ++i) {
@@ -152,8 +152,8 @@ constexpr char kUnknownId[] = "a receiver that does not know the id loses what f
 
 void CompareFields(const Side& before, const Side& after, int highestVersion, std::vector<Change>& changes) {
     for (const auto& [id, was] : before.byId) {
-        if (after.byId.count(id) == 0) {
-            const bool listed = before.listed.count(id) != 0;
+        if (!after.byId.contains(id)) {
+            const bool listed = before.listed.contains(id);
             changes.push_back({ChangeKind::kRemoved, Subject(*was), Described(*was), listed ? kFormat0 : kNoFormat,
                                listed ? kUnknownId : ""});
         }
@@ -165,7 +165,7 @@ void CompareFields(const Side& before, const Side& after, int highestVersion, st
             continue;
         }
         const bool isNewer = is->version > highestVersion;
-        const bool breaks = after.listed.count(id) != 0 && !isNewer;
+        const bool breaks = after.listed.contains(id) && !isNewer;
         changes.push_back({ChangeKind::kAdded, Subject(*is), Described(*is), breaks ? kFormat0 : kNoFormat,
                            breaks ? kUnknownId : ""});
     }
@@ -175,7 +175,7 @@ void CompareAllMessages(const Side& before, const Side& after, int highestVersio
     const MessageByType old = IndexMessages(before.dictionary);
     const MessageByType now = IndexMessages(after.dictionary);
     for (const auto& [type, message] : old) {
-        if (now.count(type) == 0) {
+        if (!now.contains(type)) {
             changes.push_back({ChangeKind::kRemoved, MessageSubject(*message),
                                Counted(message->entries.size(), "field"), kAllFormats,
                                "receivers with the new dictionary refuse it"});

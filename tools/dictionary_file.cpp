@@ -68,8 +68,8 @@ DictionaryFile ReadDictionaryFile(const std::string& path, Findings& findings) {
 
 // The message library looks for the provider where the platform searches, then beside itself.
 std::string ServedImage() {
-    const ModuleHandle provider = LoadModule("zeldata");
-    const ModuleSymbol entry = provider == nullptr ? nullptr : FindModuleSymbol(provider, "VORMA_DLL_ENTRY");
+    ModuleHandle provider = LoadModule("zeldata");
+    ModuleSymbol entry = provider == nullptr ? nullptr : FindModuleSymbol(provider, "VORMA_DLL_ENTRY");
     const auto* address =
         entry == nullptr ? reinterpret_cast<const void*>(&ZELSetErrorSink) : reinterpret_cast<const void*>(entry);
     char buffer[image::kImagePathSize];

@@ -112,6 +112,23 @@ TEST_F(Verbs, EveryExampleOfTheHelpWorks) {
     EXPECT_GT(count, 15);
 }
 
+// Blocks of the page that begin with a command, those of other verbs left out.
+TEST_F(Verbs, WriteWhatTheirPageShows) {
+    const std::string page = Read(ZEL_SOURCE_DIR "/docs/tools.md");
+    int count = 0;
+    for (const char* verb : {"dict ", "value "}) {
+        const std::string start = std::string("```\n$ zel ").append(verb);
+        for (std::size_t at = page.find(start); at != std::string::npos; at = page.find(start, at + 1)) {
+            const std::size_t command = at + std::string("```\n$ zel ").size();
+            const std::size_t output = page.find('\n', command) + 1;
+            const std::string said = Run(page.substr(command, output - 1 - command));
+            EXPECT_EQ(said.substr(0, said.rfind("= ")), page.substr(output, page.find("```", output) - output));
+            ++count;
+        }
+    }
+    EXPECT_EQ(count, 3);
+}
+
 // A dictionary with gaps in its ids, all types, and fields in any order.
 DictionarySource RandomDictionary(std::mt19937& random) {
     Findings findings;
