@@ -1,6 +1,9 @@
 // The verbs `zel dict show`, `zel dict diff` and `zel value`: what they write, byte for byte, and their exit status.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstddef>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -19,6 +22,7 @@
 #include "tools/image_source.h"
 #include "tools/json_file.h"
 #include "tools/value_command.h"
+#include "zeldata/checksum.h"
 #include "zeldata/image_check.h"
 
 namespace zel::tools {
@@ -127,6 +131,22 @@ TEST_F(Verbs, WriteWhatTheirPageShows) {
         }
     }
     EXPECT_EQ(count, 3);
+}
+
+TEST_F(Verbs, TellWhenNoSourceMakesTheImage) {
+    Findings findings;
+    std::vector<char> bytes = BuildDictionaryImage(ReadSourceFile("small.json", findings));
+    image::ImageHeader header;
+    std::memcpy(&header, bytes.data(), sizeof header);
+    // Optional as well, but not as sources make it.
+    bytes[header.fieldListsOffset + sizeof(ZELFieldListEntry) + offsetof(ZELFieldListEntry, presence)] = 7;
+    header.checksum = image::Checksum(bytes.data() + sizeof header, bytes.size() - sizeof header);
+    std::memcpy(bytes.data(), &header, sizeof header);
+    std::ofstream("odd.img", std::ios::binary).write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+    const std::string said = Run("dict show odd.img --json");
+    EXPECT_TRUE(said.starts_with("odd.img: error: holds what a source cannot say") && said.ends_with("= 1\n")) << said;
+    const std::string same = Run("dict show small.json --json");
+    EXPECT_EQ(said.substr(said.find('{'), same.rfind('=')), same.substr(0, same.rfind('=')));
 }
 
 // A dictionary with gaps in its ids, all types, and fields in any order.
