@@ -1,5 +1,5 @@
-# What `cmake --install` lays down: headers, libraries, the sample dictionary's image beside its provider, the command,
-# a CMake package and a pkg-config file. Nothing in it depends on the place.
+# What `cmake --install` lays down: headers, libraries, the sample dictionary's image beside its provider, the command
+# with its manual page and completion, a CMake package and a pkg-config file. Nothing in it depends on the place.
 include(CMakePackageConfigHelpers)
 
 install(TARGETS zel crush32 EXPORT zel_targets
@@ -11,6 +11,11 @@ install(TARGETS zeldata zel_command
     LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
 install(FILES $<TARGET_FILE_DIR:zeldata>/zeldata.img
     DESTINATION $<IF:$<PLATFORM_ID:Windows>,${CMAKE_INSTALL_BINDIR},${CMAKE_INSTALL_LIBDIR}>)
+if(TARGET zel_pages)
+    install(FILES ${PROJECT_BINARY_DIR}/tools/zel.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+    install(FILES ${PROJECT_BINARY_DIR}/tools/zel.bash
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions RENAME zel)
+endif()
 install(DIRECTORY include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/zel FILES_MATCHING PATTERN "*.h")
 
 if(ZEL_MSVC_LIBRARY)

@@ -1,4 +1,4 @@
-// The verbs `zel dict build` and `zel dict check`.
+// The verbs of `zel dict`: build, check, show, diff.
 #ifndef ZEL_TOOLS_DICT_COMMAND_H
 #define ZEL_TOOLS_DICT_COMMAND_H
 

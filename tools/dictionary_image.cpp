@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <bit>
 #include <cstring>
+#include <map>
 #include <stdexcept>
 #include <string>
 
@@ -47,15 +48,19 @@ std::vector<ZELDictionaryField> BuildRecords(const DictionarySource& dictionary)
     return records;
 }
 
-// The smallest table, at most half full, in which every name lies near its hash.
+// The smallest table, at most half full, in which every name lies near its hash. Names go in by the ids of their
+// fields, so that the order of a source does not show in the image.
 std::vector<std::uint16_t> BuildNames(const DictionarySource& dictionary) {
     constexpr std::size_t kMostSlots = std::size_t{1} << 20U;
+    std::map<std::uint16_t, const char*> nameById;
+    for (const FieldSource& field : dictionary.fields) {
+        nameById[field.id] = field.name.c_str();
+    }
     for (std::size_t count = std::bit_ceil(2 * dictionary.fields.size() + 2); count <= kMostSlots; count *= 2) {
         std::vector<std::uint16_t> slots(count);
-        const bool allFit =
-            std::all_of(dictionary.fields.begin(), dictionary.fields.end(), [&](const FieldSource& field) {
-                return image::InsertName(slots.data(), static_cast<std::uint32_t>(count), field.name.c_str(), field.id);
-            });
+        const bool allFit = std::all_of(nameById.begin(), nameById.end(), [&](const auto& field) {
+            return image::InsertName(slots.data(), static_cast<std::uint32_t>(count), field.second, field.first);
+        });
         if (allFit) {
             return slots;
         }

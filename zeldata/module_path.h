@@ -1,4 +1,4 @@
-// Where this library lies. One file per platform.
+// Where a library lies. One file per platform.
 #ifndef ZEL_ZELDATA_MODULE_PATH_H
 #define ZEL_ZELDATA_MODULE_PATH_H
 
@@ -6,9 +6,9 @@
 
 namespace zel::image {
 
-// Writes the path of the file `name` in the folder of the library or program that holds this function; false when that
+// Writes the path of the file `name` in the folder of the library or program that holds `address`; false when that
 // folder is not known or the path does not fit.
-[[nodiscard]] bool PathBesideThis(const char* name, char* path, std::size_t size) noexcept;
+[[nodiscard]] bool PathBeside(const void* address, const char* name, char* path, std::size_t size) noexcept;
 
 }  // namespace zel::image
 

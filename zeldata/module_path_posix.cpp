@@ -7,9 +7,9 @@
 
 namespace zel::image {
 
-bool PathBesideThis(const char* name, char* path, std::size_t size) noexcept {
+bool PathBeside(const void* address, const char* name, char* path, std::size_t size) noexcept {
     Dl_info self;
-    if (dladdr(reinterpret_cast<const void*>(&PathBesideThis), &self) == 0 || self.dli_fname == nullptr) {
+    if (dladdr(address, &self) == 0 || self.dli_fname == nullptr) {
         return false;
     }
     const char* slash = std::strrchr(self.dli_fname, '/');

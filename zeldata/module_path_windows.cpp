@@ -7,10 +7,10 @@
 
 namespace zel::image {
 
-bool PathBesideThis(const char* name, char* path, std::size_t size) noexcept {
+bool PathBeside(const void* address, const char* name, char* path, std::size_t size) noexcept {
     HMODULE self = nullptr;
     const DWORD flags = GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT;
-    if (GetModuleHandleExA(flags, reinterpret_cast<LPCSTR>(&PathBesideThis), &self) == 0) {
+    if (GetModuleHandleExA(flags, static_cast<LPCSTR>(address), &self) == 0) {
         return false;
     }
     char file[MAX_PATH];

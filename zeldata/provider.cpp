@@ -17,7 +17,6 @@ namespace {
 
 constexpr char kImageVariable[] = "ZELDATA_IMAGE";
 constexpr char kImageName[] = "zeldata.img";
-constexpr std::size_t kPathSize = 4096;
 
 // Lies at the start of one block with its message-table nodes behind it.
 class ImageProvider final : public VormaZelData {
@@ -97,16 +96,18 @@ VormaZelData* OpenProvider(const char* path) noexcept {
     return provider;
 }
 
-VormaZelData* OpenDefaultProvider() noexcept {
+const char* FindServedImage(const void* inProvider, char (&path)[kImagePathSize]) noexcept {
     const char* named = std::getenv(kImageVariable);
     if (named != nullptr && named[0] != '\0') {
-        return OpenProvider(named);
+        return named;
     }
-    char path[kPathSize];
-    if (!PathBesideThis(kImageName, path, sizeof path)) {
-        return Refuse(kImageName, "has no known folder");
-    }
-    return OpenProvider(path);
+    return PathBeside(inProvider, kImageName, path, sizeof path) ? path : nullptr;
+}
+
+VormaZelData* OpenDefaultProvider() noexcept {
+    char buffer[kImagePathSize];
+    const char* path = FindServedImage(reinterpret_cast<const void*>(&OpenDefaultProvider), buffer);
+    return path == nullptr ? Refuse(kImageName, "has no known folder") : OpenProvider(path);
 }
 
 }  // namespace zel::image

@@ -11,7 +11,7 @@ declare -A allowed=(
     [stream]="include runtime core"
     [crush32]=""
     [zeldata]="include runtime"
-    [tools]="include zeldata"
+    [tools]="include runtime zeldata"
 )
 status=0
 for room in "${!allowed[@]}"; do

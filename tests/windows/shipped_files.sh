@@ -41,5 +41,5 @@ expect "imports of zel.dll" "$windows"$'\nUSER32.DLL\nCRUSH32.DLL\n'"$(sed 's/^/
     "$(imports_of zel.dll)"
 expect "imports of zeldata.dll" "$windows" "$(imports_of zeldata.dll)"
 expect "imports of CRUSH32.dll" "$windows" "$(imports_of CRUSH32.dll)"
-expect "imports of zel.exe" "$windows" "$(imports_of zel.exe)"
+expect "imports of zel.exe" "$windows"$'\nZEL.DLL' "$(imports_of zel.exe)"
 exit $status

@@ -1,0 +1,80 @@
+#include "tools/dictionary_file.h"
+
+#include "include/zelmessage.h"
+#include "runtime/module.h"
+#include "tools/dictionary_check.h"
+#include "tools/image_source.h"
+#include "tools/json_file.h"
+#include "zeldata/image_check.h"
+#include "zeldata/mapped_file.h"
+#include "zeldata/provider.h"
+
+namespace zel::tools {
+
+namespace {
+
+struct Mapping {
+    image::MappedFile file;
+    explicit Mapping(const image::MappedFile& mapped) : file(mapped) {}
+    ~Mapping() { image::UnmapFile(file); }
+    Mapping(const Mapping&) = delete;
+    Mapping& operator=(const Mapping&) = delete;
+};
+
+void ReadImageFile(DictionaryFile& read, Findings& findings) {
+    image::MappedFile file;
+    image::MapFault mapFault;
+    if (!image::MapFile(read.path.c_str(), file, mapFault)) {
+        AddError(findings, "", mapFault.text);
+        return;
+    }
+    const Mapping mapping(file);
+    image::ImageView view;
+    image::ImageFault fault;
+    if (!image::CheckImage(file.bytes, file.size, view, fault)) {
+        AddError(findings, "", std::string(fault.text) + " (sources have names that end with .json)");
+        return;
+    }
+    const char* bytes = static_cast<const char*>(file.bytes);
+    read.image.assign(bytes, bytes + file.size);
+    read.dictionary = SourceOfImage(view);
+}
+
+}  // namespace
+
+bool IsSourceName(const std::string& path) {
+    return path.ends_with(".json");
+}
+
+DictionarySource ReadSourceFile(const std::string& path, Findings& findings) {
+    DictionarySource dictionary;
+    const nlohmann::json json = ReadJsonFile(path, findings);
+    if (!json.is_discarded()) {
+        dictionary = ParseDictionary(json, findings);
+        CheckDictionary(dictionary, findings);
+    }
+    return dictionary;
+}
+
+DictionaryFile ReadDictionaryFile(const std::string& path, Findings& findings) {
+    DictionaryFile read{path, {}, {}};
+    if (IsSourceName(path)) {
+        read.dictionary = ReadSourceFile(path, findings);
+        return read;
+    }
+    ReadImageFile(read, findings);
+    return read;
+}
+
+// The message library looks for the provider where the platform searches, then beside itself.
+std::string ServedImage() {
+    ModuleHandle provider = LoadModule("zeldata");
+    ModuleSymbol entry = provider == nullptr ? nullptr : FindModuleSymbol(provider, "VORMA_DLL_ENTRY");
+    const auto* address =
+        entry == nullptr ? reinterpret_cast<const void*>(&ZELSetErrorSink) : reinterpret_cast<const void*>(entry);
+    char buffer[image::kImagePathSize];
+    const char* path = image::FindServedImage(address, buffer);
+    return path == nullptr ? "" : path;
+}
+
+}  // namespace zel::tools

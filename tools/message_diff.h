@@ -1,0 +1,25 @@
+// What changed in one message between two dictionaries.
+#ifndef ZEL_TOOLS_MESSAGE_DIFF_H
+#define ZEL_TOOLS_MESSAGE_DIFF_H
+
+#include <vector>
+
+#include "tools/dictionary_diff.h"
+
+namespace zel::tools {
+
+struct MessageSide {
+    const DictionarySource& dictionary;
+    const MessageSource& message;
+};
+
+// Appends the changes; a field of a version above `highestVersion` goes to no program that knows the old dictionary.
+void CompareMessages(const MessageSide& before, const MessageSide& after, int highestVersion,
+                     std::vector<Change>& changes);
+
+// "message 10/1 NEW_ORDER"
+[[nodiscard]] std::string MessageSubject(const MessageSource& message);
+
+}  // namespace zel::tools
+
+#endif  // ZEL_TOOLS_MESSAGE_DIFF_H
