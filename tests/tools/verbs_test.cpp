@@ -42,9 +42,9 @@ protected:
     void SetUp() override {
         fs::create_directories(folder_ / "zeldata");
         fs::current_path(folder_);
-        fs::copy(ZEL_SOURCE_DIR "/zeldata/sample.json", "zeldata");
+        fs::copy_file(ZEL_SOURCE_DIR "/zeldata/sample.json", "zeldata/sample.json");
         for (const char* name : {"small.json", "newer.json"}) {
-            fs::copy(std::string(kCases).append(name), ".");
+            fs::copy_file(std::string(kCases).append(name), name);
         }
         std::ofstream("broken.json") << R"({"fields": [], "messages": {}})";
         std::ofstream("other.txt") << "no image";
