@@ -4,7 +4,9 @@
 #include <exception>
 #include <iostream>
 
+#include "tools/decode_command.h"
 #include "tools/dict_command.h"
+#include "tools/encode_command.h"
 
 namespace {
 
@@ -16,6 +18,8 @@ int Run(int argc, char** argv) {
     app.require_subcommand(1);
     app.footer("'zel VERB --help' tells more, with examples.");
     int status = 0;
+    zel::tools::AddDecodeCommand(app, status);
+    zel::tools::AddEncodeCommand(app, status);
     zel::tools::AddDictCommand(app, status);
     try {
         app.parse(argc, argv);

@@ -17,6 +17,10 @@ namespace zel::image {
 
 static_assert(std::endian::native == std::endian::little, "images are mapped as they are");
 
+// Where the provider looks for its image: the path in this variable of the environment, else the file beside itself.
+inline constexpr char kImageVariable[] = "ZELDATA_IMAGE";
+inline constexpr char kImageName[] = "zeldata.img";
+
 inline constexpr char kMagic[8] = {'Z', 'E', 'L', 'D', 'A', 'T', 'A', '\x1a'};
 inline constexpr std::uint32_t kVersion = 1;
 

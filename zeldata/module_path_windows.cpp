@@ -7,10 +7,10 @@
 
 namespace zel::image {
 
-bool PathBesideThis(const char* name, char* path, std::size_t size) noexcept {
+bool PathBeside(const void* code, const char* name, char* path, std::size_t size) noexcept {
     HMODULE self = nullptr;
     const DWORD flags = GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT;
-    if (GetModuleHandleExA(flags, reinterpret_cast<LPCSTR>(&PathBesideThis), &self) == 0) {
+    if (GetModuleHandleExA(flags, static_cast<LPCSTR>(code), &self) == 0) {
         return false;
     }
     char file[MAX_PATH];
@@ -22,6 +22,10 @@ bool PathBesideThis(const char* name, char* path, std::size_t size) noexcept {
     const int folder = slash == nullptr ? 0 : static_cast<int>(slash - file) + 1;
     const int length = std::snprintf(path, size, "%.*s%s", folder, file, name);
     return length >= 0 && static_cast<std::size_t>(length) < size;
+}
+
+bool PathBesideThis(const char* name, char* path, std::size_t size) noexcept {
+    return PathBeside(reinterpret_cast<const void*>(&PathBesideThis), name, path, size);
 }
 
 }  // namespace zel::image
