@@ -106,12 +106,12 @@ bool CaptureDecoder::Unpack(const Frame& frame, ReceivedMessage& message) {
     findings_.order.clear();
     findings_.lost.clear();
     if (!reports_.reports().empty()) {
-        findings_.lost = Explain(reports_.reports(), catalog_);
+        findings_.lost = Explain(reports_.reports(), catalog_) + "; left out";
     } else if (!IsCompressed(PackFlags(message.header.flags))) {
         WalkPayload(*catalog_, message.header, bytes.substr(message.header.size), *message.content, findings_);
     }
     if (!findings_.lost.empty()) {
-        Complain(frame, findings_.lost + "; left out");
+        Complain(frame, findings_.lost);
     }
     return true;
 }

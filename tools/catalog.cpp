@@ -132,10 +132,6 @@ void Catalog::AddMessage(const LoadedDictionary& dictionary, std::int16_t type, 
     messages_.try_emplace(MessageKey(type, node.subType), std::move(message));
 }
 
-const CatalogField& Catalog::Field(std::uint16_t id) const {
-    return id < fields_.size() ? fields_[id] : unknown_;
-}
-
 const CatalogField* Catalog::FindField(const std::string& nameOrId) const {
     if (!IsNumber(nameOrId)) {
         const auto found = idByName_.find(nameOrId);

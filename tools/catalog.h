@@ -76,7 +76,9 @@ public:
     Catalog& operator=(const Catalog&) = delete;
 
     // The field with this id; for ids that the dictionary does not have, one of type 0.
-    [[nodiscard]] const CatalogField& Field(std::uint16_t id) const;
+    [[nodiscard]] const CatalogField& Field(std::uint16_t id) const {
+        return id < fields_.size() ? fields_[id] : unknown_;
+    }
     // The field with this name, or with this id in digits.
     [[nodiscard]] const CatalogField* FindField(const std::string& nameOrId) const;
 

@@ -146,7 +146,7 @@ void AddDecodeCommand(CLI::App& app, int& status) {
     auto options = std::make_shared<DecodeOptions>();
     CLI::App* decode = app.add_subcommand("decode", "Show the messages of a capture");
     decode->add_option("FILE", options->input, "Capture: frames back to back; - is standard input (default)")
-        ->option_text("[FILE|-]");
+        ->option_text(" ");
     AddDictionaryOption(*decode, options->dictionary);
     decode->add_flag("--hex", options->hex,
                      "The capture is hex text: offsets, blanks and text columns are passed over");
@@ -169,7 +169,7 @@ void AddDecodeCommand(CLI::App& app, int& status) {
         "Examples:\n"
         "  zel decode capture.zel\n"
         "  zel decode --json capture.zel | grep '\"SYMBOL\":\"RYE\"'\n"
-        "  zel decode --summary -d market.json capture.zel\n"
+        "  zel decode --summary -d zeldata/sample.json capture.zel\n"
         "  zel decode --hex --streams FILTER_STREAM,SORT_STREAM dump.txt\n"
         "  zel decode --follow capture.zel\n"
         "Exit status: 0 all messages good, 1 some bad, 2 wrong usage, no dictionary or no capture.");

@@ -111,12 +111,12 @@ void AddEncodeCommand(CLI::App& app, int& status) {
     encode
         ->add_option("FILE", options->input,
                      "Messages as 'zel decode --json' writes them; - is standard input (default)")
-        ->option_text("[FILE|-]");
+        ->option_text(" ");
     AddDictionaryOption(*encode, options->dictionary);
     encode->add_flag("--hex", options->hex, "Write hex text, one line a message, instead of bytes");
     encode->footer(
         "Examples:\n"
-        "  zel encode orders.jsonl > orders.zel\n"
+        "  zel encode examples/orders.jsonl > orders.zel\n"
         "  echo '{\"name\":\"NOTICE\",\"fields\":{\"HEADLINE\":\"Closed\"}}' | zel encode --hex\n"
         "  zel decode --json capture.zel | sed 's/\"RYE\"/\"OATS\"/' | zel encode > changed.zel\n"
         "Exit status: 0 all messages good, 1 some bad, 2 wrong usage, no dictionary or no input.");

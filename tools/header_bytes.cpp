@@ -33,15 +33,6 @@ std::uint32_t LoadU16Le(const char* bytes) noexcept {
 
 }  // namespace
 
-std::uint16_t LoadU16(const char* bytes) noexcept {
-    return static_cast<std::uint16_t>(std::uint32_t{static_cast<unsigned char>(bytes[0])} << 8U |
-                                      static_cast<unsigned char>(bytes[1]));
-}
-
-std::uint32_t LoadU32(const char* bytes) noexcept {
-    return std::uint32_t{LoadU16(bytes)} << 16U | LoadU16(bytes + 2);
-}
-
 FrameHeadState ReadFrameHead(const char* bytes, std::size_t size, FrameHead& head) noexcept {
     if (bytes[0] != 1) {
         return FrameHeadState::kNoSoh;

@@ -29,6 +29,15 @@ inline constexpr std::size_t kFrameStartSize = kLongFrameSize + 10;
 
 [[nodiscard]] bool LooksLikeFrame(const char* bytes, std::size_t size) noexcept;
 
+// Numbers of the wire.
+inline std::uint16_t LoadU16(const char* bytes) noexcept {
+    return static_cast<std::uint16_t>(std::uint32_t{static_cast<unsigned char>(bytes[0])} << 8U |
+                                      static_cast<unsigned char>(bytes[1]));
+}
+inline std::uint32_t LoadU32(const char* bytes) noexcept {
+    return std::uint32_t{LoadU16(bytes)} << 16U | LoadU16(bytes + 2);
+}
+
 // The numbers of a header, as its fields carry them.
 struct HeaderNumbers {
     std::uint16_t flags;
@@ -75,10 +84,6 @@ constexpr bool IsCompressed(unsigned packFlags) noexcept {
 // them from elsewhere in part: it sets packing flags by its own rules, joins negative halves with a borrow, and gives
 // a message without a sequence number a new id.
 void StampHeader(char* message, const HeaderNumbers& header) noexcept;
-
-// Numbers of the wire.
-[[nodiscard]] std::uint16_t LoadU16(const char* bytes) noexcept;
-[[nodiscard]] std::uint32_t LoadU32(const char* bytes) noexcept;
 
 }  // namespace zel::tools
 

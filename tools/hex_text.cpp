@@ -46,14 +46,17 @@ bool ReadGroup(std::string_view group, std::string& bytes) {
     return true;
 }
 
-// Whether what is left of a line is the text that its bytes stand for.
+// Whether the rest of a line, from the last group's end on, is the text that the line's bytes stand for: behind two
+// blanks and as long, or between "|".
 bool IsTextColumn(std::string_view rest, std::size_t byteCount, bool isDump) {
-    if (rest.starts_with('|')) {
-        const std::string_view column = rest.substr(0, rest.find_last_not_of(kBlanks) + 1);
-        return column.size() == byteCount + 2 && column.ends_with('|');
+    rest = rest.substr(0, rest.find_last_not_of('\r') + 1);
+    const std::string_view column = SkipBlanks(rest);
+    if (column.starts_with('|')) {
+        const std::size_t size = column.find_last_not_of(kBlanks) + 1;
+        return size == byteCount + 2 && column[size - 1] == '|';
     }
-    const std::string_view column = rest.substr(0, rest.find_last_not_of('\r') + 1);
-    return isDump && column.size() == byteCount;
+    const std::size_t gap = rest.size() - column.size();
+    return isDump && rest.size() >= byteCount + 2 && rest.size() - byteCount <= gap;
 }
 
 // Whether the groups up to the next gap of two blanks are all bytes.
@@ -158,12 +161,12 @@ bool HexLines::Read(std::string_view line, std::string& bytes, std::string& faul
         count_ = 0;
     }
     rest = SkipBlanks(behindOffset);
+    std::string_view behindGroup;
     while (!rest.empty()) {
         const std::string_view group = FirstToken(rest);
         const std::size_t count = bytes.size() - before;
-        const std::size_t at = static_cast<std::size_t>(rest.data() - line.data());
-        const bool behindGap = count != 0 && at >= 2 && line.substr(at - 2, 2) == "  ";
-        if (count != 0 && (behindGap || group.starts_with('|')) && IsTextColumn(rest, count, isDump)) {
+        const bool behindGap = count != 0 && behindGroup.starts_with("  ");
+        if (count != 0 && (behindGap || group.starts_with('|')) && IsTextColumn(behindGroup, count, isDump)) {
             break;
         }
         if (behindGap && !IsBytes(rest)) {
@@ -175,7 +178,8 @@ bool HexLines::Read(std::string_view line, std::string& bytes, std::string& faul
                                  : '"' + std::string(group.substr(0, 40)) + "\" is no group of hex digits";
             return false;
         }
-        rest = SkipBlanks(rest.substr(group.size()));
+        behindGroup = rest.substr(group.size());
+        rest = SkipBlanks(behindGroup);
     }
     count_ += bytes.size() - before;
     return true;

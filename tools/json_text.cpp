@@ -2,8 +2,6 @@
 
 #include <algorithm>
 #include <bit>
-#include <cmath>
-#include <cstdint>
 #include <limits>
 
 #include "tools/hex_text.h"
@@ -58,9 +56,8 @@ std::size_t CharacterSize(std::string_view text) {
     return size;
 }
 
-template <typename Bits, typename Real>
-void AppendBits(std::string& out, Real number) {
-    const Bits bits = std::bit_cast<Bits>(number);
+template <typename Bits>
+void AppendBits(std::string& out, Bits bits) {
     char bytes[sizeof bits];
     for (std::size_t i = 0; i < sizeof bits; ++i) {
         bytes[i] = static_cast<char>(bits >> 8U * (sizeof bits - 1 - i));
@@ -68,17 +65,23 @@ void AppendBits(std::string& out, Real number) {
     AppendHexObject(out, {bytes, sizeof bytes});
 }
 
-template <typename Bits, typename Real>
-void AppendNotFinite(std::string& out, Real number) {
-    if (std::isinf(number)) {
-        out += number > 0 ? "\"Infinity\"" : "\"-Infinity\"";
-        return;
+// True when the number is one that JSON does not have.
+template <typename Real, typename Bits>
+bool AppendNotFinite(std::string& out, Bits bits) {
+    constexpr auto kInfinity = std::bit_cast<Bits>(std::numeric_limits<Real>::infinity());
+    constexpr auto kNan = std::bit_cast<Bits>(std::numeric_limits<Real>::quiet_NaN());
+    constexpr auto kSign = std::bit_cast<Bits>(-Real{0});
+    if ((bits & kInfinity) != kInfinity) {
+        return false;
     }
-    if (std::bit_cast<Bits>(number) == std::bit_cast<Bits>(std::numeric_limits<Real>::quiet_NaN())) {
+    if ((bits & ~kSign) == kInfinity) {
+        out += bits == kInfinity ? "\"Infinity\"" : "\"-Infinity\"";
+    } else if (bits == kNan) {
         out += "\"NaN\"";
-        return;
+    } else {
+        AppendBits(out, bits);
     }
-    AppendBits<Bits>(out, number);
+    return true;
 }
 
 template <typename Real>
@@ -94,10 +97,11 @@ void AppendShortest(std::string& out, Real number) {
 
 }  // namespace
 
-void AppendReal(std::string& out, float number) {
-    if (!std::isfinite(number)) {
-        return AppendNotFinite<std::uint32_t>(out, number);
+void AppendFloat(std::string& out, std::uint32_t bits) {
+    if (AppendNotFinite<float>(out, bits)) {
+        return;
     }
+    const auto number = std::bit_cast<float>(bits);
     const std::size_t before = out.size();
     AppendShortest(out, number);
     // Readers read a double first: where its rounding to single precision leads elsewhere, all digits are needed.
@@ -109,11 +113,10 @@ void AppendReal(std::string& out, float number) {
     }
 }
 
-void AppendReal(std::string& out, double number) {
-    if (!std::isfinite(number)) {
-        return AppendNotFinite<std::uint64_t>(out, number);
+void AppendDouble(std::string& out, std::uint64_t bits) {
+    if (!AppendNotFinite<double>(out, bits)) {
+        AppendShortest(out, std::bit_cast<double>(bits));
     }
-    AppendShortest(out, number);
 }
 
 bool IsUtf8(std::string_view text) {
@@ -141,14 +144,20 @@ void AppendEscaped(std::string& out, std::string_view text) {
             return;
         }
         const char c = text.front();
+        const auto byte = static_cast<unsigned char>(c);
         if (c == '"' || c == '\\') {
             out += '\\';
             out += c;
         } else if (c == '\n') {
             out += "\\n";
-        } else if (static_cast<unsigned char>(c) < 0x20) {
+        } else if (byte < 0x20 || byte == 0x7F) {
             out += "\\u00";
             AppendHex(out, &c, 1);
+        } else if (byte == 0xC2 && text.size() > 1 && static_cast<unsigned char>(text[1]) < 0xA0) {
+            // The control characters beyond ASCII, which terminals obey, too.
+            text.remove_prefix(1);
+            out += "\\u00";
+            AppendHex(out, text.data(), 1);
         } else {
             out += c;
         }
@@ -163,11 +172,16 @@ void AppendHexObject(std::string& out, std::string_view bytes) {
 }
 
 void AppendText(std::string& out, std::string_view text) {
-    if (PlainPrefix(text) != text.size() && !IsUtf8(text)) {
+    const bool isPlain = PlainPrefix(text) == text.size();
+    if (!isPlain && !IsUtf8(text)) {
         return AppendHexObject(out, text);
     }
     out += '"';
-    AppendEscaped(out, text);
+    if (isPlain) {
+        out += text;
+    } else {
+        AppendEscaped(out, text);
+    }
     out += '"';
 }
 

@@ -5,6 +5,7 @@
 #include <array>
 #include <charconv>
 #include <concepts>
+#include <cstdint>
 #include <string>
 #include <string_view>
 
@@ -18,9 +19,10 @@ void AppendNumber(std::string& out, Number number) {
 }
 
 // The fewest digits that mean this number and no other; "NaN", "Infinity" or "-Infinity" in quotes for what JSON has
-// no number for; and {"hex":...} with its bits for a NaN other than the one that arithmetic gives.
-void AppendReal(std::string& out, float number);
-void AppendReal(std::string& out, double number);
+// no number for; and {"hex":...} with its bits for a NaN other than the one that arithmetic gives. They take bits
+// because a NaN may change when it is handed on as a number.
+void AppendFloat(std::string& out, std::uint32_t bits);
+void AppendDouble(std::string& out, std::uint64_t bits);
 
 [[nodiscard]] bool IsUtf8(std::string_view text);
 

@@ -57,7 +57,7 @@ std::string LostFields(std::uint16_t announced, std::size_t found) {
 }
 
 std::string LostBytes(std::size_t count) {
-    return Counted(count, "byte") + " behind the last field";
+    return Counted(count, "byte") + " behind the last field left out";
 }
 
 void WalkValues(const Catalog& catalog, const HeaderNumbers& header, std::string_view payload,
@@ -126,7 +126,7 @@ void WalkPayload(const Catalog& catalog, const HeaderNumbers& header, std::strin
         inOrder = inOrder && slot != nullptr && slot->id == field.id;
         if (format == kIdLengthAndValue && IsOverlong(catalog, field)) {
             findings.lost = "field " + catalog.Field(field.id).name + " has a value of " +
-                            std::to_string(field.size - 4) + " bytes, more than its type";
+                            std::to_string(field.size - 4) + " bytes; cut to its type";
         }
         rest.remove_prefix(field.size);
     }

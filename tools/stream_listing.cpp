@@ -48,8 +48,10 @@ void AppendTerms(std::string& out, const Catalog& catalog, ZELFilter& filter, st
         AppendValue(line, item);
         AppendLine(out, inner, line);
     }
-    if (read != filter.GetCount()) {
+    if (read < filter.GetCount()) {
         AppendLine(out, inner, "the next term cannot be read");
+    } else if (read > filter.GetCount()) {
+        AppendLine(out, inner, "more terms than the filter announces");
     }
 }
 

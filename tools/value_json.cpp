@@ -363,9 +363,9 @@ void AppendValueJson(std::string& out, const CatalogField& field, const _field_d
         case kZELText:
             return AppendText(out, {bytes, slot.length});
         case kZELFloat:
-            return AppendReal(out, ValueAt<float>(bytes));
+            return AppendFloat(out, ValueAt<std::uint32_t>(bytes));
         case kZELDouble:
-            return AppendReal(out, ValueAt<double>(bytes));
+            return AppendDouble(out, ValueAt<std::uint64_t>(bytes));
         case kZELDateTime:
             return AppendDateTime(out, ValueAt<_datetime>(bytes));
         case kZELMoney:

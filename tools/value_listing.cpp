@@ -1,6 +1,6 @@
 #include "tools/value_listing.h"
 
-#include <algorithm>
+#include <bit>
 #include <cstring>
 
 #include "tools/hex_text.h"
@@ -10,13 +10,6 @@
 namespace zel::tools {
 
 namespace {
-
-template <typename Real>
-void AppendUnquoted(std::string& out, Real number) {
-    const std::size_t before = out.size();
-    AppendReal(out, number);
-    out.erase(std::remove(out.begin() + static_cast<std::ptrdiff_t>(before), out.end(), '"'), out.end());
-}
 
 void AppendBytes(std::string& out, std::string_view bytes) {
     if (bytes.empty()) {
@@ -74,12 +67,12 @@ void AppendDateTimeListing(std::string& out, const _datetime& value) {
     }
 }
 
-void AppendRealListing(std::string& out, double number) {
-    AppendUnquoted(out, number);
+void AppendRealListing(std::string& out, float number) {
+    AppendFloat(out, std::bit_cast<std::uint32_t>(number));
 }
 
-void AppendRealListing(std::string& out, float number) {
-    AppendUnquoted(out, number);
+void AppendRealListing(std::string& out, double number) {
+    AppendDouble(out, std::bit_cast<std::uint64_t>(number));
 }
 
 void AppendValueListing(std::string& out, const CatalogField& field, const _field_data& slot) {
@@ -90,10 +83,6 @@ void AppendValueListing(std::string& out, const CatalogField& field, const _fiel
             return AppendQuoted(out, WithoutPadding(all));
         case kZELText:
             return AppendQuoted(out, all);
-        case kZELFloat:
-            return AppendRealListing(out, ValueAt<float>(bytes));
-        case kZELDouble:
-            return AppendRealListing(out, ValueAt<double>(bytes));
         case kZELDateTime:
             return AppendDateTimeListing(out, ValueAt<_datetime>(bytes));
         case kZELMoney:
@@ -101,6 +90,8 @@ void AppendValueListing(std::string& out, const CatalogField& field, const _fiel
         case kZELShort:
         case kZELLong:
         case kZELInt:
+        case kZELFloat:
+        case kZELDouble:
             return AppendValueJson(out, field, slot);
         default:
             return AppendBytes(out, all);

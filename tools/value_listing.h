@@ -16,8 +16,9 @@ void AppendValueListing(std::string& out, const CatalogField& field, const _fiel
 void AppendQuoted(std::string& out, std::string_view text);
 void AppendMoneyListing(std::string& out, const _money& money);
 void AppendDateTimeListing(std::string& out, const _datetime& value);
-void AppendRealListing(std::string& out, double number);
+// As in JSON.
 void AppendRealListing(std::string& out, float number);
+void AppendRealListing(std::string& out, double number);
 
 }  // namespace zel::tools
 
