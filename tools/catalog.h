@@ -26,7 +26,7 @@ struct CatalogField {
 struct CatalogEntry {
     const CatalogField* field;
     std::string key;         // the field's name; with "[2]" and so on when the part lists it again
-    std::string memberText;  // the key as it begins a member of a JSON object
+    std::string memberText;  // the key as it begins a further member of a JSON object: ,"NAME":
     int rank;                // 1 for the first entry of the field in its part
     int before;              // entries of the field in the parts before
     int inGroup;             // and in the group

@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "tools/byte_input.h"
@@ -52,16 +53,17 @@ bool WaitForGrowth() {
 
 // What was written is seen before the next read, which may wait.
 ByteInput OpenInput(const DecodeOptions& options, InputFile& file, ByteOutput& output, Complaints& complaints) {
-    ByteInput input = [&file](char* to, std::size_t size) { return file.Read(to, size); };
-    if (options.follow && file.IsFile()) {
-        input = FollowedInput(file, WaitForGrowth);
-    }
-    input = [&output, input](char* to, std::size_t size) {
+    const bool follows = options.follow && file.IsFile();
+    const ByteInput bytes = follows ? FollowedInput(file, WaitForGrowth)
+                                    : [&file](char* to, std::size_t size) { return file.Read(to, size); };
+    ByteInput flushed = [&output, bytes](char* to, std::size_t size) {
         Flush(output);
-        return input(to, size);
+        return bytes(to, size);
     };
-    const auto complain = [&complaints](const std::string& text) { complaints.About(text); };
-    return options.hex ? HexInput(input, complain) : input;
+    if (!options.hex) {
+        return flushed;
+    }
+    return HexInput(std::move(flushed), [&complaints](const std::string& text) { complaints.About(text); });
 }
 
 std::set<std::uint16_t> FindStreams(const std::vector<std::string>& names, const Catalog& catalog) {

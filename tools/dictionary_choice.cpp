@@ -59,7 +59,7 @@ std::vector<char> BuildSource(const std::string& path) {
 // A function of the provider's: the object begins with the address of the table of its slots.
 const void* ProviderCode(const VormaZelData* provider) {
     const void* const* slots = nullptr;
-    std::memcpy(&slots, provider, sizeof slots);
+    std::memcpy(&slots, static_cast<const void*>(provider), sizeof slots);
     return slots[0];
 }
 

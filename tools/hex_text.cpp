@@ -1,7 +1,6 @@
 #include "tools/hex_text.h"
 
 #include <algorithm>
-#include <cstring>
 #include <utility>
 #include <vector>
 
@@ -86,10 +85,12 @@ int HexDigit(char digit) noexcept {
 
 void AppendHex(std::string& out, const char* bytes, std::size_t size) {
     constexpr char kDigits[] = "0123456789abcdef";
+    std::size_t at = out.size();
+    out.resize(at + 2 * size);
     for (std::size_t i = 0; i < size; ++i) {
         const auto byte = static_cast<unsigned char>(bytes[i]);
-        out += kDigits[byte >> 4U];
-        out += kDigits[byte & 15U];
+        out[at++] = kDigits[byte >> 4U];
+        out[at++] = kDigits[byte & 15U];
     }
 }
 
@@ -226,7 +227,7 @@ ByteInput HexInput(ByteInput text, std::function<void(const std::string&)> compl
                 }
             }
             const std::size_t count = std::min(size, state.bytes.size() - state.taken);
-            std::memcpy(to, state.bytes.data() + state.taken, count);
+            state.bytes.copy(to, count, state.taken);
             state.taken += count;
             return count;
         };

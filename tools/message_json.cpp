@@ -26,11 +26,8 @@ void AppendSlots(std::string& out, const CatalogMessage& kind, const ZELDataBuf&
         if (slot.isSet == 0) {
             continue;
         }
-        if (!isFirst) {
-            out += ',';
-        }
+        out.append(kind.entries[entry].memberText, isFirst ? 1 : 0);
         isFirst = false;
-        out += kind.entries[entry].memberText;
         AppendValueJson(out, *kind.entries[entry].field, slot);
     }
 }

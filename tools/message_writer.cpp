@@ -345,7 +345,7 @@ void MessageWriter::Reorder(const Json& order, char* message, std::size_t size) 
         throw MessageError("order: names " + Counted(order.size(), "field") + "; the message has " +
                            std::to_string(count));
     }
-    std::memcpy(message + header.size, reordered.data(), reordered.size());
+    reordered.copy(message + header.size, reordered.size());
 }
 
 }  // namespace zel::tools

@@ -9,10 +9,8 @@ namespace zel::tools {
 
 namespace {
 
-using std::chrono_literals::operator""ms;
-
-constexpr auto kFirstShown = 1000ms;
-constexpr auto kShownEvery = 200ms;
+constexpr std::chrono::milliseconds kFirstShown(1000);
+constexpr std::chrono::milliseconds kShownEvery(200);
 
 constexpr std::size_t kLongestLine = 60;
 

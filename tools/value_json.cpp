@@ -240,9 +240,11 @@ bool TakeCharacter(std::string_view& text, std::string_view oneOf) {
     return true;
 }
 
-void AppendTwoDigits(std::string& out, int number) {
-    out += static_cast<char>('0' + number / 10);
-    out += static_cast<char>('0' + number % 10);
+// Writes two digits and answers where the next character goes.
+char* PutTwoDigits(char* to, int number) {
+    to[0] = static_cast<char>('0' + number / 10);
+    to[1] = static_cast<char>('0' + number % 10);
+    return to + 2;
 }
 
 constexpr int kFirstYear = 1900;
@@ -309,25 +311,27 @@ bool AppendDateTimeText(std::string& out, const _datetime& value) {
         !(hasTime ? IsTime(value) : noTime)) {
         return false;
     }
+    char text[20];
+    char* end = text;
     if (hasDate) {
         const int year = kFirstYear + value.year;
-        AppendTwoDigits(out, year / 100);
-        AppendTwoDigits(out, year % 100);
-        out += '-';
-        AppendTwoDigits(out, value.month);
-        out += '-';
-        AppendTwoDigits(out, value.day);
+        end = PutTwoDigits(PutTwoDigits(end, year / 100), year % 100);
+        *end++ = '-';
+        end = PutTwoDigits(end, value.month);
+        *end++ = '-';
+        end = PutTwoDigits(end, value.day);
     }
     if (hasDate && hasTime) {
-        out += 'T';
+        *end++ = 'T';
     }
     if (hasTime) {
-        AppendTwoDigits(out, value.hour);
-        out += ':';
-        AppendTwoDigits(out, value.minute);
-        out += ':';
-        AppendTwoDigits(out, value.second);
+        end = PutTwoDigits(end, value.hour);
+        *end++ = ':';
+        end = PutTwoDigits(end, value.minute);
+        *end++ = ':';
+        end = PutTwoDigits(end, value.second);
     }
+    out.append(text, static_cast<std::size_t>(end - text));
     return true;
 }
 

@@ -129,6 +129,26 @@ TEST_F(Messages, FaultsOfJsonAreToldWithTheirPlace) {
     }
 }
 
+// The outputs of docs/tools.md are those of the command.
+TEST_F(Messages, AreDocumentedAsTheyAre) {
+    std::ifstream page(std::string(kSource) + "docs/tools.md");
+    std::string command;
+    int lines = 0;
+    for (std::string line; std::getline(page, line);) {
+        if (line.starts_with("$ ") || line.starts_with("```")) {
+            command = line;
+        } else if (command.starts_with("$ zel decode --streams") && line != "...") {
+            EXPECT_NE(Golden("streams.txt").find(line + '\n'), std::string::npos) << line;
+            ++lines;
+        } else if (command.starts_with("$ echo")) {
+            Write("echo.jsonl", command.substr(8, command.find("' |") - 8));
+            EXPECT_EQ(Run("encode --hex echo.jsonl").out, line + '\n');
+            ++lines;
+        }
+    }
+    EXPECT_EQ(lines, 15);
+}
+
 TEST_F(Messages, AnswerDictionaryFaultsWithStatus2) {
     Write("broken.json", "{\"fields\": [], \"messages\": [");
     Write("broken.img", "ZELDATA");

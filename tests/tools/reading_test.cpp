@@ -27,7 +27,7 @@ namespace fs = std::filesystem;
 ByteInput Pieces(std::string bytes, std::size_t piece) {
     return [bytes = std::move(bytes), piece, at = std::size_t{0}](char* to, std::size_t size) mutable {
         const std::size_t count = std::min({piece, size, bytes.size() - at});
-        std::memcpy(to, bytes.data() + at, count);
+        bytes.copy(to, count, at);
         at += count;
         return count;
     };
