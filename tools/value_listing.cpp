@@ -6,6 +6,7 @@
 #include "tools/hex_text.h"
 #include "tools/json_text.h"
 #include "tools/value_json.h"
+#include "tools/value_text.h"
 
 namespace zel::tools {
 

@@ -17,6 +17,7 @@
 #include "tools/message_report.h"
 #include "tools/progress.h"
 #include "tools/value_json.h"
+#include "tools/value_text.h"
 
 namespace zel::tools {
 namespace {
