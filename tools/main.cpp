@@ -5,7 +5,9 @@
 #include <iostream>
 
 #include "tools/command_pages.h"
+#include "tools/decode_command.h"
 #include "tools/dict_command.h"
+#include "tools/encode_command.h"
 #include "tools/help.h"
 #include "tools/status.h"
 #include "tools/terminal.h"
@@ -21,11 +23,15 @@ int Run(int argc, char** argv) {
     app.allow_windows_style_options(false);  // a path may begin with "/"
     app.footer(
         "Examples:\n"
+        "  zel encode examples/orders.jsonl > orders.zel\n"
+        "  zel decode orders.zel\n"
         "  zel dict show zeldata/sample.json 10/2\n"
         "  zel value money \"101'16\"\n"
         "'zel VERB --help' tells more.\n"
         "Exit status: 0 good, 1 something bad or different was found, 2 wrong usage or no usable dictionary.");
     int status = zel::tools::kStatusGood;
+    zel::tools::AddDecodeCommand(app, status);
+    zel::tools::AddEncodeCommand(app, status);
     zel::tools::AddDictCommand(app, status);
     zel::tools::AddValueCommand(app, status);
     zel::tools::AddPagesCommand(app, ZEL_VERSION);

@@ -15,7 +15,6 @@ namespace zel::image {
 
 namespace {
 
-constexpr char kImageVariable[] = "ZELDATA_IMAGE";
 constexpr char kImageName[] = "zeldata.img";
 
 // Lies at the start of one block with its message-table nodes behind it.

@@ -8,9 +8,12 @@
 
 namespace zel::image {
 
+// Names the image to serve.
+inline constexpr char kImageVariable[] = "ZELDATA_IMAGE";
+
 inline constexpr std::size_t kImagePathSize = 4096;
 
-// The path of the image that a provider library serves: what the environment names in ZELDATA_IMAGE, else zeldata.img
+// The path of the image that a provider library serves: what the environment names, else zeldata.img
 // beside the library that holds the address `inProvider`, written into `path`. Null when its folder is not known.
 [[nodiscard]] const char* FindServedImage(const void* inProvider, char (&path)[kImagePathSize]) noexcept;
 

@@ -1,0 +1,247 @@
+// The verbs `zel decode` and `zel encode`: what they write, what they say of what is wrong, and that the one undoes the
+// other.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <map>
+
+#include "include/zelmessage.h"
+#include "include/zelprovider.h"
+#include "tests/support/bytes.h"
+#include "tests/support/cases.h"
+#include "tests/support/random_message.h"
+#include "tools/decode_command.h"
+#include "tools/encode_command.h"
+
+namespace zel::tools {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr char kSource[] = ZEL_SOURCE_DIR "/";
+
+std::string Read(const fs::path& path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+}
+
+void Write(const fs::path& path, const std::string& bytes) {
+    std::ofstream(path, std::ios::binary) << bytes;
+}
+
+struct Outcome {
+    int status;
+    std::string out;
+    std::string err;
+};
+
+// In a folder of its own, with the sample orders and the capture made of them.
+class Messages : public testing::Test {
+protected:
+    void SetUp() override {
+        fs::create_directory(folder_);
+        fs::current_path(folder_);
+        fs::copy(std::string(kSource) + "examples/orders.jsonl", ".");
+        fs::copy(std::string(kSource) + "zeldata/sample.json", ".");
+        Write("orders.zel", Encoded("orders.jsonl"));
+    }
+    void TearDown() override {
+        fs::current_path(before_);
+        fs::remove_all(folder_);
+    }
+
+    static Outcome Run(const std::string& arguments) {
+        CLI::App app;
+        Outcome outcome{-1, "", ""};
+        AddDecodeCommand(app, outcome.status);
+        AddEncodeCommand(app, outcome.status);
+        testing::internal::CaptureStdout();
+        testing::internal::CaptureStderr();
+        try {
+            app.parse(arguments);
+        } catch (const CLI::ParseError& error) {
+            outcome.status = 2;
+            std::cerr << error.what() << '\n';
+        }
+        outcome.out = testing::internal::GetCapturedStdout();
+        outcome.err = testing::internal::GetCapturedStderr();
+        return outcome;
+    }
+
+    // The bytes of messages. As hex text, because captured output is not kept byte for byte everywhere.
+    static std::string Encoded(const std::string& path) { return test::FromHex(Run("encode --hex " + path).out); }
+
+    static std::string Golden(const std::string& name) {
+        return Read(std::string(kSource) + "tests/tools/golden/" + name);
+    }
+
+    fs::path before_ = fs::current_path();
+    fs::path folder_ = fs::temp_directory_path() / ("zel-messages-test-" + std::to_string(std::random_device()()));
+};
+
+TEST_F(Messages, AreShownAsTheGoldenFilesSay) {
+    std::string damaged = Read("orders.zel");
+    damaged[247 + 4 + 1] = 9;
+    Write("damaged.zel", damaged);
+    Write("unframed.bin", damaged.substr(6, 247 - 6));
+    Write("odd.zel", Encoded(std::string(kSource) + "tests/tools/cases/odd.jsonl"));
+    Write("orders.txt", Run("encode --hex orders.jsonl").out);
+    for (const test::Cells& row : test::ReadCases("tests/tools/cases/golden.txt", 4)) {
+        const Outcome outcome = Run(row[0]);
+        EXPECT_EQ(outcome.status, std::stoi(row[1])) << row[0];
+        EXPECT_EQ(outcome.out, Golden(row[2])) << row[0];
+        EXPECT_EQ(outcome.err, row[3].empty() ? "" : row[3] + '\n') << row[0];
+    }
+}
+
+// The hex text with its names put in.
+std::string Bytes(std::string text) {
+    const std::string header = "00 01 01 00 00 02 00 0A 00 02 00 03 00 01 00 02 00 04 00 07 01 01";
+    const std::string good =
+        "01 30 2B 00 00 00" + header + "00 05 00 02 00 06 00 00 00 00 00 0B 00 01 41 00 0C 00 02 4F 4B";
+    for (const auto& [name, bytes] : {std::pair("GOOD", good), std::pair("HEAD", header)}) {
+        for (std::size_t at = text.find(name); at != std::string::npos; at = text.find(name)) {
+            text.replace(at, 4, bytes);
+        }
+    }
+    return test::FromHex(text);
+}
+
+TEST_F(Messages, FaultsOfCapturesAreToldWithTheirPlace) {
+    for (const test::Cells& row : test::ReadCases("tests/tools/cases/bad_captures.txt", 4)) {
+        const std::string capture = Bytes(row[1]);
+        Write("bad.zel", capture);
+        const Outcome outcome = Run("decode --json bad.zel" + row[3]);
+        EXPECT_EQ(outcome.err, "bad.zel: offset " + row[2] + '\n') << row[0];
+        EXPECT_EQ(outcome.status, 1) << row[0];
+        // Whatever is good is there.
+        EXPECT_EQ(outcome.out.find("\"SYMBOL\":\"OK\"") != std::string::npos, capture.find("OK") != std::string::npos)
+            << row[0] << outcome.out;
+    }
+}
+
+TEST_F(Messages, FaultsOfJsonAreToldWithTheirPlace) {
+    for (const test::Cells& row : test::ReadCases("tests/tools/cases/bad_messages.txt", 2)) {
+        Write("bad.jsonl", '\n' + row[0] + "\n{\"name\":\"HEARTBEAT\"}\n");
+        const Outcome outcome = Run("encode --hex bad.jsonl");
+        EXPECT_EQ(outcome.err, "bad.jsonl: offset 1, message 1: " + row[1] + '\n') << row[0];
+        EXPECT_EQ(outcome.status, 1) << row[0];
+        EXPECT_EQ(outcome.out.size(), 38 * 3U) << row[0];
+    }
+}
+
+// The outputs of docs/tools.md are those of the command.
+TEST_F(Messages, AreDocumentedAsTheyAre) {
+    std::ifstream page(std::string(kSource) + "docs/tools.md");
+    std::string command;
+    int lines = 0;
+    for (std::string line; std::getline(page, line);) {
+        if (line.starts_with("$ ") || line.starts_with("```")) {
+            command = line;
+        } else if (command.starts_with("$ zel decode --streams") && line != "...") {
+            EXPECT_NE(Golden("streams.txt").find(line + '\n'), std::string::npos) << line;
+            ++lines;
+        } else if (command.starts_with("$ echo")) {
+            Write("echo.jsonl", command.substr(8, command.find("' |") - 8));
+            EXPECT_EQ(Run("encode --hex echo.jsonl").out, line + '\n');
+            ++lines;
+        }
+    }
+    EXPECT_EQ(lines, 15);
+}
+
+TEST_F(Messages, AnswerDictionaryFaultsWithStatus2) {
+    Write("broken.json", "{\"fields\": [], \"messages\": [");
+    Write("broken.img", "ZELDATA");
+    for (const char* arguments :
+         {"decode -d broken.json orders.zel", "encode -d broken.img orders.jsonl", "decode -d missing.img orders.zel",
+          "decode missing.zel", "decode .", "decode --json --raw orders.zel", "decode --streams NOPE orders.zel"}) {
+        const Outcome outcome = Run(arguments);
+        EXPECT_EQ(outcome.status, 2) << arguments;
+        EXPECT_EQ(outcome.out, "") << arguments;
+        EXPECT_NE(outcome.err, "") << arguments;
+    }
+    // A source serves as well as the image beside the provider, names of messages included, and leaves no image behind.
+    const auto images = [] {
+        return std::count_if(fs::directory_iterator(fs::temp_directory_path()), {},
+                             [](const fs::directory_entry& entry) { return entry.path().extension() == ".img"; });
+    };
+    const auto before = images();
+    EXPECT_EQ(Run("decode --json -d sample.json orders.zel").out, Run("decode --json orders.zel").out);
+    EXPECT_EQ(images(), before);
+}
+
+TEST_F(Messages, AreReadFromDumpsAsLogsHaveThem) {
+    std::map<std::string, std::string> dumps;
+    std::string name;
+    std::ifstream file(std::string(kSource) + "tests/tools/cases/dumps.txt");
+    for (std::string line; std::getline(file, line);) {
+        if (line.starts_with("# ")) {
+            name = line.substr(2);
+            continue;
+        }
+        dumps[name] += line + '\n';
+    }
+    ASSERT_GE(dumps.size(), 8U);
+    const std::string expected = Golden("dump.jsonl");
+    for (const auto& [kind, text] : dumps) {
+        Write("dump.txt", text);
+        const Outcome outcome = Run("decode --json --hex dump.txt");
+        EXPECT_EQ(outcome.out, expected) << kind;
+        EXPECT_EQ(outcome.err, kind.starts_with("line ") ? "dump.txt: " + kind + '\n' : "");
+    }
+}
+
+// 10,000 messages of every kind, in every format and frame, with flags, ids and user data of any value.
+TEST_F(Messages, ComeBackByteForByte) {
+    CZELMessage::init();
+    const test::Tables tables{CZELMessage::getVormaZelData()->dataDictionary(),
+                              CZELMessage::getVormaZelData()->messageTable()};
+    test::Random random(2024);
+    std::vector<char> buffer(kZELMaxFrame + 100);
+    char userData[100] = "any bytes \xff";
+    std::string capture;
+    int count = 0;
+    while (count < 10000) {
+        for (const ZELTypeNode* type = tables.messages; type != nullptr; type = type->next) {
+            for (const ZELSubTypeNode* node = type->subTypes; node != nullptr; node = node->next, ++count) {
+                const auto format = static_cast<unsigned short>(count % 3);
+                CZELMessage sent(static_cast<short>(format == 1 ? 0 : random() % 16), 0);
+                sent.sequence = static_cast<short>(random() % 3 == 0 ? 0 : random());
+                test::FillRandomly(sent, tables, type->type, *node, static_cast<short>(random() % 4), format == 1,
+                                   random);
+                ASSERT_NE(sent.message, nullptr);
+                sent.serviceIdHigh = static_cast<short>(random());
+                sent.serviceIdLow = static_cast<short>(random());
+                sent.shortFrame = static_cast<int>(random() % 2);
+                sent.compressMode = random() % 2 == 0 ? 2 : 0;
+                sent.message->format = format;
+                sent.message->encryptFlag = static_cast<unsigned short>(random() % 16);
+                sent.message->userData = static_cast<ZELLong>(random());
+                if (random() % 2 == 0) {
+                    sent.message->varUserData = userData;
+                    sent.message->varUserDataLen = static_cast<unsigned short>(random() % sizeof userData);
+                }
+                long length = 0;
+                ASSERT_EQ(sent.packMessage(buffer.data(), &length), 0) << type->type << ' ' << node->subType;
+                // Peers set packing flags and ids that the message object would not.
+                char* header = buffer.data() + (sent.shortFrame != 0 ? 4 : 6);
+                header[2] = static_cast<char>(static_cast<unsigned char>(header[2]) ^ (random() % 2 == 0 ? 2U : 1U));
+                header[20] = static_cast<char>(random());
+                capture.append(buffer.data(), static_cast<std::size_t>(length));
+            }
+        }
+    }
+    CZELMessage::terminate();
+    Write("random.zel", capture);
+    const Outcome decoded = Run("decode --json random.zel");
+    EXPECT_EQ(decoded.status, 0) << decoded.err.substr(0, 500);
+    EXPECT_EQ(std::count(decoded.out.begin(), decoded.out.end(), '\n'), count);
+    Write("random.jsonl", decoded.out);
+    EXPECT_TRUE(Encoded("random.jsonl") == capture);
+}
+
+}  // namespace
+}  // namespace zel::tools

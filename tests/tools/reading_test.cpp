@@ -1,0 +1,214 @@
+// What the verbs read and write their bytes with: captures in pieces of any size, files that grow, numbers as text.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <bit>
+#include <cmath>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <random>
+
+#include "tests/support/bytes.h"
+#include "tools/byte_input.h"
+#include "tools/frame_reader.h"
+#include "tools/json_text.h"
+#include "tools/line_reader.h"
+#include "tools/message_report.h"
+#include "tools/progress.h"
+#include "tools/value_json.h"
+#include "tools/value_text.h"
+
+namespace zel::tools {
+namespace {
+
+namespace fs = std::filesystem;
+
+// The bytes in pieces of at most `piece`.
+ByteInput Pieces(std::string bytes, std::size_t piece) {
+    return [bytes = std::move(bytes), piece, at = std::size_t{0}](char* to, std::size_t size) mutable {
+        const std::size_t count = std::min({piece, size, bytes.size() - at});
+        bytes.copy(to, count, at);
+        at += count;
+        return count;
+    };
+}
+
+std::string FrameOf(std::size_t size, char fill) {
+    std::string frame = test::FromHex("01 30");
+    for (unsigned shift = 0; shift < 32; shift += 8) {
+        frame += static_cast<char>(size >> shift);
+    }
+    return frame + std::string(size, fill);
+}
+
+// More than the buffer holds, with a frame that is too long to be kept among them.
+TEST(Frames, AreTheSameInPiecesOfAnySize) {
+    std::string capture;
+    for (int i = 0; i < 40; ++i) {
+        capture += FrameOf(static_cast<std::size_t>(i) * 4001, static_cast<char>('a' + i % 26));
+    }
+    capture += FrameOf(kMaxFrameRead, '-') + FrameOf(kMaxFrameRead - 6, '+');
+    for (const std::size_t piece : {std::size_t{7}, std::size_t{4096}, capture.size()}) {
+        FrameReader reader(Pieces(capture, piece));
+        std::string read;
+        Frame frame{};
+        std::string fault;
+        for (int i = 0; i < 40; ++i) {
+            ASSERT_EQ(reader.Next(frame, fault), FrameState::kFrame) << fault;
+            EXPECT_EQ(frame.offset, read.size());
+            read.append(frame.bytes, frame.size);
+        }
+        EXPECT_TRUE(capture.starts_with(read));
+        EXPECT_EQ(reader.Next(frame, fault), FrameState::kBad);
+        ASSERT_EQ(reader.Next(frame, fault), FrameState::kFrame);
+        EXPECT_EQ(frame.number, 42U);
+        EXPECT_EQ(frame.offset + frame.size, capture.size());
+        EXPECT_EQ(frame.bytes[kMaxFrameRead - 1], '+');
+        EXPECT_EQ(reader.Next(frame, fault), FrameState::kEnd);
+    }
+}
+
+TEST(Lines, AreTheSameInPiecesOfAnySize) {
+    const std::string longLine(LineReader::kLongestLine + 1, 'x');
+    for (const std::size_t piece : {1UL, 3UL, 100000UL}) {
+        LineReader reader(Pieces("one\n\nthree\r\nlast", piece));
+        Line line{};
+        std::string read;
+        while (reader.Next(line)) {
+            read += std::to_string(line.number) + '@' + std::to_string(line.offset) + line.text + ' ';
+        }
+        EXPECT_EQ(read, "1@0one 2@4 3@5three\r 4@12last ");
+    }
+    LineReader reader(Pieces(longLine + "\nnext", 100000));
+    Line line{};
+    ASSERT_TRUE(reader.Next(line));
+    EXPECT_TRUE(line.isCut);
+    ASSERT_TRUE(reader.Next(line));
+    EXPECT_EQ(line.text, "next");
+    EXPECT_FALSE(line.isCut);
+}
+
+TEST(FollowedFile, IsReadAsItGrows) {
+    const std::string path =
+        (fs::temp_directory_path() / ("zel-follow-" + std::to_string(std::random_device()()))).string();
+    const std::string bytes = FrameOf(10, 'a') + FrameOf(20, 'b');
+    std::ofstream(path, std::ios::binary) << bytes.substr(0, 5);
+    {
+        InputFile file(path);
+        std::size_t written = 5;
+        FrameReader reader(FollowedInput(file, [&] {
+            std::ofstream(path, std::ios::binary | std::ios::app) << bytes.substr(std::min(written, bytes.size()), 3);
+            written += 3;
+            return written < bytes.size() + 6;
+        }));
+        Frame frame{};
+        std::string fault;
+        EXPECT_EQ(reader.Next(frame, fault), FrameState::kFrame);
+        EXPECT_EQ(reader.Next(frame, fault), FrameState::kFrame);
+        EXPECT_EQ(std::string(frame.bytes, frame.size), FrameOf(20, 'b'));
+        EXPECT_EQ(reader.Next(frame, fault), FrameState::kEnd);
+
+        fs::resize_file(path, 3);
+        char next = 0;
+        InputFile again(path);
+        ByteInput cut = FollowedInput(again, [&] {
+            fs::resize_file(path, 0);
+            return true;
+        });
+        EXPECT_EQ(cut(&next, 1) + cut(&next, 1) + cut(&next, 1), 3U);
+        EXPECT_THROW(cut(&next, 1), InputError);
+    }
+    fs::remove(path);
+}
+
+void ExpectSameFloat(std::uint32_t bits) {
+    std::string json;
+    AppendFloat(json, bits);
+    const std::string read = ReadValueJson(nlohmann::json::parse(json), {1, kZELFloat, 4, 1, "F"});
+    ASSERT_EQ(ValueAt<std::uint32_t>(read.data()), bits) << json;
+}
+
+void ExpectSameDouble(std::uint64_t bits) {
+    std::string json;
+    AppendDouble(json, bits);
+    const std::string read = ReadValueJson(nlohmann::json::parse(json), {1, kZELDouble, 8, 1, "F"});
+    ASSERT_EQ(ValueAt<std::uint64_t>(read.data()), bits) << json;
+}
+
+TEST(Reals, ComeBackBitForBit) {
+    std::mt19937_64 random(1);
+    for (int i = 0; i < 200000; ++i) {
+        const std::uint64_t bits = random();
+        ExpectSameDouble(bits);
+        ExpectSameFloat(static_cast<std::uint32_t>(bits));
+        // Numbers with few digits.
+        ExpectSameDouble(std::bit_cast<std::uint64_t>(static_cast<double>(bits % 100000) / 1000));
+    }
+    for (const double edge : {0.0, -0.0, 5e-324, 2.2250738585072014e-308, 1e22, 1e23, HUGE_VAL, -HUGE_VAL}) {
+        ExpectSameDouble(std::bit_cast<std::uint64_t>(edge));
+        ExpectSameFloat(std::bit_cast<std::uint32_t>(static_cast<float>(edge)));
+    }
+    // NaNs of every kind.
+    for (unsigned bit = 0; bit < 23; ++bit) {
+        ExpectSameFloat(0x7F800000U | 1U << bit);
+        ExpectSameFloat(0xFF800000U | 1U << bit);
+        ExpectSameDouble(0x7FF0000000000000U | std::uint64_t{1} << bit * 2);
+    }
+}
+
+// Whatever has a text reads back from it; the texts of others are refused.
+TEST(DatesAndTimes, HaveATextThatReadsBack) {
+    std::mt19937 random(2);
+    int texts = 0;
+    for (int i = 0; i < 200000; ++i) {
+        constexpr unsigned kLimits[] = {33, 14, 256, 26, 61, 61, 1, 5};
+        char bytes[8];
+        for (std::size_t k = 0; k < sizeof bytes; ++k) {
+            bytes[k] = static_cast<char>(random() % 8 == 0 ? 0 : random() % kLimits[k]);
+        }
+        const auto value = ValueAt<_datetime>(bytes);
+        std::string text;
+        _datetime read{};
+        if (AppendDateTimeText(text, value)) {
+            ++texts;
+            ASSERT_TRUE(ReadDateTimeText(text, read)) << text;
+            ASSERT_EQ(std::memcmp(&read, &value, sizeof read), 0) << text;
+        }
+    }
+    EXPECT_GT(texts, 10000);
+    _datetime value{};
+    for (const char* text : {"1999-11-30T", "1999-11-3", "1899-01-01", "2156-01-01", "1999-1-01", "T09:05:07",
+                             "25:00:00", "09:60:00", "09:05", "1999-11-30 09:05:07Z", "19991130", " "}) {
+        EXPECT_FALSE(ReadDateTimeText(text, value)) << text;
+    }
+}
+
+TEST(Utf8, IsToldFromOtherBytes) {
+    for (const char* text :
+         {"plain", "\xc3\x86", "\xe2\x82\xac", "\xf0\x9d\x84\x9e", "\xf4\x8f\xbf\xbf", "\xed\x9f\xbf"}) {
+        EXPECT_TRUE(IsUtf8(text)) << text;
+    }
+    for (const char* text : {"\x80", "\xc3", "\xc0\x80", "\xc1\xbf", "\xe0\x9f\xbf", "\xed\xa0\x80", "\xf0\x8f\xbf\xbf",
+                             "\xf4\x90\x80\x80", "\xf5\x80\x80\x80", "a\xe2\x82z", "\xff"}) {
+        EXPECT_FALSE(IsUtf8(text)) << text;
+    }
+}
+
+TEST(Reports, NameTheirField) {
+    EXPECT_EQ(FieldInReport("FieldId[12]"), 12);
+    EXPECT_EQ(FieldInReport("Field Received[65535] is not in the list of fields"), 65535);
+    EXPECT_EQ(FieldInReport("Manadatory field(12) not in the list."), 12);
+    EXPECT_EQ(FieldInReport("Invalid Field[7], FieldType[99] received"), 7);
+    EXPECT_EQ(FieldInReport("Invalid Field Type[12] received"), std::nullopt);
+    EXPECT_EQ(FieldInReport("ZEL_HDR_MSGID"), std::nullopt);
+}
+
+TEST(ProgressBar, ShowsHowFarTheWorkIs) {
+    EXPECT_EQ(ProgressLine(50000000, 200000000), "[#####               ]  25%  50 of 200 MB");
+    EXPECT_EQ(ProgressLine(300, 200), "[####################] 100%  0 of 0 MB");
+    EXPECT_EQ(ProgressLine(5000000, 0), "5 MB");
+}
+
+}  // namespace
+}  // namespace zel::tools

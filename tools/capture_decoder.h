@@ -1,0 +1,57 @@
+// The messages of a capture, one after the other, in the form that the user wants to see.
+#ifndef ZEL_TOOLS_CAPTURE_DECODER_H
+#define ZEL_TOOLS_CAPTURE_DECODER_H
+
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <set>
+#include <string>
+#include <utility>
+
+#include "tools/byte_output.h"
+#include "tools/catalog.h"
+#include "tools/frame_reader.h"
+#include "tools/message_json.h"
+#include "tools/message_report.h"
+#include "tools/payload_walk.h"
+
+namespace zel::tools {
+
+enum class DecodedForm { kListing, kJson, kSummary, kRaw };
+
+class CaptureDecoder {
+public:
+    // Without a catalog, form kRaw.
+    CaptureDecoder(const Catalog* catalog, DecodedForm form, std::set<std::uint16_t> streams, ByteOutput& output,
+                   Complaints& complaints);
+
+    void Decode(const Frame& frame);
+    // What is to be said at the end.
+    void Finish();
+
+private:
+    struct Count {
+        std::uint64_t messages;
+        std::uint64_t bytes;
+    };
+
+    void DecodeRaw(const Frame& frame, ReceivedMessage& message);
+    bool Unpack(const Frame& frame, ReceivedMessage& message);
+    void Complain(const Frame& frame, const std::string& text);
+
+    const Catalog* catalog_;
+    DecodedForm form_;
+    std::set<std::uint16_t> streams_;
+    ByteOutput& output_;
+    Complaints& complaints_;
+    ReportCollector reports_;
+    std::optional<CZELMessage> object_;  // not without a dictionary: its construction would complain
+    PayloadFindings findings_;
+    std::map<std::pair<std::int16_t, std::int16_t>, Count> counts_;
+    Count bad_{};
+};
+
+}  // namespace zel::tools
+
+#endif  // ZEL_TOOLS_CAPTURE_DECODER_H

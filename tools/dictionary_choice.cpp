@@ -1,0 +1,151 @@
+#include "tools/dictionary_choice.h"
+
+#include <cstdlib>
+#include <cstring>
+#include <deque>
+#include <filesystem>
+#include <iostream>
+#include <random>
+
+#include "include/zelmessage.h"
+#include "tools/dictionary_file.h"
+#include "tools/dictionary_image.h"
+#include "tools/file_output.h"
+#include "tools/findings.h"
+#include "zeldata/image_check.h"
+#include "zeldata/provider.h"
+
+namespace zel::tools {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+void SetVariable(const std::string& value) {
+    // The environment keeps pointing to what it was given.
+    static std::deque<std::string> given;
+    given.push_back(std::string(image::kImageVariable) + '=' + value);
+    putenv(given.back().data());
+}
+
+std::string Variable() {
+    const char* value = std::getenv(image::kImageVariable);
+    return value != nullptr ? value : "";
+}
+
+std::vector<char> BuildSource(const std::string& path) {
+    Findings findings;
+    const DictionarySource dictionary = ReadSourceFile(path, findings);
+    const std::size_t errors = CountErrors(findings);
+    if (errors != 0) {
+        PrintFindings(std::cerr, path, findings);
+        throw DictionaryError(path + ": " + Counted(errors, "error") + "; no dictionary");
+    }
+    return BuildDictionaryImage(dictionary);
+}
+
+// A function of the provider's: the object begins with the address of the table of its slots.
+const void* ProviderCode(const VormaZelData* provider) {
+    const void* const* slots = nullptr;
+    std::memcpy(&slots, static_cast<const void*>(provider), sizeof slots);
+    return slots[0];
+}
+
+}  // namespace
+
+void TemporaryFile::Remove() noexcept {
+    std::error_code ignored;
+    if (!path.empty()) {
+        fs::remove(path, ignored);
+    }
+}
+
+void AddDictionaryOption(CLI::App& verb, std::string& path) {
+    verb.add_option("-d,--dictionary", path,
+                    "Dictionary: an image, or a source (*.json); else the image that ZELDATA_IMAGE names, else "
+                    "zeldata.img beside the provider")
+        ->option_text("FILE");
+}
+
+LoadedDictionary::LoadedDictionary(const std::string& path) {
+    if (!IsSourceName(path)) {
+        Start(path);
+        FindNames(path);
+        return;
+    }
+    built_ = BuildSource(path);
+    temporary_.path = (fs::temp_directory_path() / ("zel-" + std::to_string(std::random_device()()) + ".img")).string();
+    WriteFileAtomically(temporary_.path, built_);
+    Start(temporary_.path);
+    temporary_.Remove();
+    TakeNames(built_.data(), built_.size());
+}
+
+LoadedDictionary::~LoadedDictionary() {
+    CZELMessage::terminate();
+    if (mapped_.bytes != nullptr) {
+        image::UnmapFile(mapped_);
+    }
+}
+
+// Starts the library with this image, or with the provider's own choice.
+void LoadedDictionary::Start(const std::string& image) {
+    const std::string before = Variable();
+    if (!image.empty()) {
+        SetVariable(image);
+    }
+    CZELMessage::init();
+    if (!image.empty()) {
+        SetVariable(before);
+    }
+    VormaZelData* provider = CZELMessage::getVormaZelData();
+    if (provider == nullptr) {
+        CZELMessage::terminate();
+        throw DictionaryError("no dictionary: the provider did not start");
+    }
+    fields_ = provider->dataDictionary();
+    messages_ = provider->messageTable();
+}
+
+// The names come from the image that the provider serves. A provider of another kind may serve something else: names
+// are taken only when the image holds the very dictionary that is in use.
+void LoadedDictionary::FindNames(const std::string& image) {
+    char served[image::kImagePathSize];
+    const char* path = image.empty() ? image::FindServedImage(ProviderCode(CZELMessage::getVormaZelData()), served)
+                                     : image.c_str();
+    image::MapFault ignored;
+    if (path != nullptr && image::MapFile(path, mapped_, ignored)) {
+        TakeNames(mapped_.bytes, mapped_.size);
+        return;
+    }
+    mapped_ = {nullptr, 0};
+}
+
+void LoadedDictionary::TakeNames(const void* bytes, std::size_t size) {
+    image::ImageView view;
+    image::ImageFault ignored;
+    if (fields_ == nullptr || !image::CheckImage(bytes, size, view, ignored) ||
+        view.dictionary->count != fields_->count) {
+        return;
+    }
+    const std::size_t recordBytes = (static_cast<std::size_t>(fields_->count) + 1) * sizeof(ZELDictionaryField);
+    if (std::memcmp(view.dictionary, fields_, recordBytes) == 0) {
+        names_ = view;
+    }
+}
+
+std::string LoadedDictionary::MessageName(int type, int subType) const {
+    const std::uint32_t typeCount = names_.header != nullptr ? names_.header->typeCount : 0;
+    for (std::uint32_t i = 0; i < typeCount; ++i) {
+        const image::ImageType& imageType = names_.types[i];
+        for (std::uint32_t j = 0; imageType.type == type && j < imageType.subTypeCount; ++j) {
+            const image::ImageSubType& imageSubType = names_.subTypes[imageType.firstSubType + j];
+            if (imageSubType.subType == subType) {
+                return imageSubType.name;
+            }
+        }
+    }
+    return "";
+}
+
+}  // namespace zel::tools

@@ -1,0 +1,64 @@
+// The option -d/--dictionary, and the library started with the dictionary that it names.
+#ifndef ZEL_TOOLS_DICTIONARY_CHOICE_H
+#define ZEL_TOOLS_DICTIONARY_CHOICE_H
+
+#include <CLI/CLI.hpp>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "include/zelprovider.h"
+#include "zeldata/image.h"
+#include "zeldata/mapped_file.h"
+
+namespace zel::tools {
+
+// There is no dictionary: a verb that needs one cannot begin.
+struct DictionaryError : std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
+
+void AddDictionaryOption(CLI::App& verb, std::string& path);
+
+// A file that goes with the object that names it, at the latest: where a system does not remove files that are in use.
+struct TemporaryFile {
+    std::string path;
+
+    TemporaryFile() = default;
+    ~TemporaryFile() { Remove(); }
+    TemporaryFile(const TemporaryFile&) = delete;
+    TemporaryFile& operator=(const TemporaryFile&) = delete;
+    void Remove() noexcept;
+};
+
+// The message library with a dictionary, until the object goes. One at a time.
+class LoadedDictionary {
+public:
+    // `path`: an image, or a source (*.json); empty leaves the choice to the provider. Throws DictionaryError.
+    explicit LoadedDictionary(const std::string& path);
+    ~LoadedDictionary();
+    LoadedDictionary(const LoadedDictionary&) = delete;
+    LoadedDictionary& operator=(const LoadedDictionary&) = delete;
+
+    [[nodiscard]] const ZELDictionaryHeader* fields() const { return fields_; }
+    [[nodiscard]] const ZELTypeNode* messages() const { return messages_; }
+
+    // The name of a message; empty when it is not known: the tables have no names of messages, images do.
+    [[nodiscard]] std::string MessageName(int type, int subType) const;
+
+private:
+    void Start(const std::string& image);
+    void FindNames(const std::string& image);
+    void TakeNames(const void* bytes, std::size_t size);
+
+    const ZELDictionaryHeader* fields_ = nullptr;
+    const ZELTypeNode* messages_ = nullptr;
+    TemporaryFile temporary_;  // a source's image
+    std::vector<char> built_;  // the same
+    image::MappedFile mapped_{nullptr, 0};
+    image::ImageView names_{};
+};
+
+}  // namespace zel::tools
+
+#endif  // ZEL_TOOLS_DICTIONARY_CHOICE_H

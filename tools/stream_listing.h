@@ -1,0 +1,18 @@
+// Filter and sort data that travel in a field, term by term for people's eyes.
+#ifndef ZEL_TOOLS_STREAM_LISTING_H
+#define ZEL_TOOLS_STREAM_LISTING_H
+
+#include <string>
+#include <string_view>
+
+#include "tools/catalog.h"
+
+namespace zel::tools {
+
+// Lines that each begin with `indent`, or one that says that the bytes are neither. No bytes can be read as both, but
+// for an empty stream.
+void AppendStream(std::string& out, const Catalog& catalog, std::string_view bytes, std::string_view indent);
+
+}  // namespace zel::tools
+
+#endif  // ZEL_TOOLS_STREAM_LISTING_H
