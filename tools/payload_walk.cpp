@@ -60,6 +60,16 @@ std::string LostBytes(std::size_t count) {
     return Counted(count, "byte") + " behind the last field left out";
 }
 
+// The fields that a sender of this version packs in format 1: all that the version has.
+std::size_t CountPacked(const Catalog& catalog, unsigned version, const ZELDataBuf& buffer) {
+    std::size_t count = 0;
+    for (int i = 0; i < buffer.count; ++i) {
+        const bool isNewer = catalog.Field(buffer.fields[i].id).version > static_cast<int>(version);
+        count += version == 0 || !isNewer ? 1U : 0U;
+    }
+    return count;
+}
+
 void WalkValues(const Catalog& catalog, const HeaderNumbers& header, std::string_view payload,
                 const ZelMsgStruct& message, PayloadFindings& findings) {
     SetSlots slots(message);
@@ -71,10 +81,14 @@ void WalkValues(const Catalog& catalog, const HeaderNumbers& header, std::string
         }
         payload.remove_prefix(size);
     }
+    const std::size_t packed = CountPacked(catalog, Version(header.flags), *message.dataBuf);
     if (found != header.numFields) {
         findings.lost = LostFields(header.numFields, found);
     } else if (!payload.empty()) {
         findings.lost = LostBytes(payload.size());
+    } else if (found != packed) {
+        findings.lost = "the header announces " + Counted(header.numFields, "field") + ", the message has " +
+                        std::to_string(packed);
     }
 }
 
