@@ -10,6 +10,7 @@
 
 #include "tools/byte_input.h"
 #include "tools/capture_decoder.h"
+#include "tools/descriptor.h"
 #include "tools/dictionary_choice.h"
 #include "tools/hex_text.h"
 #include "tools/progress.h"
@@ -19,7 +20,6 @@ namespace zel::tools {
 
 namespace {
 
-constexpr int kCannotBegin = 2;
 
 struct DecodeOptions {
     std::string input = "-";
@@ -113,7 +113,7 @@ int Decode(const DecodeOptions& options) {
         }
     } catch (const std::runtime_error& error) {
         (void)std::fprintf(stderr, "zel: %s\n", error.what());
-        return kCannotBegin;
+        return kStatusUsage;
     }
     const std::set<std::uint16_t> streams =
         catalog ? FindStreams(options.streams, *catalog) : std::set<std::uint16_t>();

@@ -6,6 +6,7 @@
 
 #include "tools/byte_input.h"
 #include "tools/byte_output.h"
+#include "tools/descriptor.h"
 #include "tools/dictionary_choice.h"
 #include "tools/hex_text.h"
 #include "tools/json_file.h"
@@ -18,7 +19,6 @@ namespace zel::tools {
 
 namespace {
 
-constexpr int kCannotBegin = 2;
 
 struct EncodeOptions {
     std::string input = "-";
@@ -73,7 +73,7 @@ int Encode(const EncodeOptions& options) {
         catalog.emplace(*dictionary);
     } catch (const std::runtime_error& error) {
         (void)std::fprintf(stderr, "zel: %s\n", error.what());
-        return kCannotBegin;
+        return kStatusUsage;
     }
     Complaints complaints(file->name(), output);
     MessageWriter writer(*catalog);
