@@ -20,7 +20,6 @@ namespace zel::tools {
 
 namespace {
 
-
 struct DecodeOptions {
     std::string input = "-";
     std::string dictionary;

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdio>
 
 #include "tools/descriptor.h"
 
@@ -18,6 +19,10 @@ void CloseDescriptor(int descriptor) noexcept {
 
 long ReadSome(int descriptor, char* to, std::size_t size) noexcept {
     const int count = _read(descriptor, to, static_cast<unsigned>(size));
+    if (count == 0) {
+        // The end is remembered; moving forgets it, so that more can be read from a file that grows.
+        (void)_lseeki64(descriptor, 0, SEEK_CUR);
+    }
     // The end of a pipe whose writer has gone.
     return count < 0 && errno == EPIPE ? 0 : count;
 }

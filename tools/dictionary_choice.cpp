@@ -111,8 +111,8 @@ void LoadedDictionary::Start(const std::string& image) {
 // are taken only when the image holds the very dictionary that is in use.
 void LoadedDictionary::FindNames(const std::string& image) {
     char served[image::kImagePathSize];
-    const char* path = image.empty() ? image::FindServedImage(ProviderCode(CZELMessage::getVormaZelData()), served)
-                                     : image.c_str();
+    const char* path =
+        image.empty() ? image::FindServedImage(ProviderCode(CZELMessage::getVormaZelData()), served) : image.c_str();
     image::MapFault ignored;
     if (path != nullptr && image::MapFile(path, mapped_, ignored)) {
         TakeNames(mapped_.bytes, mapped_.size);

@@ -19,7 +19,6 @@ namespace zel::tools {
 
 namespace {
 
-
 struct EncodeOptions {
     std::string input = "-";
     std::string dictionary;

@@ -74,8 +74,8 @@ bool IsHidden(const CLI::Option& option) {
 
 // Paths may begin with a slash on every platform.
 void ConfigureApp(CLI::App& app) {
+    app.allow_windows_style_options(false);  // a path may begin with "/"
     app.formatter(std::make_shared<WrappingFormatter>());
-    app.allow_windows_style_options(false);
     app.set_help_flag("-h,--help", "Show this help");
 }
 

@@ -20,7 +20,6 @@ int Run(int argc, char** argv) {
     zel::tools::ConfigureApp(app);
     app.set_version_flag("--version", "zel " ZEL_VERSION, "Show the version");
     app.require_subcommand(1);
-    app.allow_windows_style_options(false);  // a path may begin with "/"
     app.footer(
         "Examples:\n"
         "  zel encode examples/orders.jsonl > orders.zel\n"

@@ -14,6 +14,7 @@
 #include "tests/support/random_message.h"
 #include "tools/decode_command.h"
 #include "tools/encode_command.h"
+#include "tools/help.h"
 
 namespace zel::tools {
 namespace {
@@ -43,8 +44,8 @@ protected:
     void SetUp() override {
         fs::create_directory(folder_);
         fs::current_path(folder_);
-        fs::copy(std::string(kSource) + "examples/orders.jsonl", ".");
-        fs::copy(std::string(kSource) + "zeldata/sample.json", ".");
+        fs::copy_file(std::string(kSource) + "examples/orders.jsonl", "orders.jsonl");
+        fs::copy_file(std::string(kSource) + "zeldata/sample.json", "sample.json");
         Write("orders.zel", Encoded("orders.jsonl"));
     }
     void TearDown() override {
@@ -55,6 +56,7 @@ protected:
     static Outcome Run(const std::string& arguments) {
         CLI::App app;
         Outcome outcome{-1, "", ""};
+        ConfigureApp(app);
         AddDecodeCommand(app, outcome.status);
         AddEncodeCommand(app, outcome.status);
         testing::internal::CaptureStdout();
