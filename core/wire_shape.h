@@ -53,15 +53,16 @@ constexpr bool IsFixed(Shape shape) noexcept {
     return shape <= Shape::kMoney;
 }
 
-// 0 for the shapes without one size.
+// Bytes on the wire and in memory; 0 for the shapes without one size.
+inline constexpr std::uint16_t kWireSizes[] = {2, 4, 8, 8, 6, 0, 0, 0};
+inline constexpr std::uint16_t kMemorySizes[] = {2, 4, 8, 8, 8, 0, 0, 0};
+
 constexpr std::uint16_t FixedWireSize(Shape shape) noexcept {
-    constexpr std::uint16_t kSizes[] = {2, 4, 8, 8, 6, 0, 0, 0};
-    return kSizes[static_cast<int>(shape)];
+    return kWireSizes[static_cast<int>(shape)];
 }
 
 constexpr std::uint16_t FixedMemorySize(Shape shape) noexcept {
-    constexpr std::uint16_t kSizes[] = {2, 4, 8, 8, 8, 0, 0, 0};
-    return kSizes[static_cast<int>(shape)];
+    return kMemorySizes[static_cast<int>(shape)];
 }
 
 template <typename T>
@@ -105,12 +106,10 @@ inline void DecodeFixed(Shape shape, const char* bytes, void* out) noexcept {
             return StoreHost(out, LoadU64Be(bytes));
         case Shape::kDateTime:
             return StoreHost(out, LoadHost<std::uint64_t>(bytes));
-        default: {
-            _money money{};
-            StoreHost(&money.amount, LoadU32Be(bytes));
-            StoreHost(&money.displayCode, LoadU16Be(bytes + 4));
-            StoreHost(out, money);
-        }
+        default:
+            StoreHost(out, LoadU32Be(bytes));
+            StoreHost(static_cast<char*>(out) + offsetof(_money, displayCode), LoadU16Be(bytes + 4));
+            StoreHost(static_cast<char*>(out) + offsetof(_money, displayCode) + 2, std::uint16_t{0});
     }
 }
 
