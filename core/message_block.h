@@ -116,11 +116,14 @@ void FreeMessageBlock(MessageBlock* block) noexcept;
     return value;
 }
 
-// The most that the codec reads from a value of this field: 8 bytes, or the dictionary's length of type 4.
+// What the codec reads from a value at most, but for fields of type 4 of more bytes in the dictionary. Any buffer of a
+// slot's own has as many.
+inline constexpr std::size_t kShortestRead = 8;
+
+// The most that the codec reads from a value of this field.
 inline std::size_t ReadSize(Shape shape, std::uint16_t length) noexcept {
-    constexpr std::size_t kLongestFixed = 8;
-    const auto isLength = static_cast<std::int16_t>(length) > static_cast<std::int16_t>(kLongestFixed);
-    return shape == Shape::kChars && isLength ? length : kLongestFixed;
+    const bool isLonger = static_cast<std::int16_t>(length) > static_cast<std::int16_t>(kShortestRead);
+    return shape == Shape::kChars && isLonger ? length : kShortestRead;
 }
 
 }  // namespace zel

@@ -85,7 +85,6 @@ PlanEntry NewEntry(const ZELFieldListEntry& listed, Part part, std::uint16_t mar
         entry.shape = ShapeOf(record->type);
         entry.length = static_cast<std::uint16_t>(record->length);
         entry.span = SpanOf(entry.shape, record->length);
-        entry.countMask = entry.shape == Shape::kCounted ? 0xFFFF : 0;
     }
     return entry;
 }

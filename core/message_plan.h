@@ -33,7 +33,6 @@ struct PlanEntry {
     bool hasRecord;  // the dictionary knows the id
     bool isPlain;    // type and length of the dictionary agree, and the list holds the id once
     bool isMarker;
-    std::uint16_t countMask;  // all ones if two bytes behind the id say how many more bytes there are; else 0
 };
 
 // Where the slots of one id lie. An entry of a hash table over the ids, which is at most half full.

@@ -73,18 +73,21 @@ inline Receipt ReceivePlain(MessageBlock& block, const PlanEntry& entry, _field_
         in.next += entry.span;
         return Receipt::kReceived;
     }
-    std::uint16_t length = entry.length;
     if (entry.shape == Shape::kCounted) {
-        length = LoadU16Be(bytes);
-        bytes += 2;
+        const std::uint16_t length = LoadU16Be(bytes);
         if (length > Remaining(in) - entry.span) {
             return Receipt::kOtherwise;
         }
+        if (!StoreSeparate(block, slot, bytes + 2, length, kShortestRead)) {
+            return Receipt::kFailed;
+        }
+        in.next = bytes + 2 + length;
+        return Receipt::kReceived;
     }
-    if (!StoreSeparate(block, slot, bytes, length, ReadSize(entry.shape, entry.length))) {
+    if (!StoreSeparate(block, slot, bytes, entry.length, kShortestRead)) {
         return Receipt::kFailed;
     }
-    in.next = bytes + length;
+    in.next += entry.span;
     return Receipt::kReceived;
 }
 
@@ -115,43 +118,44 @@ inline Receipt ReceiveWithLength(MessageBlock& block, const PlanEntry& entry, _f
 }
 
 // Receives fields as long as the expected ones come, are plain and complete, and their slots are the first that may
-// take them. False: reported.
-template <short format>
+// take them: as they are as long as every field has been the expected one (`inOrder`). False: reported.
+template <short format, bool inOrder>
 bool ReceiveExpected(Receiving& receiving) noexcept {
     MessageBlock& block = receiving.block;
     Reader in = receiving.in;
-    // Each in a variable of its own: they stay in registers.
-    const PlanEntry* entry = receiving.cursor.entry;
-    const PlanEntry* stop = receiving.cursor.stop;
-    _field_data* slot = receiving.cursor.slot;
-    std::ptrdiff_t back = receiving.cursor.back;
-    int left = receiving.fieldsLeft;
+    SlotCursor& cursor = receiving.cursor;
     Receipt receipt = Receipt::kReceived;
-    while (left != 0 && Remaining(in) >= entry->span && LoadHost<std::uint16_t>(in.next) == entry->wireId &&
-           slot->isSet == 0 && (back == 0 || slot[-back].isSet != 0)) {
-        receipt = format == kIdLengthAndValue ? ReceiveWithLength(block, *entry, *slot, in)
-                                              : ReceivePlain(block, *entry, *slot, in);
-        if (receipt != Receipt::kReceived) {
-            break;
+    while (receiving.fieldsLeft != 0 && receipt == Receipt::kReceived) {
+        // One run. What it needs is in variables of their own: they stay in registers.
+        const PlanEntry* entry = cursor.entry;
+        const PlanEntry* const stop = entry + std::min<std::ptrdiff_t>(cursor.stop - entry, receiving.fieldsLeft);
+        _field_data* slot = cursor.slot;
+        const std::ptrdiff_t back = cursor.back;
+        receipt = Receipt::kOtherwise;
+        while (entry != stop && Remaining(in) >= entry->span && LoadHost<std::uint16_t>(in.next) == entry->wireId &&
+               (inOrder || (slot->isSet == 0 && (back == 0 || slot[-back].isSet != 0)))) {
+            receipt = format == kIdLengthAndValue ? ReceiveWithLength(block, *entry, *slot, in)
+                                                  : ReceivePlain(block, *entry, *slot, in);
+            if (receipt != Receipt::kReceived) {
+                break;
+            }
+            receipt = Receipt::kOtherwise;
+            slot->isSet = 1;
+            if (entry->isMarker) {
+                ++receiving.groupMarkers;
+            }
+            ++entry;
+            ++slot;
         }
-        slot->isSet = 1;
-        if (entry->isMarker) {
-            ++receiving.groupMarkers;
-        }
-        --left;
-        ++entry;
-        ++slot;
-        if (entry == stop) {
-            receiving.cursor = EnterNextRun(block, {entry, slot, stop, receiving.cursor.repetition, 0});
-            entry = receiving.cursor.entry;
-            stop = receiving.cursor.stop;
-            back = receiving.cursor.back;
+        receiving.fieldsLeft -= static_cast<int>(entry - cursor.entry);
+        cursor.entry = entry;
+        cursor.slot = slot;
+        if (entry == cursor.stop && receipt != Receipt::kFailed) {
+            cursor = EnterNextRun(block, cursor);
+            receipt = cursor.stop != nullptr ? Receipt::kReceived : Receipt::kOtherwise;
         }
     }
-    receiving.cursor.entry = entry;
-    receiving.cursor.slot = slot;
     receiving.in = in;
-    receiving.fieldsLeft = left;
     return receipt != Receipt::kFailed;
 }
 
@@ -189,7 +193,7 @@ bool ReceiveNext(Receiving& receiving, bool isCurrent) noexcept {
         return ReceiveOne(receiving, fieldId, nullptr, format);
     }
     receiving.cursor = CursorAt(receiving.block, place);
-    if (isCurrent && (!ReceiveExpected<format>(receiving) || receiving.fieldsLeft != left)) {
+    if (isCurrent && (!ReceiveExpected<format, false>(receiving) || receiving.fieldsLeft != left)) {
         return receiving.fieldsLeft != left;
     }
     if (!ReceiveOne(receiving, fieldId, place.slot, format)) {
@@ -207,7 +211,7 @@ int ReceiveFields(ZelMsgStruct& message, const Reader& payload) noexcept {
     StartReceiving(block.buffer);
     const bool isCurrent = IsCurrent(block.table);
     Receiving receiving{block, payload, FirstCursor(block), std::max<int>(message.numFields, 0), 0};
-    if (isCurrent && !ReceiveExpected<format>(receiving)) {
+    if (isCurrent && !ReceiveExpected<format, true>(receiving)) {
         return -1;
     }
     while (receiving.fieldsLeft != 0 && Remaining(receiving.in) != 0) {

@@ -39,36 +39,43 @@ bool UnpackRepeatCount(unsigned short fieldId, Reader in, short format, short* r
     return true;
 }
 
-// The bytes of a plain field in a format that carries ids; `in` holds the entry's span.
-template <short format>
-std::size_t SizeOf(const PlanEntry& entry, const Reader& in) noexcept {
-    const std::uint16_t count = LoadU16Be(in.next + 2);
-    return format == kIdLengthAndValue ? 4U + count : entry.span + (count & entry.countMask);
-}
-
 // Steps over the fields in front of the repeat-count field as far as they are plain: their number. The walk that goes
 // on from there does the same, one look into the dictionary after the other.
 template <short format>
-int StepByPlan(const MessagePlan& plan, int numFields, Reader& payload) noexcept {
+int StepByPlan(const MessagePlan& plan, int numFields, Reader& in) noexcept {
     const PlanEntry* const end = plan.entries + plan.entryCount;
     const PlanEntry* const count = plan.entries + plan.countAt;
     const PlanEntry* expected = plan.entries;
-    Reader in = payload;
+    const char* next = in.next;
     int fields = 0;
-    for (; fields < numFields && Remaining(in) >= 4; ++fields) {
-        if (expected == end || LoadHost<std::uint16_t>(in.next) != expected->wireId) {
-            const PlanId& id = FindPlanId(plan, LoadU16Be(in.next));
+    while (fields < numFields && in.end - next >= 4) {
+        const auto wireId = LoadHost<std::uint16_t>(next);
+        if (wireId == count->wireId) {
+            break;
+        }
+        if (expected == end || wireId != expected->wireId) {
+            const PlanId& id = FindPlanId(plan, LoadU16Be(next));
             if (id.use != PlanId::kSingle) {
                 break;
             }
             expected = plan.entries + id.at;
         }
-        if (Remaining(in) < expected->span || expected == count || Take(in, SizeOf<format>(*expected, in)) == nullptr) {
+        const auto left = static_cast<std::size_t>(in.end - next);
+        // Most sizes are known without a look at the bytes: the next field need not wait for this one.
+        std::size_t size = expected->span;
+        if (format == kIdLengthAndValue) {
+            size = 4U + LoadU16Be(next + 2);
+        } else if (expected->shape == Shape::kCounted) {
+            size += LoadU16Be(next + 2);
+        }
+        if (left < size || !expected->isPlain) {
             break;
         }
+        next += size;
         ++expected;
+        ++fields;
     }
-    payload = in;
+    in.next = next;
     return fields;
 }
 

@@ -21,8 +21,8 @@ struct SlotCursor {
 };
 
 // What a cursor without a place stands on. The id can be on no wire: it means that there is none.
-inline constexpr PlanEntry kNowhere = {SIZE_MAX,     INT_MAX, 0xFFFF, 0xFFFF, 0,     0,
-                                       Shape::kNone, kNoPart, false,  false,  false, 0};
+inline constexpr PlanEntry kNowhere = {SIZE_MAX,     INT_MAX, 0xFFFF, 0xFFFF, 0,    0,
+                                       Shape::kNone, kNoPart, false,  false,  false};
 
 inline SlotCursor CursorAt(const MessageBlock& block, const SlotPlace& place) noexcept {
     const MessagePlan& plan = *block.plan;

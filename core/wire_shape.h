@@ -106,10 +106,17 @@ inline void DecodeFixed(Shape shape, const char* bytes, void* out) noexcept {
             return StoreHost(out, LoadU64Be(bytes));
         case Shape::kDateTime:
             return StoreHost(out, LoadHost<std::uint64_t>(bytes));
-        default:
-            StoreHost(out, LoadU32Be(bytes));
-            StoreHost(static_cast<char*>(out) + offsetof(_money, displayCode), LoadU16Be(bytes + 4));
-            StoreHost(static_cast<char*>(out) + offsetof(_money, displayCode) + 2, std::uint16_t{0});
+        default: {
+            // Stored at once, so that it can be loaded at once.
+            struct Money {
+                std::uint32_t amount;
+                std::uint16_t displayCode;
+                std::uint16_t padding;
+            };
+            static_assert(sizeof(Money) == sizeof(_money) &&
+                          offsetof(Money, displayCode) == offsetof(_money, displayCode));
+            StoreHost(out, Money{LoadU32Be(bytes), LoadU16Be(bytes + 4), 0});
+        }
     }
 }
 
