@@ -8,8 +8,8 @@ namespace zel::bench {
 
 namespace {
 
-constexpr const char* kTextNames[kOrderTexts] = {"CLIENT_ORDER_REF", "SYMBOL",        "ACCOUNT",      "TRADER",
-                                                 "DESK",             "CLEARING_FIRM", "STRATEGY_TAG", "NOTE"};
+constexpr const char* kTextNames[kOrderTexts] = {"CLIENT_ORDER_REF", "SYMBOL",       "ACCOUNT", "TRADER", "DESK",
+                                                 "CLEARING_FIRM",    "STRATEGY_TAG", "NOTE"};
 
 // The value in the slot, of whatever size: values lie in 8 bytes at least.
 template <typename T>

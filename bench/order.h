@@ -1,4 +1,5 @@
-// The order of 35 fields that the benchmarks send: its values as a program has them, set in a message and read from one.
+// The order of 35 fields that the benchmarks send: its values as a program has them, set in a message and read from
+// one.
 #ifndef ZEL_BENCH_ORDER_H
 #define ZEL_BENCH_ORDER_H
 

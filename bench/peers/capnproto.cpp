@@ -75,9 +75,8 @@ std::uint64_t Sum(cap::Money::Reader money) {
 std::uint64_t Decode(const Buffers& buffers) {
     capnp::FlatArrayMessageReader reader(kj::arrayPtr(buffers.bytes, buffers.words));
     const auto order = reader.getRoot<cap::Order>();
-    std::uint64_t sum = Sum(order.getText0()) + Sum(order.getText1()) + Sum(order.getText2()) +
-                        Sum(order.getText3()) + Sum(order.getText4()) + Sum(order.getText5()) +
-                        Sum(order.getText6()) + Sum(order.getText7());
+    std::uint64_t sum = Sum(order.getText0()) + Sum(order.getText1()) + Sum(order.getText2()) + Sum(order.getText3()) +
+                        Sum(order.getText4()) + Sum(order.getText5()) + Sum(order.getText6()) + Sum(order.getText7());
     sum += static_cast<std::uint64_t>(order.getSide() + order.getTimeInForce() + order.getQuantity() +
                                       order.getShownQuantity());
     sum += Sum(order.getLimitPrice()) + Sum(order.getStopPrice()) + order.getEnteredAt() + order.getExpiresAt();
@@ -96,8 +95,8 @@ std::uint64_t Decode(const Buffers& buffers) {
 void AddCapnProto(std::vector<Contender>& contenders) {
     const auto buffers = std::make_shared<Buffers>();
     std::memset(static_cast<void*>(buffers.get()), 0, sizeof(Buffers));
-    contenders.push_back({"Cap'n Proto", [buffers] { return Encode(*buffers, SampleOrder()); },
-                          [buffers] { return Decode(*buffers); }});
+    contenders.push_back(
+        {"Cap'n Proto", [buffers] { return Encode(*buffers, SampleOrder()); }, [buffers] { return Decode(*buffers); }});
 }
 
 }  // namespace zel::bench

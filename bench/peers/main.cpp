@@ -49,32 +49,28 @@ struct Zel {
 };
 
 void AddZel(std::vector<Contender>& contenders, Zel& zel) {
-    contenders.push_back({"ZEL",
-                          [&zel] {
-                              CreateOrder(zel.sent);
-                              SetOrder(zel.sent, zel.ids, SampleOrder());
-                              return zel.sent.packMessage(zel.frame, &zel.length) == 0
-                                         ? static_cast<std::size_t>(zel.length)
-                                         : 0;
-                          },
-                          [&zel] {
-                              return zel.received.unpackMessage(zel.frame) == 0 ? ReadOrder(zel.received, zel.ids)
-                                                                                : std::uint64_t{0};
-                          }});
-    contenders.push_back({"ZEL, fresh objects",
-                          [&zel] {
-                              CZELMessage sent(0, 0);
-                              CreateOrder(sent);
-                              SetOrder(sent, zel.ids, SampleOrder());
-                              return sent.packMessage(zel.frame, &zel.length) == 0
-                                         ? static_cast<std::size_t>(zel.length)
-                                         : 0;
-                          },
-                          [&zel] {
-                              CZELMessage received(0, 0);
-                              return received.unpackMessage(zel.frame) == 0 ? ReadOrder(received, zel.ids)
-                                                                            : std::uint64_t{0};
-                          }});
+    contenders.push_back(
+        {"ZEL",
+         [&zel] {
+             CreateOrder(zel.sent);
+             SetOrder(zel.sent, zel.ids, SampleOrder());
+             return zel.sent.packMessage(zel.frame, &zel.length) == 0 ? static_cast<std::size_t>(zel.length) : 0;
+         },
+         [&zel] {
+             return zel.received.unpackMessage(zel.frame) == 0 ? ReadOrder(zel.received, zel.ids) : std::uint64_t{0};
+         }});
+    contenders.push_back(
+        {"ZEL, fresh objects",
+         [&zel] {
+             CZELMessage sent(0, 0);
+             CreateOrder(sent);
+             SetOrder(sent, zel.ids, SampleOrder());
+             return sent.packMessage(zel.frame, &zel.length) == 0 ? static_cast<std::size_t>(zel.length) : 0;
+         },
+         [&zel] {
+             CZELMessage received(0, 0);
+             return received.unpackMessage(zel.frame) == 0 ? ReadOrder(received, zel.ids) : std::uint64_t{0};
+         }});
 }
 
 // The floor: the bytes of this library's message, copied.

@@ -181,9 +181,7 @@ void AddProtobuf(std::vector<Contender>& contenders) {
                               reused->order.SerializeToString(&reused->bytes);
                               return reused->bytes.size();
                           },
-                          [reused] {
-                              return reused->order.ParseFromString(reused->bytes) ? Sum(reused->order) : 0;
-                          }});
+                          [reused] { return reused->order.ParseFromString(reused->bytes) ? Sum(reused->order) : 0; }});
     const auto fresh = std::make_shared<std::string>();
     contenders.push_back({"protobuf, fresh",
                           [fresh] {
@@ -197,8 +195,8 @@ void AddProtobuf(std::vector<Contender>& contenders) {
                               return order.ParseFromString(*fresh) ? Sum(order) : 0;
                           }});
     const auto dynamic = std::make_shared<Dynamic>();
-    contenders.push_back({"protobuf, DynamicMessage", [dynamic] { return dynamic->Encode(); },
-                          [dynamic] { return dynamic->Decode(); }});
+    contenders.push_back(
+        {"protobuf, DynamicMessage", [dynamic] { return dynamic->Encode(); }, [dynamic] { return dynamic->Decode(); }});
 }
 
 }  // namespace zel::bench
