@@ -11,7 +11,8 @@ namespace zel {
 
 namespace {
 
-constexpr std::size_t kNoSpan = SIZE_MAX;
+// So that no count added to it wraps.
+constexpr std::size_t kNoSpan = SIZE_MAX / 2;
 constexpr int kNoVersion = INT_MAX;
 
 // What a text or byte string is expected to take: most are short.
@@ -91,6 +92,7 @@ PlanEntry NewEntry(const ZELFieldListEntry& listed, Part part, std::uint16_t mar
 
 void FillEntries(const ZELSubTypeNode& node, MessagePlan& plan, PlanEntry* entries, _field_data* slots) noexcept {
     std::uint16_t markers = 0;
+    entries[plan.entryCount] = kNowhere;
     for (int at = 0; at < plan.entryCount; ++at) {
         const ZELFieldListEntry& listed = node.fieldList[at];
         const bool isMarker = listed.fieldId == kZELGroupMarker;
@@ -189,8 +191,9 @@ void FillIds(MessagePlan& plan, PlanEntry* entries, PlanId* ids, PlanSeveral* se
 MessagePlan* NewMessagePlan(const PlanTable* table, short msgType, const ZELSubTypeNode& node) noexcept {
     const auto entryCount = static_cast<std::size_t>(std::max<int>(node.fieldCount, 0));
     const std::uint32_t capacity = std::bit_ceil(static_cast<std::uint32_t>(entryCount) * 4 + 1);
-    const std::size_t size = sizeof(MessagePlan) + entryCount * (sizeof(_field_data) + sizeof(PlanEntry)) +
-                             capacity * sizeof(PlanId) + entryCount * (sizeof(PlanSeveral) + sizeof(std::uint16_t));
+    const std::size_t size = sizeof(MessagePlan) + entryCount * sizeof(_field_data) +
+                             (entryCount + 1) * sizeof(PlanEntry) + capacity * sizeof(PlanId) +
+                             entryCount * (sizeof(PlanSeveral) + sizeof(std::uint16_t));
     auto* plan = static_cast<MessagePlan*>(AllocateZeroed(size));
     if (plan == nullptr) {
         return nullptr;
@@ -198,7 +201,7 @@ MessagePlan* NewMessagePlan(const PlanTable* table, short msgType, const ZELSubT
     // In descending order of alignment.
     auto* slots = reinterpret_cast<_field_data*>(plan + 1);
     auto* entries = reinterpret_cast<PlanEntry*>(slots + entryCount);
-    auto* ids = reinterpret_cast<PlanId*>(entries + entryCount);
+    auto* ids = reinterpret_cast<PlanId*>(entries + entryCount + 1);
     auto* severals = reinterpret_cast<PlanSeveral*>(ids + capacity);
     auto* places = reinterpret_cast<std::uint16_t*>(severals + entryCount);
     plan->table = table;

@@ -6,6 +6,7 @@
 #ifndef ZEL_CORE_MESSAGE_PLAN_H
 #define ZEL_CORE_MESSAGE_PLAN_H
 
+#include <climits>
 #include <cstddef>
 #include <cstdint>
 
@@ -34,6 +35,10 @@ struct PlanEntry {
     bool isPlain;    // type and length of the dictionary agree, and the list holds the id once
     bool isMarker;
 };
+
+// The entry behind the last one, where no field is expected. The id can be on no wire: it means that there is none.
+inline constexpr PlanEntry kNowhere = {SIZE_MAX / 2, INT_MAX, 0xFFFF, 0xFFFF, 0,    0,
+                                       Shape::kNone, kNoPart, false,  false,  false};
 
 // Where the slots of one id lie. An entry of a hash table over the ids, which is at most half full.
 struct PlanId {
@@ -69,7 +74,7 @@ struct MessagePlan {
     std::uint32_t groupRoom;    // and those of one repetition
     std::uint32_t idMultiplier;
     std::uint32_t idMask;
-    const PlanEntry* entries;
+    const PlanEntry* entries;  // and kNowhere behind them
     const _field_data* slots;  // as they start; `value` not null: the slot's inline value
     const PlanId* ids;
     const PlanSeveral* severals;

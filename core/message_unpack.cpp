@@ -151,7 +151,7 @@ bool ReceiveExpected(Receiving& receiving) noexcept {
         cursor.entry = entry;
         cursor.slot = slot;
         if (entry == cursor.stop && receipt != Receipt::kFailed) {
-            cursor = EnterNextRun(block, cursor);
+            EnterNextRun(block, cursor);
             receipt = Receipt::kReceived;
         }
     }
@@ -208,11 +208,13 @@ bool ReceiveNext(Receiving& receiving, bool isCurrent) noexcept {
 template <short format>
 int ReceiveFields(ZelMsgStruct& message, const Reader& payload) noexcept {
     MessageBlock& block = BlockOf(*message.dataBuf);
-    StartReceiving(block.buffer);
     const bool isCurrent = IsCurrent(block.table);
     Receiving receiving{block, payload, FirstCursor(block), std::max<int>(message.numFields, 0), 0};
     if (isCurrent && !ReceiveExpected<format, true>(receiving)) {
         return -1;
+    }
+    if (receiving.fieldsLeft != 0) {
+        StartReceiving(block.buffer);
     }
     while (receiving.fieldsLeft != 0 && Remaining(receiving.in) != 0) {
         if (!ReceiveNext<format>(receiving, isCurrent)) {

@@ -43,7 +43,6 @@ bool UnpackRepeatCount(unsigned short fieldId, Reader in, short format, short* r
 // on from there does the same, one look into the dictionary after the other.
 template <short format>
 int StepByPlan(const MessagePlan& plan, int numFields, Reader& in) noexcept {
-    const PlanEntry* const end = plan.entries + plan.entryCount;
     const PlanEntry* const count = plan.entries + plan.countAt;
     const PlanEntry* expected = plan.entries;
     const char* next = in.next;
@@ -53,7 +52,7 @@ int StepByPlan(const MessagePlan& plan, int numFields, Reader& in) noexcept {
         if (wireId == count->wireId) {
             break;
         }
-        if (expected == end || wireId != expected->wireId) {
+        if (wireId != expected->wireId) {
             const PlanId& id = FindPlanId(plan, LoadU16Be(next));
             if (id.use != PlanId::kSingle) {
                 break;
@@ -64,11 +63,12 @@ int StepByPlan(const MessagePlan& plan, int numFields, Reader& in) noexcept {
         // Most sizes are known without a look at the bytes: the next field need not wait for this one.
         std::size_t size = expected->span;
         if (format == kIdLengthAndValue) {
-            size = 4U + LoadU16Be(next + 2);
+            size = expected->isPlain ? 4U + LoadU16Be(next + 2) : size;
         } else if (expected->shape == Shape::kCounted) {
             size += LoadU16Be(next + 2);
         }
-        if (left < size || !expected->isPlain) {
+        // An entry that is not plain spans more than there can be.
+        if (left < size) {
             break;
         }
         next += size;

@@ -3,7 +3,6 @@
 #define ZEL_CORE_SLOT_CURSOR_H
 
 #include <algorithm>
-#include <climits>
 
 #include "core/slot_index.h"
 
@@ -19,10 +18,6 @@ struct SlotCursor {
     // apart. A field of an unmarked group goes to the first repetition that lacks it.
     int back;
 };
-
-// What a cursor without a place stands on. The id can be on no wire: it means that there is none.
-inline constexpr PlanEntry kNowhere = {SIZE_MAX,     INT_MAX, 0xFFFF, 0xFFFF, 0,    0,
-                                       Shape::kNone, kNoPart, false,  false,  false};
 
 inline SlotCursor CursorAt(const MessageBlock& block, const SlotPlace& place) noexcept {
     const MessagePlan& plan = *block.plan;
@@ -46,13 +41,13 @@ inline SlotCursor FirstCursor(const MessageBlock& block) noexcept {
 }
 
 // From the end of a run, where `cursor.entry` is `cursor.stop`, to the first slot of the next.
-SlotCursor EnterNextRun(const MessageBlock& block, const SlotCursor& cursor) noexcept;
+void EnterNextRun(const MessageBlock& block, SlotCursor& cursor) noexcept;
 
 inline void Advance(const MessageBlock& block, SlotCursor& cursor) noexcept {
     ++cursor.slot;
     ++cursor.entry;
     if (cursor.entry == cursor.stop) {
-        cursor = EnterNextRun(block, cursor);
+        EnterNextRun(block, cursor);
     }
 }
 
