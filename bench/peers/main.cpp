@@ -1,44 +1,22 @@
 // The order through this library and through others, in one run: a table, and JSON in the file that the first argument
 // names. Each figure is the best of several rounds in which the contenders take turns.
-#include <algorithm>
-#include <chrono>
 #include <cstdio>
 #include <cstring>
 #include <memory>
 
 #include "bench/peers/contender.h"
+#include "bench/peers/timing.h"
+#include "bench/peers/values.h"
 
 namespace zel::bench {
 namespace {
 
-constexpr int kRounds = 15;
-constexpr double kRoundNanoseconds = 4e6;
-
 struct Result {
     std::string name;
     std::size_t bytes = 0;
-    double encode = 1e18;
-    double decode = 1e18;
+    double encode = kNotTimed;
+    double decode = kNotTimed;
 };
-
-// What a result is stored to, so that no work is left out.
-volatile std::uint64_t sink = 0;
-
-template <typename Work>
-double Nanoseconds(Work work, long repetitions) {
-    const auto begin = std::chrono::steady_clock::now();
-    for (long repetition = 0; repetition < repetitions; ++repetition) {
-        sink = work();
-    }
-    const std::chrono::duration<double, std::nano> spent = std::chrono::steady_clock::now() - begin;
-    return spent.count() / static_cast<double>(repetitions);
-}
-
-template <typename Work>
-void Improve(double& best, Work work) {
-    const double once = best < 1e17 ? best : Nanoseconds(work, 100);
-    best = std::min(best, Nanoseconds(work, std::max(10L, static_cast<long>(kRoundNanoseconds / once))));
-}
 
 struct Zel {
     CZELMessage sent{0, 0};
@@ -111,7 +89,28 @@ void PrintTable(const std::vector<Result>& results) {
     std::printf("%s", ZEL_BENCH_MISSING);
 }
 
-bool WriteJson(const std::vector<Result>& results, const char* path) {
+void PrintConversions(const std::vector<Conversion>& conversions) {
+    std::printf("\n%-26s %7s %12s %8s\n", "values", "ZEL ns", "C library ns", "x ZEL");
+    for (const Conversion& each : conversions) {
+        std::printf("%-26s %7.1f ", each.name.c_str(), each.zelTime);
+        if (each.printed) {
+            std::printf("%12.1f %8.2f", each.printedTime, each.printedTime / each.zelTime);
+        }
+        std::puts("");
+    }
+}
+
+void WriteConversions(std::FILE* file, const std::vector<Conversion>& conversions) {
+    for (const Conversion& each : conversions) {
+        std::fprintf(file, "    {\"name\": \"%s\", \"ns\": %.1f", each.name.c_str(), each.zelTime);
+        if (each.printed) {
+            std::fprintf(file, ", \"c_library_ns\": %.1f", each.printedTime);
+        }
+        std::fprintf(file, "}%s\n", &each == &conversions.back() ? "" : ",");
+    }
+}
+
+bool WriteJson(const std::vector<Result>& results, const std::vector<Conversion>& conversions, const char* path) {
     std::FILE* file = std::fopen(path, "w");
     if (file == nullptr) {
         return false;
@@ -122,6 +121,8 @@ bool WriteJson(const std::vector<Result>& results, const char* path) {
                      result.name.c_str(), result.bytes, result.encode, result.decode,
                      &result == &results.back() ? "" : ",");
     }
+    std::fprintf(file, "  ],\n  \"values\": [\n");
+    WriteConversions(file, conversions);
     std::fprintf(file, "  ]\n}\n");
     return std::fclose(file) == 0;
 }
@@ -149,8 +150,10 @@ int Run(const char* json) {
             Improve(results[at].decode, contenders[at].decode);
         }
     }
+    const std::vector<Conversion> conversions = TimeConversions();
     PrintTable(results);
-    return json == nullptr || WriteJson(results, json) ? 0 : 1;
+    PrintConversions(conversions);
+    return json == nullptr || WriteJson(results, conversions, json) ? 0 : 1;
 }
 
 }  // namespace
