@@ -60,7 +60,7 @@ char* PackZELField(unsigned short fieldId, const void* value, short length, char
     const ZELDictionaryField* record = GetFldEntry(static_cast<short>(fieldId));
     const std::uint16_t type = record != nullptr ? record->type : kNoFieldType;
     const Shape shape = ShapeOf(type);
-    if (shape == Shape::kNone) {
+    if (record == nullptr || shape == Shape::kNone) {
         SendReportWith(reports::kPackTypeUnknown, fieldId, type);
         return nullptr;
     }

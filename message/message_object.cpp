@@ -24,8 +24,7 @@ _field_data* FindOccurrence(const ZelMsgStruct* message, short fieldId, short oc
     if (message == nullptr || message->dataBuf == nullptr) {
         return nullptr;
     }
-    return zel::FindNthSlot(zel::BlockOf(*message), static_cast<unsigned short>(fieldId),
-                            NumberOf(occurrence));
+    return zel::FindNthSlot(zel::BlockOf(*message), static_cast<unsigned short>(fieldId), NumberOf(occurrence));
 }
 
 // Marks the slot as set. Counts every call, also for a slot that was set before.
