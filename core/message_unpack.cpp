@@ -1,24 +1,23 @@
 #include "core/message_unpack.h"
 
+#include <algorithm>
+
 #include "core/dictionary.h"
 #include "core/field_codec.h"
-#include "core/message_table.h"
+#include "core/message_block.h"
 #include "core/payload.h"
-#include "core/slot_index.h"
-#include "core/value_block.h"
+#include "core/plan_table.h"
+#include "core/slot_cursor.h"
 #include "runtime/reports.h"
 
 namespace zel {
 
 namespace {
 
-bool IsSeparateType(std::uint16_t type) noexcept {
-    return type == kZELChars || type == kZELText || type == kZELBytes10 || type == kZELBytes11;
-}
-
-// Reads the field at `in` into its slot.
-bool ReceiveValue(ZELDataBuf& buffer, _field_data& slot, Reader in, short format) noexcept {
+// Reads the field at `in` into its slot, by what the dictionary says of it now.
+bool ReceiveValue(MessageBlock& block, _field_data& slot, Reader in, short format) noexcept {
     const bool hasLength = format == kIdLengthAndValue;
+    const ZELDictionaryField* record = FindFldRecord(static_cast<short>(slot.id));
     if (!hasLength && GetFldEntry(static_cast<short>(slot.id)) == nullptr) {
         SendReportWith(reports::kFieldUnknown, slot.id);
         return false;
@@ -28,9 +27,11 @@ bool ReceiveValue(ZELDataBuf& buffer, _field_data& slot, Reader in, short format
         SendReportWith(reports::kFieldUnreadable, slot.id);
         return false;
     }
-    if (!hasLength && !IsSeparateType(wire.type)) {
+    const Shape shape = ShapeOf(wire.type);
+    const auto length = record != nullptr ? static_cast<std::uint16_t>(record->length) : std::uint16_t{0};
+    if (!hasLength && IsFixed(shape)) {
         slot.value = slot.inlineValue;
-    } else if (NewSlotValue(buffer, slot, wire.length) == nullptr) {
+    } else if (NewSlotValue(block, slot, wire.length, ReadSize(shape, length)) == nullptr) {
         return false;
     }
     StoreZELValue(wire, slot.value, &slot.length);
@@ -38,31 +39,185 @@ bool ReceiveValue(ZELDataBuf& buffer, _field_data& slot, Reader in, short format
     return true;
 }
 
+// Where receiving stands. The marker count is that of the fields received.
+struct Receiving {
+    MessageBlock& block;
+    Reader in;
+    SlotCursor cursor;
+    int fieldsLeft;
+    int groupMarkers;
+};
+
+// Stores a value in a buffer of the slot's own. False: reported.
+inline bool StoreSeparate(MessageBlock& block, _field_data& slot, const char* bytes, std::uint16_t length,
+                          std::size_t readSize) noexcept {
+    char* value = NewSlotValue(block, slot, length, readSize);
+    if (value == nullptr) {
+        return false;
+    }
+    CopyValue(value, bytes, length);
+    slot.length = length;
+    return true;
+}
+
+// How a field was received.
+enum class Receipt { kReceived, kFailed, kOtherwise };
+
+// Reads the field at `in`, which holds the span of the entry, into its slot, and steps over it. The entry is plain, and
+// the slot as it started. kOtherwise: the field is not complete, and nothing has changed.
+inline Receipt ReceivePlain(MessageBlock& block, const PlanEntry& entry, _field_data& slot, Reader& in) noexcept {
+    const char* bytes = in.next + 2;
+    if (IsFixed(entry.shape)) {
+        DecodeFixed(entry.shape, bytes, slot.inlineValue);
+        slot.length = FixedMemorySize(entry.shape);
+        in.next += entry.span;
+        return Receipt::kReceived;
+    }
+    if (entry.shape == Shape::kCounted) {
+        const std::uint16_t length = LoadU16Be(bytes);
+        if (length > Remaining(in) - entry.span) {
+            return Receipt::kOtherwise;
+        }
+        if (!StoreSeparate(block, slot, bytes + 2, length, kShortestRead)) {
+            return Receipt::kFailed;
+        }
+        in.next = bytes + 2 + length;
+        return Receipt::kReceived;
+    }
+    if (!StoreSeparate(block, slot, bytes, entry.length, kShortestRead)) {
+        return Receipt::kFailed;
+    }
+    in.next += entry.span;
+    return Receipt::kReceived;
+}
+
+// The same for the format 2. A value of one size that takes more on the wire is left to others.
+inline Receipt ReceiveWithLength(MessageBlock& block, const PlanEntry& entry, _field_data& slot, Reader& in) noexcept {
+    constexpr std::size_t kFront = 4;
+    const char* bytes = in.next + kFront;
+    const std::uint16_t fixed = FixedWireSize(entry.shape);
+    if (Remaining(in) < kFront + fixed) {
+        return Receipt::kOtherwise;
+    }
+    const std::uint16_t length = LoadU16Be(in.next + 2);
+    if (IsFixed(entry.shape) ? length != fixed : length > Remaining(in) - kFront) {
+        return Receipt::kOtherwise;
+    }
+    if (IsFixed(entry.shape)) {
+        char* value = NewSlotValue(block, slot, sizeof slot.inlineValue - 1, sizeof slot.inlineValue);
+        if (value == nullptr) {
+            return Receipt::kFailed;
+        }
+        DecodeFixed(entry.shape, bytes, value);
+        slot.length = FixedMemorySize(entry.shape);
+    } else if (!StoreSeparate(block, slot, bytes, length, ReadSize(entry.shape, entry.length))) {
+        return Receipt::kFailed;
+    }
+    in.next = bytes + length;
+    return Receipt::kReceived;
+}
+
+// Receives fields as long as the expected ones come, are plain and complete, and their slots are the first that may
+// take them: as they are as long as every field has been the expected one (`inOrder`). False: reported.
+template <short format, bool inOrder>
+bool ReceiveExpected(Receiving& receiving) noexcept {
+    MessageBlock& block = receiving.block;
+    Reader in = receiving.in;
+    SlotCursor& cursor = receiving.cursor;
+    Receipt receipt = Receipt::kReceived;
+    while (receiving.fieldsLeft != 0 && cursor.stop != nullptr && receipt == Receipt::kReceived) {
+        // One run. What it needs is in variables of their own: they stay in registers.
+        const PlanEntry* entry = cursor.entry;
+        const PlanEntry* const stop = entry + std::min<std::ptrdiff_t>(cursor.stop - entry, receiving.fieldsLeft);
+        _field_data* slot = cursor.slot;
+        const std::ptrdiff_t back = cursor.back;
+        receipt = Receipt::kOtherwise;
+        while (entry != stop && Remaining(in) >= entry->span && LoadHost<std::uint16_t>(in.next) == entry->wireId &&
+               (inOrder || (slot->isSet == 0 && (back == 0 || slot[-back].isSet != 0)))) {
+            receipt = format == kIdLengthAndValue ? ReceiveWithLength(block, *entry, *slot, in)
+                                                  : ReceivePlain(block, *entry, *slot, in);
+            if (receipt != Receipt::kReceived) {
+                break;
+            }
+            receipt = Receipt::kOtherwise;
+            slot->isSet = 1;
+            if (entry->isMarker) {
+                ++receiving.groupMarkers;
+            }
+            ++entry;
+            ++slot;
+        }
+        receiving.fieldsLeft -= static_cast<int>(entry - cursor.entry);
+        cursor.entry = entry;
+        cursor.slot = slot;
+        if (entry == cursor.stop && receipt != Receipt::kFailed) {
+            EnterNextRun(block, cursor);
+            receipt = Receipt::kReceived;
+        }
+    }
+    receiving.in = in;
+    return receipt != Receipt::kFailed;
+}
+
+// Receives the field at the reader into `slot`, or nowhere, by what the dictionary says of it now, and steps over it.
+// False: reported.
+bool ReceiveOne(Receiving& receiving, unsigned short fieldId, _field_data* slot, short format) noexcept {
+    if (slot == nullptr) {
+        SendReportWith(reports::kFieldNotInList, fieldId);
+    } else if (!ReceiveValue(receiving.block, *slot, receiving.in, format)) {
+        return false;
+    }
+    --receiving.fieldsLeft;
+    receiving.groupMarkers += fieldId == kZELGroupMarker ? 1 : 0;
+    // A field that nobody can step over leaves a null reader: receiving ends with what was received.
+    if (GetNextField(receiving.in, format) == Step::kPastEnd) {
+        SendReportWith(reports::kFieldUnreadable, fieldId);
+        return false;
+    }
+    return true;
+}
+
+// Receives the field at the reader, wherever its slot is, and those expected behind it. False: reported.
+template <short format>
+bool ReceiveNext(Receiving& receiving, bool isCurrent) noexcept {
+    const unsigned short fieldId = UnpackZELFieldId(receiving.in);
+    if (fieldId == kUnreadableId) {
+        SendReport(reports::kFieldIdUnreadable);
+        return false;
+    }
+    const int markers = receiving.groupMarkers + (fieldId == kZELGroupMarker ? 1 : 0);
+    const SlotPlace place = FindFreePlace(receiving.block, fieldId, markers);
+    const int left = receiving.fieldsLeft;
+    if (place.slot == nullptr) {
+        receiving.cursor = {&kNowhere, nullptr, nullptr, 0, 0};
+        return ReceiveOne(receiving, fieldId, nullptr, format);
+    }
+    receiving.cursor = CursorAt(receiving.block, place);
+    if (isCurrent && (!ReceiveExpected<format, false>(receiving) || receiving.fieldsLeft != left)) {
+        return receiving.fieldsLeft != left;
+    }
+    if (!ReceiveOne(receiving, fieldId, place.slot, format)) {
+        return false;
+    }
+    Advance(receiving.block, receiving.cursor);
+    return true;
+}
+
 // Fields with ids. Each lands in the first free slot of its id in the repetition that the markers received have
 // reached.
-int ReceiveFields(ZelMsgStruct& message, Reader payload, short format) noexcept {
-    ZELDataBuf& buffer = *message.dataBuf;
-    StartReceiving(buffer);
-    int groupMarkers = 0;
-    const int numFields = message.numFields;
-    for (int field = 0; field < numFields && Remaining(payload) != 0; ++field) {
-        const unsigned short fieldId = UnpackZELFieldId(payload);
-        if (fieldId == kUnreadableId) {
-            SendReport(reports::kFieldIdUnreadable);
-            return -1;
-        }
-        if (fieldId == kZELGroupMarker) {
-            ++groupMarkers;
-        }
-        _field_data* slot = FindFreeSlot(buffer, fieldId, groupMarkers);
-        if (slot == nullptr) {
-            SendReportWith(reports::kFieldNotInList, fieldId);
-        } else if (!ReceiveValue(buffer, *slot, payload, format)) {
-            return -1;
-        }
-        // A field that nobody can step over leaves a null reader: the loop ends with what was received.
-        if (GetNextField(payload, format) == Step::kPastEnd) {
-            SendReportWith(reports::kFieldUnreadable, fieldId);
+template <short format>
+int ReceiveFields(ZelMsgStruct& message, const Reader& payload) noexcept {
+    MessageBlock& block = BlockOf(*message.dataBuf);
+    const bool isCurrent = IsCurrent(block.table);
+    Receiving receiving{block, payload, FirstCursor(block), std::max<int>(message.numFields, 0), 0};
+    if (isCurrent && !ReceiveExpected<format, true>(receiving)) {
+        return -1;
+    }
+    if (receiving.fieldsLeft != 0) {
+        StartReceiving(block.buffer);
+    }
+    while (receiving.fieldsLeft != 0 && Remaining(receiving.in) != 0) {
+        if (!ReceiveNext<format>(receiving, isCurrent)) {
             return -1;
         }
     }
@@ -80,7 +235,7 @@ int ReceiveValues(ZelMsgStruct& message, Reader payload) noexcept {
             return 0;
         }
         _field_data& slot = buffer.fields[field];
-        if (!ReceiveValue(buffer, slot, payload, kValueOnly)) {
+        if (!ReceiveValue(BlockOf(buffer), slot, payload, kValueOnly)) {
             return -1;
         }
         if (SkipZELFieldValue(slot.id, payload) == Step::kPastEnd) {
@@ -93,6 +248,24 @@ int ReceiveValues(ZelMsgStruct& message, Reader payload) noexcept {
 
 }  // namespace
 
+int ReceiveZELPayload(ZelMsgStruct& message, const Reader& payload) noexcept {
+    switch (message.format) {
+        case kIdAndValue:
+            return ReceiveFields<kIdAndValue>(message, payload);
+        case kIdLengthAndValue:
+            return ReceiveFields<kIdLengthAndValue>(message, payload);
+        case kValueOnly:
+            return ReceiveValues(message, payload);
+        default:
+            break;
+    }
+    if (message.numFields <= 0 || Remaining(payload) == 0) {
+        return 0;
+    }
+    SendReport(reports::kUnpackMessageFormatInvalid);
+    return -1;
+}
+
 int UnpackZELMessage(const char* in, long length, ZelMsgStruct* message) noexcept {
     if (in == nullptr || message == nullptr || message->dataBuf == nullptr) {
         SendReport(reports::kUnpackFailed);
@@ -100,23 +273,7 @@ int UnpackZELMessage(const char* in, long length, ZelMsgStruct* message) noexcep
     }
     PayloadBuffers buffers;
     Reader payload;
-    if (!OpenPayload(in, length, message, buffers, payload)) {
-        return -1;
-    }
-    switch (message->format) {
-        case kIdAndValue:
-        case kIdLengthAndValue:
-            return ReceiveFields(*message, payload, static_cast<short>(message->format));
-        case kValueOnly:
-            return ReceiveValues(*message, payload);
-        default:
-            break;
-    }
-    if (message->numFields <= 0 || Remaining(payload) == 0) {
-        return 0;
-    }
-    SendReport(reports::kUnpackMessageFormatInvalid);
-    return -1;
+    return OpenPayload(in, length, message, buffers, payload) ? ReceiveZELPayload(*message, payload) : -1;
 }
 
 }  // namespace zel

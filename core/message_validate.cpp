@@ -1,12 +1,13 @@
 #include "core/message_validate.h"
 
+#include <algorithm>
 #include <cstring>
 
 #include "core/dictionary.h"
 #include "core/field_codec.h"
 #include "core/message_model.h"
 #include "core/message_table.h"
-#include "core/payload.h"
+#include "core/plan_table.h"
 #include "runtime/reports.h"
 
 namespace zel {
@@ -38,11 +39,65 @@ bool UnpackRepeatCount(unsigned short fieldId, Reader in, short format, short* r
     return true;
 }
 
+// Steps over the fields in front of the repeat-count field as far as they are plain: their number. The walk that goes
+// on from there does the same, one look into the dictionary after the other.
+template <short format>
+int StepByPlan(const MessagePlan& plan, int numFields, Reader& in) noexcept {
+    const PlanEntry* const count = plan.entries + plan.countAt;
+    const PlanEntry* expected = plan.entries;
+    const char* next = in.next;
+    int fields = 0;
+    while (fields < numFields && in.end - next >= 4) {
+        const auto wireId = LoadHost<std::uint16_t>(next);
+        if (wireId == count->wireId) {
+            break;
+        }
+        if (wireId != expected->wireId) {
+            const PlanId& id = FindPlanId(plan, LoadU16Be(next));
+            if (id.use != PlanId::kSingle) {
+                break;
+            }
+            expected = plan.entries + id.at;
+        }
+        const auto left = static_cast<std::size_t>(in.end - next);
+        // Most sizes are known without a look at the bytes: the next field need not wait for this one.
+        std::size_t size = expected->span;
+        if (format == kIdLengthAndValue) {
+            size = expected->isPlain ? 4U + LoadU16Be(next + 2) : size;
+        } else if (expected->shape == Shape::kCounted) {
+            size += LoadU16Be(next + 2);
+        }
+        // An entry that is not plain spans more than there can be.
+        if (left < size) {
+            break;
+        }
+        next += size;
+        ++expected;
+        ++fields;
+    }
+    in.next = next;
+    return fields;
+}
+
+// The repeat count at the reader, if it is plain and complete.
+template <short format>
+bool ReadPlainCount(const PlanEntry& entry, const Reader& in, short* repeatCount) noexcept {
+    const std::size_t front = format == kIdLengthAndValue ? 4 : 2;
+    const std::uint16_t size = FixedWireSize(entry.shape);
+    if (Remaining(in) < front + size || LoadHost<std::uint16_t>(in.next) != entry.wireId ||
+        (format == kIdLengthAndValue && LoadU16Be(in.next + 2) != size)) {
+        return false;
+    }
+    // Of a long the low half, which comes last.
+    *repeatCount = static_cast<short>(LoadU16Be(in.next + front + size - 2));
+    return true;
+}
+
 // Walks the payload up to the repeat-count field. A payload that ends before it leaves the count as it is.
-bool FindRepeatCount(const ZelMsgStruct& header, const ZELSubTypeNode& node, Reader payload,
-                     short* repeatCount) noexcept {
+bool WalkToRepeatCount(const ZelMsgStruct& header, const ZELSubTypeNode& node, Reader payload, int field,
+                       short* repeatCount) noexcept {
     const auto format = static_cast<short>(header.format);
-    for (int field = 0; field < header.numFields; ++field) {
+    for (; field < header.numFields; ++field) {
         const bool lost = payload.next == nullptr;
         if (!lost && Remaining(payload) == 0) {
             return true;
@@ -71,35 +126,76 @@ bool FindRepeatCount(const ZelMsgStruct& header, const ZELSubTypeNode& node, Rea
     return true;
 }
 
+// The same, by the plan as far as it goes.
+template <short format>
+bool FindRepeatCount(const ZelMsgStruct& header, const ZELSubTypeNode& node, const MessagePlan* plan, Reader payload,
+                     short* repeatCount) noexcept {
+    int field = 0;
+    if (plan != nullptr && plan->countAt >= 0) {
+        field = StepByPlan<format>(*plan, header.numFields, payload);
+        if (field < header.numFields && ReadPlainCount<format>(plan->entries[plan->countAt], payload, repeatCount)) {
+            return true;
+        }
+    }
+    return WalkToRepeatCount(header, node, payload, field, repeatCount);
+}
+
+bool Validate(const ReceivedMessage& received, short* repeatCount) noexcept {
+    const ZelMsgStruct& header = received.header;
+    const MessagePlan* plan = FindPlan(header.msgType, header.subType);
+    if (plan != nullptr && plan->repeatFieldId == 0) {
+        return true;
+    }
+    const ZELSubTypeNode* node = plan != nullptr ? plan->node : FindSubType(header.msgType, header.subType);
+    if (node == nullptr) {
+        SendReport(reports::kNoMessageTable);
+        return false;
+    }
+    if (node->repeatFieldId == 0) {
+        return true;
+    }
+    *repeatCount = 0;
+    switch (header.format) {
+        case kIdAndValue:
+            return FindRepeatCount<kIdAndValue>(header, *node, plan, received.payload, repeatCount);
+        case kIdLengthAndValue:
+            return FindRepeatCount<kIdLengthAndValue>(header, *node, plan, received.payload, repeatCount);
+        default:
+            return WalkToRepeatCount(header, *node, received.payload, 0, repeatCount);
+    }
+}
+
 }  // namespace
+
+int OpenZELMessage(const char* in, long length, ReceivedMessage& received, short* repeatCount) noexcept {
+    *repeatCount = -1;
+    ZelMsgStruct& header = received.header;
+    if (!OpenPayload(in, length, &header, received.buffers, received.payload) || !Validate(received, repeatCount)) {
+        FreeVarUserData(header);
+        return -1;
+    }
+    return 0;
+}
+
+std::size_t ValueRoom(const ReceivedMessage& received) noexcept {
+    // A field takes 2 bytes at least; longer payloads than peers send make do with what they find.
+    const std::size_t bytes = std::min<std::size_t>(Remaining(received.payload), kZELMaxPayload);
+    const auto fields = static_cast<std::size_t>(std::max<short>(received.header.numFields, 0));
+    return bytes + std::min(fields, bytes / 2) * kValueAlignment;
+}
 
 int ValidateZELMsg(const char* in, long length, short* format, short* serviceIdHigh, short* serviceIdLow,
                    short* msgType, short* subType, short* repeatCount) noexcept {
-    *repeatCount = -1;
-    ZelMsgStruct header{};
-    PayloadBuffers buffers;
-    Reader payload;
-    const bool opened = OpenPayload(in, length, &header, buffers, payload);
-    FreeVarUserData(header);
-    if (!opened) {
+    ReceivedMessage received;
+    if (OpenZELMessage(in, length, received, repeatCount) != 0) {
         return -1;
     }
-    const ZELSubTypeNode* node = FindSubType(header.msgType, header.subType);
-    if (node == nullptr) {
-        SendReport(reports::kNoMessageTable);
-        return -1;
-    }
-    if (node->repeatFieldId != 0) {
-        *repeatCount = 0;
-        if (!FindRepeatCount(header, *node, payload, repeatCount)) {
-            return -1;
-        }
-    }
-    *format = static_cast<short>(header.format);
-    *serviceIdHigh = header.serviceIdHigh;
-    *serviceIdLow = header.serviceIdLow;
-    *msgType = header.msgType;
-    *subType = header.subType;
+    FreeVarUserData(received.header);
+    *format = static_cast<short>(received.header.format);
+    *serviceIdHigh = received.header.serviceIdHigh;
+    *serviceIdLow = received.header.serviceIdLow;
+    *msgType = received.header.msgType;
+    *subType = received.header.subType;
     return 0;
 }
 

@@ -3,8 +3,9 @@
 #include <cstring>
 
 #include "core/dictionary.h"
+#include "core/message_block.h"
 #include "core/message_model.h"
-#include "core/value_block.h"
+#include "core/plan_table.h"
 #include "include/zelmessage.h"
 #include "message/lifecycle.h"
 #include "runtime/error_box.h"
@@ -14,10 +15,16 @@ namespace {
 // The occurrence that means the first slot with the id.
 constexpr short kFirstOccurrence = -1;
 
+// The occurrence's number, from 0; more than there are for those that find nothing.
+std::uint32_t NumberOf(short occurrence) noexcept {
+    return occurrence == kFirstOccurrence ? 0 : static_cast<std::uint16_t>(occurrence - 1);
+}
+
 _field_data* FindOccurrence(const ZelMsgStruct* message, short fieldId, short occurrence) noexcept {
-    const auto id = static_cast<unsigned short>(fieldId);
-    return occurrence == kFirstOccurrence ? zel::FindZELField(message, id)
-                                          : zel::FindZELFieldInstance(message, id, occurrence);
+    if (message == nullptr || message->dataBuf == nullptr) {
+        return nullptr;
+    }
+    return zel::FindNthSlot(zel::BlockOf(*message), static_cast<unsigned short>(fieldId), NumberOf(occurrence));
 }
 
 // Marks the slot as set. Counts every call, also for a slot that was set before.
@@ -26,41 +33,128 @@ void CountAsSet(ZelMsgStruct& message, _field_data& slot) noexcept {
     message.numFields = static_cast<short>(static_cast<unsigned short>(message.numFields) + 1U);
 }
 
+// What the dictionary says of a field that is set.
+struct FieldKind {
+    std::uint16_t type;
+    std::uint16_t length;
+};
+
+FieldKind KindOf(const ZELDictionaryField* record) noexcept {
+    return record != nullptr ? FieldKind{record->type, static_cast<std::uint16_t>(record->length)} : FieldKind{0, 0};
+}
+
 // Copies `copied` bytes of `value` into a new buffer for `length` bytes, the rest zero. False: nothing has changed.
-bool SetSeparateValue(ZelMsgStruct& message, _field_data& slot, const void* value, std::size_t copied,
+bool SetSeparateValue(ZelMsgStruct& message, _field_data& slot, FieldKind kind, const void* value, std::size_t copied,
                       std::size_t length) noexcept {
-    void* buffer = zel::NewSlotValue(*message.dataBuf, slot, length);
+    char* buffer =
+        zel::NewSlotValue(zel::BlockOf(message), slot, length, zel::ReadSize(zel::ShapeOf(kind.type), kind.length));
     if (buffer == nullptr) {
         return false;
     }
-    std::memcpy(buffer, value, copied);
-    std::memset(static_cast<char*>(buffer) + copied, 0, length - copied);
+    zel::CopyValue(buffer, value, copied);
+    if (copied != length) {
+        std::memset(buffer + copied, 0, length - copied);
+    }
     slot.length = static_cast<unsigned short>(length);
     return true;
 }
 
-bool SetChars(ZelMsgStruct& message, _field_data& slot, const char* text, short fieldLength) noexcept {
-    const auto length = static_cast<std::size_t>(std::max<short>(fieldLength, 0));
+bool SetChars(ZelMsgStruct& message, _field_data& slot, FieldKind kind, const char* text) noexcept {
+    const auto length = static_cast<std::size_t>(std::max<std::int16_t>(static_cast<std::int16_t>(kind.length), 0));
     // A single character is a byte, zero included, not a text.
     const std::size_t copied = length > 1 ? strnlen(text, length) : length;
-    return SetSeparateValue(message, slot, text, copied, length);
+    return SetSeparateValue(message, slot, kind, text, copied, length);
 }
 
-bool SetText(ZelMsgStruct& message, _field_data& slot, const char* text) noexcept {
+bool SetText(ZelMsgStruct& message, _field_data& slot, FieldKind kind, const char* text) noexcept {
     if (text == nullptr) {
-        return SetSeparateValue(message, slot, "", 1, 1);
+        return SetSeparateValue(message, slot, kind, "", 1, 1);
     }
     const std::size_t length = strnlen(text, UINT16_MAX);
-    return SetSeparateValue(message, slot, text, length, length);
+    return SetSeparateValue(message, slot, kind, text, length, length);
 }
 
-bool SetOther(ZelMsgStruct& message, _field_data& slot, const void* value) noexcept {
+bool SetOther(ZelMsgStruct& message, _field_data& slot, FieldKind kind, const void* value) noexcept {
     if (slot.value == nullptr) {
-        return SetSeparateValue(message, slot, value, slot.length, slot.length);
+        return SetSeparateValue(message, slot, kind, value, slot.length, slot.length);
     }
     const std::size_t room = slot.value == slot.inlineValue ? sizeof slot.inlineValue : slot.length;
-    std::memcpy(slot.value, value, std::min<std::size_t>(slot.length, room));
+    zel::CopyValue(slot.value, value, std::min<std::size_t>(slot.length, room));
     return true;
+}
+
+// Sets a field by what the dictionary says of it now.
+[[gnu::noinline]] void SetByDictionary(ZelMsgStruct* message, short fieldId, const void* value,
+                                       short occurrence) noexcept {
+    _field_data* slot = FindOccurrence(message, fieldId, occurrence);
+    const ZELDictionaryField* record = zel::GetFldEntry(fieldId);
+    if (slot == nullptr || record == nullptr || (value == nullptr && record->type != kZELText)) {
+        return;
+    }
+    const FieldKind kind = KindOf(record);
+    bool set = false;
+    if (kind.type == kZELChars) {
+        set = SetChars(*message, *slot, kind, static_cast<const char*>(value));
+    } else if (kind.type == kZELText) {
+        set = SetText(*message, *slot, kind, static_cast<const char*>(value));
+    } else {
+        set = SetOther(*message, *slot, kind, value);
+    }
+    if (set) {
+        CountAsSet(*message, *slot);
+    }
+}
+
+[[gnu::noinline]] void SetPlainText(ZelMsgStruct& message, _field_data& slot, const char* text) noexcept {
+    if (SetText(message, slot, {kZELText, 0}, text)) {
+        CountAsSet(message, slot);
+    }
+}
+
+// A value of one size, in the slot's own bytes. False: nothing has changed.
+template <std::size_t size>
+bool SetInline(ZelMsgStruct& message, _field_data& slot, const void* value) noexcept {
+    if (slot.value != slot.inlineValue || slot.length != size) {
+        return false;
+    }
+    std::memcpy(slot.inlineValue, value, size);
+    CountAsSet(message, slot);
+    return true;
+}
+
+// A plain field that is found at once, in a message whose plan is current: no look-up can report anything. False:
+// nothing has been done.
+inline bool SetByPlan(ZelMsgStruct* message, short fieldId, const void* value, short occurrence) noexcept {
+    if (message == nullptr || message->dataBuf == nullptr || value == nullptr) {
+        return false;
+    }
+    const zel::MessageBlock& block = zel::BlockOf(*message);
+    const zel::PlanId& id = zel::HomeId(block, static_cast<unsigned short>(fieldId));
+    if (id.id != static_cast<unsigned short>(fieldId) || !zel::IsCurrent(block.table)) {
+        return false;
+    }
+    _field_data* slot = zel::SingleSlot(block, id, NumberOf(occurrence));
+    if (slot == nullptr) {
+        return false;
+    }
+    switch (id.plainType) {
+        case kZELShort:
+            return SetInline<2>(*message, *slot, value);
+        case kZELLong:
+        case kZELInt:
+        case kZELFloat:
+            return SetInline<4>(*message, *slot, value);
+        case kZELDouble:
+        case kZELDateTime:
+            return SetInline<8>(*message, *slot, value);
+        case kZELMoney:
+            return SetInline<6>(*message, *slot, value);
+        case kZELText:
+            SetPlainText(*message, *slot, static_cast<const char*>(value));
+            return true;
+        default:
+            return false;
+    }
 }
 
 }  // namespace
@@ -88,8 +182,7 @@ CZELMessage::~CZELMessage() noexcept {
 }
 
 void CZELMessage::createStruct() noexcept {
-    destroyStruct();
-    message = zel::CreateZelMsgStruct(msgType, subType, repeatCount);
+    message = zel::ReplaceZelMsgStruct(message, msgType, subType, repeatCount, 0);
 }
 
 void CZELMessage::destroyStruct() noexcept {
@@ -100,33 +193,20 @@ void CZELMessage::destroyStruct() noexcept {
 }
 
 void CZELMessage::setFieldValue(short fieldId, const void* value, short occurrence) noexcept {
-    const ZELDictionaryField* record = zel::GetFldEntry(fieldId);
-    _field_data* slot = FindOccurrence(message, fieldId, occurrence);
-    if (slot == nullptr || record == nullptr || (value == nullptr && record->type != kZELText)) {
-        return;
-    }
-    bool set = false;
-    if (record->type == kZELChars) {
-        set = SetChars(*message, *slot, static_cast<const char*>(value), record->length);
-    } else if (record->type == kZELText) {
-        set = SetText(*message, *slot, static_cast<const char*>(value));
-    } else {
-        set = SetOther(*message, *slot, value);
-    }
-    if (set) {
-        CountAsSet(*message, *slot);
+    if (!SetByPlan(message, fieldId, value, occurrence)) {
+        SetByDictionary(message, fieldId, value, occurrence);
     }
 }
 
 void CZELMessage::setFieldValueBinary(short fieldId, const void* data, short length, short occurrence) noexcept {
-    // Looked up for its reports.
-    zel::GetFldEntry(fieldId);
+    // Looked up for its reports also.
+    const FieldKind kind = KindOf(zel::GetFldEntry(fieldId));
     _field_data* slot = FindOccurrence(message, fieldId, occurrence);
     if (slot == nullptr || data == nullptr) {
         return;
     }
     const auto size = static_cast<std::size_t>(std::max<short>(length, 1));
-    if (SetSeparateValue(*message, *slot, data, size, size)) {
+    if (SetSeparateValue(*message, *slot, kind, data, size, size)) {
         CountAsSet(*message, *slot);
     }
 }

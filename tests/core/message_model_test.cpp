@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "core/dictionary.h"
-#include "core/slot_index.h"
+#include "core/plan_table.h"
 #include "tests/support/failing_heap.h"
 #include "tests/support/recorded_reports.h"
 #include "tests/support/test_tables.h"
@@ -115,6 +115,7 @@ TEST(MessageModel, RefusesWhatTheTablesCannotGive) {
     EXPECT_EQ(FreeZELDataBuf(nullptr), -1);
     EXPECT_EQ(FreeZelMsgStruct(nullptr), -1);
     EXPECT_EQ(reports.Take(), (Lines{"1001 FreeZELDataBuf() failed", "1001 FreeZelMsgStruct() failed"}));
+    ReleasePlans();
     EXPECT_EQ(LiveBlocks(), live);
 }
 
@@ -133,45 +134,16 @@ TEST(MessageModel, GivesEverythingBackWhenMemoryFails) {
         }
         ++failed;
         EXPECT_EQ(reports.Take(), Lines{"12 malloc() call failed"});
+        ReleasePlans();
         EXPECT_EQ(LiveBlocks(), live);
     }
-    EXPECT_EQ(failed, 3) << "buffer, slots, message";
+    EXPECT_EQ(failed, 3) << "plans, plan, block";
+    FailAllocationsFrom(1);
+    EXPECT_EQ(CreateZelMsgStruct(1, kMarkedGroup, -1), nullptr);
+    FailAllocationsFrom(0);
+    EXPECT_EQ(reports.Take(), Lines{"12 malloc() call failed"}) << "memory comes before the repeat count";
+    ReleasePlans();
     EXPECT_EQ(LiveBlocks(), live);
-}
-
-// The index against the rule that it implements, with ids in random order and several markers.
-TEST(SlotIndex, FindsTheFirstFreeSlotOfTheRepetition) {
-    TestTables tables;
-    ZelMsgStruct* message = CreateZelMsgStruct(1, kMarkedGroup, 5);
-    ZELDataBuf& buffer = *message->dataBuf;
-    unsigned seed = 1;
-    for (int round = 0; round < 200; ++round) {
-        for (int slot = 0; slot < buffer.count; ++slot) {
-            buffer.fields[slot].isSet = 0;
-        }
-        StartReceiving(buffer);
-        int markers = 0;
-        for (int step = 0; step < 40; ++step) {
-            seed = seed * 1103515245U + 12345U;
-            const unsigned short ids[] = {kSide, kLegs, kLegSymbol, kLegQty, kNote, kMark, 99};
-            const unsigned short id = ids[seed >> 16 & 7U ? (seed >> 16) % 7U : 5U];
-            markers += id == kMark ? 1 : 0;
-            _field_data* expected = nullptr;
-            int markersSoFar = 0;
-            for (int slot = 0; slot < buffer.count && expected == nullptr; ++slot) {
-                markersSoFar += buffer.fields[slot].id == kMark ? 1 : 0;
-                if (buffer.fields[slot].id == id && buffer.fields[slot].isSet == 0 && markersSoFar == markers) {
-                    expected = &buffer.fields[slot];
-                }
-            }
-            _field_data* found = FindFreeSlot(buffer, id, markers);
-            ASSERT_EQ(found, expected) << "id " << id << " behind " << markers << " markers";
-            if (found != nullptr) {
-                found->isSet = 1;
-            }
-        }
-    }
-    FreeZelMsgStruct(message);
 }
 
 }  // namespace

@@ -1,0 +1,37 @@
+// Timing for the side-by-side: the best of several rounds in which the contenders take turns.
+#ifndef ZEL_BENCH_PEERS_TIMING_H
+#define ZEL_BENCH_PEERS_TIMING_H
+
+#include <algorithm>
+#include <chrono>
+#include <cstdint>
+
+namespace zel::bench {
+
+inline constexpr int kRounds = 15;
+inline constexpr double kRoundNanoseconds = 4e6;
+inline constexpr double kNotTimed = 1e18;
+
+// What results are stored to, so that no work is left out.
+inline volatile std::uint64_t sink = 0;
+
+template <typename Work>
+double Nanoseconds(Work work, long repetitions) {
+    const auto begin = std::chrono::steady_clock::now();
+    for (long repetition = 0; repetition < repetitions; ++repetition) {
+        sink = work();
+    }
+    const std::chrono::duration<double, std::nano> spent = std::chrono::steady_clock::now() - begin;
+    return spent.count() / static_cast<double>(repetitions);
+}
+
+// One round; `best` is kNotTimed before the first.
+template <typename Work>
+void Improve(double& best, Work work) {
+    const double once = best < kNotTimed ? best : Nanoseconds(work, 100);
+    best = std::min(best, Nanoseconds(work, std::max(10L, static_cast<long>(kRoundNanoseconds / once))));
+}
+
+}  // namespace zel::bench
+
+#endif  // ZEL_BENCH_PEERS_TIMING_H

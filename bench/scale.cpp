@@ -1,0 +1,163 @@
+// What must not grow: the look-up of a type with the types there are, the time of a message with the threads that
+// exchange others, and the time of compression by its framing. Best of several rounds.
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <cstring>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "core/compression.h"
+#include "core/dictionary.h"
+#include "core/header.h"
+#include "core/plan_table.h"
+#include "crush32/crush32.h"
+#include "include/zelmessage.h"
+
+namespace {
+
+constexpr int kRounds = 9;
+
+template <typename Work>
+double BestNanoseconds(long repetitions, Work work) {
+    double best = 1e18;
+    for (int round = 0; round < kRounds; ++round) {
+        const auto begin = std::chrono::steady_clock::now();
+        for (long repetition = 0; repetition < repetitions; ++repetition) {
+            work();
+        }
+        const std::chrono::duration<double, std::nano> spent = std::chrono::steady_clock::now() - begin;
+        best = std::min(best, spent.count() / static_cast<double>(repetitions));
+    }
+    return best;
+}
+
+// A dictionary with the header's fields and 20 longs, and a message table of `count` types with the 20 in each.
+class Tables {
+public:
+    explicit Tables(int count)
+        : records_(kFields + kFirst), nodes_(static_cast<std::size_t>(count)), types_(nodes_.size()) {
+        constexpr std::uint16_t kHeader[] = {kZELShort, kZELLong, kZELLong, kZELLong, kZELShort, kZELLong, kZELText};
+        for (int id = 1; id < kFirst + kFields; ++id) {
+            const std::uint16_t type = id <= 7 ? kHeader[id - 1] : static_cast<std::uint16_t>(kZELLong);
+            records_[static_cast<std::size_t>(id)].type = type;
+            records_[static_cast<std::size_t>(id)].length = type == kZELText ? 0 : type == kZELShort ? 2 : 4;
+        }
+        auto* header = reinterpret_cast<ZELDictionaryHeader*>(records_.data());
+        header->count = kFirst + kFields - 1;
+        for (int field = 0; field < kFields; ++field) {
+            list_.push_back({static_cast<std::uint16_t>(kFirst + field), 1});
+        }
+        for (std::size_t at = 0; at < nodes_.size(); ++at) {
+            nodes_[at] = {1, 0, 0, kFields, list_.data(), nullptr};
+            types_[at] = {static_cast<std::int16_t>(at + 1), &nodes_[at],
+                          at + 1 < types_.size() ? &types_[at + 1] : nullptr};
+        }
+        zel::SetDataDictionary(header);
+        zel::SetMessageTable(types_.data());
+    }
+    ~Tables() {
+        zel::SetDataDictionary(nullptr);
+        zel::SetMessageTable(nullptr);
+        zel::ReleasePlans();
+    }
+    Tables(const Tables&) = delete;
+    Tables& operator=(const Tables&) = delete;
+
+    static constexpr int kFirst = 10;
+    static constexpr int kFields = 20;
+
+private:
+    std::vector<ZELDictionaryField> records_;
+    std::vector<ZELFieldListEntry> list_;
+    std::vector<ZELSubTypeNode> nodes_;
+    std::vector<ZELTypeNode> types_;
+};
+
+void Fill(CZELMessage& object, short type) {
+    object.msgType = type;
+    object.subType = 1;
+    object.createStruct();
+    for (short id = Tables::kFirst; id < Tables::kFirst + Tables::kFields; ++id) {
+        const ZELLong value = id;
+        object.setFieldValue(id, &value, -1);
+    }
+}
+
+void LookUp(int count) {
+    const Tables tables(count);
+    const auto last = static_cast<short>(count);
+    const double first = BestNanoseconds(1, [last] {
+        zel::ReleasePlans();
+        (void)zel::FindPlan(last, 1);
+    });
+    // Two types in turn, so that no object finds its own type again.
+    CZELMessage object(0, 0);
+    short type = last;
+    const double create = BestNanoseconds(100000, [&object, &type, last] {
+        type = type == last ? static_cast<short>(last - 1) : last;
+        object.msgType = type;
+        object.subType = 1;
+        object.createStruct();
+    });
+    std::printf("%5d types: the last one first asked for %8.0f ns, then created in %5.1f ns\n", count, first, create);
+}
+
+double Exchange(int threads) {
+    const auto work = [] {
+        CZELMessage sent(0, 0);
+        CZELMessage received(0, 0);
+        char buffer[kZELMaxFrame];
+        long length = 0;
+        for (int message = 0; message < 100000; ++message) {
+            Fill(sent, 1);
+            (void)sent.packMessage(buffer, &length);
+            (void)received.unpackMessage(buffer);
+        }
+    };
+    return BestNanoseconds(1,
+                           [threads, &work] {
+                               std::vector<std::thread> running;
+                               for (int thread = 0; thread < threads; ++thread) {
+                                   running.emplace_back(work);
+                               }
+                               for (std::thread& thread : running) {
+                                   thread.join();
+                               }
+                           }) /
+           threads;
+}
+
+void Compress(short size) {
+    std::string payload;
+    while (payload.size() < static_cast<std::size_t>(size)) {
+        payload += "field " + std::to_string(payload.size() * 2654435761U % 977);
+    }
+    char out[kZELMaxPayload];
+    short length = 0;
+    const double bare = BestNanoseconds(2000, [&] { (void)CrushCompress(payload.data(), out + 8, size); });
+    const double framed = BestNanoseconds(
+        2000, [&] { (void)zel::zelCompressPayload(zel::kPackCompressed, payload.data(), size, out, &length); });
+    std::printf("%5d bytes: the compressor alone %8.0f ns, framed %8.0f ns: %+.1f%%\n", size, bare, framed,
+                (framed / bare - 1) * 100);
+}
+
+}  // namespace
+
+int main() {
+    std::puts("The look-up of a message type");
+    LookUp(10);
+    LookUp(1000);
+    {
+        const Tables tables(1);
+        std::puts("Messages of 20 fields, set, packed and unpacked");
+        const double one = Exchange(1);
+        const double two = Exchange(2);
+        std::printf("  two threads exchange %.2f times the messages of one\n", one / two);
+    }
+    std::puts("Compression");
+    Compress(500);
+    Compress(12000);
+    return 0;
+}

@@ -1,0 +1,180 @@
+// Slots and where received fields go, on random field lists, against the rules carried out one slot after the other.
+#include "core/slot_index.h"
+
+#include <gtest/gtest.h>
+
+#include <random>
+
+#include "core/field_codec.h"
+#include "core/message_model.h"
+#include "core/message_unpack.h"
+#include "tests/support/bytes.h"
+#include "tests/support/recorded_reports.h"
+#include "tests/support/test_tables.h"
+
+namespace zel::test {
+namespace {
+
+using Random = std::mt19937;
+
+constexpr unsigned short kIds[] = {kSide, kQty, kCode, kSymbol, kPrice, kLegs, kMark};
+
+int Below(Random& random, int limit) {
+    return static_cast<int>(random() % static_cast<unsigned>(limit));
+}
+
+// A message type with any list: ids several times, markers anywhere, groups that do not fit.
+class RandomType {
+public:
+    RandomType(TestTables& tables, Random& random) : list_(static_cast<std::size_t>(Below(random, 9))) {
+        ZELSubTypeNode& node = tables.ChangeMessage(kVersions);
+        const bool distinct = Below(random, 2) == 0;
+        const int first = Below(random, 7);
+        for (std::size_t at = 0; at < list_.size(); ++at) {
+            const std::size_t id = distinct ? (at + static_cast<std::size_t>(first)) % 7 : random() % 7;
+            list_[at] = {kIds[id], 1};
+        }
+        node.fieldList = list_.data();
+        node.fieldCount = static_cast<std::int16_t>(list_.size());
+        node.repeatFieldId = Below(random, 4) == 0 ? std::uint16_t{0} : kIds[random() % 7];
+        node.groupSize = static_cast<std::int16_t>(Below(random, 6) - 1);
+        repeatCount = static_cast<short>(Below(random, 5));
+        ids_ = Expand(node);
+        message = CreateZelMsgStruct(1, kVersions, repeatCount);
+    }
+    ~RandomType() {
+        if (message != nullptr) {
+            FreeZelMsgStruct(message);
+        }
+    }
+    RandomType(const RandomType&) = delete;
+    RandomType& operator=(const RandomType&) = delete;
+
+    // The slots' ids; {-1} when there can be no message.
+    const std::vector<int>& Ids() const { return ids_; }
+
+    ZelMsgStruct* message = nullptr;
+    short repeatCount = 0;
+
+private:
+    std::vector<int> Expand(const ZELSubTypeNode& node) const {
+        const int size = static_cast<int>(list_.size());
+        const int count = size + (node.repeatFieldId != 0 ? (repeatCount - 1) * node.groupSize : 0);
+        std::vector<int> ids;
+        int at = 0;
+        int start = -1;
+        int position = 0;
+        int repetition = 0;
+        bool inside = false;
+        while (static_cast<int>(ids.size()) < count) {
+            if (inside && position == node.groupSize) {
+                inside = ++repetition != repeatCount;
+                at = inside ? at : start + position;
+                position = 0;
+            }
+            const int entry = inside ? start + position++ : at++;
+            if (entry >= size) {
+                return {-1};
+            }
+            ids.push_back(list_[static_cast<std::size_t>(entry)].fieldId);
+            if (start < 0 && node.repeatFieldId != 0 && ids.back() == node.repeatFieldId) {
+                start = at;
+                inside = true;
+            }
+        }
+        return count < 0 ? std::vector<int>{-1} : ids;
+    }
+
+    std::vector<ZELFieldListEntry> list_;
+    std::vector<int> ids_;
+};
+
+// The first slot with this id that is not set and has as many markers at or before it: its number, or -1.
+int FreeSlot(const std::vector<int>& ids, const std::vector<int>& arrivals, int id, int markers) {
+    int before = 0;
+    for (std::size_t slot = 0; slot < ids.size(); ++slot) {
+        before += ids[slot] == kMark ? 1 : 0;
+        if (ids[slot] == id && arrivals[slot] < 0 && before == markers) {
+            return static_cast<int>(slot);
+        }
+    }
+    return -1;
+}
+
+TEST(SlotIndex, FindsEveryOccurrence) {
+    TestTables tables;
+    RecordedReports reports;
+    Random random(1);
+    for (int round = 0; round < 4000; ++round) {
+        const RandomType type(tables, random);
+        if (type.Ids() == std::vector<int>{-1}) {
+            ASSERT_EQ(type.message, nullptr) << round;
+            continue;
+        }
+        ASSERT_NE(type.message, nullptr) << round;
+        const ZELDataBuf& buffer = *type.message->dataBuf;
+        ASSERT_EQ(buffer.count, static_cast<int>(type.Ids().size()));
+        for (const unsigned short id : kIds) {
+            short instance = 0;
+            for (int slot = 0; slot < buffer.count; ++slot) {
+                ASSERT_EQ(buffer.fields[slot].id, type.Ids()[static_cast<std::size_t>(slot)]) << round;
+                if (buffer.fields[slot].id == id) {
+                    ASSERT_EQ(FindSlot(buffer, id, ++instance), &buffer.fields[slot]) << round;
+                }
+            }
+            for (const int none : {0, -1, instance + 1, 32767}) {
+                ASSERT_EQ(FindSlot(buffer, id, static_cast<short>(none)), nullptr) << round;
+            }
+        }
+    }
+}
+
+TEST(SlotIndex, PutsReceivedFieldsWhereTheyBelong) {
+    TestTables tables;
+    RecordedReports reports;
+    Random random(2);
+    for (int round = 0; round < 6000; ++round) {
+        const RandomType type(tables, random);
+        if (type.message == nullptr) {
+            continue;
+        }
+        const short format = round % 2 == 0 ? kIdAndValue : kIdLengthAndValue;
+        const std::vector<int>& ids = type.Ids();
+        std::vector<int> arrivals(ids.size(), -1);
+        std::string payload;
+        int markers = 0;
+        int fields = 0;
+        std::size_t next = 0;
+        // Mostly in order, some left out, some anywhere.
+        for (; fields < 20 && (next < ids.size() || Below(random, 4) != 0); ++fields) {
+            next += Below(random, 6) == 0 ? 1U : 0U;
+            const bool inOrder = next < ids.size() && Below(random, 8) != 0;
+            const int id = inOrder ? ids[next++] : kIds[random() % 7];
+            markers += id == kMark ? 1 : 0;
+            const int slot = FreeSlot(ids, arrivals, id, markers);
+            if (slot >= 0) {
+                arrivals[static_cast<std::size_t>(slot)] = fields;
+            }
+            char value[8] = {};
+            std::memcpy(value, &fields, sizeof fields);
+            char bytes[32];
+            const char* end =
+                PackZELField(static_cast<unsigned short>(id), value, 4, bytes, bytes + sizeof bytes, format);
+            payload.append(bytes, static_cast<std::size_t>(end - bytes));
+        }
+        type.message->format = static_cast<unsigned short>(format);
+        type.message->numFields = static_cast<short>(fields);
+        const ExactCopy copy(payload);
+        ASSERT_EQ(ReceiveZELPayload(*type.message, Reader{copy.data.get(), copy.data.get() + copy.size}), 0) << round;
+        for (std::size_t slot = 0; slot < ids.size(); ++slot) {
+            const _field_data& field = type.message->dataBuf->fields[slot];
+            ASSERT_EQ(field.isSet != 0, arrivals[slot] >= 0) << round << " slot " << slot;
+            const auto arrival = static_cast<std::uint16_t>(arrivals[slot]);
+            ASSERT_TRUE(field.isSet == 0 || std::memcmp(field.value, &arrival, sizeof arrival) == 0)
+                << round << " slot " << slot;
+        }
+    }
+}
+
+}  // namespace
+}  // namespace zel::test
