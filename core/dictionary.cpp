@@ -2,6 +2,7 @@
 
 #include <cstring>
 
+#include "core/plan_table.h"
 #include "runtime/reports.h"
 
 namespace zel {
@@ -28,10 +29,12 @@ const ZELTypeNode* zelGetMessageTable() noexcept {
 
 void SetDataDictionary(const ZELDictionaryHeader* dictionary) noexcept {
     zelDataDictionary = dictionary;
+    RetirePlans();
 }
 
 void SetMessageTable(const ZELTypeNode* table) noexcept {
     zelMessageTable = table;
+    RetirePlans();
 }
 
 const ZELDictionaryField* GetFldEntry(short fieldId) noexcept {
@@ -43,7 +46,11 @@ const ZELDictionaryField* GetFldEntry(short fieldId) noexcept {
         SendReport(reports::kNoDictionary);
         return nullptr;
     }
-    if (fieldId < 0 || zelDataDictionary->count < fieldId) {
+    return FindFldRecord(fieldId);
+}
+
+const ZELDictionaryField* FindFldRecord(short fieldId) noexcept {
+    if (fieldId <= 0 || zelDataDictionary == nullptr || zelDataDictionary->count < fieldId) {
         return nullptr;
     }
     return RecordAt(zelDataDictionary, fieldId);

@@ -9,7 +9,8 @@
 
 namespace zel {
 
-// The two process-wide tables: null while not initialised. Written by CZELMessage::init alone.
+// The two process-wide tables: null while not initialised. Written by CZELMessage::init alone; tables that have changed
+// in place are set again.
 const ZELDictionaryHeader* zelGetDataDictionary() noexcept;
 const ZELTypeNode* zelGetMessageTable() noexcept;
 void SetDataDictionary(const ZELDictionaryHeader* dictionary) noexcept;
@@ -18,6 +19,9 @@ void SetMessageTable(const ZELTypeNode* table) noexcept;
 // The field's record, or null. Reports 1001 for the id 0 and 1412 without a dictionary; an id above the highest one and
 // a negative id are no record without a report.
 const ZELDictionaryField* GetFldEntry(short fieldId) noexcept;
+
+// The same without a report.
+const ZELDictionaryField* FindFldRecord(short fieldId) noexcept;
 
 // The lowest id whose name equals `name` in the first 64 characters, or -1. Reports 1001 for null, 1412.
 short GetFldByName(const char* name) noexcept;

@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "core/dictionary.h"
+#include "core/wire_shape.h"
 #include "include/zelmessage.h"
 #include "runtime/reports.h"
 
@@ -11,73 +12,26 @@ namespace zel {
 
 namespace {
 
-// Wire size of the types whose values have one size; 0 for the others.
-std::uint16_t FixedWireSize(std::uint16_t type) noexcept {
-    switch (type) {
-        case kZELShort:
-            return 2;
-        case kZELLong:
-        case kZELInt:
-        case kZELFloat:
-            return 4;
-        case kZELDouble:
-        case kZELDateTime:
-            return 8;
-        case kZELMoney:
-            return 6;
-        default:
-            return 0;
-    }
-}
-
-bool IsKnownType(std::uint16_t type) noexcept {
-    return type >= kZELShort && type <= kZELBytes11;
-}
-
 bool IsFormat(short format) noexcept {
     return format >= kIdAndValue && format <= kIdLengthAndValue;
-}
-
-template <typename T>
-T LoadHost(const void* value) noexcept {
-    T result;
-    std::memcpy(&result, value, sizeof result);
-    return result;
-}
-
-template <typename T>
-void StoreHost(void* out, T value) noexcept {
-    std::memcpy(out, &value, sizeof value);
-}
-
-const char* MoneyDisplayCode(const void* money) noexcept {
-    return static_cast<const char*>(money) + offsetof(_money, displayCode);
 }
 
 // Writes a value of a known type. `length` as it goes on the wire in format 2.
 bool WriteValue(Writer& writer, const ZELDictionaryField& record, const void* value, std::uint16_t length,
                 short format) noexcept {
-    switch (record.type) {
-        case kZELShort:
-            return WriteU16Be(writer, LoadHost<std::uint16_t>(value));
-        case kZELLong:
-        case kZELInt:
-        case kZELFloat:
-            return WriteU32Be(writer, LoadHost<std::uint32_t>(value));
-        case kZELDouble:
-            return WriteU64Be(writer, LoadHost<std::uint64_t>(value));
-        case kZELDateTime:
-            // As it lies in memory, in no byte order: peers exchange it so.
-            return WriteBytes(writer, value, sizeof(_datetime));
-        case kZELMoney:
-            return WriteU32Be(writer, LoadHost<std::uint32_t>(value)) &&
-                   WriteU16Be(writer, LoadHost<std::uint16_t>(MoneyDisplayCode(value)));
-        case kZELChars:
-            return WriteBytes(writer, value,
-                              format == kIdLengthAndValue ? length : static_cast<std::uint16_t>(record.length));
-        default:
-            return (format == kIdLengthAndValue || WriteU16Be(writer, length)) && WriteBytes(writer, value, length);
+    const Shape shape = ShapeOf(record.type);
+    if (IsFixed(shape)) {
+        char* out = Reserve(writer, FixedWireSize(shape));
+        if (out != nullptr) {
+            EncodeFixed(shape, value, out);
+        }
+        return out != nullptr;
     }
+    if (shape == Shape::kChars) {
+        return WriteBytes(writer, value,
+                          format == kIdLengthAndValue ? length : static_cast<std::uint16_t>(record.length));
+    }
+    return (format == kIdLengthAndValue || WriteU16Be(writer, length)) && WriteBytes(writer, value, length);
 }
 
 }  // namespace
@@ -105,13 +59,14 @@ char* PackZELField(unsigned short fieldId, const void* value, short length, char
     }
     const ZELDictionaryField* record = GetFldEntry(static_cast<short>(fieldId));
     const std::uint16_t type = record != nullptr ? record->type : kNoFieldType;
-    if (!IsKnownType(type)) {
+    const Shape shape = ShapeOf(type);
+    if (shape == Shape::kNone) {
         SendReportWith(reports::kPackTypeUnknown, fieldId, type);
         return nullptr;
     }
     // A received money value has a length of 8 in memory: a receiver that stepped by it would lose its way.
-    if (FixedWireSize(type) != 0) {
-        wireLength = FixedWireSize(type);
+    if (IsFixed(shape)) {
+        wireLength = FixedWireSize(shape);
     }
     if (format == kIdLengthAndValue && !WriteU16Be(writer, wireLength)) {
         return nullptr;
@@ -153,13 +108,14 @@ bool LocateZELValue(unsigned short fieldId, Reader in, short format, WireValue& 
     }
     const ZELDictionaryField* record = GetFldEntry(static_cast<short>(fieldId));
     value.type = record != nullptr ? record->type : kNoFieldType;
-    const std::uint16_t fixedSize = FixedWireSize(value.type);
+    const Shape shape = ShapeOf(value.type);
+    const std::uint16_t fixedSize = FixedWireSize(shape);
     if (format == kIdLengthAndValue) {
         // A type that the dictionary does not know passes as raw bytes.
         if (!ReadU16Be(in, value.length) || value.length < fixedSize) {
             return false;
         }
-    } else if (!IsKnownType(value.type)) {
+    } else if (shape == Shape::kNone) {
         SendReportWith(reports::kUnpackTypeUnknown, value.type);
         return false;
     } else if (value.type == kZELChars || value.type == kZELDateTime) {
@@ -174,46 +130,27 @@ bool LocateZELValue(unsigned short fieldId, Reader in, short format, WireValue& 
 }
 
 std::size_t StoredSize(const WireValue& value) noexcept {
-    switch (value.type) {
-        case kZELDateTime:
-            return sizeof(_datetime);
-        case kZELMoney:
-            return sizeof(_money);
-        case kZELText:
-            return std::size_t{value.length} + 1;
-        default:
-            return FixedWireSize(value.type) != 0 ? FixedWireSize(value.type) : value.length;
+    const Shape shape = ShapeOf(value.type);
+    if (IsFixed(shape)) {
+        return FixedMemorySize(shape);
     }
+    return std::size_t{value.length} + (value.type == kZELText ? 1 : 0);
 }
 
 void StoreZELValue(const WireValue& value, void* out, unsigned short* length) noexcept {
-    *length = static_cast<unsigned short>(StoredSize(value));
-    // LocateZELValue has checked that the wire holds what a type of one size reads here.
-    switch (value.type) {
-        case kZELShort:
-            return StoreHost(out, LoadU16Be(value.bytes));
-        case kZELLong:
-        case kZELInt:
-        case kZELFloat:
-            return StoreHost(out, LoadU32Be(value.bytes));
-        case kZELDouble:
-            return StoreHost(out, LoadU64Be(value.bytes));
-        case kZELMoney: {
-            _money money{};
-            StoreHost(&money.amount, LoadU32Be(value.bytes));
-            StoreHost(&money.displayCode, LoadU16Be(value.bytes + 4));
-            return StoreHost(out, money);
+    const Shape shape = ShapeOf(value.type);
+    *length = value.length;
+    if (shape == Shape::kDateTime) {
+        std::memcpy(out, value.bytes, std::min<std::size_t>(value.length, sizeof(_datetime)));
+    } else if (IsFixed(shape)) {
+        // LocateZELValue has checked that the wire holds what a type of one size reads here.
+        DecodeFixed(shape, value.bytes, out);
+        *length = FixedMemorySize(shape);
+    } else {
+        std::memcpy(out, value.bytes, value.length);
+        if (value.type == kZELText) {
+            static_cast<char*>(out)[value.length] = '\0';
         }
-        case kZELDateTime:
-            std::memcpy(out, value.bytes, std::min<std::size_t>(value.length, sizeof(_datetime)));
-            *length = value.length;
-            return;
-        default:
-            std::memcpy(out, value.bytes, value.length);
-            if (value.type == kZELText) {
-                static_cast<char*>(out)[value.length] = '\0';
-                *length = value.length;
-            }
     }
 }
 

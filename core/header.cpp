@@ -1,10 +1,13 @@
 #include "core/header.h"
 
+#include <algorithm>
 #include <cstring>
+#include <iterator>
 
 #include "core/dictionary.h"
 #include "core/field_codec.h"
 #include "core/message_model.h"
+#include "core/plan_table.h"
 #include "runtime/allocator.h"
 #include "runtime/reports.h"
 
@@ -88,6 +91,21 @@ void SplitMsgId(std::uint32_t msgId, ZelMsgStruct& message) noexcept {
     message.msgIdPart3 = msgId & 0xFF;
 }
 
+void SetMsgType(std::uint32_t value, ZelMsgStruct& message) noexcept {
+    message.msgType = HighHalf(value);
+    message.subType = LowHalf(value);
+}
+
+void SetServiceId(std::uint32_t value, ZelMsgStruct& message) noexcept {
+    message.serviceIdHigh = HighHalf(value);
+    message.serviceIdLow = LowHalf(value);
+}
+
+void SetUserData(std::uint32_t value, ZelMsgStruct& message) noexcept {
+    message.userData = static_cast<ZELLong>(value);
+    message.varUserDataLen = kFixedUserDataLength;
+}
+
 char* ReportUnpackable(HeaderFieldId fieldId) noexcept {
     SendReportWith(reports::kHeaderFieldUnpackable, kHeaderFields[fieldId].name);
     return nullptr;
@@ -107,8 +125,12 @@ char* PackNumber(HeaderFieldId fieldId, std::uint32_t value, char* out, char* en
     return next != nullptr ? next : ReportUnpackable(fieldId);
 }
 
+bool IsPlain(const ZelMsgStruct& message) noexcept {
+    return message.varUserDataLen <= kFixedUserDataLength && message.varUserData == nullptr;
+}
+
 char* PackUserData(const ZelMsgStruct& message, char* out, char* end) noexcept {
-    if (message.varUserDataLen <= kFixedUserDataLength && message.varUserData == nullptr) {
+    if (IsPlain(message)) {
         return PackNumber(kUserData, static_cast<std::uint32_t>(message.userData), out, end);
     }
     if (out == nullptr) {
@@ -180,17 +202,71 @@ bool UnpackUserData(Reader& in, ZelMsgStruct& message) noexcept {
     if (!ExpectNumber(kUserData, in, userData)) {
         return false;
     }
-    message.userData = static_cast<ZELLong>(userData);
-    message.varUserDataLen = kFixedUserDataLength;
+    SetUserData(userData, message);
     return true;
 }
 
+// The header with the number 6 behind the first five has one length and each number one place.
+constexpr std::size_t kPlainHeader = 32;
+
+// What BuildZELHeader writes number by number, for a dictionary that describes the header.
+char* WritePlainHeader(const ZelMsgStruct& message, char* out) noexcept {
+    StoreU16Be(out, kFlags);
+    StoreU16Be(out + 2, JoinFlags(message));
+    StoreU16Be(out + 4, kMsgType);
+    StoreU32Be(out + 6, JoinHalves(message.msgType, message.subType));
+    StoreU16Be(out + 10, kServiceId);
+    StoreU32Be(out + 12, JoinHalves(message.serviceIdHigh, message.serviceIdLow));
+    StoreU16Be(out + 16, kMsgId);
+    StoreU32Be(out + 18, JoinMsgId(message));
+    StoreU16Be(out + 22, kNumFields);
+    StoreU16Be(out + 24, static_cast<std::uint16_t>(message.numFields));
+    StoreU16Be(out + 26, kUserData);
+    StoreU32Be(out + 28, static_cast<std::uint32_t>(message.userData));
+    return out + kPlainHeader;
+}
+
+// Whether a header without variable user data is at `in`: one that needs no other look.
+bool HasPlainHeader(const Reader& in) noexcept {
+    const char* at = in.next;
+    return Remaining(in) >= kPlainHeader && LoadU16Be(at) == kFlags && LoadU16Be(at + 4) == kMsgType &&
+           LoadU16Be(at + 10) == kServiceId && LoadU16Be(at + 16) == kMsgId && LoadU16Be(at + 22) == kNumFields &&
+           LoadU16Be(at + 26) == kUserData;
+}
+
+// The bounds have been checked by HasPlainHeader.
+void ReadPlainHeader(const char* at, ZelMsgStruct& message) noexcept {
+    SplitFlags(LoadU16Be(at + 2), message);
+    SetMsgType(LoadU32Be(at + 6), message);
+    SetServiceId(LoadU32Be(at + 12), message);
+    SplitMsgId(LoadU32Be(at + 18), message);
+    message.numFields = static_cast<short>(LoadU16Be(at + 24));
+    SetUserData(LoadU32Be(at + 28), message);
+}
+
+bool IsDescribed() noexcept {
+    const PlanTable* plans = CurrentPlans();
+    return plans != nullptr && plans->hasHeaderFields;
+}
+
 }  // namespace
+
+bool DescribesHeader() noexcept {
+    constexpr HeaderFieldId kNumbers[] = {kFlags, kMsgType, kServiceId, kMsgId, kNumFields, kUserData};
+    return std::all_of(std::begin(kNumbers), std::end(kNumbers), [](HeaderFieldId fieldId) {
+        const ZELDictionaryField* record = FindFldRecord(static_cast<short>(fieldId));
+        return record != nullptr && HasHeaderWidth(fieldId) && record->length == kHeaderFields[fieldId].width;
+    });
+}
 
 char* BuildZELHeader(const ZelMsgStruct* message, char* out, unsigned short* headerLength) noexcept {
     if (message == nullptr || out == nullptr || headerLength == nullptr) {
         SendReport(reports::kBuildHeaderFailed);
         return nullptr;
+    }
+    if (IsPlain(*message) && IsDescribed()) {
+        *headerLength = kPlainHeader;
+        return WritePlainHeader(*message, out);
     }
     char* end = out + kMaxHeader;
     char* next = PackNumber(kFlags, JoinFlags(*message), out, end);
@@ -212,6 +288,11 @@ Reader UnpackZELHeader(const char* in, long length, ZelMsgStruct* message) noexc
         return kFailed;
     }
     Reader reader{in, length > 0 ? in + length : in};
+    if (HasPlainHeader(reader) && IsDescribed()) {
+        ReadPlainHeader(reader.next, *message);
+        reader.next += kPlainHeader;
+        return reader;
+    }
     std::uint32_t value = 0;
     if (!ExpectNumber(kFlags, reader, value)) {
         return kFailed;
@@ -220,13 +301,11 @@ Reader UnpackZELHeader(const char* in, long length, ZelMsgStruct* message) noexc
     if (!ExpectNumber(kMsgType, reader, value)) {
         return kFailed;
     }
-    message->msgType = HighHalf(value);
-    message->subType = LowHalf(value);
+    SetMsgType(value, *message);
     if (!ExpectNumber(kServiceId, reader, value)) {
         return kFailed;
     }
-    message->serviceIdHigh = HighHalf(value);
-    message->serviceIdLow = LowHalf(value);
+    SetServiceId(value, *message);
     if (!ExpectNumber(kMsgId, reader, value)) {
         return kFailed;
     }

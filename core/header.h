@@ -16,6 +16,9 @@ inline constexpr unsigned short kPackMarked = 8;
 // packFlags: set on every message that a message object sends.
 inline constexpr unsigned short kPackSent = 1;
 
+// Whether the dictionary describes the ids 1 to 6 as numbers of the widths that they have here.
+bool DescribesHeader() noexcept;
+
 // Writes the header at `out`, which holds 30 bytes and the variable user data, or 32; answers the address behind it
 // and its length, or null. Reports 1001, or 1417 with the name of the field.
 [[nodiscard]] char* BuildZELHeader(const ZelMsgStruct* message, char* out, unsigned short* headerLength) noexcept;

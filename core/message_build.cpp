@@ -1,5 +1,6 @@
 #include "core/message_build.h"
 
+#include <algorithm>
 #include <cstring>
 #include <utility>
 
@@ -7,7 +8,8 @@
 #include "core/dictionary.h"
 #include "core/field_codec.h"
 #include "core/header.h"
-#include "core/message_table.h"
+#include "core/message_block.h"
+#include "core/plan_table.h"
 #include "core/transform.h"
 #include "include/zelmessage.h"
 #include "runtime/reports.h"
@@ -59,39 +61,155 @@ int ClaimedFields(const ZelMsgStruct& message) noexcept {
     }
 }
 
-// Packs the slots into `out` of kZELMaxPayload bytes and sets numFields: the payload's length, or -1.
-int PackSlots(ZelMsgStruct& message, char* out) noexcept {
-    char* const end = out + kZELMaxPayload;
-    char* next = out;
-    int claimed = ClaimedFields(message);
-    int packed = 0;
-    for (int index = 0; index < message.dataBuf->count; ++index) {
-        const _field_data& slot = message.dataBuf->fields[index];
-        const SlotFate fate = JudgeSlot(message, slot);
-        if (fate == SlotFate::kFaulty) {
-            return -1;
+// The slots packed so far.
+struct Packing {
+    char* next;
+    char* end;
+    int claimed;
+    int packed;
+};
+
+// Any slot in any format, by what the dictionary says of it now. False: faulty, reported.
+bool PackSlot(const ZelMsgStruct& message, const _field_data& slot, Packing& packing) noexcept {
+    switch (JudgeSlot(message, slot)) {
+        case SlotFate::kFaulty:
+            return false;
+        case SlotFate::kLeftOut:
+            return true;
+        case SlotFate::kTooNew:
+            --packing.claimed;
+            return true;
+        case SlotFate::kPacked:
+            break;
+    }
+    ++packing.packed;
+    const bool isSet = slot.isSet != 0;
+    char* next = PackZELField(slot.id, isSet ? slot.value : nullptr, isSet ? static_cast<short>(slot.length) : short{0},
+                              packing.next, packing.end, static_cast<short>(message.format));
+    if (next == nullptr) {
+        SendReportWith(reports::kFieldUnpackable, slot.id);
+        return false;
+    }
+    packing.next = next;
+    return true;
+}
+
+// The bytes in front of a value: its id, and in the format 2 its length.
+template <short format>
+constexpr std::uint32_t kFront = format == kIdLengthAndValue ? 4 : 2;
+
+template <short format>
+char* WriteFront(char* out, const PlanEntry& entry, std::uint16_t length) noexcept {
+    StoreHost(out, entry.wireId);
+    if constexpr (format == kIdLengthAndValue) {
+        StoreU16Be(out + 2, length);
+    }
+    return out + kFront<format>;
+}
+
+// Packs the value of a plain entry in a format that carries ids: what PackSlot does, for a slot that is set, in a
+// message that the field is not too new for. False: it does not fit, and nothing has changed.
+template <short format>
+bool PackPlain(const PlanEntry& entry, const _field_data& slot, Packing& packing) noexcept {
+    const auto room = static_cast<std::uint32_t>(packing.end - packing.next);
+    if (IsFixed(entry.shape)) {
+        if (room < kFront<format> + FixedWireSize(entry.shape)) {
+            return false;
         }
-        if (fate == SlotFate::kTooNew) {
-            --claimed;
+        char* out = WriteFront<format>(packing.next, entry, FixedWireSize(entry.shape));
+        EncodeFixed(entry.shape, slot.value, out);
+        packing.next = out + FixedWireSize(entry.shape);
+        return true;
+    }
+    if (entry.shape == Shape::kCounted || format == kIdLengthAndValue) {
+        // Either way a length comes behind the id.
+        if (room < 4U + slot.length) {
+            return false;
         }
-        if (fate != SlotFate::kPacked) {
+        char* out = WriteFront<kIdLengthAndValue>(packing.next, entry, slot.length);
+        CopyValue(out, slot.value, slot.length);
+        packing.next = out + slot.length;
+        return true;
+    }
+    if (room < kFront<format> + entry.length) {
+        return false;
+    }
+    char* out = WriteFront<format>(packing.next, entry, entry.length);
+    CopyValue(out, slot.value, entry.length);
+    packing.next = out + entry.length;
+    return true;
+}
+
+// Packs slots made from the entries in their order. The slot behind them, or null: faulty, reported.
+template <short format>
+const _field_data* PackRun(const ZelMsgStruct& message, const PlanEntry* entry, const PlanEntry* end,
+                           const _field_data* slot, Packing& packing) noexcept {
+    // Versions are signed; without a filter none is too new.
+    const int version = message.version == 0 ? INT16_MAX : message.version;
+    Packing local = packing;
+    for (; entry != end; ++entry, ++slot) {
+        if (slot->isSet == 0 && slot->presence != kZELMandatory && entry->hasRecord) {
             continue;
         }
-        ++packed;
-        const bool isSet = slot.isSet != 0;
-        next = PackZELField(slot.id, isSet ? slot.value : nullptr, isSet ? static_cast<short>(slot.length) : short{0},
-                            next, end, static_cast<short>(message.format));
-        if (next == nullptr) {
-            SendReportWith(reports::kFieldUnpackable, slot.id);
-            return -1;
+        const bool quick = entry->isPlain && slot->isSet != 0 && slot->value != nullptr && entry->version <= version;
+        if (quick && PackPlain<format>(*entry, *slot, local)) {
+            ++local.packed;
+        } else if (!PackSlot(message, *slot, local)) {
+            return nullptr;
         }
     }
+    packing = local;
+    return slot;
+}
+
+// The same for all slots.
+template <short format>
+bool PackByPlan(const ZelMsgStruct& message, const MessageBlock& block, Packing& packing) noexcept {
+    const MessagePlan& plan = *block.plan;
+    const _field_data* slot = block.buffer.fields;
+    const _field_data* const slotsEnd = slot + block.buffer.count;
+    const PlanEntry* const groupBegin = plan.entries + plan.groupBegin;
+    const PlanEntry* const groupEnd = plan.entries + plan.groupEnd;
+    const _field_data* const groupSlotsEnd = block.buffer.fields + block.parts[kInGroup].end;
+    slot = PackRun<format>(message, plan.entries, plan.entries + block.parts[kBeforeGroup].end, slot, packing);
+    while (slot != nullptr && slot < groupSlotsEnd) {
+        const auto left = std::min(groupSlotsEnd - slot, groupEnd - groupBegin);
+        slot = PackRun<format>(message, groupBegin, groupBegin + left, slot, packing);
+    }
+    if (slot != nullptr && slot != slotsEnd) {
+        slot = PackRun<format>(message, groupEnd, groupEnd + (slotsEnd - slot), slot, packing);
+    }
+    return slot != nullptr;
+}
+
+bool PackOneByOne(const ZelMsgStruct& message, Packing& packing) noexcept {
+    const ZELDataBuf& buffer = *message.dataBuf;
+    return std::all_of(buffer.fields, buffer.fields + buffer.count,
+                       [&](const _field_data& slot) { return PackSlot(message, slot, packing); });
+}
+
+bool PackAll(const ZelMsgStruct& message, Packing& packing) noexcept {
+    const MessageBlock& block = BlockOf(*message.dataBuf);
+    if (IsCurrent(*block.plan)) {
+        if (message.format == kIdAndValue) {
+            return PackByPlan<kIdAndValue>(message, block, packing);
+        }
+        if (message.format == kIdLengthAndValue) {
+            return PackByPlan<kIdLengthAndValue>(message, block, packing);
+        }
+    }
+    return PackOneByOne(message, packing);
+}
+
+// Packs the slots into `out` of kZELMaxPayload bytes and sets numFields: the payload's length, or -1.
+int PackSlots(ZelMsgStruct& message, char* out) noexcept {
+    Packing packing{out, out + kZELMaxPayload, ClaimedFields(message), 0};
     // A field set twice was counted twice: such a message is refused without a report.
-    if (claimed != packed) {
+    if (!PackAll(message, packing) || packing.claimed != packing.packed) {
         return -1;
     }
-    message.numFields = static_cast<short>(packed);
-    return static_cast<int>(next - out);
+    message.numFields = static_cast<short>(packing.packed);
+    return static_cast<int>(packing.next - out);
 }
 
 }  // namespace

@@ -1,9 +1,11 @@
 #include "core/message_model.h"
 
+#include <algorithm>
+
 #include "core/dictionary.h"
+#include "core/message_block.h"
 #include "core/message_table.h"
-#include "core/slot_index.h"
-#include "core/value_block.h"
+#include "core/plan_table.h"
 #include "runtime/allocator.h"
 #include "runtime/reports.h"
 
@@ -11,164 +13,140 @@ namespace zel {
 
 namespace {
 
-// Where the slots' fields come from: a walk over the field list that passes the repeating group repeatCount times.
-struct FieldListWalk {
-    const ZELSubTypeNode& node;
-    int repeatCount;
-    int listIndex = 0;
-    bool enteredGroup = false;
-    bool insideGroup = false;
-    int groupStart = 0;
-    int position = 0;    // within the group
-    int repetition = 0;  // complete ones
-};
-
-// The next slot's entry, or null when the list has none left.
-const ZELFieldListEntry* NextEntry(FieldListWalk& walk) noexcept {
-    if (walk.insideGroup) {
-        if (walk.position == walk.node.groupSize) {
-            ++walk.repetition;
-            // A repeat count of 0 is never reached: the group then fills all slots that are left. Peers do the same.
-            if (walk.repetition == walk.repeatCount) {
-                walk.insideGroup = false;
-            } else {
-                walk.position = 0;
-            }
-        }
-        walk.listIndex = walk.groupStart + walk.position;
-        ++walk.position;
+// Slots as they start, in place. They are the entries [at, end) of the plan's list.
+_field_data* StartSlots(const MessagePlan& plan, int at, int end, _field_data* slot) noexcept {
+    for (const _field_data* from = plan.slots + at; from != plan.slots + end; ++from, ++slot) {
+        *slot = *from;
+        slot->value = from->value != nullptr ? slot->inlineValue : nullptr;
     }
-    if (walk.listIndex >= walk.node.fieldCount) {
-        return nullptr;
-    }
-    const ZELFieldListEntry* entry = &walk.node.fieldList[walk.listIndex];
-    if (!walk.insideGroup) {
-        ++walk.listIndex;
-    }
-    if (!walk.enteredGroup && walk.node.repeatFieldId != 0 && entry->fieldId == walk.node.repeatFieldId) {
-        walk.enteredGroup = true;
-        walk.insideGroup = true;
-        walk.groupStart = walk.listIndex;
-    }
-    return entry;
+    return slot;
 }
 
-bool IsInlineType(std::uint16_t type) noexcept {
-    switch (type) {
-        case kZELShort:
-        case kZELLong:
-        case kZELInt:
-        case kZELFloat:
-        case kZELDouble:
-        case kZELDateTime:
-        case kZELMoney:
-            return true;
-        default:
-            return false;
+void StartAllSlots(const MessageBlock& block) noexcept {
+    const MessagePlan& plan = *block.plan;
+    const int count = block.buffer.count;
+    const int groupSize = plan.groupEnd - plan.groupBegin;
+    _field_data* slot = block.buffer.fields;
+    const _field_data* const end = slot + count;
+    slot = StartSlots(plan, 0, std::min(plan.groupBegin, count), slot);
+    const auto groupEnd = static_cast<std::ptrdiff_t>(block.parts[kInGroup].end);
+    for (std::ptrdiff_t left = groupEnd - plan.groupBegin; groupSize > 0 && left > 0; left -= groupSize) {
+        slot =
+            StartSlots(plan, plan.groupBegin, plan.groupBegin + std::min<int>(groupSize, static_cast<int>(left)), slot);
     }
+    StartSlots(plan, plan.groupEnd, plan.groupEnd + static_cast<int>(end - slot), slot);
 }
 
-void InitialiseSlot(_field_data& slot, const ZELFieldListEntry& entry) noexcept {
-    slot.id = entry.fieldId;
-    slot.presence = entry.presence;
-    const ZELDictionaryField* record = GetFldEntry(static_cast<short>(entry.fieldId));
-    if (record == nullptr) {
-        return;
-    }
-    slot.length = static_cast<unsigned short>(record->length);
-    if (IsInlineType(record->type)) {
-        slot.value = slot.inlineValue;
-    }
-}
-
-// The slot count for a message, or -1, reported.
-int CountSlots(const ZELSubTypeNode& node, short repeatCount) noexcept {
-    const bool hasGroup = node.repeatFieldId != 0;
+// The slot count, or -1 with the report of what is wrong with it.
+int CountSlots(const MessagePlan& plan, short repeatCount, const Report*& report) noexcept {
+    const bool hasGroup = plan.repeatFieldId != 0;
     if (hasGroup && repeatCount < 0) {
-        SendReport(reports::kNegativeRepeatCount);
+        report = &reports::kNegativeRepeatCount;
         return -1;
     }
-    const int count = node.fieldCount + (hasGroup ? (repeatCount - 1) * node.groupSize : 0);
-    if (node.fieldCount < 0 || count < 0 || count > kZELMaxSlots) {
-        SendReport(reports::kTooManySlots);
+    const int count = plan.listCount + (hasGroup ? (repeatCount - 1) * plan.groupSize : 0);
+    // A list in a row ends with its last entry.
+    const bool inARow = plan.groupBegin == plan.groupEnd;
+    if (plan.listCount < 0 || count < 0 || count > kZELMaxSlots || (inARow && count > plan.entryCount)) {
+        report = &reports::kTooManySlots;
         return -1;
     }
     return count;
 }
 
-// Slots and index in one block. False when the block cannot be had or the field list does not fill the slots.
-bool CreateSlots(ZELDataBuf& buffer, const ZELSubTypeNode& node, short repeatCount) noexcept {
-    const int count = CountSlots(node, repeatCount);
+// What values that are set are expected to take.
+std::size_t ExpectedRoom(const MessagePlan& plan, short repeatCount) noexcept {
+    const std::size_t repetitions = plan.repeatFieldId != 0 ? static_cast<std::size_t>(repeatCount) : 0;
+    return std::min<std::size_t>(plan.outsideRoom + repetitions * plan.groupRoom, kZELMaxPayload);
+}
+
+// A creation that memory would have failed too reports that.
+void ReportRefusal(const Report& report) noexcept {
+    void* record = Allocate(sizeof(ZELDataBuf));
+    SendReport(record != nullptr ? report : reports::kModelAllocation);
+    Release(record);
+}
+
+// Slots have their fields looked up one by one; where that reports something, it is reported.
+void ReportLookups(const ZELDataBuf& buffer) noexcept {
+    for (int slot = 0; slot < buffer.count; ++slot) {
+        (void)GetFldEntry(static_cast<short>(buffer.fields[slot].id));
+    }
+}
+
+const MessagePlan* FindPlanOrReport(short msgType, short subType) noexcept {
+    if (zelGetMessageTable() == nullptr) {
+        SendReport(reports::kNoMessageTable);
+        return nullptr;
+    }
+    const MessagePlan* plan = FindPlan(msgType, subType);
+    if (plan == nullptr) {
+        SendReport(FindSubType(msgType, subType) == nullptr ? reports::kNoSuchMessage : reports::kModelAllocation);
+    }
+    return plan;
+}
+
+void FreeBlock(MessageBlock* block) noexcept {
+    if (block != nullptr) {
+        FreeMessageBlock(block);
+    }
+}
+
+// A message's block in place of `previous`, or null, reported.
+MessageBlock* CreateBlock(MessageBlock* previous, short msgType, short subType, short repeatCount,
+                          std::size_t receivedRoom) noexcept {
+    const MessagePlan* plan = FindPlanOrReport(msgType, subType);
+    if (plan == nullptr) {
+        FreeBlock(previous);
+        return nullptr;
+    }
+    const Report* report = nullptr;
+    const int count = CountSlots(*plan, repeatCount, report);
     if (count < 0) {
-        return false;
+        FreeBlock(previous);
+        ReportRefusal(*report);
+        return nullptr;
     }
-    const std::size_t slotBytes = static_cast<std::size_t>(count) * sizeof(_field_data);
-    auto* slots = static_cast<_field_data*>(AllocateZeroed(slotBytes + SlotIndexSize(count, node.fieldCount)));
-    if (slots == nullptr) {
-        SendReport(reports::kModelAllocation);
-        return false;
+    MessageBlock* block = NewMessageBlock(previous, *plan, count, ExpectedRoom(*plan, repeatCount) + receivedRoom);
+    if (block == nullptr) {
+        return nullptr;
     }
-    FieldListWalk walk{node, repeatCount};
-    unsigned short groupMarkers = 0;
-    for (int slot = 0; slot < count; ++slot) {
-        const ZELFieldListEntry* entry = NextEntry(walk);
-        if (entry == nullptr) {
-            SendReport(reports::kTooManySlots);
-            Release(slots);
-            return false;
-        }
-        InitialiseSlot(slots[slot], *entry);
-        if (entry->fieldId == kZELGroupMarker) {
-            ++groupMarkers;
-        }
-        slots[slot].groupMarkers = groupMarkers;
+    PlaceParts(*block, repeatCount);
+    StartAllSlots(*block);
+    if (plan->reportsLookups) {
+        ReportLookups(block->buffer);
     }
-    buffer.count = static_cast<short>(count);
-    buffer.fields = slots;
-    buffer.index = BuildSlotIndex(slots + count, slots, count, node.fieldCount);
-    return true;
+    return block;
 }
 
 }  // namespace
 
 ZELDataBuf* CreateZELDataBuf(short msgType, short subType, short repeatCount) noexcept {
-    if (zelGetMessageTable() == nullptr) {
-        SendReport(reports::kNoMessageTable);
-        return nullptr;
-    }
-    const ZELSubTypeNode* node = FindSubType(msgType, subType);
-    if (node == nullptr) {
-        SendReport(reports::kNoSuchMessage);
-        return nullptr;
-    }
-    auto* buffer = static_cast<ZELDataBuf*>(AllocateZeroed(sizeof(ZELDataBuf)));
-    if (buffer == nullptr) {
-        SendReport(reports::kModelAllocation);
-        return nullptr;
-    }
-    if (!CreateSlots(*buffer, *node, repeatCount)) {
-        Release(buffer);
-        return nullptr;
-    }
-    return buffer;
+    MessageBlock* block = CreateBlock(nullptr, msgType, subType, repeatCount, 0);
+    return block != nullptr ? &block->buffer : nullptr;
 }
 
 ZelMsgStruct* CreateZelMsgStruct(short msgType, short subType, short repeatCount) noexcept {
-    ZELDataBuf* buffer = CreateZELDataBuf(msgType, subType, repeatCount);
-    if (buffer == nullptr) {
+    return ReplaceZelMsgStruct(nullptr, msgType, subType, repeatCount, 0);
+}
+
+ZelMsgStruct* ReplaceZelMsgStruct(ZelMsgStruct* previous, short msgType, short subType, short repeatCount,
+                                  std::size_t receivedRoom) noexcept {
+    MessageBlock* freed = nullptr;
+    if (previous != nullptr) {
+        FreeVarUserData(*previous);
+        freed = &BlockOf(*previous);
+    }
+    MessageBlock* block = CreateBlock(freed, msgType, subType, repeatCount, receivedRoom);
+    if (block == nullptr) {
         return nullptr;
     }
-    auto* message = static_cast<ZelMsgStruct*>(AllocateZeroed(sizeof(ZelMsgStruct)));
-    if (message == nullptr) {
-        SendReport(reports::kModelAllocation);
-        FreeZELDataBuf(buffer);
-        return nullptr;
-    }
-    message->msgType = msgType;
-    message->subType = subType;
-    message->repeatCount = repeatCount;
-    message->dataBuf = buffer;
-    return message;
+    ZelMsgStruct& message = block->message;
+    message.msgType = msgType;
+    message.subType = subType;
+    message.repeatCount = repeatCount;
+    message.dataBuf = &block->buffer;
+    return &message;
 }
 
 int FreeZELDataBuf(ZELDataBuf* buffer) noexcept {
@@ -176,9 +154,7 @@ int FreeZELDataBuf(ZELDataBuf* buffer) noexcept {
         SendReport(reports::kFreeDataBufFailed);
         return -1;
     }
-    FreeSlotValues(*buffer);
-    Release(buffer->fields);
-    Release(buffer);
+    FreeMessageBlock(buffer->block);
     return 0;
 }
 
@@ -196,22 +172,8 @@ int FreeZelMsgStruct(ZelMsgStruct* message) noexcept {
         return -1;
     }
     FreeVarUserData(*message);
-    if (message->dataBuf != nullptr) {
-        FreeZELDataBuf(message->dataBuf);
-    }
-    Release(message);
+    FreeMessageBlock(&BlockOf(*message));
     return 0;
-}
-
-_field_data* FindZELField(const ZelMsgStruct* message, unsigned short fieldId) noexcept {
-    return FindZELFieldInstance(message, fieldId, 1);
-}
-
-_field_data* FindZELFieldInstance(const ZelMsgStruct* message, unsigned short fieldId, short instance) noexcept {
-    if (message == nullptr || message->dataBuf == nullptr) {
-        return nullptr;
-    }
-    return FindSlot(*message->dataBuf, fieldId, instance);
 }
 
 }  // namespace zel

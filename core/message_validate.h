@@ -2,9 +2,26 @@
 #ifndef ZEL_CORE_MESSAGE_VALIDATE_H
 #define ZEL_CORE_MESSAGE_VALIDATE_H
 
+#include <cstddef>
+
+#include "core/payload.h"
+
 namespace zel {
 
-// Reads the header and looks into the payload for the repeat count: 0 with all outputs set, or -1, reported, with none
+// A message that validation has looked into. The header owns its variable user data.
+struct ReceivedMessage {
+    ZelMsgStruct header{};
+    Reader payload{};
+    PayloadBuffers buffers;  // not initialised
+};
+
+// Reads the header and looks into the payload for the repeat count: 0, or -1, reported, with nothing owned.
+int OpenZELMessage(const char* in, long length, ReceivedMessage& received, short* repeatCount) noexcept;
+
+// Room for the values that the payload can hold.
+std::size_t ValueRoom(const ReceivedMessage& received) noexcept;
+
+// The same for the outputs alone: 0 with all outputs set, or -1, reported, with none
 // but *repeatCount touched. *repeatCount: -1 when the message type has no repeating group, 0 when the message lacks
 // the field that counts it. `in` is the message behind its frame; null outputs are not allowed.
 int ValidateZELMsg(const char* in, long length, short* format, short* serviceIdHigh, short* serviceIdLow,

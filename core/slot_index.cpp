@@ -1,84 +1,123 @@
 #include "core/slot_index.h"
 
-#include <bit>
+#include <algorithm>
+#include <cstring>
 
 namespace zel {
 
 namespace {
 
-// At most half full, so that a probe for a missing id ends soon.
-std::uint32_t IdCapacity(int listCount) noexcept {
-    return std::bit_ceil(static_cast<std::uint32_t>(listCount) * 2 + 1);
+// More than a message has slots: only the first occurrence of an entry outside the group is one.
+constexpr std::uint32_t kNoRepetition = 65536;
+
+SlotPlace PlaceAt(const MessageBlock& block, Part part, std::uint32_t at, std::uint32_t repetition) noexcept {
+    const PartSlots& slots = block.parts[part];
+    const std::uint32_t slot = at + slots.shift + repetition * slots.stride;
+    if (slot >= slots.end) {
+        return {nullptr, 0, 0};
+    }
+    return {&block.buffer.fields[slot], static_cast<int>(at), static_cast<int>(repetition)};
 }
 
-// The id's entry, or the free entry where it would go.
-IdSlots& FindEntry(const SlotIndex& index, unsigned short fieldId) noexcept {
-    const std::uint32_t mask = index.idCapacity - 1;
-    // Fibonacci hashing spreads the runs of neighbouring ids that dictionaries are made of.
-    std::uint32_t at = (fieldId * 2654435769U) >> 16 & mask;
-    while (index.ids[at].count != 0 && index.ids[at].id != fieldId) {
-        at = (at + 1) & mask;
+// The n-th slot of an id of several entries: those in front of the group, then each repetition's, then those behind.
+SlotPlace SeveralPlace(const MessageBlock& block, const PlanSeveral& all, std::uint32_t n) noexcept {
+    const std::uint16_t* places = block.plan->places + all.first;
+    if (n < all.counts[kBeforeGroup]) {
+        return PlaceAt(block, kBeforeGroup, places[n], 0);
     }
-    return index.ids[at];
+    n -= all.counts[kBeforeGroup];
+    places += all.counts[kBeforeGroup];
+    const std::uint32_t inGroup = all.counts[kInGroup];
+    if (inGroup != 0) {
+        // The slots of the group end with the last repetition, or with the message.
+        const SlotPlace place = PlaceAt(block, kInGroup, places[n % inGroup], n / inGroup);
+        if (place.slot != nullptr) {
+            return place;
+        }
+        const PartSlots& group = block.parts[kInGroup];
+        const auto begin = static_cast<std::uint32_t>(block.plan->groupBegin);
+        const std::uint32_t repetitions = group.end > begin ? (group.end - begin) / group.stride : 0;
+        if (n < repetitions * inGroup) {
+            return {nullptr, 0, 0};
+        }
+        n -= repetitions * inGroup;
+    }
+    return n < all.counts[kBehindGroup] ? PlaceAt(block, kBehindGroup, places[inGroup + n], 0)
+                                        : SlotPlace{nullptr, 0, 0};
+}
+
+SlotPlace NthPlace(const MessageBlock& block, const PlanId& id, std::uint32_t n) noexcept {
+    if (id.use == PlanId::kSingle) {
+        return PlaceAt(block, static_cast<Part>(id.part), id.at, n);
+    }
+    return id.use == PlanId::kSeveral ? SeveralPlace(block, block.plan->severals[id.at], n) : SlotPlace{nullptr, 0, 0};
+}
+
+// The group markers at or before the slot.
+int MarkersOf(const MessageBlock& block, const SlotPlace& place) noexcept {
+    const PlanEntry& entry = block.plan->entries[place.at];
+    const int passes = entry.part == kBehindGroup ? block.repetitions - 1 : place.repetition;
+    return entry.markers + passes * block.plan->groupMarkers;
 }
 
 }  // namespace
 
-std::size_t SlotIndexSize(int slotCount, int listCount) noexcept {
-    return sizeof(SlotIndex) + IdCapacity(listCount) * sizeof(IdSlots) +
-           static_cast<std::size_t>(slotCount) * sizeof(std::uint16_t);
+void PlaceParts(MessageBlock& block, int repeatCount) noexcept {
+    const MessagePlan& plan = *block.plan;
+    const auto count = static_cast<std::uint32_t>(block.buffer.count);
+    const auto begin = static_cast<std::uint32_t>(plan.groupBegin);
+    const auto groupSize = static_cast<std::uint32_t>(plan.groupEnd - plan.groupBegin);
+    const auto repetitions = static_cast<std::uint32_t>(std::max(repeatCount, 0));
+    block.parts[kBeforeGroup] = {0, kNoRepetition, std::min(begin, count)};
+    // Without a repetition the group takes all slots that are left.
+    const std::uint32_t groupEnd = repetitions == 0 ? count : begin + repetitions * groupSize;
+    block.parts[kInGroup] = {0, groupSize, groupSize == 0 ? 0 : groupEnd};
+    block.parts[kBehindGroup] = {(repetitions - 1) * groupSize, kNoRepetition, repetitions == 0 ? 0 : count};
+    block.parts[kNoPart] = {0, 0, 0};
+    block.repetitions = static_cast<int>(repetitions);
 }
 
-SlotIndex* BuildSlotIndex(void* memory, const _field_data* slots, int slotCount, int listCount) noexcept {
-    auto* index = static_cast<SlotIndex*>(memory);
-    index->idCapacity = IdCapacity(listCount);
-    index->ids = reinterpret_cast<IdSlots*>(index + 1);
-    index->order = reinterpret_cast<std::uint16_t*>(index->ids + index->idCapacity);
-    for (int slot = 0; slot < slotCount; ++slot) {
-        IdSlots& entry = FindEntry(*index, slots[slot].id);
-        entry.id = slots[slot].id;
-        ++entry.count;
-    }
-    std::uint16_t first = 0;
-    for (std::uint32_t at = 0; at < index->idCapacity; ++at) {
-        index->ids[at].first = first;
-        first = static_cast<std::uint16_t>(first + index->ids[at].count);
-    }
-    for (int slot = 0; slot < slotCount; ++slot) {
-        IdSlots& entry = FindEntry(*index, slots[slot].id);
-        index->order[entry.first + entry.next] = static_cast<std::uint16_t>(slot);
-        ++entry.next;
-    }
-    return index;
+_field_data* SearchNthSlot(const MessageBlock& block, unsigned short fieldId, std::uint32_t n) noexcept {
+    return NthPlace(block, FindPlanId(*block.plan, fieldId), n).slot;
 }
 
-_field_data* FindSlot(const ZELDataBuf& buffer, unsigned short fieldId, int instance) noexcept {
-    const IdSlots& entry = FindEntry(*buffer.index, fieldId);
-    if (instance < 1 || instance > entry.count) {
-        return nullptr;
+const PlanEntry& EntryOfSlot(const MessageBlock& block, const _field_data& slot) noexcept {
+    const MessagePlan& plan = *block.plan;
+    auto at = static_cast<std::uint32_t>(&slot - block.buffer.fields);
+    const PartSlots& group = block.parts[kInGroup];
+    if (group.end != 0 && at >= group.end) {
+        at -= block.parts[kBehindGroup].shift;
+    } else if (group.end != 0 && at >= static_cast<std::uint32_t>(plan.groupEnd)) {
+        at = static_cast<std::uint32_t>(plan.groupBegin) +
+             (at - static_cast<std::uint32_t>(plan.groupBegin)) % group.stride;
     }
-    return &buffer.fields[buffer.index->order[entry.first + instance - 1]];
+    return plan.entries[at];
 }
 
 void StartReceiving(ZELDataBuf& buffer) noexcept {
-    for (std::uint32_t at = 0; at < buffer.index->idCapacity; ++at) {
-        buffer.index->ids[at].next = 0;
-    }
+    const MessageBlock& block = BlockOf(buffer);
+    std::memset(block.passed, 0, static_cast<std::size_t>(block.plan->entryCount) * sizeof *block.passed);
 }
 
-_field_data* FindFreeSlot(ZELDataBuf& buffer, unsigned short fieldId, int groupMarkers) noexcept {
-    IdSlots& entry = FindEntry(*buffer.index, fieldId);
-    while (entry.next < entry.count) {
-        _field_data& slot = buffer.fields[buffer.index->order[entry.first + entry.next]];
-        if (slot.groupMarkers > groupMarkers) {
-            return nullptr;
-        }
-        if (slot.groupMarkers == groupMarkers && slot.isSet == 0) {
-            return &slot;
-        }
-        ++entry.next;
+SlotPlace FindFreePlace(MessageBlock& block, unsigned short fieldId, int groupMarkers) noexcept {
+    const PlanId& id = FindPlanId(*block.plan, fieldId);
+    if (id.use == PlanId::kFree) {
+        return {nullptr, 0, 0};
     }
-    return nullptr;
+    const int first = id.use == PlanId::kSingle ? id.at : block.plan->places[block.plan->severals[id.at].first];
+    for (std::uint16_t& passed = block.passed[first];; ++passed) {
+        const SlotPlace place = NthPlace(block, id, passed);
+        if (place.slot == nullptr) {
+            return place;
+        }
+        const int markers = MarkersOf(block, place);
+        if (markers > groupMarkers) {
+            return {nullptr, 0, 0};
+        }
+        if (markers == groupMarkers && place.slot->isSet == 0) {
+            return place;
+        }
+    }
 }
 
 }  // namespace zel

@@ -1,45 +1,55 @@
-// Finds slots by field id in constant time: the slots of each id in slot order, behind a hash table over the ids.
-// It lies in the block of the slot array and is built with it; memory grows with the slots, the hash table only with
-// the field list.
+// Finds the slots of a message by field id in constant time, from the plan of its type.
 #ifndef ZEL_CORE_SLOT_INDEX_H
 #define ZEL_CORE_SLOT_INDEX_H
 
-#include <cstddef>
 #include <cstdint>
 
-#include "include/zelmessage.h"
+#include "core/message_block.h"
 
 namespace zel {
 
-// The slots of one id: order[first] to order[first + count - 1].
-struct IdSlots {
-    std::uint16_t id;
-    std::uint16_t first;
-    std::uint16_t count;  // 0: a free entry of the hash table
-    std::uint16_t next;   // receiving: the first of them that may still take a value
-};
+// Works out which slots each part of the field list has.
+void PlaceParts(MessageBlock& block, int repeatCount) noexcept;
 
-struct SlotIndex {
-    IdSlots* ids;
-    std::uint32_t idCapacity;  // a power of two above the number of ids
-    std::uint16_t* order;      // slot numbers, grouped by id, ascending within an id
-};
+// The n-th slot (from 0) with this id, or null. For FindNthSlot.
+_field_data* SearchNthSlot(const MessageBlock& block, unsigned short fieldId, std::uint32_t n) noexcept;
 
-// Bytes that the index of `slotCount` slots from a field list of `listCount` entries takes.
-std::size_t SlotIndexSize(int slotCount, int listCount) noexcept;
-
-// Builds the index of `slots` in `memory`: SlotIndexSize zero bytes, aligned for a pointer.
-SlotIndex* BuildSlotIndex(void* memory, const _field_data* slots, int slotCount, int listCount) noexcept;
+// The same, quick for an id that is found where it is looked for first.
+inline _field_data* FindNthSlot(const MessageBlock& block, unsigned short fieldId, std::uint32_t n) noexcept {
+    const PlanId& id = block.ids[HomeOf(block.idMultiplier, block.idMask, fieldId)];
+    const PartSlots& part = block.parts[id.part];
+    const std::uint32_t slot = id.at + part.shift + n * part.stride;
+    if (id.id == fieldId && slot < part.end) {
+        return &block.buffer.fields[slot];
+    }
+    return id.id == fieldId && id.use == PlanId::kSingle ? nullptr : SearchNthSlot(block, fieldId, n);
+}
 
 // The instance-th slot with this id (from 1), or null.
-_field_data* FindSlot(const ZELDataBuf& buffer, unsigned short fieldId, int instance) noexcept;
+inline _field_data* FindSlot(const ZELDataBuf& buffer, unsigned short fieldId, short instance) noexcept {
+    return FindNthSlot(BlockOf(buffer), fieldId, static_cast<std::uint16_t>(instance - 1));
+}
+
+// A slot, the entry of the field list that it comes from, and how often the group was passed before.
+struct SlotPlace {
+    _field_data* slot;  // or null
+    int at;
+    int repetition;
+};
+
+// The entry of the plan from which the slot was made.
+const PlanEntry& EntryOfSlot(const MessageBlock& block, const _field_data& slot) noexcept;
 
 // Receiving: call StartReceiving once, then FindFreeSlot for each field in order of arrival, with a marker count that
 // never falls. Each id's slots are passed once in all.
 void StartReceiving(ZELDataBuf& buffer) noexcept;
 
-// The first slot with this id that is not set and has exactly `groupMarkers` group markers at or before it, or null.
-_field_data* FindFreeSlot(ZELDataBuf& buffer, unsigned short fieldId, int groupMarkers) noexcept;
+// The first slot with this id that is not set and has exactly `groupMarkers` group markers at or before it.
+SlotPlace FindFreePlace(MessageBlock& block, unsigned short fieldId, int groupMarkers) noexcept;
+
+inline _field_data* FindFreeSlot(ZELDataBuf& buffer, unsigned short fieldId, int groupMarkers) noexcept {
+    return FindFreePlace(BlockOf(buffer), fieldId, groupMarkers).slot;
+}
 
 }  // namespace zel
 

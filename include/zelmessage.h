@@ -42,9 +42,8 @@ constexpr int kZELMaxSlots = 32767;
 class VormaZelData;
 
 namespace zel {
-struct SlotIndex;
-struct ValueBlock;
-}  // namespace zel
+struct MessageBlock;
+}
 
 // ---- Values of the types 8 and 9 ------------------------------------------------------------------------------------
 
@@ -78,9 +77,6 @@ struct _field_data {
     unsigned short length;    // of the value, in bytes
     alignas(8) unsigned char inlineValue[8];
     unsigned short ownsValue;  // 1: value is a buffer of the library's that the slot owns
-
-    // The library's own.
-    unsigned short groupMarkers;  // how many group-marker slots lie at or before this one
 };
 
 // The field slots of a message, in the order of the message table with the repeating group expanded.
@@ -89,8 +85,7 @@ struct ZELDataBuf {
     _field_data* fields;
 
     // The library's own.
-    zel::SlotIndex* index;
-    zel::ValueBlock* replacedValues;
+    zel::MessageBlock* block;
 };
 
 // A message: its header values and its field slots. Created and freed by the library; a program reads and writes the

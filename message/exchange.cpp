@@ -39,6 +39,15 @@ void CopyHeaderMembers(const CZELMessage& object, ZelMsgStruct& message) noexcep
     }
 }
 
+// What was received, in the message created for it.
+void TakeHeader(const ZelMsgStruct& received, ZelMsgStruct& message) noexcept {
+    ZELDataBuf* const dataBuf = message.dataBuf;
+    const short repeatCount = message.repeatCount;
+    message = received;
+    message.dataBuf = dataBuf;
+    message.repeatCount = repeatCount;
+}
+
 int CompressModeOf(unsigned short packFlags) noexcept {
     if ((packFlags & zel::kPackMarked) != 0) {
         return kMarked;
@@ -77,18 +86,23 @@ long CZELMessage::unpackMessage(const char* buffer) noexcept {
 }
 
 long CZELMessage::unpackMessageNoFrame(const char* buffer, long length) noexcept {
-    short format = 0;
-    if (zel::ValidateZELMsg(buffer, length, &format, &serviceIdHigh, &serviceIdLow, &msgType, &subType, &repeatCount) !=
-        0) {
+    zel::ReceivedMessage received;
+    if (zel::OpenZELMessage(buffer, length, received, &repeatCount) != 0) {
         zel::SendReport(zel::reports::kValidateFailed);
         return -1;
     }
-    createStruct();
+    msgType = received.header.msgType;
+    subType = received.header.subType;
+    serviceIdHigh = received.header.serviceIdHigh;
+    serviceIdLow = received.header.serviceIdLow;
+    message = zel::ReplaceZelMsgStruct(message, msgType, subType, repeatCount, zel::ValueRoom(received));
     if (message == nullptr) {
+        zel::FreeVarUserData(received.header);
         zel::SendReportWith(zel::reports::kMessageNotCreated, kReportedType, kReportedType);
         return -1;
     }
-    if (zel::UnpackZELMessage(buffer, length, message) != 0) {
+    TakeHeader(received.header, *message);
+    if (zel::ReceiveZELPayload(*message, received.payload) != 0) {
         zel::SendReport(zel::reports::kMessageNotUnpacked);
         destroyStruct();
         return -1;

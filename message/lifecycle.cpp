@@ -2,6 +2,7 @@
 #include "message/lifecycle.h"
 
 #include "core/dictionary.h"
+#include "core/plan_table.h"
 #include "crush32/crush32.h"
 #include "include/zelmessage.h"
 #include "runtime/module.h"
@@ -45,6 +46,7 @@ void CZELMessage::init() noexcept {
 }
 
 void CZELMessage::terminate() noexcept {
+    zel::ReleasePlans();
     if (zelProvider != nullptr) {
         // The provider's interface: 1 asks it to free itself.
         zelProvider->destroy(1);

@@ -3,8 +3,8 @@
 #include <cstring>
 
 #include "core/dictionary.h"
+#include "core/message_block.h"
 #include "core/message_model.h"
-#include "core/value_block.h"
 #include "include/zelmessage.h"
 #include "message/lifecycle.h"
 #include "runtime/error_box.h"
@@ -15,9 +15,8 @@ namespace {
 constexpr short kFirstOccurrence = -1;
 
 _field_data* FindOccurrence(const ZelMsgStruct* message, short fieldId, short occurrence) noexcept {
-    const auto id = static_cast<unsigned short>(fieldId);
-    return occurrence == kFirstOccurrence ? zel::FindZELField(message, id)
-                                          : zel::FindZELFieldInstance(message, id, occurrence);
+    return zel::FindZELFieldInstance(message, static_cast<unsigned short>(fieldId),
+                                     occurrence == kFirstOccurrence ? short{1} : occurrence);
 }
 
 // Marks the slot as set. Counts every call, also for a slot that was set before.
@@ -26,40 +25,53 @@ void CountAsSet(ZelMsgStruct& message, _field_data& slot) noexcept {
     message.numFields = static_cast<short>(static_cast<unsigned short>(message.numFields) + 1U);
 }
 
+// What the dictionary says of a field that is set.
+struct FieldKind {
+    std::uint16_t type;
+    std::uint16_t length;
+};
+
+FieldKind KindOf(const ZELDictionaryField* record) noexcept {
+    return record != nullptr ? FieldKind{record->type, static_cast<std::uint16_t>(record->length)} : FieldKind{0, 0};
+}
+
 // Copies `copied` bytes of `value` into a new buffer for `length` bytes, the rest zero. False: nothing has changed.
-bool SetSeparateValue(ZelMsgStruct& message, _field_data& slot, const void* value, std::size_t copied,
+bool SetSeparateValue(ZelMsgStruct& message, _field_data& slot, FieldKind kind, const void* value, std::size_t copied,
                       std::size_t length) noexcept {
-    void* buffer = zel::NewSlotValue(*message.dataBuf, slot, length);
+    char* buffer =
+        zel::NewSlotValue(zel::BlockOf(message), slot, length, zel::ReadSize(zel::ShapeOf(kind.type), kind.length));
     if (buffer == nullptr) {
         return false;
     }
-    std::memcpy(buffer, value, copied);
-    std::memset(static_cast<char*>(buffer) + copied, 0, length - copied);
+    zel::CopyValue(buffer, value, copied);
+    if (copied != length) {
+        std::memset(buffer + copied, 0, length - copied);
+    }
     slot.length = static_cast<unsigned short>(length);
     return true;
 }
 
-bool SetChars(ZelMsgStruct& message, _field_data& slot, const char* text, short fieldLength) noexcept {
-    const auto length = static_cast<std::size_t>(std::max<short>(fieldLength, 0));
+bool SetChars(ZelMsgStruct& message, _field_data& slot, FieldKind kind, const char* text) noexcept {
+    const auto length = static_cast<std::size_t>(std::max<std::int16_t>(static_cast<std::int16_t>(kind.length), 0));
     // A single character is a byte, zero included, not a text.
     const std::size_t copied = length > 1 ? strnlen(text, length) : length;
-    return SetSeparateValue(message, slot, text, copied, length);
+    return SetSeparateValue(message, slot, kind, text, copied, length);
 }
 
-bool SetText(ZelMsgStruct& message, _field_data& slot, const char* text) noexcept {
+bool SetText(ZelMsgStruct& message, _field_data& slot, FieldKind kind, const char* text) noexcept {
     if (text == nullptr) {
-        return SetSeparateValue(message, slot, "", 1, 1);
+        return SetSeparateValue(message, slot, kind, "", 1, 1);
     }
     const std::size_t length = strnlen(text, UINT16_MAX);
-    return SetSeparateValue(message, slot, text, length, length);
+    return SetSeparateValue(message, slot, kind, text, length, length);
 }
 
-bool SetOther(ZelMsgStruct& message, _field_data& slot, const void* value) noexcept {
+bool SetOther(ZelMsgStruct& message, _field_data& slot, FieldKind kind, const void* value) noexcept {
     if (slot.value == nullptr) {
-        return SetSeparateValue(message, slot, value, slot.length, slot.length);
+        return SetSeparateValue(message, slot, kind, value, slot.length, slot.length);
     }
     const std::size_t room = slot.value == slot.inlineValue ? sizeof slot.inlineValue : slot.length;
-    std::memcpy(slot.value, value, std::min<std::size_t>(slot.length, room));
+    zel::CopyValue(slot.value, value, std::min<std::size_t>(slot.length, room));
     return true;
 }
 
@@ -88,8 +100,7 @@ CZELMessage::~CZELMessage() noexcept {
 }
 
 void CZELMessage::createStruct() noexcept {
-    destroyStruct();
-    message = zel::CreateZelMsgStruct(msgType, subType, repeatCount);
+    message = zel::ReplaceZelMsgStruct(message, msgType, subType, repeatCount, 0);
 }
 
 void CZELMessage::destroyStruct() noexcept {
@@ -100,18 +111,19 @@ void CZELMessage::destroyStruct() noexcept {
 }
 
 void CZELMessage::setFieldValue(short fieldId, const void* value, short occurrence) noexcept {
-    const ZELDictionaryField* record = zel::GetFldEntry(fieldId);
     _field_data* slot = FindOccurrence(message, fieldId, occurrence);
+    const ZELDictionaryField* record = zel::GetFldEntry(fieldId);
     if (slot == nullptr || record == nullptr || (value == nullptr && record->type != kZELText)) {
         return;
     }
+    const FieldKind kind = KindOf(record);
     bool set = false;
-    if (record->type == kZELChars) {
-        set = SetChars(*message, *slot, static_cast<const char*>(value), record->length);
-    } else if (record->type == kZELText) {
-        set = SetText(*message, *slot, static_cast<const char*>(value));
+    if (kind.type == kZELChars) {
+        set = SetChars(*message, *slot, kind, static_cast<const char*>(value));
+    } else if (kind.type == kZELText) {
+        set = SetText(*message, *slot, kind, static_cast<const char*>(value));
     } else {
-        set = SetOther(*message, *slot, value);
+        set = SetOther(*message, *slot, kind, value);
     }
     if (set) {
         CountAsSet(*message, *slot);
@@ -119,14 +131,14 @@ void CZELMessage::setFieldValue(short fieldId, const void* value, short occurren
 }
 
 void CZELMessage::setFieldValueBinary(short fieldId, const void* data, short length, short occurrence) noexcept {
-    // Looked up for its reports.
-    zel::GetFldEntry(fieldId);
+    // Looked up for its reports also.
+    const FieldKind kind = KindOf(zel::GetFldEntry(fieldId));
     _field_data* slot = FindOccurrence(message, fieldId, occurrence);
     if (slot == nullptr || data == nullptr) {
         return;
     }
     const auto size = static_cast<std::size_t>(std::max<short>(length, 1));
-    if (SetSeparateValue(*message, *slot, data, size, size)) {
+    if (SetSeparateValue(*message, *slot, kind, data, size, size)) {
         CountAsSet(*message, *slot);
     }
 }

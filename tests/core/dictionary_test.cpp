@@ -36,8 +36,8 @@ TEST(Dictionary, FindsFieldsByIdUpToTheCount) {
 TEST(Dictionary, ComparesNamesOn64Characters) {
     TestTables tables;
     RecordedReports reports;
-    std::memset(tables.Field(200).name, 'N', 64);
-    std::memset(tables.Field(201).name, 'N', 64);
+    std::memset(tables.ChangeField(200).name, 'N', 64);
+    std::memset(tables.ChangeField(201).name, 'N', 64);
     EXPECT_EQ(GetFldByName((std::string(64, 'N') + "beyond").c_str()), 200);
     EXPECT_EQ(GetFldByName(std::string(63, 'N').c_str()), -1);
     EXPECT_EQ(GetFldByName("HDR"), 1) << "of equal names the lowest id";

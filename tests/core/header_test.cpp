@@ -105,7 +105,7 @@ TEST_F(Header, ReportsTheFieldThatFails) {
     EXPECT_EQ(BuildZELHeader(&header_, out, nullptr), nullptr);
     EXPECT_EQ(reports_.Take(), Lines(3, "1001 BuildZELHeader() failed"));
     // A dictionary that gives a header field another width must not make the library read or write by it.
-    tables_.Field(4).type = kZELText;
+    tables_.ChangeField(4).type = kZELText;
     EXPECT_EQ(BuildZELHeader(&header_, out, &length), nullptr);
     EXPECT_EQ(Unpack(good), nullptr);
     EXPECT_EQ(reports_.TakeText(), "1417 ZEL_HDR_MSGID; 1427 ZEL_HDR_MSGID");

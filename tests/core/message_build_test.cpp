@@ -147,7 +147,7 @@ TEST_F(Building, RefusesWhatItCannotSend) {
     Create(kVersions);
     SetShort(kSide, 1);
     SetShort(kNew3, 1);
-    tables_.Field(3).type = kZELText;
+    tables_.ChangeField(3).type = kZELText;
     EXPECT_EQ(Build(), -1);
     EXPECT_EQ(reports_.Take(), (Lines{"1417 ZEL_HDR_SERVICEID", "1418 Can not build ZEL header"}));
     long length = 0;
@@ -251,7 +251,7 @@ TEST_F(Building, ValidatesAndFindsTheRepeatCount) {
         EXPECT_EQ(repeatCount_, std::stoi(row[6])) << row[0];
         EXPECT_EQ(reports_.TakeText(), row[7]) << row[0];
     }
-    tables_.Field(kLegs).type = kZELText;
+    tables_.ChangeField(kLegs).type = kZELText;
     EXPECT_EQ(Validate(Header(0, 1, kPlainGroup) + FromHex("00 1E 00 09") + "123456789"), -1);
     EXPECT_EQ(reports_.Take(), Lines{"1427 FieldId[30]"}) << "a count of nine bytes";
 }

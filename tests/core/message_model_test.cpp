@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "core/dictionary.h"
+#include "core/plan_table.h"
 #include "core/slot_index.h"
 #include "tests/support/failing_heap.h"
 #include "tests/support/recorded_reports.h"
@@ -115,6 +116,7 @@ TEST(MessageModel, RefusesWhatTheTablesCannotGive) {
     EXPECT_EQ(FreeZELDataBuf(nullptr), -1);
     EXPECT_EQ(FreeZelMsgStruct(nullptr), -1);
     EXPECT_EQ(reports.Take(), (Lines{"1001 FreeZELDataBuf() failed", "1001 FreeZelMsgStruct() failed"}));
+    ReleasePlans();
     EXPECT_EQ(LiveBlocks(), live);
 }
 
@@ -133,9 +135,15 @@ TEST(MessageModel, GivesEverythingBackWhenMemoryFails) {
         }
         ++failed;
         EXPECT_EQ(reports.Take(), Lines{"12 malloc() call failed"});
+        ReleasePlans();
         EXPECT_EQ(LiveBlocks(), live);
     }
-    EXPECT_EQ(failed, 3) << "buffer, slots, message";
+    EXPECT_EQ(failed, 3) << "plans, plan, block";
+    FailAllocationsFrom(1);
+    EXPECT_EQ(CreateZelMsgStruct(1, kMarkedGroup, -1), nullptr);
+    FailAllocationsFrom(0);
+    EXPECT_EQ(reports.Take(), Lines{"12 malloc() call failed"}) << "memory comes before the repeat count";
+    ReleasePlans();
     EXPECT_EQ(LiveBlocks(), live);
 }
 

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "core/dictionary.h"
+#include "core/plan_table.h"
 
 namespace zel::test {
 
@@ -62,17 +63,32 @@ TestTables::TestTables() : records_(kHighest + 1), types_{} {
     // The second node of the same type is never reached.
     types_[0] = {1, &nodes_.front(), &types_[1]};
     types_[1] = {1, nullptr, nullptr};
-    SetDataDictionary(header);
-    SetMessageTable(types_);
+    Install();
 }
 
 TestTables::~TestTables() {
     SetDataDictionary(nullptr);
     SetMessageTable(nullptr);
+    ReleasePlans();
+}
+
+void TestTables::Install() {
+    SetDataDictionary(reinterpret_cast<const ZELDictionaryHeader*>(records_.data()));
+    SetMessageTable(types_);
+}
+
+ZELDictionaryField& TestTables::ChangeField(int id) {
+    Install();
+    return records_[static_cast<std::size_t>(id)];
+}
+
+ZELSubTypeNode& TestTables::ChangeMessage(SubType subType) {
+    Install();
+    return nodes_[static_cast<std::size_t>(subType) - 1];
 }
 
 void TestTables::Define(int id, ZELFieldType type, int length, const char* name, int version) {
-    ZELDictionaryField& field = Field(id);
+    ZELDictionaryField& field = records_[static_cast<std::size_t>(id)];
     field.version = static_cast<std::int16_t>(version);
     field.type = type;
     field.length = static_cast<std::int16_t>(length);

@@ -53,10 +53,15 @@ public:
     TestTables(const TestTables&) = delete;
     TestTables& operator=(const TestTables&) = delete;
 
-    ZELDictionaryField& Field(int id) { return records_[static_cast<std::size_t>(id)]; }
-    ZELSubTypeNode& Message(SubType subType) { return nodes_[static_cast<std::size_t>(subType) - 1]; }
+    const ZELDictionaryField& Field(int id) const { return records_[static_cast<std::size_t>(id)]; }
+    const ZELSubTypeNode& Message(SubType subType) const { return nodes_[static_cast<std::size_t>(subType) - 1]; }
+
+    // To be changed, before the core is used again.
+    ZELDictionaryField& ChangeField(int id);
+    ZELSubTypeNode& ChangeMessage(SubType subType);
 
 private:
+    void Install();
     void Define(int id, ZELFieldType type, int length, const char* name, int version = 1);
     void AddMessage(int repeatFieldId, int groupSize, std::vector<ZELFieldListEntry> list);
 

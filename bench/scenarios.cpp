@@ -1,0 +1,82 @@
+// Runs one scenario many times between two calls of MarkScenario, so that callgrind counts its instructions alone.
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+
+#include "bench/order.h"
+
+namespace {
+
+using zel::bench::OrderIds;
+
+// Enough for the counts to be the same within a thousandth whatever the first round costs.
+constexpr int kRounds = 2000;
+
+struct Bench {
+    OrderIds ids = zel::bench::FindOrderIds();
+    CZELMessage sent{0, 0};
+    CZELMessage received{0, 0};
+    char frame[kZELMaxFrame] = {};
+    long length = 0;
+    std::uint64_t sum = 0;
+};
+
+void Create(Bench& bench) {
+    zel::bench::CreateOrder(bench.sent);
+}
+void Set(Bench& bench) {
+    zel::bench::CreateOrder(bench.sent);
+    zel::bench::SetOrder(bench.sent, bench.ids, zel::bench::SampleOrder());
+}
+void Pack(Bench& bench) {
+    bench.sum += static_cast<std::uint64_t>(bench.sent.packMessage(bench.frame, &bench.length));
+}
+void Unpack(Bench& bench) {
+    bench.sum += static_cast<std::uint64_t>(bench.received.unpackMessage(bench.frame));
+}
+void Get(Bench& bench) {
+    bench.sum += zel::bench::ReadOrder(bench.received, bench.ids);
+}
+
+struct Scenario {
+    const char* name;
+    int format2;
+    void (*run)(Bench&);
+};
+
+constexpr Scenario kScenarios[] = {
+    {"create", 0, Create}, {"create-set", 0, Set}, {"pack", 0, Pack},
+    {"unpack", 0, Unpack}, {"get", 0, Get},        {"unpack-format2", 1, Unpack},
+};
+
+}  // namespace
+
+// callgrind is told to count inside this function.
+extern "C" __attribute__((noinline)) void RunCounted(void (*run)(Bench&), Bench& bench) {
+    for (int round = 0; round < kRounds; ++round) {
+        run(bench);
+    }
+}
+
+int main(int argc, char** argv) {
+    CZELMessage::init();
+    if (CZELMessage::getVormaZelData() == nullptr || argc != 2) {
+        return 1;
+    }
+    int status = 1;
+    for (const Scenario& scenario : kScenarios) {
+        if (std::strcmp(scenario.name, argv[1]) != 0) {
+            continue;
+        }
+        Bench bench;
+        bench.sent.useFormat2 = scenario.format2;
+        Set(bench);
+        Pack(bench);
+        Unpack(bench);
+        RunCounted(scenario.run, bench);
+        status = bench.sum == 1 ? 1 : 0;
+    }
+    CZELMessage::terminate();
+    return status;
+}

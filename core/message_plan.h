@@ -1,0 +1,95 @@
+// What the tables say of one message type, worked out once: each entry of the field list beside what the dictionary
+// says of its field, the slots as they start, and where the slots of each id lie.
+//
+// A message's slots are those of the list in front of the repeating group and its count field, those of the group once
+// for each repetition, and those behind the group. A plan holds for every repeat count and never changes.
+#ifndef ZEL_CORE_MESSAGE_PLAN_H
+#define ZEL_CORE_MESSAGE_PLAN_H
+
+#include <cstddef>
+#include <cstdint>
+
+#include "core/wire_shape.h"
+#include "include/zelmessage.h"
+#include "include/zelprovider.h"
+
+namespace zel {
+
+struct PlanTable;
+
+// The parts of a field list.
+enum Part : std::uint8_t { kBeforeGroup, kInGroup, kBehindGroup, kNoPart, kPartCount };
+
+// One entry of the field list.
+struct PlanEntry {
+    std::size_t span;  // the bytes that the field takes in format 0 at least; more than any payload has unless plain
+    std::uint16_t wireId;  // the id as its bytes lie on the wire
+    std::uint16_t id;
+    std::uint16_t length;  // of the dictionary
+    std::int16_t version;
+    std::uint16_t markers;  // group markers at or before the entry, the group passed once
+    Shape shape;            // of the type
+    Part part;
+    bool hasRecord;  // the dictionary knows the id
+    bool isPlain;    // type and length of the dictionary agree, and the list holds the id once
+    bool isMarker;
+};
+
+// Where the slots of one id lie. An entry of a hash table over the ids, which is at most half full.
+struct PlanId {
+    enum Use : std::uint16_t { kFree, kSingle, kSeveral };
+    std::uint16_t id;
+    std::uint16_t at;    // the place in the list, or for an id of several entries in `severals`
+    std::uint16_t part;  // kNoPart unless it is a single entry
+    std::uint16_t use;
+};
+
+// An id that the list holds several times: its places in the list, ascending, and how many lie in each part.
+struct PlanSeveral {
+    std::uint16_t first;  // in `places`
+    std::uint16_t counts[kNoPart];
+};
+
+struct MessagePlan {
+    const PlanTable* table;  // the tables that the plan was made from
+    std::int16_t msgType;
+    std::int16_t subType;
+    std::uint16_t repeatFieldId;  // 0: no group
+    std::int16_t groupSize;       // as the message table has it
+    int listCount;                // entries; negative as the message table may have it
+    int entryCount;               // entries; never negative
+    int groupBegin;               // [groupBegin, groupEnd) is the group; empty when the list does not hold all of it
+    int groupEnd;
+    int groupMarkers;           // in one repetition
+    bool reportsLookups;        // looking an id up in the dictionary reports something
+    std::uint32_t outsideRoom;  // what the separate values outside the group take, roughly
+    std::uint32_t groupRoom;    // and those of one repetition
+    std::uint32_t idMultiplier;
+    std::uint32_t idMask;
+    const PlanEntry* entries;
+    const _field_data* slots;  // as they start; `value` not null: the slot's inline value
+    const PlanId* ids;
+    const PlanSeveral* severals;
+    const std::uint16_t* places;
+};
+
+// Where the search for an id begins.
+inline std::uint32_t HomeOf(std::uint32_t multiplier, std::uint32_t mask, unsigned short fieldId) noexcept {
+    return (fieldId * multiplier) >> 16 & mask;
+}
+
+// The id's entry in the hash table, or the free entry where the search for it ends.
+inline const PlanId& FindPlanId(const MessagePlan& plan, unsigned short fieldId) noexcept {
+    std::uint32_t at = HomeOf(plan.idMultiplier, plan.idMask, fieldId);
+    while (plan.ids[at].use != PlanId::kFree && plan.ids[at].id != fieldId) {
+        at = (at + 1) & plan.idMask;
+    }
+    return plan.ids[at];
+}
+
+// A plan from what the tables say now, or null without memory. Release frees it.
+MessagePlan* NewMessagePlan(const PlanTable* table, short msgType, const ZELSubTypeNode& node) noexcept;
+
+}  // namespace zel
+
+#endif  // ZEL_CORE_MESSAGE_PLAN_H

@@ -1,0 +1,39 @@
+// The plans of the message types in use, made when a type is first asked for, found by type and sub-type.
+//
+// Threads share the plans without a lock: a plan is complete before it is published, and of two that were made at once
+// the second is dropped. New tables make a new set of plans; messages that were created before keep the old ones, which
+// therefore stay until ReleasePlans.
+#ifndef ZEL_CORE_PLAN_TABLE_H
+#define ZEL_CORE_PLAN_TABLE_H
+
+#include <atomic>
+
+#include "core/message_plan.h"
+
+namespace zel {
+
+struct PlanTable {
+    PlanTable* retired;    // the one before, once this one is retired
+    bool hasHeaderFields;  // the dictionary describes the ids 1 to 6 as the header has them
+    std::uint32_t mask;    // of the hash table that lies behind
+    std::atomic<MessagePlan*>* plans;
+};
+
+// The plans of the tables in use, or null without memory.
+const PlanTable* CurrentPlans() noexcept;
+
+// Whether the plan says what the tables in use say.
+bool IsCurrent(const MessagePlan& plan) noexcept;
+
+// The plan for the type and sub-type, or null: the message table has none such, or memory is out.
+const MessagePlan* FindPlan(short msgType, short subType) noexcept;
+
+// While no other call is in progress. New tables call for new plans.
+void RetirePlans() noexcept;
+
+// While no other call is in progress and there is no message. Frees all plans.
+void ReleasePlans() noexcept;
+
+}  // namespace zel
+
+#endif  // ZEL_CORE_PLAN_TABLE_H
