@@ -141,10 +141,7 @@ void StoreZELValue(const WireValue& value, void* out, unsigned short* length) no
     const Shape shape = ShapeOf(value.type);
     *length = value.length;
     if (shape == Shape::kDateTime) {
-        // The wire may say more than a date-time has: nobody sees what was in the buffer before.
-        const std::size_t copied = std::min<std::size_t>(value.length, sizeof(_datetime));
-        std::memcpy(out, value.bytes, copied);
-        std::memset(static_cast<char*>(out) + copied, 0, value.length - copied);
+        std::memcpy(out, value.bytes, std::min<std::size_t>(value.length, sizeof(_datetime)));
     } else if (IsFixed(shape)) {
         // LocateZELValue has checked that the wire holds what a type of one size reads here.
         DecodeFixed(shape, value.bytes, out);

@@ -1,5 +1,6 @@
 #include "fuzz/message_program.h"
 
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
@@ -257,8 +258,43 @@ private:
             Tell("sub", subType);
             return;
         }
-        Tell("unpacked", b_.unpackMessage(exact.get()));
+        const long result = b_.unpackMessage(exact.get());
+        Tell("unpacked", result);
         Show(b_);
+        if (result == 0) {
+            CheckThatItIsStable();
+        }
+    }
+
+    // "" when the message cannot be packed.
+    static std::string PackPlainly(CZELMessage& object) {
+        std::vector<char> buffer(static_cast<std::size_t>(kZELMaxFrame) + 65536);
+        long length = 0;
+        object.compressMode = 0;
+        object.message->encryptFlag = 0;
+        // A negative lower half borrows from the upper one each time that it is sent.
+        object.serviceIdLow = 0;
+        return object.packMessage(buffer.data(), &length) == 0
+                   ? std::string(buffer.data(), static_cast<std::size_t>(length))
+                   : "";
+    }
+
+    // Fields may have come in any order. Packed and unpacked once, they lie as they will always lie.
+    void CheckThatItIsStable() {
+        const std::string once = PackPlainly(b_);
+        CZELMessage again(0, 0);
+        if (once.empty() || b_.message->format == 1) {
+            return;
+        }
+        if (again.unpackMessage(once.data()) != 0) {
+            (void)std::fprintf(stderr, "what was packed cannot be unpacked\n");
+            std::abort();
+        }
+        const std::string twice = PackPlainly(again);
+        if (!twice.empty() && twice != once) {
+            (void)std::fprintf(stderr, "packed, unpacked and packed, a message differs\n"); for (auto* s : {&once, &twice}) { for (unsigned char c : *s) std::fprintf(stderr, "%02x", c); std::fprintf(stderr, "\n"); }
+            std::abort();
+        }
     }
 
     void UnpackDamaged() {

@@ -69,7 +69,7 @@ TEST_F(FieldCodec, PacksEmptyValues) {
 
 TEST_F(FieldCodec, Format2FollowsTheFieldsOwnLength) {
     for (const Cells& row : ReadCases("tests/core/cases/format2_fields.txt", 6)) {
-        const ExactCopy value(std::string(16, '?'));
+        const ExactCopy value(std::string(16, '\0'));
         unsigned short length = 9;
         EXPECT_EQ(Unpack(std::stoi(row[1]), FromHex(row[2]), value, length, 2), std::stoi(row[3])) << row[0];
         EXPECT_EQ(length, std::stoi(row[4])) << row[0];
