@@ -18,7 +18,8 @@ constexpr std::size_t RoundUp(std::size_t size) noexcept {
     return (size + kValueAlignment - 1) & ~(kValueAlignment - 1);
 }
 
-constexpr std::size_t kSlotsAt = RoundUp(sizeof(MessageBlock));
+// So few slots are kept as they start, for the next message of the same type and repeat count.
+constexpr int kMostKeptSlots = 128;
 
 void FreeChunks(MessageBlock& block) noexcept {
     while (ValueChunk* chunk = block.chunks) {
@@ -48,27 +49,37 @@ MessageBlock* TakeBlock(MessageBlock* previous, std::size_t size) noexcept {
 MessageBlock* NewMessageBlock(MessageBlock* previous, const MessagePlan& plan, int slotCount,
                               std::size_t valueRoom) noexcept {
     const std::size_t slotBytes = static_cast<std::size_t>(slotCount) * sizeof(_field_data);
+    const std::size_t keptBytes = slotCount <= kMostKeptSlots ? slotBytes : 0;
     const std::size_t passedBytes = static_cast<std::size_t>(plan.entryCount) * sizeof(std::uint16_t);
-    const std::size_t valuesAt = RoundUp(kSlotsAt + slotBytes + passedBytes);
+    const std::size_t valuesAt = RoundUp(sizeof(MessageBlock) + slotBytes + keptBytes + passedBytes);
     MessageBlock* block = TakeBlock(previous, valuesAt + RoundUp(valueRoom));
     if (block == nullptr) {
         SendReport(reports::kModelAllocation);
         return nullptr;
     }
-    char* memory = reinterpret_cast<char*>(block);
+    char* behindSlots = reinterpret_cast<char*>(SlotsOf(*block)) + slotBytes;
     block->buffer.count = static_cast<short>(slotCount);
-    block->buffer.fields = reinterpret_cast<_field_data*>(memory + kSlotsAt);
+    block->buffer.fields = SlotsOf(*block);
     block->buffer.block = block;
-    block->message = {};
     block->plan = &plan;
+    block->table = plan.table;
     block->ids = plan.ids;
     block->idMultiplier = plan.idMultiplier;
     block->idMask = plan.idMask;
-    block->passed = reinterpret_cast<std::uint16_t*>(memory + kSlotsAt + slotBytes);
-    block->nextValue = memory + valuesAt;
-    block->valuesEnd = memory + (block->size & ~(kValueAlignment - 1));
+    block->hasKeptSlots = false;
+    block->keptSlots = keptBytes != 0 ? reinterpret_cast<_field_data*>(behindSlots) : nullptr;
+    block->passed = reinterpret_cast<std::uint16_t*>(behindSlots + keptBytes);
+    block->values = reinterpret_cast<char*>(block) + valuesAt;
     block->chunks = nullptr;
+    RestartMessageBlock(*block);
     return block;
+}
+
+void RestartMessageBlock(MessageBlock& block) noexcept {
+    FreeChunks(block);
+    block.message = {};
+    block.nextValue = block.values;
+    block.valuesEnd = block.values + ValueRoom(block);
 }
 
 void FreeMessageBlock(MessageBlock* block) noexcept {

@@ -22,23 +22,30 @@ struct alignas(kValueAlignment) ValueChunk {
 // The slots of one part of the field list: that of the n-th occurrence (from 0) of the entry `at` is
 // at + shift + n * stride, if that lies below `end`.
 struct PartSlots {
-    std::uint32_t shift;
-    std::uint32_t stride;
-    std::uint32_t end;
+    std::uint16_t shift;
+    std::uint16_t stride;
+    std::uint16_t end;
+    std::uint16_t unused;
 };
 
-struct MessageBlock {
+// The slots lie right behind this record.
+struct alignas(kValueAlignment) MessageBlock {
     ZELDataBuf buffer;
     ZelMsgStruct message;
-    std::size_t size;
-    const MessagePlan* plan;
-    const PlanId* ids;  // of the plan, as the two below: what finding a slot reads
+    const PlanTable* table;  // of the plan, as the three below: what finding a slot reads
+    const PlanId* ids;
     std::uint32_t idMultiplier;
     std::uint32_t idMask;
     PartSlots parts[kPartCount];
-    int repetitions;        // of the group
-    std::uint16_t* passed;  // receiving: how many slots of each entry's id cannot take a value any more
-    char* nextValue;        // [nextValue, valuesEnd) is free
+    const MessagePlan* plan;
+    std::size_t size;
+    int repetitions;    // of the group
+    short repeatCount;  // that the slots were created for
+    bool hasKeptSlots;
+    _field_data* keptSlots;  // room for the slots as they start, or null
+    std::uint16_t* passed;   // receiving: how many slots of each entry's id cannot take a value any more
+    char* values;            // where the room for values begins
+    char* nextValue;         // [nextValue, valuesEnd) is free
     char* valuesEnd;
     ValueChunk* chunks;
 };
@@ -48,14 +55,32 @@ inline MessageBlock& BlockOf(const ZELDataBuf& buffer) noexcept {
 }
 
 // A message record is always that of a block.
+inline const MessageBlock& BlockOf(const ZelMsgStruct& message) noexcept {
+    return *reinterpret_cast<const MessageBlock*>(reinterpret_cast<const char*>(&message) -
+                                                  offsetof(MessageBlock, message));
+}
 inline MessageBlock& BlockOf(ZelMsgStruct& message) noexcept {
-    return *reinterpret_cast<MessageBlock*>(reinterpret_cast<char*>(&message) - offsetof(MessageBlock, message));
+    return const_cast<MessageBlock&>(BlockOf(static_cast<const ZelMsgStruct&>(message)));
+}
+
+// The same as its buffer's, found without a look into the buffer.
+inline _field_data* SlotsOf(const MessageBlock& block) noexcept {
+    return reinterpret_cast<_field_data*>(const_cast<MessageBlock*>(&block) + 1);
 }
 
 // A block for `slotCount` slots and `valueRoom` bytes of values: `previous` again when it suits, else a new one, and
 // `previous` is freed. Null without memory, reported. The records are zero but for `buffer`, which describes the slots.
 [[nodiscard]] MessageBlock* NewMessageBlock(MessageBlock* previous, const MessagePlan& plan, int slotCount,
                                             std::size_t valueRoom) noexcept;
+
+// Makes the block as it was when it was created, its values forgotten and its slots left to the caller.
+void RestartMessageBlock(MessageBlock& block) noexcept;
+
+// The bytes of values that the block has room for when it starts.
+inline std::size_t ValueRoom(const MessageBlock& block) noexcept {
+    return (block.size & ~(kValueAlignment - 1)) -
+           static_cast<std::size_t>(block.values - reinterpret_cast<const char*>(&block));
+}
 
 void FreeMessageBlock(MessageBlock* block) noexcept;
 
@@ -67,8 +92,12 @@ void FreeMessageBlock(MessageBlock* block) noexcept;
 // so that no reader of the slot runs past the buffer.
 [[nodiscard]] inline char* NewSlotValue(MessageBlock& block, _field_data& slot, std::size_t length,
                                         std::size_t readSize) noexcept {
-    const std::size_t needed = length < readSize ? readSize : length + 1;
-    const std::size_t size = (needed + kValueAlignment - 1) & ~(kValueAlignment - 1);
+    // One byte more, rounded up.
+    std::size_t size = (length + kValueAlignment) & ~(kValueAlignment - 1);
+    const bool isShort = size < readSize;
+    if (isShort) {
+        size = (readSize + kValueAlignment - 1) & ~(kValueAlignment - 1);
+    }
     char* value = block.nextValue;
     if (size <= static_cast<std::size_t>(block.valuesEnd - value)) {
         block.nextValue = value + size;
@@ -78,20 +107,23 @@ void FreeMessageBlock(MessageBlock* block) noexcept;
             return nullptr;
         }
     }
-    if (size - kValueAlignment > length) {
-        std::memset(value + length, 0, size - kValueAlignment - length);
-    }
     std::memset(value + size - kValueAlignment, 0, kValueAlignment);
+    if (isShort) {
+        std::memset(value + length, 0, size - length);
+    }
     slot.value = value;
     slot.ownsValue = 1;
     return value;
 }
 
-// The most that the codec reads from a value of this field: 8 bytes, or the dictionary's length of type 4.
+// What the codec reads from a value at most, but for fields of type 4 of more bytes in the dictionary. Any buffer of a
+// slot's own has as many.
+inline constexpr std::size_t kShortestRead = 8;
+
+// The most that the codec reads from a value of this field.
 inline std::size_t ReadSize(Shape shape, std::uint16_t length) noexcept {
-    constexpr std::size_t kLongestFixed = 8;
-    const auto isLength = static_cast<std::int16_t>(length) > static_cast<std::int16_t>(kLongestFixed);
-    return shape == Shape::kChars && isLength ? length : kLongestFixed;
+    const bool isLonger = static_cast<std::int16_t>(length) > static_cast<std::int16_t>(kShortestRead);
+    return shape == Shape::kChars && isLonger ? length : kShortestRead;
 }
 
 }  // namespace zel

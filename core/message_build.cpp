@@ -70,7 +70,7 @@ struct Packing {
 };
 
 // Any slot in any format, by what the dictionary says of it now. False: faulty, reported.
-bool PackSlot(const ZelMsgStruct& message, const _field_data& slot, Packing& packing) noexcept {
+[[gnu::noinline]] bool PackSlot(const ZelMsgStruct& message, const _field_data& slot, Packing& packing) noexcept {
     switch (JudgeSlot(message, slot)) {
         case SlotFate::kFaulty:
             return false;
@@ -108,57 +108,68 @@ char* WriteFront(char* out, const PlanEntry& entry, std::uint16_t length) noexce
 }
 
 // Packs the value of a plain entry in a format that carries ids: what PackSlot does, for a slot that is set, in a
-// message that the field is not too new for. False: it does not fit, and nothing has changed.
+// message that the field is not too new for. The address behind it, or null: it does not fit.
 template <short format>
-bool PackPlain(const PlanEntry& entry, const _field_data& slot, Packing& packing) noexcept {
-    const auto room = static_cast<std::uint32_t>(packing.end - packing.next);
+inline char* PackPlain(const PlanEntry& entry, const _field_data& slot, char* out, const char* end) noexcept {
+    const auto room = static_cast<std::size_t>(end - out);
     if (IsFixed(entry.shape)) {
-        if (room < kFront<format> + FixedWireSize(entry.shape)) {
-            return false;
+        // A plain entry's length in the dictionary is that on the wire.
+        if (room < kFront<format> + entry.length) {
+            return nullptr;
         }
-        char* out = WriteFront<format>(packing.next, entry, FixedWireSize(entry.shape));
+        out = WriteFront<format>(out, entry, entry.length);
         EncodeFixed(entry.shape, slot.value, out);
-        packing.next = out + FixedWireSize(entry.shape);
-        return true;
+        return out + entry.length;
     }
     if (entry.shape == Shape::kCounted || format == kIdLengthAndValue) {
         // Either way a length comes behind the id.
         if (room < 4U + slot.length) {
-            return false;
+            return nullptr;
         }
-        char* out = WriteFront<kIdLengthAndValue>(packing.next, entry, slot.length);
+        out = WriteFront<kIdLengthAndValue>(out, entry, slot.length);
         CopyValue(out, slot.value, slot.length);
-        packing.next = out + slot.length;
-        return true;
+        return out + slot.length;
     }
     if (room < kFront<format> + entry.length) {
-        return false;
+        return nullptr;
     }
-    char* out = WriteFront<format>(packing.next, entry, entry.length);
+    out = WriteFront<format>(out, entry, entry.length);
     CopyValue(out, slot.value, entry.length);
-    packing.next = out + entry.length;
-    return true;
+    return out + entry.length;
 }
 
 // Packs slots made from the entries in their order. The slot behind them, or null: faulty, reported.
 template <short format>
 const _field_data* PackRun(const ZelMsgStruct& message, const PlanEntry* entry, const PlanEntry* end,
                            const _field_data* slot, Packing& packing) noexcept {
-    // Versions are signed; without a filter none is too new.
+    // Without a filter no plain field is too new.
     const int version = message.version == 0 ? INT16_MAX : message.version;
-    Packing local = packing;
+    char* next = packing.next;
+    const char* const payloadEnd = packing.end;
+    int packed = packing.packed;
     for (; entry != end; ++entry, ++slot) {
-        if (slot->isSet == 0 && slot->presence != kZELMandatory && entry->hasRecord) {
+        const bool isSet = slot->isSet != 0;
+        if (!isSet && slot->presence != kZELMandatory && entry->hasRecord) {
             continue;
         }
-        const bool quick = entry->isPlain && slot->isSet != 0 && slot->value != nullptr && entry->version <= version;
-        if (quick && PackPlain<format>(*entry, *slot, local)) {
-            ++local.packed;
-        } else if (!PackSlot(message, *slot, local)) {
+        if (isSet && entry->version <= version && slot->value != nullptr) {
+            char* behind = PackPlain<format>(*entry, *slot, next, payloadEnd);
+            if (behind != nullptr) {
+                next = behind;
+                ++packed;
+                continue;
+            }
+        }
+        packing.next = next;
+        packing.packed = packed;
+        if (!PackSlot(message, *slot, packing)) {
             return nullptr;
         }
+        next = packing.next;
+        packed = packing.packed;
     }
-    packing = local;
+    packing.next = next;
+    packing.packed = packed;
     return slot;
 }
 
@@ -190,7 +201,7 @@ bool PackOneByOne(const ZelMsgStruct& message, Packing& packing) noexcept {
 
 bool PackAll(const ZelMsgStruct& message, Packing& packing) noexcept {
     const MessageBlock& block = BlockOf(*message.dataBuf);
-    if (IsCurrent(*block.plan)) {
+    if (IsCurrent(block.table)) {
         if (message.format == kIdAndValue) {
             return PackByPlan<kIdAndValue>(message, block, packing);
         }

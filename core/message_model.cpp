@@ -1,6 +1,7 @@
 #include "core/message_model.h"
 
 #include <algorithm>
+#include <cstring>
 
 #include "core/dictionary.h"
 #include "core/message_block.h"
@@ -13,10 +14,11 @@ namespace zel {
 
 namespace {
 
-// Slots as they start, in place. They are the entries [at, end) of the plan's list.
-_field_data* StartSlots(const MessagePlan& plan, int at, int end, _field_data* slot) noexcept {
-    for (const _field_data* from = plan.slots + at; from != plan.slots + end; ++from, ++slot) {
-        *slot = *from;
+// Slots as they start. They are `count` entries of the plan's list from `at` on.
+_field_data* StartSlots(const MessagePlan& plan, int at, std::ptrdiff_t count, _field_data* slot) noexcept {
+    const _field_data* from = plan.slots + at;
+    std::memcpy(slot, from, static_cast<std::size_t>(count) * sizeof *slot);
+    for (const _field_data* end = from + count; from != end; ++from, ++slot) {
         slot->value = from->value != nullptr ? slot->inlineValue : nullptr;
     }
     return slot;
@@ -24,17 +26,14 @@ _field_data* StartSlots(const MessagePlan& plan, int at, int end, _field_data* s
 
 void StartAllSlots(const MessageBlock& block) noexcept {
     const MessagePlan& plan = *block.plan;
-    const int count = block.buffer.count;
     const int groupSize = plan.groupEnd - plan.groupBegin;
-    _field_data* slot = block.buffer.fields;
-    const _field_data* const end = slot + count;
-    slot = StartSlots(plan, 0, std::min(plan.groupBegin, count), slot);
     const auto groupEnd = static_cast<std::ptrdiff_t>(block.parts[kInGroup].end);
-    for (std::ptrdiff_t left = groupEnd - plan.groupBegin; groupSize > 0 && left > 0; left -= groupSize) {
-        slot =
-            StartSlots(plan, plan.groupBegin, plan.groupBegin + std::min<int>(groupSize, static_cast<int>(left)), slot);
+    _field_data* const end = block.buffer.fields + block.buffer.count;
+    _field_data* slot = StartSlots(plan, 0, block.parts[kBeforeGroup].end, block.buffer.fields);
+    for (std::ptrdiff_t left = groupEnd - plan.groupBegin; left > 0; left -= groupSize) {
+        slot = StartSlots(plan, plan.groupBegin, std::min<std::ptrdiff_t>(groupSize, left), slot);
     }
-    StartSlots(plan, plan.groupEnd, plan.groupEnd + static_cast<int>(end - slot), slot);
+    StartSlots(plan, plan.groupEnd, end - slot, slot);
 }
 
 // The slot count, or -1 with the report of what is wrong with it.
@@ -119,6 +118,29 @@ MessageBlock* CreateBlock(MessageBlock* previous, short msgType, short subType, 
     return block;
 }
 
+// Whether the block serves for such a message as it is, but for its slots and values.
+bool IsFor(const MessageBlock& block, short msgType, short subType, short repeatCount,
+           std::size_t receivedRoom) noexcept {
+    const MessagePlan& plan = *block.plan;
+    return IsCurrent(block.table) && plan.msgType == msgType && plan.subType == subType &&
+           block.repeatCount == repeatCount && block.keptSlots != nullptr && !plan.reportsLookups &&
+           ValueRoom(block) >= ExpectedRoom(plan, repeatCount) + receivedRoom;
+}
+
+// A message like the one before starts with the slots that were kept when the second such message was created.
+MessageBlock* RestartBlock(MessageBlock& block) noexcept {
+    RestartMessageBlock(block);
+    const std::size_t slotBytes = static_cast<std::size_t>(block.buffer.count) * sizeof(_field_data);
+    if (block.hasKeptSlots) {
+        std::memcpy(SlotsOf(block), block.keptSlots, slotBytes);
+        return &block;
+    }
+    StartAllSlots(block);
+    std::memcpy(block.keptSlots, SlotsOf(block), slotBytes);
+    block.hasKeptSlots = true;
+    return &block;
+}
+
 }  // namespace
 
 ZELDataBuf* CreateZELDataBuf(short msgType, short subType, short repeatCount) noexcept {
@@ -132,12 +154,14 @@ ZelMsgStruct* CreateZelMsgStruct(short msgType, short subType, short repeatCount
 
 ZelMsgStruct* ReplaceZelMsgStruct(ZelMsgStruct* previous, short msgType, short subType, short repeatCount,
                                   std::size_t receivedRoom) noexcept {
-    MessageBlock* freed = nullptr;
+    MessageBlock* block = nullptr;
     if (previous != nullptr) {
         FreeVarUserData(*previous);
-        freed = &BlockOf(*previous);
+        block = &BlockOf(*previous);
     }
-    MessageBlock* block = CreateBlock(freed, msgType, subType, repeatCount, receivedRoom);
+    block = block != nullptr && IsFor(*block, msgType, subType, repeatCount, receivedRoom)
+                ? RestartBlock(*block)
+                : CreateBlock(block, msgType, subType, repeatCount, receivedRoom);
     if (block == nullptr) {
         return nullptr;
     }

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <climits>
 
 #include "core/dictionary.h"
 #include "runtime/allocator.h"
@@ -11,6 +12,7 @@ namespace zel {
 namespace {
 
 constexpr std::size_t kNoSpan = SIZE_MAX;
+constexpr int kNoVersion = INT_MAX;
 
 // What a text or byte string is expected to take: most are short.
 constexpr std::uint32_t kCountedRoom = 32;
@@ -77,11 +79,11 @@ PlanEntry NewEntry(const ZELFieldListEntry& listed, Part part, std::uint16_t mar
     entry.isMarker = listed.fieldId == kZELGroupMarker;
     entry.shape = Shape::kNone;
     entry.span = kNoSpan;
+    entry.version = kNoVersion;
     if (const ZELDictionaryField* record = FindFldRecord(static_cast<short>(listed.fieldId))) {
         entry.hasRecord = true;
         entry.shape = ShapeOf(record->type);
         entry.length = static_cast<std::uint16_t>(record->length);
-        entry.version = record->version;
         entry.span = SpanOf(entry.shape, record->length);
     }
     return entry;
@@ -154,6 +156,11 @@ void FillIds(MessagePlan& plan, PlanEntry* entries, PlanId* ids, PlanSeveral* se
         PlanId& id = Enter(plan, ids, entries[at].id);
         if (id.use == PlanId::kSingle) {
             entries[at].isPlain = entries[at].span != kNoSpan;
+            if (entries[at].isPlain) {
+                const ZELDictionaryField& record = *FindFldRecord(static_cast<short>(id.id));
+                entries[at].version = record.version;
+                id.plainType = static_cast<std::uint8_t>(record.type);
+            }
             id.at = static_cast<std::uint16_t>(at);
             id.part = entries[at].part;
             continue;
@@ -195,6 +202,7 @@ MessagePlan* NewMessagePlan(const PlanTable* table, short msgType, const ZELSubT
     auto* severals = reinterpret_cast<PlanSeveral*>(ids + capacity);
     auto* places = reinterpret_cast<std::uint16_t*>(severals + entryCount);
     plan->table = table;
+    plan->node = &node;
     plan->msgType = msgType;
     plan->subType = node.subType;
     plan->repeatFieldId = node.repeatFieldId;
@@ -210,6 +218,9 @@ MessagePlan* NewMessagePlan(const PlanTable* table, short msgType, const ZELSubT
     FillEntries(node, *plan, entries, slots);
     ChooseHomes(*plan, entries, capacity, ids);
     FillIds(*plan, entries, ids, severals, places);
+    const PlanId& count = FindPlanId(*plan, plan->repeatFieldId);
+    const bool isPlainCount = plan->repeatFieldId != 0 && count.use == PlanId::kSingle && entries[count.at].isPlain;
+    plan->countAt = isPlainCount && entries[count.at].shape <= Shape::kLong ? count.at : -1;
     plan->reportsLookups = zelGetDataDictionary() == nullptr || FindPlanId(*plan, 0).use != PlanId::kFree;
     return plan;
 }

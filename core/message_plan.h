@@ -23,10 +23,10 @@ enum Part : std::uint8_t { kBeforeGroup, kInGroup, kBehindGroup, kNoPart, kPartC
 // One entry of the field list.
 struct PlanEntry {
     std::size_t span;  // the bytes that the field takes in format 0 at least; more than any payload has unless plain
+    int version;       // of the field; more than any message has unless plain
     std::uint16_t wireId;  // the id as its bytes lie on the wire
     std::uint16_t id;
-    std::uint16_t length;  // of the dictionary
-    std::int16_t version;
+    std::uint16_t length;   // of the dictionary
     std::uint16_t markers;  // group markers at or before the entry, the group passed once
     Shape shape;            // of the type
     Part part;
@@ -37,11 +37,12 @@ struct PlanEntry {
 
 // Where the slots of one id lie. An entry of a hash table over the ids, which is at most half full.
 struct PlanId {
-    enum Use : std::uint16_t { kFree, kSingle, kSeveral };
+    enum Use : std::uint8_t { kFree, kSingle, kSeveral };
     std::uint16_t id;
-    std::uint16_t at;    // the place in the list, or for an id of several entries in `severals`
-    std::uint16_t part;  // kNoPart unless it is a single entry
-    std::uint16_t use;
+    std::uint16_t at;   // the place in the list, or for an id of several entries in `severals`
+    std::uint8_t part;  // kNoPart unless it is a single entry
+    std::uint8_t use;
+    std::uint8_t plainType;  // of the field, if the entry is plain; else 0
 };
 
 // An id that the list holds several times: its places in the list, ascending, and how many lie in each part.
@@ -52,6 +53,7 @@ struct PlanSeveral {
 
 struct MessagePlan {
     const PlanTable* table;  // the tables that the plan was made from
+    const ZELSubTypeNode* node;
     std::int16_t msgType;
     std::int16_t subType;
     std::uint16_t repeatFieldId;  // 0: no group
@@ -61,6 +63,7 @@ struct MessagePlan {
     int groupBegin;               // [groupBegin, groupEnd) is the group; empty when the list does not hold all of it
     int groupEnd;
     int groupMarkers;           // in one repetition
+    int countAt;                // the place of the repeat-count field, a plain short or long; negative: it is none
     bool reportsLookups;        // looking an id up in the dictionary reports something
     std::uint32_t outsideRoom;  // what the separate values outside the group take, roughly
     std::uint32_t groupRoom;    // and those of one repetition

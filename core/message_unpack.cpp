@@ -1,5 +1,7 @@
 #include "core/message_unpack.h"
 
+#include <algorithm>
+
 #include "core/dictionary.h"
 #include "core/field_codec.h"
 #include "core/message_block.h"
@@ -45,54 +47,57 @@ bool ReceiveValue(MessageBlock& block, _field_data& slot, Reader in, short forma
 // Where receiving stands. The marker count is that of the fields received.
 struct Receiving {
     MessageBlock& block;
+    Reader in;
     SlotCursor cursor;
+    int fieldsLeft;
     int groupMarkers;
 };
 
-// How a field was received.
-enum class Receipt { kReceived, kFailed, kOtherwise };
-
-bool StoreSeparate(MessageBlock& block, _field_data& slot, const char* bytes, std::uint16_t length,
-                   std::size_t readSize) noexcept {
+// Stores a value in a buffer of the slot's own. False: reported.
+inline bool StoreSeparate(MessageBlock& block, _field_data& slot, const char* bytes, std::uint16_t length,
+                          std::size_t readSize) noexcept {
     char* value = NewSlotValue(block, slot, length, readSize);
     if (value == nullptr) {
         return false;
     }
     CopyValue(value, bytes, length);
     slot.length = length;
-    slot.isSet = 1;
     return true;
 }
 
-// Reads the field at `in` into the slot of a plain entry and steps over it. kOtherwise: it is not complete, and nothing
-// has changed.
-Receipt ReceivePlain(MessageBlock& block, const PlanEntry& entry, _field_data& slot, Reader& in) noexcept {
+// How a field was received.
+enum class Receipt { kReceived, kFailed, kOtherwise };
+
+// Reads the field at `in`, which holds the span of the entry, into its slot, and steps over it. The entry is plain, and
+// the slot as it started. kOtherwise: the field is not complete, and nothing has changed.
+inline Receipt ReceivePlain(MessageBlock& block, const PlanEntry& entry, _field_data& slot, Reader& in) noexcept {
     const char* bytes = in.next + 2;
     if (IsFixed(entry.shape)) {
         DecodeFixed(entry.shape, bytes, slot.inlineValue);
-        slot.value = slot.inlineValue;
         slot.length = FixedMemorySize(entry.shape);
-        slot.isSet = 1;
         in.next += entry.span;
         return Receipt::kReceived;
     }
-    std::uint16_t length = entry.length;
     if (entry.shape == Shape::kCounted) {
-        length = LoadU16Be(bytes);
-        bytes += 2;
+        const std::uint16_t length = LoadU16Be(bytes);
         if (length > Remaining(in) - entry.span) {
             return Receipt::kOtherwise;
         }
+        if (!StoreSeparate(block, slot, bytes + 2, length, kShortestRead)) {
+            return Receipt::kFailed;
+        }
+        in.next = bytes + 2 + length;
+        return Receipt::kReceived;
     }
-    if (!StoreSeparate(block, slot, bytes, length, ReadSize(entry.shape, entry.length))) {
+    if (!StoreSeparate(block, slot, bytes, entry.length, kShortestRead)) {
         return Receipt::kFailed;
     }
-    in.next = bytes + length;
+    in.next += entry.span;
     return Receipt::kReceived;
 }
 
-// The same for the format 2. A date-time that is longer than one keeps its length in memory.
-Receipt ReceiveWithLength(MessageBlock& block, const PlanEntry& entry, _field_data& slot, Reader& in) noexcept {
+// The same for the format 2. A value of one size that takes more on the wire is left to others.
+inline Receipt ReceiveWithLength(MessageBlock& block, const PlanEntry& entry, _field_data& slot, Reader& in) noexcept {
     constexpr std::size_t kFront = 4;
     const char* bytes = in.next + kFront;
     const std::uint16_t fixed = FixedWireSize(entry.shape);
@@ -100,102 +105,123 @@ Receipt ReceiveWithLength(MessageBlock& block, const PlanEntry& entry, _field_da
         return Receipt::kOtherwise;
     }
     const std::uint16_t length = LoadU16Be(in.next + 2);
-    if (fixed == 0 ? length > Remaining(in) - kFront : length != fixed) {
+    if (IsFixed(entry.shape) ? length != fixed : length > Remaining(in) - kFront) {
         return Receipt::kOtherwise;
     }
-    if (fixed == 0) {
-        if (!StoreSeparate(block, slot, bytes, length, ReadSize(entry.shape, entry.length))) {
-            return Receipt::kFailed;
-        }
-    } else {
-        char* value = NewSlotValue(block, slot, length, sizeof slot.inlineValue);
+    if (IsFixed(entry.shape)) {
+        char* value = NewSlotValue(block, slot, sizeof slot.inlineValue - 1, sizeof slot.inlineValue);
         if (value == nullptr) {
             return Receipt::kFailed;
         }
         DecodeFixed(entry.shape, bytes, value);
         slot.length = FixedMemorySize(entry.shape);
-        slot.isSet = 1;
+    } else if (!StoreSeparate(block, slot, bytes, length, ReadSize(entry.shape, entry.length))) {
+        return Receipt::kFailed;
     }
     in.next = bytes + length;
     return Receipt::kReceived;
 }
 
-// Whether the field at `in` is the one that is expected, and its slot the first that may take it.
-bool IsExpected(const SlotCursor& cursor, const Reader& in) noexcept {
-    const PlanEntry& entry = *cursor.entry;
-    if (Remaining(in) < entry.span || LoadHost<std::uint16_t>(in.next) != entry.wireId || cursor.slot->isSet != 0) {
-        return false;
-    }
-    return cursor.back == 0 || cursor.slot[-cursor.back].isSet != 0;
-}
-
-// Looks for the slot of the field at `in` and puts the cursor there: at no slot, reported, when there is none. False:
-// there is no id, reported.
-bool SeekSlot(Receiving& receiving, const Reader& in) noexcept {
-    const unsigned short fieldId = UnpackZELFieldId(in);
-    if (fieldId == kUnreadableId) {
-        SendReport(reports::kFieldIdUnreadable);
-        return false;
-    }
-    if (fieldId == kZELGroupMarker) {
-        ++receiving.groupMarkers;
-    }
+// Receives fields as long as the expected ones come, are plain and complete, and their slots are the first that may
+// take them: as they are as long as every field has been the expected one (`inOrder`). False: reported.
+template <short format, bool inOrder>
+bool ReceiveExpected(Receiving& receiving) noexcept {
+    MessageBlock& block = receiving.block;
+    Reader in = receiving.in;
     SlotCursor& cursor = receiving.cursor;
-    const SlotPlace place = FindFreePlace(receiving.block, fieldId, receiving.groupMarkers);
-    if (place.slot != nullptr) {
-        PlaceCursor(receiving.block, place, cursor);
-        return true;
+    Receipt receipt = Receipt::kReceived;
+    while (receiving.fieldsLeft != 0 && receipt == Receipt::kReceived) {
+        // One run. What it needs is in variables of their own: they stay in registers.
+        const PlanEntry* entry = cursor.entry;
+        const PlanEntry* const stop = entry + std::min<std::ptrdiff_t>(cursor.stop - entry, receiving.fieldsLeft);
+        _field_data* slot = cursor.slot;
+        const std::ptrdiff_t back = cursor.back;
+        receipt = Receipt::kOtherwise;
+        while (entry != stop && Remaining(in) >= entry->span && LoadHost<std::uint16_t>(in.next) == entry->wireId &&
+               (inOrder || (slot->isSet == 0 && (back == 0 || slot[-back].isSet != 0)))) {
+            receipt = format == kIdLengthAndValue ? ReceiveWithLength(block, *entry, *slot, in)
+                                                  : ReceivePlain(block, *entry, *slot, in);
+            if (receipt != Receipt::kReceived) {
+                break;
+            }
+            receipt = Receipt::kOtherwise;
+            slot->isSet = 1;
+            if (entry->isMarker) {
+                ++receiving.groupMarkers;
+            }
+            ++entry;
+            ++slot;
+        }
+        receiving.fieldsLeft -= static_cast<int>(entry - cursor.entry);
+        cursor.entry = entry;
+        cursor.slot = slot;
+        if (entry == cursor.stop && receipt != Receipt::kFailed) {
+            cursor = EnterNextRun(block, cursor);
+            receipt = cursor.stop != nullptr ? Receipt::kReceived : Receipt::kOtherwise;
+        }
     }
-    SendReportWith(reports::kFieldNotInList, fieldId);
-    cursor.slot = nullptr;
-    cursor.entry = &kNowhere;
-    return true;
+    receiving.in = in;
+    return receipt != Receipt::kFailed;
 }
 
-// Receives the field at `in` into the cursor's slot, if it has one, as the dictionary has it, and steps over it. False:
-// reported.
-bool ReceiveField(Receiving& receiving, Reader& in, short format) noexcept {
-    _field_data* slot = receiving.cursor.slot;
-    const unsigned short fieldId = slot != nullptr ? slot->id : LoadU16Be(in.next);
-    if (slot != nullptr && !ReceiveValue(receiving.block, *slot, in, format)) {
+// Receives the field at the reader into `slot`, or nowhere, by what the dictionary says of it now, and steps over it.
+// False: reported.
+bool ReceiveOne(Receiving& receiving, unsigned short fieldId, _field_data* slot, short format) noexcept {
+    if (slot == nullptr) {
+        SendReportWith(reports::kFieldNotInList, fieldId);
+    } else if (!ReceiveValue(receiving.block, *slot, receiving.in, format)) {
         return false;
     }
-    // A field that nobody can step over leaves a null reader: the loop ends with what was received.
-    if (GetNextField(in, format) == Step::kPastEnd) {
+    --receiving.fieldsLeft;
+    receiving.groupMarkers += fieldId == kZELGroupMarker ? 1 : 0;
+    // A field that nobody can step over leaves a null reader: receiving ends with what was received.
+    if (GetNextField(receiving.in, format) == Step::kPastEnd) {
         SendReportWith(reports::kFieldUnreadable, fieldId);
         return false;
     }
     return true;
 }
 
+// Receives the field at the reader, wherever its slot is, and those expected behind it. False: reported.
+template <short format>
+bool ReceiveNext(Receiving& receiving, bool isCurrent) noexcept {
+    const unsigned short fieldId = UnpackZELFieldId(receiving.in);
+    if (fieldId == kUnreadableId) {
+        SendReport(reports::kFieldIdUnreadable);
+        return false;
+    }
+    const int markers = receiving.groupMarkers + (fieldId == kZELGroupMarker ? 1 : 0);
+    const SlotPlace place = FindFreePlace(receiving.block, fieldId, markers);
+    const int left = receiving.fieldsLeft;
+    if (place.slot == nullptr) {
+        receiving.cursor.entry = &kNowhere;
+        return ReceiveOne(receiving, fieldId, nullptr, format);
+    }
+    receiving.cursor = CursorAt(receiving.block, place);
+    if (isCurrent && (!ReceiveExpected<format, false>(receiving) || receiving.fieldsLeft != left)) {
+        return receiving.fieldsLeft != left;
+    }
+    if (!ReceiveOne(receiving, fieldId, place.slot, format)) {
+        return false;
+    }
+    Advance(receiving.block, receiving.cursor);
+    return true;
+}
+
 // Fields with ids. Each lands in the first free slot of its id in the repetition that the markers received have
 // reached.
 template <short format>
-int ReceiveFields(ZelMsgStruct& message, Reader payload) noexcept {
+int ReceiveFields(ZelMsgStruct& message, const Reader& payload) noexcept {
     MessageBlock& block = BlockOf(*message.dataBuf);
     StartReceiving(block.buffer);
-    const bool isCurrent = IsCurrent(*block.plan);
-    Receiving receiving{block, {}, 0};
-    SlotCursor& cursor = receiving.cursor;
-    StartCursor(block, cursor);
-    const int numFields = message.numFields;
-    for (int field = 0; field < numFields && Remaining(payload) != 0; ++field) {
-        if (isCurrent && IsExpected(cursor, payload)) {
-            receiving.groupMarkers += cursor.entry->isMarker ? 1 : 0;
-        } else if (!SeekSlot(receiving, payload)) {
+    const bool isCurrent = IsCurrent(block.table);
+    Receiving receiving{block, payload, FirstCursor(block), std::max<int>(message.numFields, 0), 0};
+    if (isCurrent && !ReceiveExpected<format, true>(receiving)) {
+        return -1;
+    }
+    while (receiving.fieldsLeft != 0 && Remaining(receiving.in) != 0) {
+        if (!ReceiveNext<format>(receiving, isCurrent)) {
             return -1;
-        }
-        Receipt receipt = Receipt::kOtherwise;
-        if (isCurrent && cursor.entry->isPlain && Remaining(payload) >= cursor.entry->span) {
-            receipt = format == kIdLengthAndValue ? ReceiveWithLength(block, *cursor.entry, *cursor.slot, payload)
-                                                  : ReceivePlain(block, *cursor.entry, *cursor.slot, payload);
-        }
-        if (receipt == Receipt::kFailed ||
-            (receipt == Receipt::kOtherwise && !ReceiveField(receiving, payload, format))) {
-            return -1;
-        }
-        if (cursor.slot != nullptr) {
-            Advance(block, cursor);
         }
     }
     return 0;

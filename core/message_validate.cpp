@@ -39,52 +39,65 @@ bool UnpackRepeatCount(unsigned short fieldId, Reader in, short format, short* r
     return true;
 }
 
-// Steps over one plain field in a format that carries ids. False: it is not complete, and the reader stands where it
-// was.
-bool StepOverPlain(const PlanEntry& entry, short format, Reader& in) noexcept {
-    const bool hasLength = format == kIdLengthAndValue;
-    std::size_t size = hasLength ? 4 : entry.span;
-    if (Remaining(in) < size) {
-        return false;
-    }
-    if (hasLength || entry.shape == Shape::kCounted) {
-        size += LoadU16Be(in.next + 2);
-    }
-    return Take(in, size) != nullptr;
-}
-
 // Steps over the fields in front of the repeat-count field as far as they are plain: their number. The walk that goes
 // on from there does the same, one look into the dictionary after the other.
-int StepByPlan(const ZelMsgStruct& header, Reader& payload) noexcept {
-    const auto format = static_cast<short>(header.format);
-    const MessagePlan* plan = FindPlan(header.msgType, header.subType);
-    if (plan == nullptr || (format != kIdAndValue && format != kIdLengthAndValue)) {
-        return 0;
-    }
-    const PlanEntry* const end = plan->entries + plan->entryCount;
-    const PlanEntry* expected = plan->entries;
+template <short format>
+int StepByPlan(const MessagePlan& plan, int numFields, Reader& in) noexcept {
+    const PlanEntry* const end = plan.entries + plan.entryCount;
+    const PlanEntry* const count = plan.entries + plan.countAt;
+    const PlanEntry* expected = plan.entries;
+    const char* next = in.next;
     int fields = 0;
-    for (; fields < header.numFields && Remaining(payload) >= 2; ++fields) {
-        if (expected == end || LoadHost<std::uint16_t>(payload.next) != expected->wireId) {
-            const PlanId& id = FindPlanId(*plan, LoadU16Be(payload.next));
+    while (fields < numFields && in.end - next >= 4) {
+        const auto wireId = LoadHost<std::uint16_t>(next);
+        if (wireId == count->wireId) {
+            break;
+        }
+        if (expected == end || wireId != expected->wireId) {
+            const PlanId& id = FindPlanId(plan, LoadU16Be(next));
             if (id.use != PlanId::kSingle) {
                 break;
             }
-            expected = plan->entries + id.at;
+            expected = plan.entries + id.at;
         }
-        if (!expected->isPlain || expected->id == plan->repeatFieldId || !StepOverPlain(*expected, format, payload)) {
+        const auto left = static_cast<std::size_t>(in.end - next);
+        // Most sizes are known without a look at the bytes: the next field need not wait for this one.
+        std::size_t size = expected->span;
+        if (format == kIdLengthAndValue) {
+            size = 4U + LoadU16Be(next + 2);
+        } else if (expected->shape == Shape::kCounted) {
+            size += LoadU16Be(next + 2);
+        }
+        if (left < size || !expected->isPlain) {
             break;
         }
+        next += size;
         ++expected;
+        ++fields;
     }
+    in.next = next;
     return fields;
 }
 
+// The repeat count at the reader, if it is plain and complete.
+template <short format>
+bool ReadPlainCount(const PlanEntry& entry, const Reader& in, short* repeatCount) noexcept {
+    const std::size_t front = format == kIdLengthAndValue ? 4 : 2;
+    const std::uint16_t size = FixedWireSize(entry.shape);
+    if (Remaining(in) < front + size || LoadHost<std::uint16_t>(in.next) != entry.wireId ||
+        (format == kIdLengthAndValue && LoadU16Be(in.next + 2) != size)) {
+        return false;
+    }
+    // Of a long the low half, which comes last.
+    *repeatCount = static_cast<short>(LoadU16Be(in.next + front + size - 2));
+    return true;
+}
+
 // Walks the payload up to the repeat-count field. A payload that ends before it leaves the count as it is.
-bool FindRepeatCount(const ZelMsgStruct& header, const ZELSubTypeNode& node, Reader payload,
-                     short* repeatCount) noexcept {
+bool WalkToRepeatCount(const ZelMsgStruct& header, const ZELSubTypeNode& node, Reader payload, int field,
+                       short* repeatCount) noexcept {
     const auto format = static_cast<short>(header.format);
-    for (int field = StepByPlan(header, payload); field < header.numFields; ++field) {
+    for (; field < header.numFields; ++field) {
         const bool lost = payload.next == nullptr;
         if (!lost && Remaining(payload) == 0) {
             return true;
@@ -113,8 +126,27 @@ bool FindRepeatCount(const ZelMsgStruct& header, const ZELSubTypeNode& node, Rea
     return true;
 }
 
+// The same, by the plan as far as it goes.
+template <short format>
+bool FindRepeatCount(const ZelMsgStruct& header, const ZELSubTypeNode& node, const MessagePlan* plan, Reader payload,
+                     short* repeatCount) noexcept {
+    int field = 0;
+    if (plan != nullptr && plan->countAt >= 0) {
+        field = StepByPlan<format>(*plan, header.numFields, payload);
+        if (field < header.numFields && ReadPlainCount<format>(plan->entries[plan->countAt], payload, repeatCount)) {
+            return true;
+        }
+    }
+    return WalkToRepeatCount(header, node, payload, field, repeatCount);
+}
+
 bool Validate(const ReceivedMessage& received, short* repeatCount) noexcept {
-    const ZELSubTypeNode* node = FindSubType(received.header.msgType, received.header.subType);
+    const ZelMsgStruct& header = received.header;
+    const MessagePlan* plan = FindPlan(header.msgType, header.subType);
+    if (plan != nullptr && plan->repeatFieldId == 0) {
+        return true;
+    }
+    const ZELSubTypeNode* node = plan != nullptr ? plan->node : FindSubType(header.msgType, header.subType);
     if (node == nullptr) {
         SendReport(reports::kNoMessageTable);
         return false;
@@ -123,7 +155,14 @@ bool Validate(const ReceivedMessage& received, short* repeatCount) noexcept {
         return true;
     }
     *repeatCount = 0;
-    return FindRepeatCount(received.header, *node, received.payload, repeatCount);
+    switch (header.format) {
+        case kIdAndValue:
+            return FindRepeatCount<kIdAndValue>(header, *node, plan, received.payload, repeatCount);
+        case kIdLengthAndValue:
+            return FindRepeatCount<kIdLengthAndValue>(header, *node, plan, received.payload, repeatCount);
+        default:
+            return WalkToRepeatCount(header, *node, received.payload, 0, repeatCount);
+    }
 }
 
 }  // namespace

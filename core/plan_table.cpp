@@ -9,9 +9,9 @@
 
 namespace zel {
 
-namespace {
-
 std::atomic<PlanTable*> currentPlans{nullptr};
+
+namespace {
 
 // Written by RetirePlans and ReleasePlans alone.
 PlanTable* retiredPlans = nullptr;
@@ -82,10 +82,6 @@ const PlanTable* CurrentPlans() noexcept {
     }
     Release(made);
     return table;
-}
-
-bool IsCurrent(const MessagePlan& plan) noexcept {
-    return plan.table == currentPlans.load(std::memory_order_relaxed);
 }
 
 const MessagePlan* FindPlan(short msgType, short subType) noexcept {

@@ -22,8 +22,13 @@ struct PlanTable {
 // The plans of the tables in use, or null without memory.
 const PlanTable* CurrentPlans() noexcept;
 
-// Whether the plan says what the tables in use say.
-bool IsCurrent(const MessagePlan& plan) noexcept;
+// For IsCurrent.
+extern std::atomic<PlanTable*> currentPlans;
+
+// Whether plans from this set say what the tables in use say.
+inline bool IsCurrent(const PlanTable* table) noexcept {
+    return table == currentPlans.load(std::memory_order_relaxed);
+}
 
 // The plan for the type and sub-type, or null: the message table has none such, or memory is out.
 const MessagePlan* FindPlan(short msgType, short subType) noexcept;

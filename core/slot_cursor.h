@@ -3,6 +3,7 @@
 #define ZEL_CORE_SLOT_CURSOR_H
 
 #include <algorithm>
+#include <climits>
 
 #include "core/slot_index.h"
 
@@ -20,38 +21,38 @@ struct SlotCursor {
 };
 
 // What a cursor without a place stands on. The id can be on no wire: it means that there is none.
-inline constexpr PlanEntry kNowhere = {SIZE_MAX, 0xFFFF, 0xFFFF, 0, 0, 0, Shape::kNone, kNoPart, false, false, false};
+inline constexpr PlanEntry kNowhere = {SIZE_MAX,     INT_MAX, 0xFFFF, 0xFFFF, 0,    0,
+                                       Shape::kNone, kNoPart, false,  false,  false};
 
-inline void PlaceCursor(const MessageBlock& block, const SlotPlace& place, SlotCursor& cursor) noexcept {
+inline SlotCursor CursorAt(const MessageBlock& block, const SlotPlace& place) noexcept {
     const MessagePlan& plan = *block.plan;
-    cursor.entry = plan.entries + place.at;
-    cursor.slot = place.slot;
-    cursor.repetition = place.repetition;
-    const bool inGroup = cursor.entry->part == kInGroup;
+    const PlanEntry* entry = plan.entries + place.at;
+    const bool inGroup = entry->part == kInGroup;
     const bool marked = plan.groupMarkers != 0;
-    cursor.back = inGroup && !marked && place.repetition != 0 ? plan.groupEnd - plan.groupBegin : 0;
-    const int run = cursor.entry->part == kBeforeGroup ? plan.groupBegin : inGroup ? plan.groupEnd : plan.entryCount;
+    const int behindGroup = inGroup ? plan.groupEnd : plan.entryCount;
+    const int run = entry->part == kBeforeGroup ? plan.groupBegin : behindGroup;
     // The slots may end first.
     const std::ptrdiff_t left = block.buffer.fields + block.buffer.count - place.slot;
-    cursor.stop = cursor.entry + std::min<std::ptrdiff_t>(run - place.at, left);
+    return {entry, place.slot, entry + std::min<std::ptrdiff_t>(run - place.at, left), place.repetition,
+            inGroup && !marked && place.repetition != 0 ? plan.groupEnd - plan.groupBegin : 0};
 }
 
-// To the place of the first slot.
-inline void StartCursor(const MessageBlock& block, SlotCursor& cursor) noexcept {
-    cursor = {&kNowhere, nullptr, nullptr, 0, 0};
-    if (block.buffer.count != 0) {
-        PlaceCursor(block, {block.buffer.fields, 0, 0}, cursor);
+// At the first slot.
+inline SlotCursor FirstCursor(const MessageBlock& block) noexcept {
+    if (block.buffer.count == 0) {
+        return {&kNowhere, nullptr, nullptr, 0, 0};
     }
+    return CursorAt(block, {block.buffer.fields, 0, 0});
 }
 
-// From the last entry of a run to the first of the next.
-void EnterNextRun(const MessageBlock& block, SlotCursor& cursor) noexcept;
+// From the end of a run, where `cursor.entry` is `cursor.stop`, to the first slot of the next.
+SlotCursor EnterNextRun(const MessageBlock& block, const SlotCursor& cursor) noexcept;
 
 inline void Advance(const MessageBlock& block, SlotCursor& cursor) noexcept {
     ++cursor.slot;
     ++cursor.entry;
     if (cursor.entry == cursor.stop) {
-        EnterNextRun(block, cursor);
+        cursor = EnterNextRun(block, cursor);
     }
 }
 

@@ -8,7 +8,7 @@ namespace zel {
 namespace {
 
 // More than a message has slots: only the first occurrence of an entry outside the group is one.
-constexpr std::uint32_t kNoRepetition = 65536;
+constexpr std::uint16_t kNoRepetition = 32768;
 
 SlotPlace PlaceAt(const MessageBlock& block, Part part, std::uint32_t at, std::uint32_t repetition) noexcept {
     const PartSlots& slots = block.parts[part];
@@ -62,19 +62,20 @@ int MarkersOf(const MessageBlock& block, const SlotPlace& place) noexcept {
 
 }  // namespace
 
-void PlaceParts(MessageBlock& block, int repeatCount) noexcept {
+void PlaceParts(MessageBlock& block, short repeatCount) noexcept {
     const MessagePlan& plan = *block.plan;
-    const auto count = static_cast<std::uint32_t>(block.buffer.count);
-    const auto begin = static_cast<std::uint32_t>(plan.groupBegin);
-    const auto groupSize = static_cast<std::uint32_t>(plan.groupEnd - plan.groupBegin);
-    const auto repetitions = static_cast<std::uint32_t>(std::max(repeatCount, 0));
-    block.parts[kBeforeGroup] = {0, kNoRepetition, std::min(begin, count)};
+    const int count = block.buffer.count;
+    const int groupSize = plan.groupEnd - plan.groupBegin;
+    const auto number = [](int value) { return static_cast<std::uint16_t>(value); };
+    block.repeatCount = repeatCount;
+    block.repetitions = std::max<int>(repeatCount, 0);
+    block.parts[kBeforeGroup] = {0, kNoRepetition, number(std::min(plan.groupBegin, count)), 0};
     // Without a repetition the group takes all slots that are left.
-    const std::uint32_t groupEnd = repetitions == 0 ? count : begin + repetitions * groupSize;
-    block.parts[kInGroup] = {0, groupSize, groupSize == 0 ? 0 : groupEnd};
-    block.parts[kBehindGroup] = {(repetitions - 1) * groupSize, kNoRepetition, repetitions == 0 ? 0 : count};
-    block.parts[kNoPart] = {0, 0, 0};
-    block.repetitions = static_cast<int>(repetitions);
+    const int groupEnd = block.repetitions == 0 ? count : plan.groupBegin + block.repetitions * groupSize;
+    block.parts[kInGroup] = {0, number(groupSize), number(groupSize == 0 ? 0 : groupEnd), 0};
+    block.parts[kBehindGroup] = {number((block.repetitions - 1) * groupSize), kNoRepetition,
+                                 number(block.repetitions == 0 ? 0 : count), 0};
+    block.parts[kNoPart] = {0, 0, 0, 0};
 }
 
 _field_data* SearchNthSlot(const MessageBlock& block, unsigned short fieldId, std::uint32_t n) noexcept {

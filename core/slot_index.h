@@ -9,20 +9,33 @@
 namespace zel {
 
 // Works out which slots each part of the field list has.
-void PlaceParts(MessageBlock& block, int repeatCount) noexcept;
+void PlaceParts(MessageBlock& block, short repeatCount) noexcept;
 
 // The n-th slot (from 0) with this id, or null. For FindNthSlot.
 _field_data* SearchNthSlot(const MessageBlock& block, unsigned short fieldId, std::uint32_t n) noexcept;
 
+// Where an id is looked for first.
+inline const PlanId& HomeId(const MessageBlock& block, unsigned short fieldId) noexcept {
+    return block.ids[HomeOf(block.idMultiplier, block.idMask, fieldId)];
+}
+
+// The n-th slot of an id with a single entry, or null; null too for other ids.
+inline _field_data* SingleSlot(const MessageBlock& block, const PlanId& id, std::uint32_t n) noexcept {
+    const PartSlots& part = block.parts[id.part];
+    const std::uint32_t slot = std::uint32_t{id.at} + part.shift + n * part.stride;
+    return slot < part.end ? &SlotsOf(block)[slot] : nullptr;
+}
+
 // The same, quick for an id that is found where it is looked for first.
 inline _field_data* FindNthSlot(const MessageBlock& block, unsigned short fieldId, std::uint32_t n) noexcept {
-    const PlanId& id = block.ids[HomeOf(block.idMultiplier, block.idMask, fieldId)];
-    const PartSlots& part = block.parts[id.part];
-    const std::uint32_t slot = id.at + part.shift + n * part.stride;
-    if (id.id == fieldId && slot < part.end) {
-        return &block.buffer.fields[slot];
+    const PlanId& id = HomeId(block, fieldId);
+    if (id.id == fieldId) {
+        _field_data* slot = SingleSlot(block, id, n);
+        if (slot != nullptr) {
+            return slot;
+        }
     }
-    return id.id == fieldId && id.use == PlanId::kSingle ? nullptr : SearchNthSlot(block, fieldId, n);
+    return SearchNthSlot(block, fieldId, n);
 }
 
 // The instance-th slot with this id (from 1), or null.

@@ -53,15 +53,16 @@ constexpr bool IsFixed(Shape shape) noexcept {
     return shape <= Shape::kMoney;
 }
 
-// 0 for the shapes without one size.
+// Bytes on the wire and in memory; 0 for the shapes without one size.
+inline constexpr std::uint16_t kWireSizes[] = {2, 4, 8, 8, 6, 0, 0, 0};
+inline constexpr std::uint16_t kMemorySizes[] = {2, 4, 8, 8, 8, 0, 0, 0};
+
 constexpr std::uint16_t FixedWireSize(Shape shape) noexcept {
-    constexpr std::uint16_t kSizes[] = {2, 4, 8, 8, 6, 0, 0, 0};
-    return kSizes[static_cast<int>(shape)];
+    return kWireSizes[static_cast<int>(shape)];
 }
 
 constexpr std::uint16_t FixedMemorySize(Shape shape) noexcept {
-    constexpr std::uint16_t kSizes[] = {2, 4, 8, 8, 8, 0, 0, 0};
-    return kSizes[static_cast<int>(shape)];
+    return kMemorySizes[static_cast<int>(shape)];
 }
 
 template <typename T>
@@ -106,10 +107,15 @@ inline void DecodeFixed(Shape shape, const char* bytes, void* out) noexcept {
         case Shape::kDateTime:
             return StoreHost(out, LoadHost<std::uint64_t>(bytes));
         default: {
-            _money money{};
-            StoreHost(&money.amount, LoadU32Be(bytes));
-            StoreHost(&money.displayCode, LoadU16Be(bytes + 4));
-            StoreHost(out, money);
+            // Stored at once, so that it can be loaded at once.
+            struct Money {
+                std::uint32_t amount;
+                std::uint16_t displayCode;
+                std::uint16_t padding;
+            };
+            static_assert(sizeof(Money) == sizeof(_money) &&
+                          offsetof(Money, displayCode) == offsetof(_money, displayCode));
+            StoreHost(out, Money{LoadU32Be(bytes), LoadU16Be(bytes + 4), 0});
         }
     }
 }

@@ -5,6 +5,7 @@
 #include "core/dictionary.h"
 #include "core/message_block.h"
 #include "core/message_model.h"
+#include "core/plan_table.h"
 #include "include/zelmessage.h"
 #include "message/lifecycle.h"
 #include "runtime/error_box.h"
@@ -14,9 +15,17 @@ namespace {
 // The occurrence that means the first slot with the id.
 constexpr short kFirstOccurrence = -1;
 
+// The occurrence's number, from 0; more than there are for those that find nothing.
+std::uint32_t NumberOf(short occurrence) noexcept {
+    return occurrence == kFirstOccurrence ? 0 : static_cast<std::uint16_t>(occurrence - 1);
+}
+
 _field_data* FindOccurrence(const ZelMsgStruct* message, short fieldId, short occurrence) noexcept {
-    return zel::FindZELFieldInstance(message, static_cast<unsigned short>(fieldId),
-                                     occurrence == kFirstOccurrence ? short{1} : occurrence);
+    if (message == nullptr || message->dataBuf == nullptr) {
+        return nullptr;
+    }
+    return zel::FindNthSlot(zel::BlockOf(*message), static_cast<unsigned short>(fieldId),
+                            NumberOf(occurrence));
 }
 
 // Marks the slot as set. Counts every call, also for a slot that was set before.
@@ -75,6 +84,80 @@ bool SetOther(ZelMsgStruct& message, _field_data& slot, FieldKind kind, const vo
     return true;
 }
 
+// Sets a field by what the dictionary says of it now.
+[[gnu::noinline]] void SetByDictionary(ZelMsgStruct* message, short fieldId, const void* value,
+                                       short occurrence) noexcept {
+    _field_data* slot = FindOccurrence(message, fieldId, occurrence);
+    const ZELDictionaryField* record = zel::GetFldEntry(fieldId);
+    if (slot == nullptr || record == nullptr || (value == nullptr && record->type != kZELText)) {
+        return;
+    }
+    const FieldKind kind = KindOf(record);
+    bool set = false;
+    if (kind.type == kZELChars) {
+        set = SetChars(*message, *slot, kind, static_cast<const char*>(value));
+    } else if (kind.type == kZELText) {
+        set = SetText(*message, *slot, kind, static_cast<const char*>(value));
+    } else {
+        set = SetOther(*message, *slot, kind, value);
+    }
+    if (set) {
+        CountAsSet(*message, *slot);
+    }
+}
+
+[[gnu::noinline]] void SetPlainText(ZelMsgStruct& message, _field_data& slot, const char* text) noexcept {
+    if (SetText(message, slot, {kZELText, 0}, text)) {
+        CountAsSet(message, slot);
+    }
+}
+
+// A value of one size, in the slot's own bytes. False: nothing has changed.
+template <std::size_t size>
+bool SetInline(ZelMsgStruct& message, _field_data& slot, const void* value) noexcept {
+    if (slot.value != slot.inlineValue || slot.length != size) {
+        return false;
+    }
+    std::memcpy(slot.inlineValue, value, size);
+    CountAsSet(message, slot);
+    return true;
+}
+
+// A plain field that is found at once, in a message whose plan is current: no look-up can report anything. False:
+// nothing has been done.
+inline bool SetByPlan(ZelMsgStruct* message, short fieldId, const void* value, short occurrence) noexcept {
+    if (message == nullptr || message->dataBuf == nullptr || value == nullptr) {
+        return false;
+    }
+    const zel::MessageBlock& block = zel::BlockOf(*message);
+    const zel::PlanId& id = zel::HomeId(block, static_cast<unsigned short>(fieldId));
+    if (id.id != static_cast<unsigned short>(fieldId) || !zel::IsCurrent(block.table)) {
+        return false;
+    }
+    _field_data* slot = zel::SingleSlot(block, id, NumberOf(occurrence));
+    if (slot == nullptr) {
+        return false;
+    }
+    switch (id.plainType) {
+        case kZELShort:
+            return SetInline<2>(*message, *slot, value);
+        case kZELLong:
+        case kZELInt:
+        case kZELFloat:
+            return SetInline<4>(*message, *slot, value);
+        case kZELDouble:
+        case kZELDateTime:
+            return SetInline<8>(*message, *slot, value);
+        case kZELMoney:
+            return SetInline<6>(*message, *slot, value);
+        case kZELText:
+            SetPlainText(*message, *slot, static_cast<const char*>(value));
+            return true;
+        default:
+            return false;
+    }
+}
+
 }  // namespace
 
 CZELMessage::CZELMessage(short messageVersion, int packFormat2) noexcept
@@ -111,22 +194,8 @@ void CZELMessage::destroyStruct() noexcept {
 }
 
 void CZELMessage::setFieldValue(short fieldId, const void* value, short occurrence) noexcept {
-    _field_data* slot = FindOccurrence(message, fieldId, occurrence);
-    const ZELDictionaryField* record = zel::GetFldEntry(fieldId);
-    if (slot == nullptr || record == nullptr || (value == nullptr && record->type != kZELText)) {
-        return;
-    }
-    const FieldKind kind = KindOf(record);
-    bool set = false;
-    if (kind.type == kZELChars) {
-        set = SetChars(*message, *slot, kind, static_cast<const char*>(value));
-    } else if (kind.type == kZELText) {
-        set = SetText(*message, *slot, kind, static_cast<const char*>(value));
-    } else {
-        set = SetOther(*message, *slot, kind, value);
-    }
-    if (set) {
-        CountAsSet(*message, *slot);
+    if (!SetByPlan(message, fieldId, value, occurrence)) {
+        SetByDictionary(message, fieldId, value, occurrence);
     }
 }
 
