@@ -23,7 +23,9 @@ void GeneratedTables::Define(int id, int type, int length, int version) {
 void GeneratedTables::Generate(Input& input, int id) {
     constexpr int kLengths[] = {0, 2, 4, 4, 5, 0, 4, 8, 8, 6, 0, 0, 0};
     const int type = input.Below(13);
-    const int length = input.OneIn(8) ? static_cast<std::int8_t>(input.Byte()) : kLengths[type];
+    const bool isOdd = input.OneIn(8);
+    const int length = isOdd ? static_cast<std::int8_t>(input.Byte()) : kLengths[type];
+    isConsistent_ = isConsistent_ && length == kLengths[type] && id > kHeaderFields;
     Define(id, type, length, input.Below(4));
 }
 

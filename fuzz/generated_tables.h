@@ -25,6 +25,8 @@ public:
     std::uint16_t FieldId(Input& input, int subType) const;
     // An id without a record has that of the id 0: no type.
     const ZELDictionaryField& Field(unsigned id) const { return records_[id < records_.size() ? id : 0]; }
+    // Whether each length is that of the field's type: else nobody can step over the field.
+    bool IsConsistent() const { return isConsistent_; }
     const ZELSubTypeNode& Node(int subType) const { return nodes_[subType]; }
 
 private:
@@ -36,6 +38,7 @@ private:
     std::vector<ZELFieldListEntry> lists_[kSubTypes];
     ZELSubTypeNode nodes_[kSubTypes];
     ZELTypeNode type_;
+    bool isConsistent_ = true;
 };
 
 }  // namespace zel::fuzz
