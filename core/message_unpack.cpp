@@ -133,7 +133,7 @@ bool ReceiveExpected(Receiving& receiving) noexcept {
         return true;
     }
     Receipt receipt = Receipt::kReceived;
-    while (receiving.fieldsLeft != 0 && receipt == Receipt::kReceived) {
+    while (receiving.fieldsLeft != 0 && cursor.stop != nullptr && receipt == Receipt::kReceived) {
         // One run. What it needs is in variables of their own: they stay in registers.
         const PlanEntry* entry = cursor.entry;
         const PlanEntry* const stop = entry + std::min<std::ptrdiff_t>(cursor.stop - entry, receiving.fieldsLeft);
@@ -160,7 +160,7 @@ bool ReceiveExpected(Receiving& receiving) noexcept {
         cursor.slot = slot;
         if (entry == cursor.stop && receipt != Receipt::kFailed) {
             cursor = EnterNextRun(block, cursor);
-            receipt = cursor.stop != nullptr ? Receipt::kReceived : Receipt::kOtherwise;
+            receipt = Receipt::kReceived;
         }
     }
     receiving.in = in;
@@ -197,7 +197,7 @@ bool ReceiveNext(Receiving& receiving, bool isCurrent) noexcept {
     const SlotPlace place = FindFreePlace(receiving.block, fieldId, markers);
     const int left = receiving.fieldsLeft;
     if (place.slot == nullptr) {
-        receiving.cursor.entry = &kNowhere;
+        receiving.cursor = {&kNowhere, nullptr, nullptr, 0, 0};
         return ReceiveOne(receiving, fieldId, nullptr, format);
     }
     receiving.cursor = CursorAt(receiving.block, place);

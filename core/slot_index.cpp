@@ -100,10 +100,33 @@ void StartReceiving(ZELDataBuf& buffer) noexcept {
     std::memset(block.passed, 0, static_cast<std::size_t>(block.plan->entryCount) * sizeof *block.passed);
 }
 
+namespace {
+
+// The slots of an id that markers tell apart, or that has one slot: only one of them may have this many markers.
+SlotPlace FreePlaceByMarkers(const MessageBlock& block, const PlanId& id, int groupMarkers) noexcept {
+    const MessagePlan& plan = *block.plan;
+    int repetition = 0;
+    if (id.part == kInGroup) {
+        const int behindFirst = groupMarkers - plan.entries[id.at].markers;
+        repetition = plan.groupMarkers == 1 ? behindFirst : behindFirst / plan.groupMarkers;
+        if (repetition < 0) {
+            return {nullptr, 0, 0};
+        }
+    }
+    const SlotPlace place = PlaceAt(block, static_cast<Part>(id.part), id.at, static_cast<std::uint32_t>(repetition));
+    const bool isFree = place.slot != nullptr && place.slot->isSet == 0 && MarkersOf(block, place) == groupMarkers;
+    return isFree ? place : SlotPlace{nullptr, 0, 0};
+}
+
+}  // namespace
+
 SlotPlace FindFreePlace(MessageBlock& block, unsigned short fieldId, int groupMarkers) noexcept {
     const PlanId& id = FindPlanId(*block.plan, fieldId);
     if (id.use == PlanId::kFree) {
         return {nullptr, 0, 0};
+    }
+    if (id.use == PlanId::kSingle && (id.part != kInGroup || block.plan->groupMarkers != 0)) {
+        return FreePlaceByMarkers(block, id, groupMarkers);
     }
     const int first = id.use == PlanId::kSingle ? id.at : block.plan->places[block.plan->severals[id.at].first];
     for (std::uint16_t& passed = block.passed[first];; ++passed) {
