@@ -48,9 +48,12 @@ constexpr std::size_t kMaxHeader = 30 + UINT16_MAX;
 // User data of up to this length without a buffer goes as a number.
 constexpr unsigned short kFixedUserDataLength = 4;
 
-// Whether the dictionary gives a header number the width that it has.
+// Whether the dictionary gives a header field the width that it has.
 bool HasHeaderWidth(HeaderFieldId fieldId) noexcept {
     const std::uint16_t type = GetFldType(static_cast<short>(fieldId));
+    if (fieldId == kVarUserData) {
+        return ShapeOf(type) == Shape::kCounted;
+    }
     const bool isLong = type == kZELLong || type == kZELInt;
     return kHeaderFields[fieldId].width == 2 ? type == kZELShort : isLong;
 }
@@ -136,8 +139,11 @@ char* PackUserData(const ZelMsgStruct& message, char* out, char* end) noexcept {
     if (out == nullptr) {
         return nullptr;
     }
-    char* next = PackZELField(kVarUserData, message.varUserData, static_cast<short>(message.varUserDataLen), out, end,
-                              kIdAndValue);
+    char* next = nullptr;
+    if (HasHeaderWidth(kVarUserData)) {
+        next = PackZELField(kVarUserData, message.varUserData, static_cast<short>(message.varUserDataLen), out, end,
+                            kIdAndValue);
+    }
     return next != nullptr ? next : ReportUnpackable(kVarUserData);
 }
 

@@ -31,8 +31,13 @@ bool ReceiveValue(MessageBlock& block, _field_data& slot, Reader in, short forma
     const auto length = record != nullptr ? static_cast<std::uint16_t>(record->length) : std::uint16_t{0};
     if (!hasLength && IsFixed(shape)) {
         slot.value = slot.inlineValue;
-    } else if (NewSlotValue(block, slot, wire.length, ReadSize(shape, length)) == nullptr) {
-        return false;
+    } else {
+        char* value = NewSlotValue(block, slot, wire.length, ReadSize(shape, length));
+        if (value == nullptr) {
+            return false;
+        }
+        // The wire may say more than a date-time has: nobody sees what was in the buffer before.
+        std::memset(value, 0, wire.length);
     }
     StoreZELValue(wire, slot.value, &slot.length);
     slot.isSet = 1;
@@ -124,6 +129,9 @@ bool ReceiveExpected(Receiving& receiving) noexcept {
     MessageBlock& block = receiving.block;
     Reader in = receiving.in;
     SlotCursor& cursor = receiving.cursor;
+    if (cursor.stop == nullptr) {
+        return true;
+    }
     Receipt receipt = Receipt::kReceived;
     while (receiving.fieldsLeft != 0 && cursor.stop != nullptr && receipt == Receipt::kReceived) {
         // One run. What it needs is in variables of their own: they stay in registers.

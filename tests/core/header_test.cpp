@@ -109,6 +109,14 @@ TEST_F(Header, ReportsTheFieldThatFails) {
     EXPECT_EQ(BuildZELHeader(&header_, out, &length), nullptr);
     EXPECT_EQ(Unpack(good), nullptr);
     EXPECT_EQ(reports_.TakeText(), "1417 ZEL_HDR_MSGID; 1427 ZEL_HDR_MSGID");
+    tables_.ChangeField(4).type = kZELInt;
+    tables_.ChangeField(7).type = kZELChars;
+    tables_.ChangeField(7).length = -75;
+    char userData[] = "six...";
+    header_.varUserData = userData;
+    header_.varUserDataLen = 6;
+    EXPECT_EQ(BuildZELHeader(&header_, out, &length), nullptr);
+    EXPECT_EQ(reports_.TakeText(), "1417 ZEL_HDR_VAR_USER_DATA");
 }
 
 TEST(Frame, WritesAndReadsBothForms) {
