@@ -297,13 +297,7 @@ private:
         }
         const std::string twice = PackPlainly(again);
         if (!twice.empty() && twice != once) {
-            (void)std::fprintf(stderr, "packed, unpacked and packed, a message differs\n");
-            for (auto* s : {&once, &twice}) {
-                for (unsigned char c : *s)
-                    std::fprintf(stderr, "%02x", c);
-                std::fprintf(stderr, "\n");
-            }
-            std::abort();
+            Fail("packed, unpacked and packed, a message differs");
         }
     }
 

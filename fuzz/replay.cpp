@@ -1,23 +1,47 @@
-// Runs a fuzz target over the files of a folder, without a fuzzer: the inputs that were kept, in the ordinary tests.
+// Runs a fuzz target without a fuzzer: over the inputs that were kept in a folder, and over random ones, which are the
+// same in every run.
+//   fuzz_TARGET FOLDER COUNT
 #include <cstdint>
 #include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <random>
 #include <string>
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
 
-int main(int argc, char** argv) {
-    int inputs = 0;
-    for (const auto& entry : std::filesystem::directory_iterator(argc == 2 ? argv[1] : ".")) {
-        std::ifstream file(entry.path(), std::ios::binary);
-        const std::string bytes{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-        // A failure ends the process: this names the input then.
-        (void)std::printf("%s\n", entry.path().filename().string().c_str());
-        (void)std::fflush(stdout);
-        (void)LLVMFuzzerTestOneInput(reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size());
-        ++inputs;
+namespace {
+
+// A failure ends the process: the name of the input stands on the last line then.
+void Run(const std::string& name, const std::string& bytes) {
+    (void)std::printf("%s\n", name.c_str());
+    (void)std::fflush(stdout);
+    (void)LLVMFuzzerTestOneInput(reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size());
+}
+
+std::string RandomBytes(unsigned seed) {
+    std::mt19937 random(seed);
+    std::string bytes(200 + random() % 4000, '\0');
+    for (char& byte : bytes) {
+        byte = static_cast<char>(random());
     }
-    return inputs != 0 ? 0 : 1;
+    return bytes;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    if (argc != 3) {
+        return 2;
+    }
+    for (const auto& entry : std::filesystem::directory_iterator(argv[1])) {
+        std::ifstream file(entry.path(), std::ios::binary);
+        Run(entry.path().filename().string(), {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()});
+    }
+    for (unsigned seed = 0; seed < static_cast<unsigned>(std::atoi(argv[2])); ++seed) {
+        Run("seed " + std::to_string(seed), RandomBytes(seed));
+    }
+    return 0;
 }
