@@ -5,6 +5,7 @@
 #include <stdexcept>
 
 #include "tools/descriptor.h"
+#include "tools/status.h"
 #include "tools/terminal.h"
 
 namespace zel::tools {
@@ -20,6 +21,14 @@ void Flush(ByteOutput& output) {
         throw OutputClosed();
     }
     throw std::runtime_error(std::string("cannot write to standard output: ") + std::strerror(error));
+}
+
+int UntilReaderGoes(const std::function<int()>& verb) {
+    try {
+        return verb();
+    } catch (const OutputClosed&) {
+        return kStatusGood;
+    }
 }
 
 }  // namespace zel::tools

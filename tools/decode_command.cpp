@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "tools/byte_input.h"
+#include "tools/byte_output.h"
 #include "tools/capture_decoder.h"
 #include "tools/descriptor.h"
 #include "tools/dictionary_choice.h"
@@ -130,14 +131,6 @@ int Decode(const DecodeOptions& options) {
     return complaints.any() ? kStatusFound : kStatusGood;
 }
 
-int DecodeQuietly(const DecodeOptions& options) {
-    try {
-        return Decode(options);
-    } catch (const OutputClosed&) {
-        return kStatusGood;
-    }
-}
-
 }  // namespace
 
 void AddDecodeCommand(CLI::App& app, int& status) {
@@ -171,7 +164,7 @@ void AddDecodeCommand(CLI::App& app, int& status) {
         "  zel decode --hex --streams FILTER_STREAM,SORT_STREAM dump.txt\n"
         "  zel decode --follow capture.zel\n"
         "Exit status: 0 all messages good, 1 some bad, 2 wrong usage, no dictionary or no capture.");
-    decode->callback([options, &status] { status = DecodeQuietly(*options); });
+    decode->callback([options, &status] { status = UntilReaderGoes([&options] { return Decode(*options); }); });
 }
 
 }  // namespace zel::tools

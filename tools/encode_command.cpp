@@ -91,14 +91,6 @@ int Encode(const EncodeOptions& options) {
     return complaints.any() ? kStatusFound : kStatusGood;
 }
 
-int EncodeQuietly(const EncodeOptions& options) {
-    try {
-        return Encode(options);
-    } catch (const OutputClosed&) {
-        return kStatusGood;
-    }
-}
-
 }  // namespace
 
 void AddEncodeCommand(CLI::App& app, int& status) {
@@ -116,7 +108,7 @@ void AddEncodeCommand(CLI::App& app, int& status) {
         "  echo '{\"name\":\"NOTICE\",\"fields\":{\"HEADLINE\":\"Closed\"}}' | zel encode --hex\n"
         "  zel decode --json capture.zel | sed 's/\"RYE\"/\"OATS\"/' | zel encode > changed.zel\n"
         "Exit status: 0 all messages good, 1 some bad, 2 wrong usage, no dictionary or no input.");
-    encode->callback([options, &status] { status = EncodeQuietly(*options); });
+    encode->callback([options, &status] { status = UntilReaderGoes([&options] { return Encode(*options); }); });
 }
 
 }  // namespace zel::tools
