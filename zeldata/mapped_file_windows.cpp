@@ -48,7 +48,7 @@ bool MapHandle(HANDLE handle, MappedFile& file, MapFault& fault) noexcept {
 
 bool MapFile(const char* path, MappedFile& file, MapFault& fault) noexcept {
     HANDLE handle = CreateFileA(path, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_DELETE, nullptr, OPEN_EXISTING,
-                                      FILE_ATTRIBUTE_NORMAL, nullptr);
+                                FILE_ATTRIBUTE_NORMAL, nullptr);
     if (handle == INVALID_HANDLE_VALUE) {
         return RefuseWithLastError(fault, "cannot be opened");
     }
