@@ -21,8 +21,8 @@ void Run(const std::string& name, const std::string& bytes) {
     (void)LLVMFuzzerTestOneInput(reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size());
 }
 
-std::string RandomBytes(unsigned seed) {
-    std::mt19937 random(seed);
+std::string RandomBytes(unsigned long seed) {
+    std::mt19937 random(static_cast<std::mt19937::result_type>(seed));
     std::string bytes(200 + random() % 4000, '\0');
     for (char& byte : bytes) {
         byte = static_cast<char>(random());
@@ -40,7 +40,7 @@ int main(int argc, char** argv) {
         std::ifstream file(entry.path(), std::ios::binary);
         Run(entry.path().filename().string(), {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()});
     }
-    for (unsigned seed = 0; seed < static_cast<unsigned>(std::atoi(argv[2])); ++seed) {
+    for (unsigned long seed = 0; seed < std::strtoul(argv[2], nullptr, 10); ++seed) {
         Run("seed " + std::to_string(seed), RandomBytes(seed));
     }
     return 0;
