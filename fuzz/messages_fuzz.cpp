@@ -1,5 +1,5 @@
-// Programs on message objects over generated dictionaries: whatever they do, nothing breaks, and what was packed
-// plainly unpacks to what was set.
+// Programs on message objects over generated dictionaries: whatever they do, nothing breaks, and a received message
+// that is packed, unpacked and packed again has the same bytes both times.
 #include "core/plan_table.h"
 #include "fuzz/message_program.h"
 
