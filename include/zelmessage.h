@@ -5,7 +5,8 @@
 //  - No exception leaves the library. Failure is a result (-1, 0 or null, as each operation says), and a report to the
 //    error sink, if the program installed one. Reports come innermost cause first.
 //  - Different message objects may be used in different threads at the same time. One object belongs to one thread at a
-//    time. CZELMessage::init, CZELMessage::terminate and ZELSetErrorSink run while no other call is in progress.
+//    time. CZELMessage::init, CZELMessage::terminate, ZELSetErrorSink and ZELSetMostRepetitions run while no other call
+//    is in progress.
 //  - Numbers on the wire are 16 or 32 bits wide. A long in a signature carries a 32-bit value, whatever its own width.
 //  - The library reads the data dictionary and the message table from a provider library (zelprovider.h).
 #ifndef ZEL_ZELMESSAGE_H
@@ -255,6 +256,14 @@ ZEL_API int ProcessRsp(const char* buffer, long ignored1, short* msgType, short*
 
 // The same for `length` bytes without a frame.
 ZEL_API int ProcessRspNoFrame(const char* buffer, long length, short* msgType, short* subType) noexcept;
+
+// A received repeat count asks for slots whether fields follow or not: 32,767 of them, the most there can be, take 1.3
+// MB (1 MB in 32-bit programs) until the message is freed, and some 0.1 ms, even for a message of 40 bytes. A program
+// that reads from peers it does not trust says here how many repetitions it can use. A message with more is refused by
+// unpackMessage and unpackMessageNoFrame like one that memory fails (1001 "CreateZELDataBuf() failed", 1434; `message`
+// is null). Messages that the program creates are not concerned. Answers the number before; it starts as 32767, which
+// refuses nothing.
+ZEL_API short ZELSetMostRepetitions(short most) noexcept;
 
 // ---- Error reports --------------------------------------------------------------------------------------------------
 

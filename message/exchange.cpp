@@ -1,4 +1,7 @@
 // Moving a message object to and from the bytes that travel.
+#include <climits>
+#include <utility>
+
 #include "core/compression.h"
 #include "core/dictionary.h"
 #include "core/frame.h"
@@ -21,6 +24,9 @@ constexpr short kReportedField = 550;
 
 // What a failed creation reports in place of type and sub-type. Likewise.
 constexpr int kReportedType = 304;
+
+// Of a received message. The count alone decides how many slots are made, whatever its message's size.
+short mostRepetitions = SHRT_MAX;
 
 void CopyHeaderMembers(const CZELMessage& object, ZelMsgStruct& message) noexcept {
     message.msgType = object.msgType;
@@ -95,7 +101,12 @@ long CZELMessage::unpackMessageNoFrame(const char* buffer, long length) noexcept
     subType = received.header.subType;
     serviceIdHigh = received.header.serviceIdHigh;
     serviceIdLow = received.header.serviceIdLow;
-    message = zel::ReplaceZelMsgStruct(message, msgType, subType, repeatCount, zel::ValueRoom(received));
+    if (repeatCount > mostRepetitions) {
+        zel::SendReport(zel::reports::kTooManySlots);
+        destroyStruct();
+    } else {
+        message = zel::ReplaceZelMsgStruct(message, msgType, subType, repeatCount, zel::ValueRoom(received));
+    }
     if (message == nullptr) {
         zel::FreeVarUserData(received.header);
         zel::SendReportWith(zel::reports::kMessageNotCreated, kReportedType, kReportedType);
@@ -116,4 +127,8 @@ int CZELMessage::getHeaderInfo(const char* buffer, long* length, short* frameTyp
 
 long CZELMessage::getZelIdFromName(const char* name) noexcept {
     return provider != nullptr ? provider->idFromName(name) : -1;
+}
+
+extern "C" short ZELSetMostRepetitions(short most) noexcept {
+    return std::exchange(mostRepetitions, most);
 }

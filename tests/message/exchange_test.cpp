@@ -197,6 +197,28 @@ TEST_F(Exchange, LeavesTheStateThatEachFailurePromises) {
     EXPECT_EQ(object.message, nullptr);
 }
 
+TEST_F(Exchange, RefusesMoreRepetitionsThanTheProgramAllows) {
+    CZELMessage sender(0, 0);
+    sender.msgType = 1;
+    sender.subType = kPlainGroup;
+    sender.repeatCount = 1;
+    sender.createStruct();
+    const short count = 3;
+    sender.setFieldValue(kLegs, &count, -1);
+    const std::string frame = Pack(sender);
+    ASSERT_EQ(ZELSetMostRepetitions(3), 32767);
+    CZELMessage object(0, 0);
+    EXPECT_EQ(Unpack(object, frame), 0);
+    ASSERT_EQ(ZELSetMostRepetitions(2), 3);
+    reports_.Take();
+    EXPECT_EQ(Unpack(object, frame), -1);
+    EXPECT_EQ(reports_.Take(), (Lines{"1001 CreateZELDataBuf() failed", "1434 MsgType = 304, SubType = 304"}));
+    EXPECT_TRUE(object.message == nullptr && object.repeatCount == 3);
+    object.createStruct();
+    EXPECT_NE(object.message, nullptr) << "its own messages may have as many as they like";
+    ZELSetMostRepetitions(32767);
+}
+
 TEST_F(Exchange, ProcessesResponses) {
     CZELMessage sender(0, 0);
     FillSimple(sender);
