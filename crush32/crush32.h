@@ -30,7 +30,8 @@ CRUSH_API short CrushBegin() noexcept;
 // behind those 8 bytes.
 CRUSH_API int CrushCompress(const char* source, char* destination, int sourceLength) noexcept;
 
-// Ordinal 6. Expands `compressedLength` bytes into exactly `expandedLength`: 0, or -1 when the data is not such data.
+// Ordinal 6. Expands `compressedLength` bytes into exactly `expandedLength`: 0, or -1 when the data is not such data or
+// there is no working memory.
 // Reads nothing behind the one length and writes nothing behind the other.
 CRUSH_API short CrushExpand(const char* source, char* destination, int expandedLength, int compressedLength) noexcept;
 

@@ -3,7 +3,10 @@
 
 #include <array>
 #include <atomic>
+#include <cstddef>
 #include <new>
+
+#include "runtime/heap.h"
 
 namespace zel::crush {
 
@@ -26,19 +29,36 @@ static_assert(Slot::is_always_lock_free);
 
 std::array<Slot, kSlotCount> idleStates{};
 
+voidpf AllocateForZlib(voidpf /*unused*/, uInt count, uInt size) noexcept {
+    // zlib asks for its own fixed tables alone: the product is small.
+    return HeapAllocate(std::size_t{count} * size);
+}
+
+void ReleaseForZlib(voidpf /*unused*/, voidpf block) noexcept {
+    HeapRelease(block);
+}
+
+z_stream NewStream() noexcept {
+    z_stream stream{};
+    stream.zalloc = &AllocateForZlib;
+    stream.zfree = &ReleaseForZlib;
+    return stream;
+}
+
 State* CreateState() noexcept {
-    State* state = new (std::nothrow) State{};
-    if (state == nullptr) {
+    void* block = HeapAllocate(sizeof(State));
+    if (block == nullptr) {
         return nullptr;
     }
+    auto* state = new (block) State{NewStream(), NewStream()};
     if (deflateInit2(&state->deflater, kLevel, Z_DEFLATED, kCompressWindowBits, kMemoryLevel, Z_DEFAULT_STRATEGY) !=
         Z_OK) {
-        delete state;
+        HeapRelease(state);
         return nullptr;
     }
     if (inflateInit2(&state->inflater, kExpandWindowBits) != Z_OK) {
         deflateEnd(&state->deflater);
-        delete state;
+        HeapRelease(state);
         return nullptr;
     }
     return state;
@@ -47,7 +67,7 @@ State* CreateState() noexcept {
 void FreeState(State* state) noexcept {
     inflateEnd(&state->inflater);
     deflateEnd(&state->deflater);
-    delete state;
+    HeapRelease(state);
 }
 
 State* Empty(Slot& slot) noexcept {

@@ -8,7 +8,6 @@
 #include "core/message_model.h"
 #include "tests/support/bytes.h"
 #include "tests/support/cases.h"
-#include "tests/support/failing_heap.h"
 #include "tests/support/recorded_reports.h"
 #include "tests/support/test_tables.h"
 
@@ -72,13 +71,6 @@ TEST_F(Header, SendsVariableUserDataWhereThereIsABuffer) {
         EXPECT_EQ(Build(header_), written);
         FreeVarUserData(header_);
     }
-    FailAllocationsFrom(1);
-    header_ = {};
-    header_.varUserData = user;
-    EXPECT_EQ(Unpack(Build(header_)), nullptr);
-    FailAllocationsFrom(0);
-    EXPECT_EQ(reports_.TakeText(), "12 Malloc for VarUserData failed");
-    EXPECT_EQ(header_.varUserDataOwned, 0);
 }
 
 TEST_F(Header, ReportsTheFieldThatFails) {

@@ -119,32 +119,5 @@ TEST(MessageModel, RefusesWhatTheTablesCannotGive) {
     EXPECT_EQ(LiveBlocks(), live);
 }
 
-TEST(MessageModel, GivesEverythingBackWhenMemoryFails) {
-    TestTables tables;
-    RecordedReports reports;
-    const int live = LiveBlocks();
-    int failed = 0;
-    for (int n = 1;; ++n) {
-        FailAllocationsFrom(n);
-        ZelMsgStruct* message = CreateZelMsgStruct(1, kMarkedGroup, 2);
-        FailAllocationsFrom(0);
-        if (message != nullptr) {
-            FreeZelMsgStruct(message);
-            break;
-        }
-        ++failed;
-        EXPECT_EQ(reports.Take(), Lines{"12 malloc() call failed"});
-        ReleasePlans();
-        EXPECT_EQ(LiveBlocks(), live);
-    }
-    EXPECT_EQ(failed, 3) << "plans, plan, block";
-    FailAllocationsFrom(1);
-    EXPECT_EQ(CreateZelMsgStruct(1, kMarkedGroup, -1), nullptr);
-    FailAllocationsFrom(0);
-    EXPECT_EQ(reports.Take(), Lines{"12 malloc() call failed"}) << "memory comes before the repeat count";
-    ReleasePlans();
-    EXPECT_EQ(LiveBlocks(), live);
-}
-
 }  // namespace
 }  // namespace zel::test

@@ -9,7 +9,7 @@ declare -A allowed=(
     [message]="include runtime core crush32"
     [convert]="include runtime"
     [stream]="include runtime core"
-    [crush32]=""
+    [crush32]="runtime"
     [zeldata]="include runtime"
     [tools]="include runtime zeldata"
 )

@@ -247,37 +247,6 @@ TEST_F(Exchange, ProcessesResponses) {
     EXPECT_EQ(sender.getZelIdFromName("SIDE"), -1) << "no provider";
 }
 
-TEST_F(Exchange, LosesNothingWhenMemoryFails) {
-    Random random(99);
-    CZELMessage sent(0, 0);
-    FillRandomly(sent, TablesInUse(), 1, tables_.Message(kMarkedGroup), 3, false, random);
-    char user[] = "some user data";
-    sent.message->varUserData = user;
-    sent.message->varUserDataLen = sizeof user;
-    const std::string frame = Pack(sent);
-    const int live = LiveBlocks();
-    {
-        CZELMessage received(0, 0);
-        int failures = 0;
-        for (int n = 1;; ++n) {
-            FailAllocationsFrom(n);
-            const long result = Unpack(received, frame);
-            FailAllocationsFrom(0);
-            if (result == 0) {
-                break;
-            }
-            ++failures;
-            EXPECT_FALSE(reports_.Take().empty());
-            EXPECT_EQ(received.message, nullptr);
-            EXPECT_EQ(LiveBlocks(), live);
-        }
-        EXPECT_EQ(failures, 2) << "user data, block";
-        EXPECT_EQ(Difference(sent, received, TablesInUse(), false), "");
-        EXPECT_EQ(std::string(received.message->varUserData, sizeof user), std::string(user, sizeof user));
-    }
-    EXPECT_EQ(LiveBlocks(), live);
-}
-
 TEST_F(Exchange, RunsInSeveralThreadsAtOnce) {
     const auto exchange = [this](unsigned seed) {
         Random random(seed);

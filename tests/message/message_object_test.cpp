@@ -151,29 +151,5 @@ TEST_F(MessageObject, KeepsReplacedValuesUntilTheMessageGoes) {
     EXPECT_EQ(LiveBlocks(), live);
 }
 
-TEST_F(MessageObject, LeavesAFieldAsItWasWithoutMemory) {
-    Create(kAllTypes);
-    object_.setFieldValue(kCode, "kept", -1);
-    FailAllocationsFrom(1);
-    while (reports_.Take().empty()) {
-        object_.setFieldValue(kSymbol, "room", -1);
-    }
-    const short count = object_.message->numFields;
-    object_.setFieldValue(kSymbol, "lost", -1);
-    object_.setFieldValue(kCode, "lost", -1);
-    object_.setFieldValueBinary(kBlob, "lost", 4, -1);
-    EXPECT_EQ(reports_.Take(), Lines(3, "12 Malloc failed"));
-    EXPECT_EQ(Value(kSymbol) + Value(kCode, 1).substr(0, 4), "roomkept");
-    EXPECT_EQ(object_.getField(kBlob, -1)->value, nullptr);
-    EXPECT_EQ(object_.message->numFields, count);
-    object_.createStruct();
-    EXPECT_NE(object_.message, nullptr) << "in the memory of the one before";
-    object_.destroyStruct();
-    object_.createStruct();
-    FailAllocationsFrom(0);
-    EXPECT_EQ(reports_.Take(), Lines{"12 malloc() call failed"});
-    EXPECT_EQ(object_.message, nullptr);
-}
-
 }  // namespace
 }  // namespace zel::test

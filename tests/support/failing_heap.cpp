@@ -2,12 +2,14 @@
 
 #include <atomic>
 #include <cerrno>
+#include <climits>
 #include <cstdlib>
 
 #include "runtime/heap.h"
 
 namespace {
 std::atomic<int> failFrom{0};
+std::atomic<int> failTo{0};
 std::atomic<int> requests{0};
 std::atomic<int> liveBlocks{0};
 }  // namespace
@@ -16,8 +18,8 @@ namespace zel {
 
 void* HeapAllocate(std::size_t size) noexcept {
     const int request = ++requests;
-    const int limit = failFrom;
-    if (limit != 0 && request >= limit) {
+    const int from = failFrom;
+    if (from != 0 && request >= from && request <= failTo) {
         errno = ENOMEM;
         return nullptr;
     }
@@ -36,8 +38,9 @@ void HeapRelease(void* block) noexcept {
 
 namespace zel::test {
 
-void FailAllocationsFrom(int n) {
+void FailAllocationsFrom(int n, int count) {
     failFrom = n;
+    failTo = count < INT_MAX - n ? n + count - 1 : INT_MAX;
     requests = 0;
 }
 

@@ -2,10 +2,12 @@
 #ifndef ZEL_TESTS_SUPPORT_FAILING_HEAP_H
 #define ZEL_TESTS_SUPPORT_FAILING_HEAP_H
 
+#include <climits>
+
 namespace zel::test {
 
-// Fails the n-th request from now on (1: the next one) and every one behind it; 0: none.
-void FailAllocationsFrom(int n);
+// Fails the n-th request from now on (1: the next one) and those behind it, `count` in all; 0: none.
+void FailAllocationsFrom(int n, int count = INT_MAX);
 
 // Requests since the last call of FailAllocationsFrom, failed ones included.
 int AllocationCount();

@@ -112,6 +112,8 @@ protected:
 #else
         Write("x");
 #endif
+        // None of its calls asks for memory.
+        test::FailAllocationsFrom(1);
         const ZELDictionaryHeader* dictionary = provider->dataDictionary();
         for (int id = 1; id <= dictionary->count; ++id) {
             const ZELDictionaryField& field = FieldRecord(dictionary, static_cast<unsigned>(id));
@@ -121,6 +123,8 @@ protected:
         }
         EXPECT_EQ(provider->idFromName(nullptr), -1);
         std::string contents = Contents(dictionary, provider->messageTable());
+        EXPECT_EQ(test::AllocationCount(), 0);
+        test::FailAllocationsFrom(0);
         EXPECT_EQ(test::LiveBlocks(), before + 1);
         provider->destroy(1);
         EXPECT_EQ(test::LiveBlocks(), before);
