@@ -113,7 +113,7 @@ int Decode(const DecodeOptions& options) {
         }
     } catch (const std::runtime_error& error) {
         (void)std::fprintf(stderr, "zel: %s\n", error.what());
-        return kStatusUsage;
+        return kStatusUnable;
     }
     const std::set<std::uint16_t> streams =
         catalog ? FindStreams(options.streams, *catalog) : std::set<std::uint16_t>();

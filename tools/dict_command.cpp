@@ -77,7 +77,7 @@ void AddBuild(CLI::App& dict, int& status) {
     build->footer(
         "Example:\n"
         "  zel dict build zeldata/sample.json -o sample.img\n"
-        "Exit status: 0 built, 1 errors in the source or no image written, 2 wrong usage.");
+        "Exit status: 0 built, 1 errors in the source, 2 wrong usage or the image cannot be written.");
     build->callback([options, &status] { status = BuildImage(*options); });
 }
 

@@ -98,7 +98,7 @@ int DiffDictionaries(const DiffOptions& options) {
     DictionaryFile after;
     const bool readBefore = ReadSide(options.before, before);
     if (!ReadSide(options.after, after) || !readBefore) {
-        return kStatusUsage;
+        return kStatusUnable;
     }
     std::vector<Change> changes = CompareDictionaries(before.dictionary, after.dictionary);
     if (options.breakingOnly) {

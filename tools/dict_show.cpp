@@ -175,17 +175,17 @@ int ShowDictionary(const ShowOptions& options) {
     const Request request = ReadRequest(options);
     if (request.path.empty()) {
         std::cerr << "zel: no dictionary image is known here; name one, or set ZELDATA_IMAGE\n";
-        return kStatusUsage;
+        return kStatusUnable;
     }
     if (options.json && !request.subject.empty()) {
         std::cerr << "zel: --json shows the whole dictionary; leave out " << request.subject << '\n';
-        return kStatusUsage;
+        return kStatusUnable;
     }
     Findings findings;
     const DictionaryFile file = ReadDictionaryFile(request.path, findings);
     if (CountErrors(findings) != 0) {
         PrintFindings(std::cerr, request.path, findings);
-        return kStatusUsage;
+        return kStatusUnable;
     }
     if (options.json) {
         return ShowSource(file);

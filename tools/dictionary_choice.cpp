@@ -25,7 +25,10 @@ void SetVariable(const std::string& value) {
     // The environment keeps pointing to what it was given.
     static std::deque<std::string> given;
     given.push_back(std::string(image::kImageVariable) + '=' + value);
-    putenv(given.back().data());
+    // A provider that is not told would serve another dictionary.
+    if (putenv(given.back().data()) != 0) {
+        throw DictionaryError(std::string("no dictionary: cannot set ") + image::kImageVariable);
+    }
 }
 
 std::string Variable() {
@@ -53,13 +56,6 @@ const void* ProviderCode(const VormaZelData* provider) {
 
 }  // namespace
 
-void TemporaryFile::Remove() noexcept {
-    std::error_code ignored;
-    if (!path.empty()) {
-        fs::remove(path, ignored);
-    }
-}
-
 void AddDictionaryOption(CLI::App& verb, std::string& path) {
     verb.add_option("-d,--dictionary", path,
                     "Dictionary: an image, or a source (*.json); else the image that ZELDATA_IMAGE names, else "
@@ -74,10 +70,11 @@ LoadedDictionary::LoadedDictionary(const std::string& path) {
         return;
     }
     built_ = BuildSource(path);
-    temporary_.path = (fs::temp_directory_path() / ("zel-" + std::to_string(std::random_device()()) + ".img")).string();
-    WriteFileAtomically(temporary_.path, built_);
-    Start(temporary_.path);
-    temporary_.Remove();
+    const fs::path image = fs::temp_directory_path() / ("zel-" + std::to_string(std::random_device()()) + ".img");
+    temporary_.emplace(image.string());
+    WriteFileAtomically(image.string(), built_);
+    Start(image.string());
+    temporary_->Remove();
     TakeNames(built_.data(), built_.size());
 }
 

@@ -3,11 +3,13 @@
 #define ZEL_TOOLS_DICTIONARY_CHOICE_H
 
 #include <CLI/CLI.hpp>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
 #include "include/zelprovider.h"
+#include "tools/temporary_file.h"
 #include "zeldata/image.h"
 #include "zeldata/mapped_file.h"
 
@@ -19,17 +21,6 @@ struct DictionaryError : std::runtime_error {
 };
 
 void AddDictionaryOption(CLI::App& verb, std::string& path);
-
-// A file that goes with the object that names it, at the latest: where a system does not remove files that are in use.
-struct TemporaryFile {
-    std::string path;
-
-    TemporaryFile() = default;
-    ~TemporaryFile() { Remove(); }
-    TemporaryFile(const TemporaryFile&) = delete;
-    TemporaryFile& operator=(const TemporaryFile&) = delete;
-    void Remove() noexcept;
-};
 
 // The message library with a dictionary, until the object goes. One at a time.
 class LoadedDictionary {
@@ -53,8 +44,8 @@ private:
 
     const ZELDictionaryHeader* fields_ = nullptr;
     const ZELTypeNode* messages_ = nullptr;
-    TemporaryFile temporary_;  // a source's image
-    std::vector<char> built_;  // the same
+    std::optional<TemporaryFile> temporary_;  // a source's image
+    std::vector<char> built_;                 // the same
     image::MappedFile mapped_{nullptr, 0};
     image::ImageView names_{};
 };

@@ -72,7 +72,7 @@ int Encode(const EncodeOptions& options) {
         catalog.emplace(*dictionary);
     } catch (const std::runtime_error& error) {
         (void)std::fprintf(stderr, "zel: %s\n", error.what());
-        return kStatusUsage;
+        return kStatusUnable;
     }
     Complaints complaints(file->name(), output);
     MessageWriter writer(*catalog);

@@ -7,6 +7,8 @@
 #include <random>
 #include <stdexcept>
 
+#include "tools/temporary_file.h"
+
 namespace zel::tools {
 
 namespace {
@@ -29,13 +31,11 @@ void WriteFileAtomically(const std::string& path, const std::vector<char>& bytes
     if (fs::exists(path) && !fs::is_regular_file(path)) {
         throw std::runtime_error("cannot write " + path + ": it is there and is not a regular file");
     }
-    const fs::path partial = path + ".partial-" + std::to_string(std::random_device()());
+    const TemporaryFile partial(path + ".partial-" + std::to_string(std::random_device()()));
     try {
-        WriteFile(partial, bytes);
-        fs::rename(partial, path);
+        WriteFile(partial.path(), bytes);
+        fs::rename(partial.path(), path);
     } catch (const std::exception& error) {
-        std::error_code ignored;
-        fs::remove(partial, ignored);
         throw std::runtime_error("cannot write " + path + ": " + error.what());
     }
 }

@@ -1,11 +1,12 @@
 #include "tools/json_file.h"
 
+#include <array>
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <set>
-#include <sstream>
+#include <string>
 #include <vector>
 
 namespace zel::tools {
@@ -102,9 +103,16 @@ Json ReadJsonFile(const std::string& path, Findings& findings) {
         AddError(findings, "", std::string("cannot be read: ") + std::strerror(errno));
         return Json(Json::value_t::discarded);
     }
-    std::ostringstream text;
-    text << file.rdbuf();
-    return ParseJson(text.str(), findings);
+    std::string text;
+    std::array<char, 65536> block;
+    while (file.read(block.data(), block.size()), file.gcount() > 0) {
+        text.append(block.data(), static_cast<std::size_t>(file.gcount()));
+    }
+    if (file.bad()) {
+        AddError(findings, "", std::string("cannot be read further: ") + std::strerror(errno));
+        return Json(Json::value_t::discarded);
+    }
+    return ParseJson(text, findings);
 }
 
 }  // namespace zel::tools

@@ -1,0 +1,244 @@
+// The command without memory and without room for its output: it says so, has the status for that, and leaves no file
+// unfinished. About fifty requests for memory are failed in each run, spread over all of them; every one with
+// ZEL_FAIL_EVERY_REQUEST in the environment, which takes minutes.
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <climits>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <map>
+#include <new>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "runtime/heap.h"
+#include "tests/support/failing_heap.h"
+#include "tools/command.h"
+#include "tools/out_of_memory.h"
+#include "tools/status.h"
+
+void* operator new(std::size_t size) {
+    for (;;) {
+        if (void* block = zel::HeapAllocate(std::max<std::size_t>(size, 1))) {
+            return block;
+        }
+        const std::new_handler handler = std::get_new_handler();
+        if (handler == nullptr) {
+            throw std::bad_alloc();
+        }
+        handler();
+    }
+}
+void operator delete(void* block) noexcept {
+    zel::HeapRelease(block);
+}
+void operator delete(void* block, std::size_t /*size*/) noexcept {
+    zel::HeapRelease(block);
+}
+
+namespace zel::tools {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr char kSource[] = ZEL_SOURCE_DIR "/";
+
+std::string Read(const fs::path& path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+}
+
+struct Verb {
+    std::vector<const char*> arguments;
+    bool writesFiles = false;
+};
+
+const Verb kVerbs[] = {
+    {{"encode", "orders.jsonl"}},
+    {{"encode", "--hex", "-d", "sample.json", "orders.jsonl"}},
+    {{"decode", "orders.zel"}},
+    {{"decode", "--json", "-d", "sample.json", "orders.zel"}},
+    {{"decode", "--json", "damaged.zel"}},
+    {{"decode", "--summary", "orders.zel"}},
+    {{"decode", "--hex", "--streams", "FILTER_STREAM,SORT_STREAM", "orders.txt"}},
+    {{"decode", "--raw", "orders.zel"}},
+    {{"dict", "build", "small.json", "-o", "old.img"}, true},
+    {{"dict", "check", "small.json"}},
+    {{"dict", "show", "small.json"}},
+    {{"dict", "show", "small.img", "--json"}},
+    {{"dict", "show", "sample.json", "10/2"}},
+    {{"dict", "diff", "small.img", "newer.json"}},
+    {{"dict", "diff", "--json", "small.json", "newer.json"}},
+    {{"value", "money", "101'16"}},
+    {{"value", "date", "11/30/99"}},
+    {{"value", "time", "09:05:07"}},
+    {{"value", "datetime", "99/11/30 09:05:07"}},
+    {{"value", "fraction", "12.125"}},
+    {{"pages", "manual", "completion"}, true},
+    {{"--version"}},
+    {{"--help"}},
+};
+
+std::string Line(const Verb& verb) {
+    std::string line = "zel";
+    for (const char* argument : verb.arguments) {
+        line += ' ';
+        line += argument;
+    }
+    return line;
+}
+
+using FileMap = std::map<std::string, std::string>;
+
+struct Outcome {
+    int status;  // -1: ended by a signal
+    int requests;
+    std::string err;
+};
+
+class StarvedCommand : public testing::Test {
+protected:
+    void SetUp() override {
+        fs::create_directories(folder_ / "work");
+        fs::current_path(folder_ / "work");
+        for (const char* name : {"examples/orders.jsonl", "zeldata/sample.json", "tests/tools/cases/small.json",
+                                 "tests/tools/cases/newer.json"}) {
+            fs::copy_file(std::string(kSource) + name, fs::path(name).filename());
+        }
+        std::ofstream("old.img") << "old";
+        EXPECT_EQ(Run({{"encode", "orders.jsonl"}}, "orders.zel", [] {}).status, 0);
+        EXPECT_EQ(Run({{"encode", "--hex", "orders.jsonl"}}, "orders.txt", [] {}).status, 0);
+        EXPECT_EQ(Run({{"dict", "build", "small.json", "-o", "small.img"}}, "/dev/null", [] {}).status, 0);
+        std::string damaged = Read("orders.zel");
+        damaged[247 + 4 + 1] = 9;
+        std::ofstream("damaged.zel", std::ios::binary) << damaged;
+    }
+    void TearDown() override {
+        fs::current_path(before_);
+        fs::remove_all(folder_);
+    }
+
+    // Runs the verb in a child of its own, which first does `harm`.
+    template <typename Harm>
+    Outcome Run(const Verb& verb, const char* output, Harm harm) {
+        std::vector<const char*> arguments = verb.arguments;
+        arguments.insert(arguments.begin(), "zel");
+        (void)std::fflush(nullptr);
+        const pid_t child = fork();
+        if (child == 0) {
+            // Temporary images go where they are seen.
+            (void)setenv("TMPDIR", (folder_ / "work").c_str(), 1);
+            (void)dup2(open(output, O_WRONLY | O_CREAT | O_TRUNC, 0600), STDOUT_FILENO);
+            (void)dup2(open(said_.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600), STDERR_FILENO);
+            EndWhenMemoryIsOut();
+            harm();
+            const int status = RunCommand(static_cast<int>(arguments.size()), arguments.data(), "1.2");
+            const int requests = test::AllocationCount();
+            test::FailAllocationsFrom(0);
+            std::ofstream(counted_) << requests;
+            _exit(status);
+        }
+        int state = 0;
+        EXPECT_EQ(waitpid(child, &state, 0), child);
+        int requests = 0;
+        std::ifstream(counted_) >> requests;
+        return {WIFEXITED(state) ? WEXITSTATUS(state) : -1, requests, Read(said_)};
+    }
+
+    static FileMap Files() {
+        FileMap files;
+        for (const fs::directory_entry& entry : fs::directory_iterator(".")) {
+            files[entry.path().filename().string()] = Read(entry.path());
+        }
+        return files;
+    }
+    static void Restore(const FileMap& before) {
+        for (const auto& [name, bytes] : Files()) {
+            const auto old = before.find(name);
+            if (old == before.end()) {
+                fs::remove(name);
+            } else if (old->second != bytes) {
+                std::ofstream(name, std::ios::binary) << old->second;
+            }
+        }
+    }
+
+    fs::path before_ = fs::current_path();
+    fs::path folder_ = fs::temp_directory_path() / ("zel-starved-test-" + std::to_string(std::random_device()()));
+    fs::path said_ = folder_ / "said";
+    fs::path counted_ = folder_ / "counted";
+};
+
+TEST_F(StarvedCommand, SaysThatMemoryIsOut) {
+    const FileMap before = Files();
+    int first = 0;
+    for (const Verb& verb : kVerbs) {
+        const Outcome good = Run(verb, "/dev/null", [] { test::FailAllocationsFrom(0); });
+        EXPECT_TRUE(good.status == 0 || good.status == 1) << Line(verb) << ": " << good.err;
+        EXPECT_GT(good.requests, 100) << Line(verb);
+        const FileMap after = Files();
+        EXPECT_EQ(after != before, verb.writesFiles) << Line(verb);
+        Restore(before);
+        const int step = std::getenv("ZEL_FAIL_EVERY_REQUEST") != nullptr ? 1 : good.requests / 50 + 1;
+        for (int n = 1 + first++ % step; n <= good.requests; n += step) {
+            const Outcome outcome = Run(verb, "/dev/null", [n] { test::FailAllocationsFrom(n, 1); });
+            ASSERT_EQ(outcome.status, kStatusUnable) << Line(verb) << " at " << n << ": " << outcome.err;
+            ASSERT_TRUE(outcome.err.ends_with("zel: out of memory\n")) << Line(verb) << " at " << n << outcome.err;
+            // Files that are written stand there whole, or as before.
+            for (const auto& [name, bytes] : Files()) {
+                const auto old = before.find(name);
+                const auto made = after.find(name);
+                ASSERT_TRUE((old != before.end() && bytes == old->second) ||
+                            (made != after.end() && bytes == made->second))
+                    << Line(verb) << " at " << n << " left " << name;
+            }
+            Restore(before);
+        }
+    }
+}
+
+TEST_F(StarvedCommand, SaysThatItsOutputCannotBeWritten) {
+    for (const Verb& verb : kVerbs) {
+        const bool writes = Run(verb, "output", [] {}).status >= 0 && !Read("output").empty();
+        EXPECT_EQ(writes, std::string(verb.arguments[0]) != "pages") << Line(verb);
+        const Outcome outcome = Run(verb, "/dev/full", [] {});
+        EXPECT_EQ(outcome.status, writes ? kStatusUnable : kStatusGood) << Line(verb);
+        EXPECT_EQ(outcome.err.find("zel: cannot write to standard output") != std::string::npos, writes)
+            << Line(verb) << ": " << outcome.err;
+    }
+}
+
+TEST_F(StarvedCommand, LeavesNoPartOfAFileBehind) {
+    const FileMap before = Files();
+    int refused = 0;
+    for (const Verb& verb : kVerbs) {
+        const bool writesImage = Line(verb).find(" -d ") != std::string::npos;
+        if (!verb.writesFiles && !writesImage) {
+            continue;
+        }
+        const Outcome outcome = Run(verb, "/dev/null", [] {
+            const rlimit limit{1000, 1000};
+            (void)setrlimit(RLIMIT_FSIZE, &limit);
+            (void)std::signal(SIGXFSZ, SIG_IGN);
+        });
+        EXPECT_EQ(outcome.status, kStatusUnable) << Line(verb);
+        EXPECT_TRUE(outcome.err.starts_with("zel: cannot write ")) << Line(verb) << ": " << outcome.err;
+        EXPECT_TRUE(outcome.err.ends_with(": File too large\n")) << Line(verb) << ": " << outcome.err;
+        EXPECT_EQ(Files(), before) << Line(verb);
+        ++refused;
+    }
+    EXPECT_EQ(refused, 4);
+}
+
+}  // namespace
+}  // namespace zel::tools

@@ -1,0 +1,27 @@
+#include "tools/out_of_memory.h"
+
+#include <cstdlib>
+#include <new>
+
+#include "tools/descriptor.h"
+#include "tools/status.h"
+#include "tools/temporary_file.h"
+
+namespace zel::tools {
+
+namespace {
+
+[[noreturn]] void End() {
+    RemoveTemporaryFiles();
+    constexpr char kText[] = "zel: out of memory\n";
+    (void)WriteAll(kStandardError, kText, sizeof kText - 1);
+    std::_Exit(kStatusUnable);
+}
+
+}  // namespace
+
+void EndWhenMemoryIsOut() noexcept {
+    (void)std::set_new_handler(&End);
+}
+
+}  // namespace zel::tools

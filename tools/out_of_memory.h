@@ -1,0 +1,15 @@
+// What the command does when memory runs out: it ends at once, whatever it was doing. Nothing of it can be told in the
+// language's own way: streams swallow that exception and go on with less, and no exception may pass through the
+// library.
+#ifndef ZEL_TOOLS_OUT_OF_MEMORY_H
+#define ZEL_TOOLS_OUT_OF_MEMORY_H
+
+namespace zel::tools {
+
+// From here on a request for memory that cannot be met ends the process with one line on standard error and the status
+// kStatusUnable. Unfinished files are removed.
+void EndWhenMemoryIsOut() noexcept;
+
+}  // namespace zel::tools
+
+#endif  // ZEL_TOOLS_OUT_OF_MEMORY_H
