@@ -1,6 +1,10 @@
 # What every target of ours is built with.
 set(ZEL_SANITIZE "" CACHE STRING "Sanitizers to build with, as -fsanitize= takes them")
 
+# Programs are linked to run at any address.
+include(CheckPIESupported)
+check_pie_supported()
+
 function(zel_target target)
     target_compile_features(${target} PRIVATE cxx_std_20)
     target_compile_options(${target} PRIVATE
@@ -14,7 +18,23 @@ function(zel_target target)
         target_compile_options(${target} PRIVATE
             -fsanitize=${ZEL_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
         target_link_options(${target} PRIVATE -fsanitize=${ZEL_SANITIZE})
-    elseif(NOT WIN32)
-        target_link_options(${target} PRIVATE -Wl,--no-undefined)
+    else()
+        zel_harden(${target})
     endif()
+endfunction()
+
+# What makes a fault in memory end the program rather than let someone else run it: canaries on the stack, checked copies,
+# tables of addresses that nobody can write. The sanitizers have checks of their own.
+function(zel_harden target)
+    if(WIN32)
+        # No canaries: the cross compiler's support for them makes every file import one more system library.
+        target_link_options(${target} PRIVATE -Wl,--dynamicbase,--nxcompat)
+        return()
+    endif()
+    target_compile_options(${target} PRIVATE -fstack-protector-strong)
+    # Copies can be checked in optimised builds alone.
+    if(CMAKE_BUILD_TYPE MATCHES Rel)
+        target_compile_options(${target} PRIVATE -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2)
+    endif()
+    target_link_options(${target} PRIVATE -Wl,--no-undefined,-z,relro,-z,now,-z,noexecstack)
 endfunction()

@@ -32,13 +32,15 @@ constexpr bool RoundsHalfUp(std::uint64_t h) noexcept {
     return remainder == 0 ? h % 2 != 0 : remainder > 100;
 }
 
-constexpr std::array<bool, 100> kRoundsHalfUp = [] {
+constexpr std::array<bool, 100> TableOfRoundsHalfUp() noexcept {
     std::array<bool, 100> table{};
     for (std::size_t h = 0; h < table.size(); ++h) {
         table[h] = RoundsHalfUp(h);
     }
     return table;
-}();
+}
+
+constexpr std::array<bool, 100> kRoundsHalfUp = TableOfRoundsHalfUp();
 
 // Numerator / denominator in hundredths. Of what rounds up to 1.00, and of large forms above it, the two lowest digits
 // are shown: the whole part does not learn of the rest.

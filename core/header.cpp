@@ -212,6 +212,46 @@ bool UnpackUserData(Reader& in, ZelMsgStruct& message) noexcept {
     return true;
 }
 
+constexpr Reader kNoHeader{nullptr, nullptr};
+
+// Reads a header of any form field by field: the reader behind it, or none, reported. Apart, so that the plain form does
+// not pay for its canary on the stack.
+[[gnu::noinline]] Reader ReadHeaderFields(Reader reader, ZelMsgStruct& message) noexcept {
+    std::uint32_t value = 0;
+    if (!ExpectNumber(kFlags, reader, value)) {
+        return kNoHeader;
+    }
+    SplitFlags(value, message);
+    if (!ExpectNumber(kMsgType, reader, value)) {
+        return kNoHeader;
+    }
+    SetMsgType(value, message);
+    if (!ExpectNumber(kServiceId, reader, value)) {
+        return kNoHeader;
+    }
+    SetServiceId(value, message);
+    if (!ExpectNumber(kMsgId, reader, value)) {
+        return kNoHeader;
+    }
+    SplitMsgId(value, message);
+    if (!ExpectNumber(kNumFields, reader, value)) {
+        return kNoHeader;
+    }
+    message.numFields = static_cast<short>(value);
+    return UnpackUserData(reader, message) ? reader : kNoHeader;
+}
+
+// Writes such a header: the address behind it, or null, reported. Apart for the same reason.
+[[gnu::noinline]] char* WriteHeaderFields(const ZelMsgStruct& message, char* out) noexcept {
+    char* end = out + kMaxHeader;
+    char* next = PackNumber(kFlags, JoinFlags(message), out, end);
+    next = PackNumber(kMsgType, JoinHalves(message.msgType, message.subType), next, end);
+    next = PackNumber(kServiceId, JoinHalves(message.serviceIdHigh, message.serviceIdLow), next, end);
+    next = PackNumber(kMsgId, JoinMsgId(message), next, end);
+    next = PackNumber(kNumFields, static_cast<std::uint16_t>(message.numFields), next, end);
+    return PackUserData(message, next, end);
+}
+
 // The header with the number 6 behind the first five has one length and each number one place.
 constexpr std::size_t kPlainHeader = 32;
 
@@ -274,13 +314,7 @@ char* BuildZELHeader(const ZelMsgStruct* message, char* out, unsigned short* hea
         *headerLength = kPlainHeader;
         return WritePlainHeader(*message, out);
     }
-    char* end = out + kMaxHeader;
-    char* next = PackNumber(kFlags, JoinFlags(*message), out, end);
-    next = PackNumber(kMsgType, JoinHalves(message->msgType, message->subType), next, end);
-    next = PackNumber(kServiceId, JoinHalves(message->serviceIdHigh, message->serviceIdLow), next, end);
-    next = PackNumber(kMsgId, JoinMsgId(*message), next, end);
-    next = PackNumber(kNumFields, static_cast<std::uint16_t>(message->numFields), next, end);
-    next = PackUserData(*message, next, end);
+    char* next = WriteHeaderFields(*message, out);
     if (next != nullptr) {
         *headerLength = static_cast<unsigned short>(next - out);
     }
@@ -288,39 +322,16 @@ char* BuildZELHeader(const ZelMsgStruct* message, char* out, unsigned short* hea
 }
 
 Reader UnpackZELHeader(const char* in, long length, ZelMsgStruct* message) noexcept {
-    constexpr Reader kFailed{nullptr, nullptr};
     if (in == nullptr || static_cast<std::uint16_t>(length) == 0 || message == nullptr) {
         SendReport(reports::kUnpackHeaderFailed);
-        return kFailed;
+        return kNoHeader;
     }
-    Reader reader{in, length > 0 ? in + length : in};
-    if (HasPlainHeader(reader) && IsDescribed()) {
-        ReadPlainHeader(reader.next, *message);
-        reader.next += kPlainHeader;
-        return reader;
+    const char* const end = length > 0 ? in + length : in;
+    if (HasPlainHeader({in, end}) && IsDescribed()) {
+        ReadPlainHeader(in, *message);
+        return {in + kPlainHeader, end};
     }
-    std::uint32_t value = 0;
-    if (!ExpectNumber(kFlags, reader, value)) {
-        return kFailed;
-    }
-    SplitFlags(value, *message);
-    if (!ExpectNumber(kMsgType, reader, value)) {
-        return kFailed;
-    }
-    SetMsgType(value, *message);
-    if (!ExpectNumber(kServiceId, reader, value)) {
-        return kFailed;
-    }
-    SetServiceId(value, *message);
-    if (!ExpectNumber(kMsgId, reader, value)) {
-        return kFailed;
-    }
-    SplitMsgId(value, *message);
-    if (!ExpectNumber(kNumFields, reader, value)) {
-        return kFailed;
-    }
-    message->numFields = static_cast<short>(value);
-    return UnpackUserData(reader, *message) ? reader : kFailed;
+    return ReadHeaderFields({in, end}, *message);
 }
 
 }  // namespace zel

@@ -74,7 +74,8 @@ int FilterValue::SetString(const char* from) noexcept {
 
 void FilterValue::Reset() noexcept {
     type = kZELText;
-    std::memset(&value, 0, sizeof value);
+    static_assert(sizeof value.text == sizeof value);
+    std::memset(value.text, 0, sizeof value.text);
 }
 
 ZELFilterItem::ZELFilterItem() noexcept : fieldId(-1) {}

@@ -1,5 +1,7 @@
 #!/usr/bin/env bash
-# Compares what each library exports with the list beside this script: nothing more, nothing less.
+# Compares what each library exports with the list beside this script: nothing more, nothing less. Then reads from the
+# files that ship how they are hardened.
+#   check.sh <folder of the libraries> [<file that ships>...]
 set -euo pipefail
 lists=$(dirname "$0")
 status=0
@@ -7,5 +9,19 @@ for library in libzel libzeldata libcrush32; do
     # Weak symbols are the C++ library's; sanitizers add their own.
     found=$(nm -DC --defined-only "$1/$library.so" | awk '$2 ~ /[TDBR]/' | cut -d' ' -f3- | grep -vE '__(asan|ubsan|tsan|odr)' | sort)
     diff --label "$library.txt" --label "$library.so" <(sort "$lists/$library.txt") <(printf '%s\n' "$found") || status=1
+done
+for file in "${@:2}"; do
+    headers=$(readelf -hldW "$file")
+    imports=$(nm -D --undefined-only "$file")
+    expect() { # <pattern> <text> <what its absence means>
+        grep -qE "$1" <<<"$2" || { echo "$file: $3" && status=1; }
+    }
+    expect '^ *Type: +DYN ' "$headers" "not position-independent"
+    expect '^ *GNU_RELRO ' "$headers" "no read-only relocations"
+    expect 'Flags:.* NOW' "$headers" "functions are bound when first called, so their addresses stay writable"
+    expect '^ *GNU_STACK .* RW +0x' "$headers" "the stack is executable"
+    expect ' __stack_chk_fail' "$imports" "no canaries on the stack"
+    # The compression library has nothing that could be checked.
+    [[ $file == *crush32* ]] || expect ' __[a-z]+_chk' "$imports" "copies and formats are not checked"
 done
 exit $status

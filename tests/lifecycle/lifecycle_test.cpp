@@ -30,10 +30,11 @@ void CrushShutDown() noexcept {
 short CrushBegin() noexcept {
     return -1;
 }
-int CrushCompress(const char*, char*, int) noexcept {
+int CrushCompress(const char* /*source*/, char* /*destination*/, int /*sourceLength*/) noexcept {
     return -16;
 }
-short CrushExpand(const char*, char*, int, int) noexcept {
+short CrushExpand(const char* /*source*/, char* /*destination*/, int /*expandedLength*/,
+                  int /*compressedLength*/) noexcept {
     return -1;
 }
 void CrushEnd() noexcept {}

@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Reads the built files: what they export, and that they import nothing but one another and Windows.
+# Reads the built files: what they export, that they import nothing but one another and Windows, and that they load at
+# any address without an executable stack.
 #   shipped_files.sh <folder of the files> <objdump>
 set -euo pipefail
 folder=$1 objdump=$2
@@ -42,4 +43,8 @@ expect "imports of zel.dll" "$windows"$'\nUSER32.DLL\nCRUSH32.DLL\n'"$(sed 's/^/
 expect "imports of zeldata.dll" "$windows" "$(imports_of zeldata.dll)"
 expect "imports of CRUSH32.dll" "$windows" "$(imports_of CRUSH32.dll)"
 expect "imports of zel.exe" "$windows"$'\nZEL.DLL' "$(imports_of zel.exe)"
+for file in zel.dll zeldata.dll CRUSH32.dll zel.exe; do
+    expect "hardening of $file" $'DYNAMIC_BASE\nNX_COMPAT' \
+        "$(headers $file | sed -nE 's/^\t+(DYNAMIC_BASE|NX_COMPAT)$/\1/p')"
+done
 exit $status
