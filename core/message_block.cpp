@@ -1,6 +1,7 @@
 #include "core/message_block.h"
 
 #include <algorithm>
+#include <atomic>
 
 #include "runtime/allocator.h"
 #include "runtime/reports.h"
@@ -8,6 +9,14 @@
 namespace zel {
 
 namespace {
+
+std::atomic<int> liveMessages{0};
+
+void CountMessages(int change) noexcept {
+    if constexpr (kChecksContracts) {
+        liveMessages.fetch_add(change, std::memory_order_relaxed);
+    }
+}
 
 constexpr std::size_t kChunkSize = 4096;
 
@@ -35,10 +44,12 @@ MessageBlock* TakeBlock(MessageBlock* previous, std::size_t size) noexcept {
         if (previous->size >= size && (previous->size <= kKeptSize || previous->size / 2 <= size)) {
             return previous;
         }
+        CountMessages(-1);
         Release(previous);
     }
     auto* block = static_cast<MessageBlock*>(Allocate(size));
     if (block != nullptr) {
+        CountMessages(1);
         block->size = size;
     }
     return block;
@@ -84,7 +95,12 @@ void RestartMessageBlock(MessageBlock& block) noexcept {
 
 void FreeMessageBlock(MessageBlock* block) noexcept {
     FreeChunks(*block);
+    CountMessages(-1);
     Release(block);
+}
+
+int LiveMessages() noexcept {
+    return liveMessages.load(std::memory_order_relaxed);
 }
 
 char* CarveFromNewChunk(MessageBlock& block, std::size_t size) noexcept {

@@ -84,6 +84,16 @@ inline std::size_t ValueRoom(const MessageBlock& block) noexcept {
 
 void FreeMessageBlock(MessageBlock* block) noexcept;
 
+// Whether to look for what programs must not do and would notice late: in builds with assertions.
+#ifdef NDEBUG
+inline constexpr bool kChecksContracts = false;
+#else
+inline constexpr bool kChecksContracts = true;
+#endif
+
+// The messages alive, in all threads; 0 in builds that do not check contracts.
+int LiveMessages() noexcept;
+
 // Room for `size` bytes from a new chunk, or null, reported. For NewSlotValue.
 [[nodiscard]] char* CarveFromNewChunk(MessageBlock& block, std::size_t size) noexcept;
 

@@ -141,10 +141,16 @@ public:
     // Loads the provider library if none is loaded, takes the dictionary and the message table from it, and starts the
     // compression library. Call it once before all other use. Failure is quiet: getVormaZelData then answers null, each
     // construction shows an error box (on Linux a line on standard error), and no message can be created.
+    // Any thread may call it while no other call is in progress. A further call reads the provider's tables again;
+    // objects and messages that are alive stay good, whatever the tables say now.
     ZEL_API static void init() noexcept;
 
-    // Destroys the provider, unloads its library, shuts the compression library down. Destroy all messages before.
-    // Calls of init and terminate are not counted.
+    // Destroys the provider, unloads its library, shuts the compression library down. Calls of init and terminate are
+    // not counted: the first call of terminate ends all. Any thread may call it while no other call is in progress.
+    // Destroy all objects before. One that is left may only be destroyed or have its message freed by destroyStruct:
+    // every other use of its message reads freed memory, and its `provider` is no longer there, after another init
+    // neither. A library built with assertions (without NDEBUG) counts the messages, and ends the program with a line
+    // on standard error when there are any.
     ZEL_API static void terminate() noexcept;
 
     // The provider: null before init, after an init that failed, and after terminate.

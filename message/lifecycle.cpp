@@ -1,7 +1,11 @@
 // Start and stop: loading the dictionary provider, handing its tables to the core, starting the compression library.
 #include "message/lifecycle.h"
 
+#include <cstdio>
+#include <cstdlib>
+
 #include "core/dictionary.h"
+#include "core/message_block.h"
 #include "core/plan_table.h"
 #include "crush32/crush32.h"
 #include "include/zelmessage.h"
@@ -22,6 +26,18 @@ VormaZelData* LoadProvider() noexcept {
     }
     const zel::ModuleSymbol entry = zel::FindModuleSymbol(zelProviderModule, "VORMA_DLL_ENTRY");
     return entry != nullptr ? reinterpret_cast<VormaDllEntry>(entry)() : nullptr;
+}
+
+// A message that outlives the plans would read freed memory at the next call, wherever that is: the program ends here,
+// where its author can see why.
+void RefuseLiveMessages() noexcept {
+    if (const int count = zel::LiveMessages(); count != 0) {
+        (void)std::fprintf(stderr,
+                           "CZELMessage::terminate(): messages still alive: %d. Destroy every CZELMessage, or call its "
+                           "destroyStruct, before.\n",
+                           count);
+        std::abort();
+    }
 }
 
 }  // namespace
@@ -46,6 +62,9 @@ void CZELMessage::init() noexcept {
 }
 
 void CZELMessage::terminate() noexcept {
+    if constexpr (zel::kChecksContracts) {
+        RefuseLiveMessages();
+    }
     zel::ReleasePlans();
     if (zelProvider != nullptr) {
         // The provider's interface: 1 asks it to free itself.

@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <filesystem>
 
+#include "core/message_block.h"
 #include "crush32/crush32.h"
 #include "include/zelmessage.h"
 #include "tests/lifecycle/fake_provider.h"
@@ -116,6 +117,34 @@ TEST_F(Lifecycle, LoadsOnceAndRefreshesTheTables) {
 TEST_F(Lifecycle, StopsWithoutAStart) {
     CZELMessage::terminate();
     EXPECT_TRUE(shutDowns == 1 && startUps == 0);
+}
+
+TEST_F(Lifecycle, EndsBeforeItsMessagesWhereNobodyLooks) {
+    Install("counting");
+    CZELMessage::init();
+    CZELMessage kept(0, 0);
+    kept.msgType = 7;
+    kept.createStruct();
+    {
+        CZELMessage other(0, 0);
+        other.msgType = 7;
+        other.createStruct();
+        other.createStruct();
+        ASSERT_TRUE(kept.message != nullptr && other.message != nullptr);
+        if constexpr (kChecksContracts) {
+            EXPECT_DEATH(CZELMessage::terminate(), "messages still alive: 2");
+        }
+    }
+    CZELMessage::init();
+    EXPECT_NE(kept.message, nullptr) << "another start leaves it";
+    if constexpr (kChecksContracts) {
+        EXPECT_DEATH(CZELMessage::terminate(), "messages still alive: 1");
+        kept.destroyStruct();
+    }
+    CZELMessage::terminate();
+    EXPECT_EQ(counts.destructions, 1);
+    kept.destroyStruct();
+    EXPECT_EQ(kept.message, nullptr);
 }
 
 // A library that stays loaded is found again whatever lies in the file: each of these runs in a process of its own.

@@ -1,11 +1,17 @@
 // Packing in one object, unpacking in another.
 #include <gtest/gtest.h>
 
+#include <cstring>
+#include <latch>
+#include <memory>
+#include <string>
 #include <thread>
+#include <vector>
 
 #include "core/dictionary.h"
 #include "core/message_table.h"
 #include "include/zelmessage.h"
+#include "include/zelstream.h"
 #include "tests/support/bytes.h"
 #include "tests/support/failing_heap.h"
 #include "tests/support/random_message.h"
@@ -247,22 +253,96 @@ TEST_F(Exchange, ProcessesResponses) {
     EXPECT_EQ(sender.getZelIdFromName("SIDE"), -1) << "no provider";
 }
 
+// What one thread does with objects of its own. The first look for each type meets that of other threads.
+void ExchangeEachType(const Tables& tables, const TestTables& types, unsigned seed) {
+    Random random(seed);
+    for (unsigned round = 0; round < 24; ++round) {
+        CZELMessage sent(0, static_cast<int>(round / 4 % 2));
+        CZELMessage received(0, 0);
+        FillRandomly(sent, tables, 1, types.Message(static_cast<SubType>(1 + (seed + round) % 4)), 4, false, random);
+        sent.compressMode = static_cast<int>(round % 3);
+        const std::unique_ptr<char[]> frame(new char[kZELMaxFrame]);
+        long length = 0;
+        ASSERT_EQ(sent.packMessage(frame.get(), &length), 0);
+        ASSERT_EQ(received.unpackMessage(frame.get()), 0);
+        ASSERT_EQ(Difference(sent, received, tables, false), "");
+    }
+}
+
+void ConvertBothWays(int seed) {
+    const _money price{123456 * seed, 20};
+    char text[24];
+    _money readPrice{};
+    ASSERT_EQ(ZELMoneyToStr(&price, text, 0), 0);
+    ASSERT_EQ(ZELStrToMoney(text, &readPrice), 0);
+    EXPECT_TRUE(readPrice.amount == price.amount && readPrice.displayCode == price.displayCode) << text;
+
+    const auto number = static_cast<signed char>(seed);
+    const _datetime stamp{number, 11, 99, 9, 5, number, 0, 3};
+    _datetime readStamp{};
+    ASSERT_EQ(ZELDateToStr(&stamp, text, 11), 0);
+    ASSERT_EQ(ZELStrToDate(text, &readStamp, 11), 0);
+    ASSERT_EQ(ZELTimeToStr(&stamp, text, 0), 0);
+    ASSERT_EQ(ZELAddStrToTime(text, &readStamp), 0);
+    ASSERT_EQ(ZELDateTimeToStr(&readStamp, text), 0);
+    EXPECT_EQ(std::memcmp(&readStamp, &stamp, sizeof stamp), 0) << text;
+
+    char* fraction = ConvertDecimalToFraction((std::to_string(seed) + ".375").c_str());
+    ASSERT_NE(fraction, nullptr);
+    EXPECT_EQ(fraction, std::to_string(seed) + " 3/8");
+    ASSERT_EQ(ZELStrToMoney(fraction, &readPrice), 0);
+    EXPECT_TRUE(readPrice.amount == 8 * seed + 3 && readPrice.displayCode == 8);
+    ZELFree(fraction);
+}
+
+void BuildAndReadStreams(int seed) {
+    const std::string symbol(static_cast<std::size_t>(seed) * 100, 's');
+    ZELFilter filter;
+    ZELSortData sort;
+    for (int term = 0; term < 40; ++term) {
+        ASSERT_EQ(filter.AddFilter(kCount, ">=", seed + term), 0);
+        ASSERT_EQ(filter.AddFilter(kSymbol, "!=", symbol.c_str(), static_cast<int>(symbol.size())), 0);
+        ASSERT_EQ(sort.AddSortData(kSymbol, static_cast<short>(term)), 0);
+    }
+    const char* stream = filter.GetStream();
+    ZELFilter readFilter;
+    ASSERT_EQ(readFilter.SetStream(stream, filter.GetLength()), 0);
+    readFilter.Rewind();
+    stream = sort.GetStream();
+    ZELSortData readSort;
+    ASSERT_EQ(readSort.SetStream(stream, sort.GetLength()), 0);
+    ZELFilterItem item;
+    SortItem key{};
+    for (int term = 0; term < 40; ++term) {
+        ASSERT_EQ(readFilter.GetFilterItem(item), 0);
+        ASSERT_TRUE(item.AsInt() != nullptr && *item.AsInt() == seed + term);
+        ASSERT_EQ(readFilter.GetFilterItem(item), 0);
+        ASSERT_TRUE(item.AsText() != nullptr && item.AsText() == symbol);
+        ASSERT_EQ(readSort.GetSortItem(key), 0);
+        ASSERT_TRUE(key.fieldId == kSymbol && key.sortOrder == term);
+    }
+}
+
 TEST_F(Exchange, RunsInSeveralThreadsAtOnce) {
-    const auto exchange = [this](unsigned seed) {
-        Random random(seed);
-        for (int round = 0; round < 300; ++round) {
-            CZELMessage sent(0, round % 2);
-            CZELMessage received(0, 0);
-            FillRandomly(sent, TablesInUse(), 1, tables_.Message(kMarkedGroup), 4, false, random);
-            sent.compressMode = round % 3;
-            ASSERT_EQ(Unpack(received, Pack(sent)), 0);
-            ASSERT_EQ(Difference(sent, received, TablesInUse(), false), "");
+    constexpr int kThreads = 6;
+    for (int start = 0; start < 20; ++start) {
+        // New tables: no plan is there yet.
+        tables_.ChangeField(kSide);
+        std::latch ready(kThreads);
+        std::vector<std::thread> threads;
+        for (int seed = 1; seed <= kThreads; ++seed) {
+            threads.emplace_back([this, seed, &ready] {
+                ready.arrive_and_wait();
+                ExchangeEachType(TablesInUse(), tables_, static_cast<unsigned>(seed));
+                ConvertBothWays(seed);
+                BuildAndReadStreams(seed);
+            });
         }
-    };
-    std::thread first(exchange, 1U);
-    std::thread second(exchange, 2U);
-    first.join();
-    second.join();
+        for (std::thread& thread : threads) {
+            thread.join();
+        }
+    }
+    EXPECT_EQ(reports_.Take(), Lines{});
 }
 
 }  // namespace
