@@ -1,12 +1,14 @@
 #include "fuzz/message_program.h"
 
-#include <cstdio>
-#include <cstdlib>
-#include <cstring>
-#include <memory>
+#include <string_view>
 #include <vector>
 
+#include "fuzz/check.h"
+#include "fuzz/damage.h"
+#include "fuzz/exact_copy.h"
 #include "fuzz/generated_tables.h"
+#include "fuzz/received_bytes.h"
+#include "fuzz/transcript.h"
 #include "include/zelmessage.h"
 
 namespace zel::fuzz {
@@ -14,25 +16,11 @@ namespace zel::fuzz {
 namespace {
 
 constexpr int kMostSteps = 48;
-// More slots than this cost more to show than they tell.
-constexpr int kMostShown = 600;
-
-void Record(int code, const char* text, void* transcript) {
-    static_cast<std::string*>(transcript)->append(" !").append(std::to_string(code)).append(" ").append(text);
-}
-
-std::string Big(std::uint32_t value, int size) {
-    std::string bytes;
-    for (int shift = (size - 1) * 8; shift >= 0; shift -= 8) {
-        bytes += static_cast<char>(value >> shift & 0xFF);
-    }
-    return bytes;
-}
 
 class Program {
 public:
     explicit Program(Input& input) : input_(input), tables_(input), a_(version(), input.Below(2)), b_(0, 0) {
-        ZELSetErrorSink(&Record, &transcript_);
+        ZELSetErrorSink(&Transcript::Record, &transcript_);
     }
     ~Program() { ZELSetErrorSink(nullptr, nullptr); }
     Program(const Program&) = delete;
@@ -41,71 +29,13 @@ public:
     std::string Run() {
         for (int step = 0; step < kMostSteps && !input_.IsEmpty(); ++step) {
             Step();
-            transcript_ += '\n';
+            transcript_.EndLine();
         }
-        return transcript_;
+        return transcript_.text();
     }
 
 private:
     short version() { return static_cast<short>(input_.OneIn(16) ? input_.Byte() : input_.Below(4)); }
-
-    void Tell(const char* what, long result) {
-        transcript_.append(" ").append(what).append(" ").append(std::to_string(result));
-    }
-
-    void Hex(const void* bytes, std::size_t size) {
-        constexpr char kDigits[] = "0123456789abcdef";
-        transcript_ += ' ';
-        for (std::size_t i = 0; i < size; ++i) {
-            const unsigned byte = static_cast<const unsigned char*>(bytes)[i];
-            transcript_ += kDigits[byte >> 4U];
-            transcript_ += kDigits[byte & 15U];
-        }
-    }
-
-    void ShowSlot(const _field_data& slot) {
-        Tell("slot", slot.id);
-        Tell("presence", slot.presence);
-        Tell("set", slot.isSet);
-        Tell("length", slot.length);
-        Tell("inline", slot.value == slot.inlineValue ? 1 : 0);
-        // A value that was never set may lie nowhere.
-        if (slot.value != nullptr) {
-            // Of an unset inline value no more than the eight bytes.
-            const std::size_t room = slot.value == slot.inlineValue ? sizeof slot.inlineValue : slot.length;
-            Hex(slot.value, std::min<std::size_t>(slot.length, room));
-        }
-    }
-
-    void Show(const CZELMessage& object) {
-        Tell("type", object.msgType);
-        Tell("sub", object.subType);
-        Tell("service", object.serviceIdHigh);
-        Tell("low", object.serviceIdLow);
-        Tell("repeat", object.repeatCount);
-        Tell("compress", object.compressMode);
-        Tell("seq", object.sequence);
-        const ZelMsgStruct* message = object.message;
-        if (message == nullptr) {
-            transcript_ += " none";
-            return;
-        }
-        for (const long value :
-             {long{message->msgType}, long{message->subType}, long{message->serviceIdHigh}, long{message->serviceIdLow},
-              long{message->encryptFlag}, long{message->packFlags}, long{message->format}, long{message->version},
-              long{message->msgIdSeq}, long{message->msgIdPart2}, long{message->msgIdPart3}, long{message->userData},
-              long{message->varUserDataLen}, long{message->varUserDataOwned}, long{message->numFields},
-              long{message->repeatCount}}) {
-            Tell("", value);
-        }
-        if (message->varUserData != nullptr) {
-            Hex(message->varUserData, message->varUserDataLen);
-        }
-        Tell("slots", message->dataBuf->count);
-        for (int i = 0; i < message->dataBuf->count && i < kMostShown; ++i) {
-            ShowSlot(message->dataBuf->fields[i]);
-        }
-    }
 
     void Create() {
         DropUserData();
@@ -115,7 +45,7 @@ private:
         a_.repeatCount = input_.OneIn(24) ? static_cast<short>(input_.Short()) : static_cast<short>(few);
         a_.createStruct();
         subType_ = a_.subType % GeneratedTables::kSubTypes;
-        Show(a_);
+        transcript_.Show(a_);
     }
 
     short Occurrence() { return static_cast<short>(input_.OneIn(8) ? input_.Short() : input_.Below(6) - 1); }
@@ -140,8 +70,8 @@ private:
             }
         }
         if (const _field_data* slot = a_.getField(static_cast<short>(id), occurrence)) {
-            ShowSlot(*slot);
-            Tell("num", a_.message->numFields);
+            transcript_.ShowSlot(*slot);
+            transcript_.Tell("num", a_.message->numFields);
         }
     }
 
@@ -161,7 +91,7 @@ private:
             }
             a_.setFieldValue(static_cast<short>(slot.id), value.data() + i % 30, occurrence);
         }
-        Show(a_);
+        transcript_.Show(a_);
     }
 
     void Get() {
@@ -169,12 +99,12 @@ private:
         const short occurrence = Occurrence();
         CZELMessage& object = input_.Below(2) == 0 ? a_ : b_;
         void* value = nullptr;
-        Tell("found", object.getFieldValue(&value, id, occurrence));
-        Tell("same", object.getFieldValue(id, occurrence) == value ? 1 : 0);
-        Tell("length", object.getFieldLen(id, occurrence));
-        Tell("type", object.getFieldType(id));
+        transcript_.Tell("found", object.getFieldValue(&value, id, occurrence));
+        transcript_.Tell("same", object.getFieldValue(id, occurrence) == value ? 1 : 0);
+        transcript_.Tell("length", object.getFieldLen(id, occurrence));
+        transcript_.Tell("type", object.getFieldType(id));
         const _field_data* slot = object.getField(id, occurrence);
-        Tell("slot", slot != nullptr ? slot - object.message->dataBuf->fields : -1);
+        transcript_.Tell("slot", slot != nullptr ? slot - object.message->dataBuf->fields : -1);
     }
 
     void ChangeHeader() {
@@ -223,13 +153,13 @@ private:
         std::vector<char> buffer(static_cast<std::size_t>(kZELMaxFrame) + 65536);
         long length = 0;
         const long result = a_.packMessage(buffer.data(), &length);
-        Tell("packed", result);
+        transcript_.Tell("packed", result);
         if (result == 0) {
             packed_.assign(buffer.data(), static_cast<std::size_t>(length));
-            Tell("size", length);
+            transcript_.Tell("size", length);
             // Compressed bytes are the compressor's.
             if (a_.compressMode != 1 && a_.compressMode != 3) {
-                Hex(packed_.data(), packed_.size());
+                transcript_.Hex(packed_.data(), packed_.size());
             }
         }
     }
@@ -238,38 +168,45 @@ private:
         if (framed.size() < 6) {
             return;
         }
-        // The frame's length is trusted: it is that of what follows.
         std::string bytes = framed;
-        const bool isShort = static_cast<unsigned char>(bytes[1]) >> 4U == 1;
-        const auto size = static_cast<std::uint32_t>(bytes.size() - (isShort ? 4 : 6));
-        for (int i = 0; i < (isShort ? 2 : 4); ++i) {
-            bytes[2 + static_cast<std::size_t>(i)] = static_cast<char>(size >> 8 * i & 0xFF);
-        }
-        if (isShort && size > 32767) {
+        if (!SetFrameLength(bytes)) {
             return;
         }
-        const auto exact = std::make_unique<char[]>(bytes.size());
-        std::memcpy(exact.get(), bytes.data(), bytes.size());
+        const auto exact = ExactCopy(bytes);
         if (input_.Below(4) == 0) {
             short msgType = -7;
             short subType = -7;
-            Tell("rsp", ProcessRsp(exact.get(), 0, &msgType, &subType, 0));
-            Tell("type", msgType);
-            Tell("sub", subType);
+            transcript_.Tell("rsp", ProcessRsp(exact.get(), 0, &msgType, &subType, 0));
+            transcript_.Tell("type", msgType);
+            transcript_.Tell("sub", subType);
             return;
         }
         const long result = b_.unpackMessage(exact.get());
-        Tell("unpacked", result);
-        Show(b_);
+        transcript_.Tell("unpacked", result);
+        transcript_.Show(b_);
+        CheckWithoutFrame(bytes, result);
         if (result == 0 && tables_.IsConsistent()) {
             CheckThatItIsStable();
         }
     }
 
-    // Names what is wrong and ends the process.
-    static void Fail(const char* what) {
-        (void)std::fprintf(stderr, "%s\n", what);
-        std::abort();
+    // The same message without its frame gives the same.
+    void CheckWithoutFrame(const std::string& framed, long expected) {
+        Transcript reports;
+        ZELSetErrorSink(&Transcript::Record, &reports);
+        const auto message = ExactCopy(std::string_view(framed).substr(FrameSize(framed)));
+        CZELMessage other(0, 0);
+        const long result =
+            other.unpackMessageNoFrame(message.get(), static_cast<long>(framed.size() - FrameSize(framed)));
+        ZELSetErrorSink(&Transcript::Record, &transcript_);
+        Check(result == expected, "a message is unpacked with and without its frame, or neither way");
+        if (result == 0) {
+            Transcript with;
+            with.ShowMessage(b_.message);
+            Transcript without;
+            without.ShowMessage(other.message);
+            Check(with.text() == without.text(), "a message has the same fields with and without its frame");
+        }
     }
 
     // "" when the message cannot be packed.
@@ -292,90 +229,15 @@ private:
         if (once.empty() || b_.message->format == 1) {
             return;
         }
-        if (again.unpackMessage(once.data()) != 0) {
-            Fail("what was packed cannot be unpacked");
-        }
+        Check(again.unpackMessage(once.data()) == 0, "what was packed can be unpacked");
         const std::string twice = PackPlainly(again);
-        if (!twice.empty() && twice != once) {
-            Fail("packed, unpacked and packed, a message differs");
-        }
+        Check(twice.empty() || twice == once, "packed, unpacked and packed, a message is the same");
     }
 
     void UnpackDamaged() {
         std::string bytes = packed_;
-        for (int n = input_.Below(6); n >= 0 && bytes.size() > 6; --n) {
-            const std::size_t at = 6 + input_.Short() % (bytes.size() - 6);
-            switch (input_.Below(4)) {
-                case 0:
-                    bytes[at] = static_cast<char>(input_.Byte());
-                    break;
-                case 1:
-                    bytes.resize(at);
-                    break;
-                case 2:
-                    bytes.insert(at, input_.Bytes(static_cast<std::size_t>(input_.Below(8))));
-                    break;
-                default:
-                    bytes.erase(at, static_cast<std::size_t>(input_.Below(8)));
-            }
-        }
+        Damage(input_, bytes, 6);
         Unpack(bytes);
-    }
-
-    std::string PayloadField(int format) {
-        const std::uint16_t id = tables_.FieldId(input_, subType_);
-        const std::string front = format == 1 ? "" : Big(id, 2);
-        constexpr int kSizes[] = {0, 2, 4, 4, 0, 0, 4, 8, 8, 6, 0, 0, 0};
-        const ZELDictionaryField& record = tables_.Field(id);
-        const int type = id == 0 ? 0 : record.type;
-        std::size_t size = static_cast<std::size_t>(type < 13 ? kSizes[type] : 0);
-        if (type == kZELChars) {
-            size = record.length > 0 ? static_cast<std::size_t>(record.length) : 0;
-        }
-        const bool counted = type == kZELText || type == kZELBytes10 || type == kZELBytes11;
-        if (counted || size == 0 || input_.OneIn(16)) {
-            size = static_cast<std::size_t>(input_.Below(20));
-        }
-        const std::string value = input_.Bytes(size);
-        const bool lies = input_.OneIn(32);
-        const auto stated = static_cast<std::uint32_t>(lies ? input_.Byte() : size);
-        return front + (format == 2 || counted ? Big(stated, 2) : "") + value;
-    }
-
-    // A message that was never packed: the header with the type and sub-type, then fields in any order.
-    void UnpackForeign() {
-        subType_ = input_.Below(GeneratedTables::kSubTypes);
-        const int format = input_.Below(input_.OneIn(16) ? 16 : 3);
-        const int packFlags = input_.OneIn(8) ? input_.Below(16) : 1;
-        const int encrypt = input_.OneIn(8) ? input_.Below(16) : 0;
-        std::string payload;
-        int fields = input_.Below(24);
-        const ZELSubTypeNode& node = tables_.Node(subType_);
-        const int count = node.repeatFieldId != 0 ? input_.Below(6) : 0;
-        if (node.repeatFieldId != 0 && format != 1 && input_.Below(4) != 0) {
-            const int size = tables_.Field(node.repeatFieldId).type == kZELInt ? 4 : 2;
-            payload = Big(node.repeatFieldId, 2) + (format == 2 ? Big(static_cast<std::uint32_t>(size), 2) : "") +
-                      Big(static_cast<std::uint32_t>(count), size);
-        }
-        for (int field = 0; field < fields; ++field) {
-            payload += PayloadField(format);
-        }
-        fields += (payload.empty() ? 0 : 1) + (input_.OneIn(8) ? input_.Below(3) - 1 : 0);
-        std::string message =
-            Big(1, 2) +
-            Big(static_cast<std::uint32_t>(encrypt << 12 | packFlags << 8 | format << 4 | input_.Below(4)), 2);
-        message += Big(2, 2) + Big(static_cast<std::uint32_t>(GeneratedTables::kType << 16 | subType_), 4);
-        message += Big(3, 2) + input_.Bytes(4) + Big(4, 2) + input_.Bytes(4);
-        message += Big(5, 2) + Big(static_cast<std::uint32_t>(fields), 2);
-        if (input_.OneIn(8)) {
-            const int size = input_.Below(10);
-            message +=
-                Big(7, 2) + Big(static_cast<std::uint32_t>(size), 2) + input_.Bytes(static_cast<std::size_t>(size));
-        } else {
-            message += Big(6, 2) + input_.Bytes(4);
-        }
-        packed_ = std::string("\x01\x30\0\0\0\0", 6) + message + payload;
-        Unpack(packed_);
     }
 
     void Step() {
@@ -398,13 +260,15 @@ private:
             case 8:
                 return UnpackDamaged();
             default:
-                return UnpackForeign();
+                subType_ = input_.Below(GeneratedTables::kSubTypes);
+                packed_ = ForeignMessage(input_, tables_, subType_);
+                return Unpack(packed_);
         }
     }
 
     Input& input_;
     GeneratedTables tables_;
-    std::string transcript_;
+    Transcript transcript_;
     std::string userData_;
     std::string packed_;
     CZELMessage a_;
