@@ -214,8 +214,8 @@ bool UnpackUserData(Reader& in, ZelMsgStruct& message) noexcept {
 
 constexpr Reader kNoHeader{nullptr, nullptr};
 
-// Reads a header of any form field by field: the reader behind it, or none, reported. Apart, so that the plain form does
-// not pay for its canary on the stack.
+// Reads a header of any form field by field: the reader behind it, or none, reported. Apart, so that the plain form
+// does not pay for its canary on the stack.
 [[gnu::noinline]] Reader ReadHeaderFields(Reader reader, ZelMsgStruct& message) noexcept {
     std::uint32_t value = 0;
     if (!ExpectNumber(kFlags, reader, value)) {
@@ -255,19 +255,18 @@ constexpr Reader kNoHeader{nullptr, nullptr};
 // The header with the number 6 behind the first five has one length and each number one place.
 constexpr std::size_t kPlainHeader = 32;
 
-// What BuildZELHeader writes number by number, for a dictionary that describes the header.
+// Such a header but for its numbers.
+constexpr char kPlainIds[kPlainHeader] = {0, kFlags, 0, 0, 0, kMsgType, 0, 0,          0, 0, 0, kServiceId, 0, 0, 0, 0,
+                                          0, kMsgId, 0, 0, 0, 0,        0, kNumFields, 0, 0, 0, kUserData};
+
+// What WriteHeaderFields writes number by number, for a dictionary that describes the header.
 char* WritePlainHeader(const ZelMsgStruct& message, char* out) noexcept {
-    StoreU16Be(out, kFlags);
+    std::memcpy(out, kPlainIds, kPlainHeader);
     StoreU16Be(out + 2, JoinFlags(message));
-    StoreU16Be(out + 4, kMsgType);
     StoreU32Be(out + 6, JoinHalves(message.msgType, message.subType));
-    StoreU16Be(out + 10, kServiceId);
     StoreU32Be(out + 12, JoinHalves(message.serviceIdHigh, message.serviceIdLow));
-    StoreU16Be(out + 16, kMsgId);
     StoreU32Be(out + 18, JoinMsgId(message));
-    StoreU16Be(out + 22, kNumFields);
     StoreU16Be(out + 24, static_cast<std::uint16_t>(message.numFields));
-    StoreU16Be(out + 26, kUserData);
     StoreU32Be(out + 28, static_cast<std::uint32_t>(message.userData));
     return out + kPlainHeader;
 }
@@ -310,11 +309,8 @@ char* BuildZELHeader(const ZelMsgStruct* message, char* out, unsigned short* hea
         SendReport(reports::kBuildHeaderFailed);
         return nullptr;
     }
-    if (IsPlain(*message) && IsDescribed()) {
-        *headerLength = kPlainHeader;
-        return WritePlainHeader(*message, out);
-    }
-    char* next = WriteHeaderFields(*message, out);
+    const bool isPlain = IsPlain(*message) && IsDescribed();
+    char* next = isPlain ? WritePlainHeader(*message, out) : WriteHeaderFields(*message, out);
     if (next != nullptr) {
         *headerLength = static_cast<unsigned short>(next - out);
     }

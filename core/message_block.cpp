@@ -30,6 +30,8 @@ constexpr std::size_t RoundUp(std::size_t size) noexcept {
 // So few slots are kept as they start, for the next message of the same type and repeat count.
 constexpr int kMostKeptSlots = 128;
 
+constexpr _field_data kNoSlot = {0, 0, 0, nullptr, 0, {}, 0, static_cast<unsigned char>(SlotKind::kNotPlain), 0, 0};
+
 void FreeChunks(MessageBlock& block) noexcept {
     while (ValueChunk* chunk = block.chunks) {
         block.chunks = chunk->next;
@@ -60,15 +62,17 @@ MessageBlock* TakeBlock(MessageBlock* previous, std::size_t size) noexcept {
 MessageBlock* NewMessageBlock(MessageBlock* previous, const MessagePlan& plan, int slotCount,
                               std::size_t valueRoom) noexcept {
     const std::size_t slotBytes = static_cast<std::size_t>(slotCount) * sizeof(_field_data);
+    const std::size_t behindSlots = slotBytes + sizeof(_field_data);
     const std::size_t keptBytes = slotCount <= kMostKeptSlots ? slotBytes : 0;
     const std::size_t passedBytes = static_cast<std::size_t>(plan.entryCount) * sizeof(std::uint16_t);
-    const std::size_t valuesAt = RoundUp(sizeof(MessageBlock) + slotBytes + keptBytes + passedBytes);
+    const std::size_t valuesAt = RoundUp(sizeof(MessageBlock) + behindSlots + keptBytes + passedBytes);
     MessageBlock* block = TakeBlock(previous, valuesAt + RoundUp(valueRoom));
     if (block == nullptr) {
         SendReport(reports::kModelAllocation);
         return nullptr;
     }
-    char* behindSlots = reinterpret_cast<char*>(SlotsOf(*block)) + slotBytes;
+    char* next = reinterpret_cast<char*>(SlotsOf(*block)) + behindSlots;
+    SlotsOf(*block)[slotCount] = kNoSlot;
     block->buffer.count = static_cast<short>(slotCount);
     block->buffer.fields = SlotsOf(*block);
     block->buffer.block = block;
@@ -78,8 +82,8 @@ MessageBlock* NewMessageBlock(MessageBlock* previous, const MessagePlan& plan, i
     block->idMultiplier = plan.idMultiplier;
     block->idMask = plan.idMask;
     block->hasKeptSlots = false;
-    block->keptSlots = keptBytes != 0 ? reinterpret_cast<_field_data*>(behindSlots) : nullptr;
-    block->passed = reinterpret_cast<std::uint16_t*>(behindSlots + keptBytes);
+    block->keptSlots = keptBytes != 0 ? reinterpret_cast<_field_data*>(next) : nullptr;
+    block->passed = reinterpret_cast<std::uint16_t*>(next + keptBytes);
     block->values = reinterpret_cast<char*>(block) + valuesAt;
     block->chunks = nullptr;
     RestartMessageBlock(*block);
@@ -89,6 +93,7 @@ MessageBlock* NewMessageBlock(MessageBlock* previous, const MessagePlan& plan, i
 void RestartMessageBlock(MessageBlock& block) noexcept {
     FreeChunks(block);
     block.message = {};
+    block.expected = SlotsOf(block);
     block.nextValue = block.values;
     block.valuesEnd = block.values + ValueRoom(block);
 }

@@ -28,7 +28,7 @@ struct PartSlots {
     std::uint16_t unused;
 };
 
-// The slots lie right behind this record.
+// The slots lie right behind this record, and behind them one that is none: it is not plain.
 struct alignas(kValueAlignment) MessageBlock {
     ZELDataBuf buffer;
     ZelMsgStruct message;
@@ -36,6 +36,7 @@ struct alignas(kValueAlignment) MessageBlock {
     const PlanId* ids;
     std::uint32_t idMultiplier;
     std::uint32_t idMask;
+    _field_data* expected;  // the slot that is set next, if fields are set in slot order
     PartSlots parts[kPartCount];
     const MessagePlan* plan;
     std::size_t size;
@@ -94,35 +95,53 @@ inline constexpr bool kChecksContracts = true;
 // The messages alive, in all threads; 0 in builds that do not check contracts.
 int LiveMessages() noexcept;
 
-// Room for `size` bytes from a new chunk, or null, reported. For NewSlotValue.
+// Room for `size` bytes, rounded up, from what the block has left. False: there is less.
+[[nodiscard]] inline bool CarveFromRoom(MessageBlock& block, std::size_t size, char*& value) noexcept {
+    char* next = block.nextValue;
+    if (size > static_cast<std::size_t>(block.valuesEnd - next)) {
+        return false;
+    }
+    block.nextValue = next + size;
+    value = next;
+    return true;
+}
+
+// As many from a new chunk, or null, reported.
 [[nodiscard]] char* CarveFromNewChunk(MessageBlock& block, std::size_t size) noexcept;
+
+// The bytes of a buffer for a value of `length` bytes that is read to its end: one more, rounded up.
+constexpr std::size_t RoomOfValue(std::size_t length) noexcept {
+    return (length + kValueAlignment) & ~(kValueAlignment - 1);
+}
+
+// Makes the buffer of `size` bytes, the last of them zero, the slot's own.
+inline void OwnValue(_field_data& slot, char* value, std::size_t size) noexcept {
+    std::memset(value + size - kValueAlignment, 0, kValueAlignment);
+    slot.value = value;
+    slot.ownsValue = 1;
+}
 
 // Gives the slot a buffer of its own for `length` bytes, which the caller fills, and answers it, or null, reported,
 // with the slot as it was. Behind the bytes there are zero bytes: one at least, and `readSize` bytes in all at least,
 // so that no reader of the slot runs past the buffer.
 [[nodiscard]] inline char* NewSlotValue(MessageBlock& block, _field_data& slot, std::size_t length,
                                         std::size_t readSize) noexcept {
-    // One byte more, rounded up.
-    std::size_t size = (length + kValueAlignment) & ~(kValueAlignment - 1);
-    const bool isShort = size < readSize;
+    std::size_t size = RoomOfValue(length);
+    const bool isShort = readSize > kValueAlignment && size < readSize;
     if (isShort) {
         size = (readSize + kValueAlignment - 1) & ~(kValueAlignment - 1);
     }
-    char* value = block.nextValue;
-    if (size <= static_cast<std::size_t>(block.valuesEnd - value)) {
-        block.nextValue = value + size;
-    } else {
+    char* value = nullptr;
+    if (!CarveFromRoom(block, size, value)) {
         value = CarveFromNewChunk(block, size);
         if (value == nullptr) {
             return nullptr;
         }
     }
-    std::memset(value + size - kValueAlignment, 0, kValueAlignment);
+    OwnValue(slot, value, size);
     if (isShort) {
         std::memset(value + length, 0, size - length);
     }
-    slot.value = value;
-    slot.ownsValue = 1;
     return value;
 }
 
@@ -134,6 +153,12 @@ inline constexpr std::size_t kShortestRead = 8;
 inline std::size_t ReadSize(Shape shape, std::uint16_t length) noexcept {
     const bool isLonger = static_cast<std::int16_t>(length) > static_cast<std::int16_t>(kShortestRead);
     return shape == Shape::kChars && isLonger ? length : kShortestRead;
+}
+
+// Whether the codec reads no more than that from a value of the slot, whatever the length in the dictionary.
+inline bool ReadsShortest(const _field_data& slot) noexcept {
+    const Shape shape = PlainShapeOf(slot);
+    return shape != Shape::kChars && shape != Shape::kNone;
 }
 
 }  // namespace zel

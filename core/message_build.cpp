@@ -10,6 +10,7 @@
 #include "core/header.h"
 #include "core/message_block.h"
 #include "core/plan_table.h"
+#include "core/slot_index.h"
 #include "core/transform.h"
 #include "include/zelmessage.h"
 #include "runtime/reports.h"
@@ -61,12 +62,12 @@ int ClaimedFields(const ZelMsgStruct& message) noexcept {
     }
 }
 
-// The slots packed so far.
+// Where packing stands.
 struct Packing {
     char* next;
     char* end;
     int claimed;
-    int packed;
+    int leftOut;
 };
 
 // Any slot in any format, by what the dictionary says of it now. False: faulty, reported.
@@ -75,14 +76,15 @@ struct Packing {
         case SlotFate::kFaulty:
             return false;
         case SlotFate::kLeftOut:
+            ++packing.leftOut;
             return true;
         case SlotFate::kTooNew:
+            ++packing.leftOut;
             --packing.claimed;
             return true;
         case SlotFate::kPacked:
             break;
     }
-    ++packing.packed;
     const bool isSet = slot.isSet != 0;
     char* next = PackZELField(slot.id, isSet ? slot.value : nullptr, isSet ? static_cast<short>(slot.length) : short{0},
                               packing.next, packing.end, static_cast<short>(message.format));
@@ -94,106 +96,118 @@ struct Packing {
     return true;
 }
 
-// The bytes in front of a value: its id, and in the format 2 its length.
-template <short format>
-constexpr std::uint32_t kFront = format == kIdLengthAndValue ? 4 : 2;
+// What a field takes at most but for the bytes of a value that has no one size.
+constexpr std::ptrdiff_t kMostFixed = 4 + 8;
 
-template <short format>
-char* WriteFront(char* out, const PlanEntry& entry, std::uint16_t length) noexcept {
-    StoreHost(out, entry.wireId);
+// What packing a slot without the dictionary needs of it. The value is not null.
+struct PlainField {
+    std::uint16_t id;
+    std::uint16_t length;  // of the value in memory
+    const void* value;
+};
+
+// The id, in the format 2 the length, and the value of a type of one size.
+template <short format, Shape shape>
+char* WriteFixed(const PlainField& field, char* out) noexcept {
     if constexpr (format == kIdLengthAndValue) {
-        StoreU16Be(out + 2, length);
+        StoreU32Be(out, static_cast<std::uint32_t>(field.id) << 16 | FixedWireSize(shape));
+        out += 4;
+    } else if constexpr (shape == Shape::kShort) {
+        StoreU32Be(out, static_cast<std::uint32_t>(field.id) << 16 | LoadHost<std::uint16_t>(field.value));
+        return out + 4;
+    } else {
+        StoreU16Be(out, field.id);
+        out += 2;
     }
-    return out + kFront<format>;
+    EncodeFixed(shape, field.value, out);
+    return out + FixedWireSize(shape);
 }
 
-// Packs the value of a plain entry in a format that carries ids: what PackSlot does, for a slot that is set, in a
-// message that the field is not too new for. The address behind it, or null: it does not fit.
+// The id, a length, and as many bytes.
+inline char* WriteCounted(const PlainField& field, char* out) noexcept {
+    StoreU32Be(out, static_cast<std::uint32_t>(field.id) << 16 | field.length);
+    CopyValue(out + 4, field.value, field.length);
+    return out + 4 + field.length;
+}
+
+// A text of the dictionary's length. The address behind it, or null: it is left to PackSlot.
 template <short format>
-inline char* PackPlain(const PlanEntry& entry, const _field_data& slot, char* out, const char* end) noexcept {
-    const auto room = static_cast<std::size_t>(end - out);
-    if (IsFixed(entry.shape)) {
-        // A plain entry's length in the dictionary is that on the wire.
-        if (room < kFront<format> + entry.length) {
-            return nullptr;
-        }
-        out = WriteFront<format>(out, entry, entry.length);
-        EncodeFixed(entry.shape, slot.value, out);
-        return out + entry.length;
-    }
-    if (entry.shape == Shape::kCounted || format == kIdLengthAndValue) {
-        // Either way a length comes behind the id.
-        if (room < 4U + slot.length) {
-            return nullptr;
-        }
-        out = WriteFront<kIdLengthAndValue>(out, entry, slot.length);
-        CopyValue(out, slot.value, slot.length);
-        return out + slot.length;
-    }
-    if (room < kFront<format> + entry.length) {
+[[gnu::noinline]] char* PackChars(const MessageBlock& block, const _field_data& slot, char* out,
+                                  const char* lastFixed) noexcept {
+    const std::uint16_t length = format == kIdLengthAndValue ? slot.length : EntryOfSlot(block, slot).length;
+    if (lastFixed - out < length) {
         return nullptr;
     }
-    out = WriteFront<format>(out, entry, entry.length);
-    CopyValue(out, slot.value, entry.length);
-    return out + entry.length;
-}
-
-// Packs slots made from the entries in their order. The slot behind them, or null: faulty, reported.
-template <short format>
-const _field_data* PackRun(const ZelMsgStruct& message, const PlanEntry* entry, const PlanEntry* end,
-                           const _field_data* slot, Packing& packing) noexcept {
-    // Without a filter no plain field is too new.
-    const int version = message.version == 0 ? INT16_MAX : message.version;
-    char* next = packing.next;
-    const char* const payloadEnd = packing.end;
-    int packed = packing.packed;
-    for (; entry != end; ++entry, ++slot) {
-        const bool isSet = slot->isSet != 0;
-        if (!isSet && slot->presence != kZELMandatory && entry->hasRecord) {
-            continue;
-        }
-        if (isSet && entry->version <= version && slot->value != nullptr) {
-            char* behind = PackPlain<format>(*entry, *slot, next, payloadEnd);
-            if (behind != nullptr) {
-                next = behind;
-                ++packed;
-                continue;
-            }
-        }
-        packing.next = next;
-        packing.packed = packed;
-        if (!PackSlot(message, *slot, packing)) {
-            return nullptr;
-        }
-        next = packing.next;
-        packed = packing.packed;
+    if (format == kIdLengthAndValue) {
+        return WriteCounted({slot.id, length, slot.value}, out);
     }
-    packing.next = next;
-    packing.packed = packed;
-    return slot;
+    StoreU16Be(out, slot.id);
+    CopyValue(out + 2, slot.value, length);
+    return out + 2 + length;
 }
 
-// The same for all slots.
+// Packs a slot that is set, in a format that carries ids and a message that the field is not too new for: what PackSlot
+// does. The address behind it, or null: it is not plain, or there may be no room, and it is left to PackSlot. A field
+// of one size has room up to `lastFixed`.
+template <short format>
+inline char* PackPlain(const MessageBlock& block, const _field_data& slot, char* out, const char* lastFixed) noexcept {
+    const PlainField field{slot.id, slot.length, slot.value};
+    if (field.value == nullptr || out > lastFixed) {
+        return nullptr;
+    }
+    switch (PlainShapeOf(slot)) {
+        case Shape::kShort:
+            return WriteFixed<format, Shape::kShort>(field, out);
+        case Shape::kLong:
+            return WriteFixed<format, Shape::kLong>(field, out);
+        case Shape::kDouble:
+            return WriteFixed<format, Shape::kDouble>(field, out);
+        case Shape::kDateTime:
+            return WriteFixed<format, Shape::kDateTime>(field, out);
+        case Shape::kMoney:
+            return WriteFixed<format, Shape::kMoney>(field, out);
+        case Shape::kChars:
+            return PackChars<format>(block, slot, out, lastFixed);
+        case Shape::kCounted:
+            return lastFixed - out >= field.length ? WriteCounted(field, out) : nullptr;
+        case Shape::kNone:
+            return nullptr;
+    }
+    // These are all values of three bits: the switch is one indexed step.
+    __builtin_unreachable();
+}
+
+// Packs all slots of a message whose plan is current. False: faulty, reported.
 template <short format>
 bool PackByPlan(const ZelMsgStruct& message, const MessageBlock& block, Packing& packing) noexcept {
-    const MessagePlan& plan = *block.plan;
-    const _field_data* slot = block.buffer.fields;
-    const _field_data* const slotsEnd = slot + block.buffer.count;
-    const PlanEntry* const groupBegin = plan.entries + plan.groupBegin;
-    const PlanEntry* const groupEnd = plan.entries + plan.groupEnd;
-    const _field_data* const groupSlotsEnd = block.buffer.fields + block.parts[kInGroup].end;
-    slot = PackRun<format>(message, plan.entries, plan.entries + block.parts[kBeforeGroup].end, slot, packing);
-    while (slot != nullptr && slot < groupSlotsEnd) {
-        const auto left = std::min(groupSlotsEnd - slot, groupEnd - groupBegin);
-        slot = PackRun<format>(message, groupBegin, groupBegin + left, slot, packing);
+    // Without a filter no plain field is too new.
+    const bool hasFilter = message.version != 0 && message.version < kNewestSlotVersion;
+    const auto version = static_cast<std::uint8_t>(hasFilter ? message.version : kNewestSlotVersion);
+    const _field_data* const end = block.buffer.fields + block.buffer.count;
+    const char* const lastFixed = packing.end - kMostFixed;
+    char* next = packing.next;
+    for (const _field_data* slot = block.buffer.fields; slot != end; ++slot) {
+        if (slot->isSet != 0) {
+            char* behind = slot->version <= version ? PackPlain<format>(block, *slot, next, lastFixed) : nullptr;
+            if (behind != nullptr) {
+                next = behind;
+                continue;
+            }
+        } else if (slot->presence != kZELMandatory && KindOf(*slot) != SlotKind::kNoRecord) {
+            ++packing.leftOut;
+            continue;
+        }
+        packing.next = next;
+        if (!PackSlot(message, *slot, packing)) {
+            return false;
+        }
+        next = packing.next;
     }
-    if (slot != nullptr && slot != slotsEnd) {
-        slot = PackRun<format>(message, groupEnd, groupEnd + (slotsEnd - slot), slot, packing);
-    }
-    return slot != nullptr;
+    packing.next = next;
+    return true;
 }
 
-bool PackOneByOne(const ZelMsgStruct& message, Packing& packing) noexcept {
+[[gnu::noinline]] bool PackOneByOne(const ZelMsgStruct& message, Packing& packing) noexcept {
     const ZELDataBuf& buffer = *message.dataBuf;
     return std::all_of(buffer.fields, buffer.fields + buffer.count,
                        [&](const _field_data& slot) { return PackSlot(message, slot, packing); });
@@ -215,11 +229,15 @@ bool PackAll(const ZelMsgStruct& message, Packing& packing) noexcept {
 // Packs the slots into `out` of kZELMaxPayload bytes and sets numFields: the payload's length, or -1.
 int PackSlots(ZelMsgStruct& message, char* out) noexcept {
     Packing packing{out, out + kZELMaxPayload, ClaimedFields(message), 0};
-    // A field set twice was counted twice: such a message is refused without a report.
-    if (!PackAll(message, packing) || packing.claimed != packing.packed) {
+    if (!PackAll(message, packing)) {
         return -1;
     }
-    message.numFields = static_cast<short>(packing.packed);
+    const int packed = message.dataBuf->count - packing.leftOut;
+    // A field set twice was counted twice: such a message is refused without a report.
+    if (packing.claimed != packed) {
+        return -1;
+    }
+    message.numFields = static_cast<short>(packed);
     return static_cast<int>(packing.next - out);
 }
 

@@ -14,12 +14,15 @@ namespace zel {
 
 namespace {
 
-// Slots as they start. They are `count` entries of the plan's list from `at` on.
-_field_data* StartSlots(const MessagePlan& plan, int at, std::ptrdiff_t count, _field_data* slot) noexcept {
+// Slots as they start. They are `count` entries of the plan's list from `at` on; in the group those of one repetition,
+// counted from 0.
+_field_data* StartSlots(const MessagePlan& plan, int at, std::ptrdiff_t count, unsigned int repetition,
+                        _field_data* slot) noexcept {
     const _field_data* from = plan.slots + at;
     std::memcpy(slot, from, static_cast<std::size_t>(count) * sizeof *slot);
     for (const _field_data* end = from + count; from != end; ++from, ++slot) {
         slot->value = from->value != nullptr ? slot->inlineValue : nullptr;
+        slot->key = from->key + repetition * kNextOccurrence;
     }
     return slot;
 }
@@ -29,11 +32,13 @@ void StartAllSlots(const MessageBlock& block) noexcept {
     const int groupSize = plan.groupEnd - plan.groupBegin;
     const auto groupEnd = static_cast<std::ptrdiff_t>(block.parts[kInGroup].end);
     _field_data* const end = block.buffer.fields + block.buffer.count;
-    _field_data* slot = StartSlots(plan, 0, block.parts[kBeforeGroup].end, block.buffer.fields);
+    _field_data* slot = StartSlots(plan, 0, block.parts[kBeforeGroup].end, 0, block.buffer.fields);
+    unsigned int repetition = 0;
     for (std::ptrdiff_t left = groupEnd - plan.groupBegin; left > 0; left -= groupSize) {
-        slot = StartSlots(plan, plan.groupBegin, std::min<std::ptrdiff_t>(groupSize, left), slot);
+        slot = StartSlots(plan, plan.groupBegin, std::min<std::ptrdiff_t>(groupSize, left), repetition, slot);
+        ++repetition;
     }
-    StartSlots(plan, plan.groupEnd, end - slot, slot);
+    StartSlots(plan, plan.groupEnd, end - slot, 0, slot);
 }
 
 // The slot count, or -1 with the report of what is wrong with it.

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <bit>
-#include <climits>
 
 #include "core/dictionary.h"
 #include "runtime/allocator.h"
@@ -13,7 +12,6 @@ namespace {
 
 // So that no count added to it wraps.
 constexpr std::size_t kNoSpan = SIZE_MAX / 2;
-constexpr int kNoVersion = INT_MAX;
 
 // What a text or byte string is expected to take: most are short.
 constexpr std::uint32_t kCountedRoom = 32;
@@ -80,7 +78,6 @@ PlanEntry NewEntry(const ZELFieldListEntry& listed, Part part, std::uint16_t mar
     entry.isMarker = listed.fieldId == kZELGroupMarker;
     entry.shape = Shape::kNone;
     entry.span = kNoSpan;
-    entry.version = kNoVersion;
     if (const ZELDictionaryField* record = FindFldRecord(static_cast<short>(listed.fieldId))) {
         entry.hasRecord = true;
         entry.shape = ShapeOf(record->type);
@@ -102,6 +99,7 @@ void FillEntries(const ZELSubTypeNode& node, MessagePlan& plan, PlanEntry* entri
         slots[at].id = listed.fieldId;
         slots[at].presence = listed.presence;
         slots[at].length = entries[at].length;
+        slots[at].kind = static_cast<unsigned char>(entries[at].hasRecord ? SlotKind::kNotPlain : SlotKind::kNoRecord);
         slots[at].value = IsFixed(entries[at].shape) ? slots[at].inlineValue : nullptr;
         const std::uint32_t room = RoomOf(entries[at].shape, entries[at].length);
         if (entries[at].part == kInGroup) {
@@ -118,6 +116,17 @@ PlanId& Enter(const MessagePlan& plan, PlanId* ids, unsigned short fieldId) noex
     auto& entry = ids[&FindPlanId(plan, fieldId) - ids];
     entry.id = fieldId;
     return entry;
+}
+
+SlotKind KindOf(const ZELDictionaryField& plainField) noexcept {
+    if (plainField.version < 0 || plainField.version > kNewestSlotVersion) {
+        return SlotKind::kNotPlain;
+    }
+    const Shape shape = ShapeOf(plainField.type);
+    if (shape == Shape::kCounted) {
+        return plainField.type == kZELText ? SlotKind::kText : SlotKind::kBytes;
+    }
+    return static_cast<SlotKind>(shape);
 }
 
 // Chooses where ids begin to be searched so that most are found at once: dictionaries are made of runs, for which their
@@ -144,7 +153,7 @@ void ChooseHomes(MessagePlan& plan, const PlanEntry* entries, std::uint32_t capa
     std::fill_n(ids, capacity, PlanId{});
 }
 
-void FillIds(MessagePlan& plan, PlanEntry* entries, PlanId* ids, PlanSeveral* severals,
+void FillIds(MessagePlan& plan, PlanEntry* entries, _field_data* slots, PlanId* ids, PlanSeveral* severals,
              std::uint16_t* places) noexcept {
     // How often the list holds each id is counted in `at` first.
     for (int at = 0; at < plan.entryCount; ++at) {
@@ -160,8 +169,9 @@ void FillIds(MessagePlan& plan, PlanEntry* entries, PlanId* ids, PlanSeveral* se
             entries[at].isPlain = entries[at].span != kNoSpan;
             if (entries[at].isPlain) {
                 const ZELDictionaryField& record = *FindFldRecord(static_cast<short>(id.id));
-                entries[at].version = record.version;
-                id.plainType = static_cast<std::uint8_t>(record.type);
+                slots[at].kind = static_cast<unsigned char>(KindOf(record));
+                slots[at].version = static_cast<unsigned char>(record.version);
+                slots[at].key = SlotKey(id.id, entries[at].part == kInGroup ? 1 : -1);
             }
             id.at = static_cast<std::uint16_t>(at);
             id.part = entries[at].part;
@@ -220,7 +230,7 @@ MessagePlan* NewMessagePlan(const PlanTable* table, short msgType, const ZELSubT
     FindGroup(node, *plan);
     FillEntries(node, *plan, entries, slots);
     ChooseHomes(*plan, entries, capacity, ids);
-    FillIds(*plan, entries, ids, severals, places);
+    FillIds(*plan, entries, slots, ids, severals, places);
     const PlanId& count = FindPlanId(*plan, plan->repeatFieldId);
     const bool isPlainCount = plan->repeatFieldId != 0 && count.use == PlanId::kSingle && entries[count.at].isPlain;
     plan->countAt = isPlainCount && entries[count.at].shape <= Shape::kLong ? count.at : -1;

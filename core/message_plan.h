@@ -6,7 +6,6 @@
 #ifndef ZEL_CORE_MESSAGE_PLAN_H
 #define ZEL_CORE_MESSAGE_PLAN_H
 
-#include <climits>
 #include <cstddef>
 #include <cstdint>
 
@@ -24,7 +23,6 @@ enum Part : std::uint8_t { kBeforeGroup, kInGroup, kBehindGroup, kNoPart, kPartC
 // One entry of the field list.
 struct PlanEntry {
     std::size_t span;  // the bytes that the field takes in format 0 at least; more than any payload has unless plain
-    int version;       // of the field; more than any message has unless plain
     std::uint16_t wireId;  // the id as its bytes lie on the wire
     std::uint16_t id;
     std::uint16_t length;   // of the dictionary
@@ -36,18 +34,50 @@ struct PlanEntry {
     bool isMarker;
 };
 
+// How a slot is set and packed without the dictionary: the shape of its field if its entry is plain, else kNone. A flag
+// tells apart what has the same shape.
+enum class SlotKind : std::uint8_t {
+    kText = static_cast<std::uint8_t>(Shape::kCounted),
+    kBytes = kText | 8,
+    kNotPlain = static_cast<std::uint8_t>(Shape::kNone),
+    kNoRecord = kNotPlain | 8  // the dictionary does not know the id either
+};
+
+inline SlotKind KindOf(const _field_data& slot) noexcept {
+    return static_cast<SlotKind>(slot.kind);
+}
+
+// Whether the values have one size; no flag goes with those.
+constexpr bool IsFixed(SlotKind kind) noexcept {
+    return kind <= static_cast<SlotKind>(Shape::kMoney);
+}
+
+inline Shape PlainShapeOf(const _field_data& slot) noexcept {
+    return static_cast<Shape>(slot.kind & 7);
+}
+
+// What a setter names a slot by: the key of the slots of plain entries, with the occurrence -1 outside the group. What
+// is not plain has a key of the id 0.
+constexpr unsigned int SlotKey(unsigned short fieldId, short occurrence) noexcept {
+    return static_cast<unsigned int>(static_cast<unsigned short>(occurrence)) << 16 | fieldId;
+}
+
+// From the key of an occurrence in the group to that of the next.
+inline constexpr unsigned int kNextOccurrence = 1U << 16;
+
+// The newest version that a slot can say of its field; slots of newer fields are not plain.
+inline constexpr int kNewestSlotVersion = UINT8_MAX;
+
 // The entry behind the last one, where no field is expected. The id can be on no wire: it means that there is none.
-inline constexpr PlanEntry kNowhere = {SIZE_MAX / 2, INT_MAX, 0xFFFF, 0xFFFF, 0,    0,
-                                       Shape::kNone, kNoPart, false,  false,  false};
+inline constexpr PlanEntry kNowhere = {SIZE_MAX / 2, 0xFFFF, 0xFFFF, 0, 0, Shape::kNone, kNoPart, false, false, false};
 
 // Where the slots of one id lie. An entry of a hash table over the ids, which is at most half full.
-struct PlanId {
+struct alignas(8) PlanId {
     enum Use : std::uint8_t { kFree, kSingle, kSeveral };
     std::uint16_t id;
     std::uint16_t at;   // the place in the list, or for an id of several entries in `severals`
     std::uint8_t part;  // kNoPart unless it is a single entry
     std::uint8_t use;
-    std::uint8_t plainType;  // of the field, if the entry is plain; else 0
 };
 
 // An id that the list holds several times: its places in the list, ascending, and how many lie in each part.

@@ -9,8 +9,6 @@
 
 namespace zel {
 
-std::atomic<PlanTable*> currentPlans{nullptr};
-
 namespace {
 
 // Written by RetirePlans and ReleasePlans alone.

@@ -22,8 +22,8 @@ struct PlanTable {
 // The plans of the tables in use, or null without memory.
 const PlanTable* CurrentPlans() noexcept;
 
-// For IsCurrent.
-extern std::atomic<PlanTable*> currentPlans;
+// For IsCurrent. Defined here, so that it is known to be the library's own and read in one step.
+inline std::atomic<PlanTable*> currentPlans{nullptr};
 
 // Whether plans from this set say what the tables in use say.
 inline bool IsCurrent(const PlanTable* table) noexcept {

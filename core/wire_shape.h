@@ -127,9 +127,11 @@ inline void CopyValue(void* out, const void* value, std::size_t length) noexcept
     struct Sixteen {
         std::uint64_t halves[2];
     };
-    if (length > 2 * sizeof(Sixteen)) {
-        std::memcpy(to, from, length);
-    } else if (length >= sizeof(Sixteen)) {
+    if (length >= sizeof(Sixteen)) {
+        if (length > 2 * sizeof(Sixteen)) {
+            std::memcpy(to, from, length);
+            return;
+        }
         const auto last = LoadHost<Sixteen>(from + length - sizeof(Sixteen));
         StoreHost(to, LoadHost<Sixteen>(from));
         StoreHost(to + length - sizeof(Sixteen), last);

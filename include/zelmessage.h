@@ -78,6 +78,11 @@ struct _field_data {
     unsigned short length;    // of the value, in bytes
     alignas(8) unsigned char inlineValue[8];
     unsigned short ownsValue;  // 1: value is a buffer of the library's that the slot owns
+
+    // The library's own.
+    unsigned char kind;
+    unsigned char version;
+    unsigned int key;
 };
 
 // The field slots of a message, in the order of the message table with the repeating group expanded.

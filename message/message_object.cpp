@@ -105,56 +105,86 @@ bool SetOther(ZelMsgStruct& message, _field_data& slot, FieldKind kind, const vo
     }
 }
 
-[[gnu::noinline]] void SetPlainText(ZelMsgStruct& message, _field_data& slot, const char* text) noexcept {
-    if (SetText(message, slot, {kZELText, 0}, text)) {
+[[gnu::noinline]] void SetTextOfLength(ZelMsgStruct& message, _field_data& slot, const char* text,
+                                       std::size_t length) noexcept {
+    if (SetSeparateValue(message, slot, {kZELText, 0}, text, length, length)) {
         CountAsSet(message, slot);
     }
 }
 
-// A value of one size, in the slot's own bytes. False: nothing has changed.
-template <std::size_t size>
-bool SetInline(ZelMsgStruct& message, _field_data& slot, const void* value) noexcept {
-    if (slot.value != slot.inlineValue || slot.length != size) {
+// What SetText does for a plain field. Few registers are saved: nothing is called here once the length is known.
+[[gnu::noinline]] void SetPlainText(ZelMsgStruct& message, _field_data& slot, const char* text) noexcept {
+    const std::size_t length = strnlen(text, UINT16_MAX);
+    const std::size_t size = zel::RoomOfValue(length);
+    char* value = nullptr;
+    if (!zel::CarveFromRoom(zel::BlockOf(message), size, value)) {
+        SetTextOfLength(message, slot, text, length);
+        return;
+    }
+    zel::OwnValue(slot, value, size);
+    slot.length = static_cast<unsigned short>(length);
+    CountAsSet(message, slot);
+    zel::CopyValue(value, text, length);
+}
+
+// A value in the slot's own bytes, as SetOther copies it. False: nothing has changed.
+inline bool SetInline(ZelMsgStruct& message, _field_data& slot, const void* value) noexcept {
+    if (slot.value != slot.inlineValue) {
         return false;
     }
-    std::memcpy(slot.inlineValue, value, size);
+    if (slot.length == 2) {
+        std::memcpy(slot.inlineValue, value, 2);
+    } else if (slot.length == 4) {
+        std::memcpy(slot.inlineValue, value, 4);
+    } else if (slot.length == 6) {
+        std::memcpy(slot.inlineValue, value, 6);
+    } else if (slot.length == 8) {
+        std::memcpy(slot.inlineValue, value, 8);
+    } else {
+        return false;
+    }
     CountAsSet(message, slot);
     return true;
 }
 
-// A plain field that is found at once, in a message whose plan is current: no look-up can report anything. False:
-// nothing has been done.
+// The slot that a setter names, in a message whose plan is current, if it is found at once; else null. The slot behind
+// it is expected next.
+inline _field_data* FindSlotToSet(ZelMsgStruct* message, short fieldId, short occurrence) noexcept {
+    if (message == nullptr || message->dataBuf == nullptr) {
+        return nullptr;
+    }
+    zel::MessageBlock& block = zel::BlockOf(*message);
+    if (!zel::IsCurrent(block.table)) {
+        return nullptr;
+    }
+    const auto id = static_cast<unsigned short>(fieldId);
+    _field_data* slot = block.expected;
+    if (slot->key != zel::SlotKey(id, occurrence)) {
+        const zel::PlanId& home = zel::HomeId(block, id);
+        slot = home.id == id ? zel::SingleSlot(block, home, NumberOf(occurrence)) : nullptr;
+        if (slot == nullptr) {
+            return nullptr;
+        }
+    }
+    block.expected = slot + 1;
+    return slot;
+}
+
+// Sets a plain field that is found at once: no look-up can report anything. False: nothing has been done.
 inline bool SetByPlan(ZelMsgStruct* message, short fieldId, const void* value, short occurrence) noexcept {
-    if (message == nullptr || message->dataBuf == nullptr || value == nullptr) {
-        return false;
-    }
-    const zel::MessageBlock& block = zel::BlockOf(*message);
-    const zel::PlanId& id = zel::HomeId(block, static_cast<unsigned short>(fieldId));
-    if (id.id != static_cast<unsigned short>(fieldId) || !zel::IsCurrent(block.table)) {
-        return false;
-    }
-    _field_data* slot = zel::SingleSlot(block, id, NumberOf(occurrence));
+    _field_data* slot = value != nullptr ? FindSlotToSet(message, fieldId, occurrence) : nullptr;
     if (slot == nullptr) {
         return false;
     }
-    switch (id.plainType) {
-        case kZELShort:
-            return SetInline<2>(*message, *slot, value);
-        case kZELLong:
-        case kZELInt:
-        case kZELFloat:
-            return SetInline<4>(*message, *slot, value);
-        case kZELDouble:
-        case kZELDateTime:
-            return SetInline<8>(*message, *slot, value);
-        case kZELMoney:
-            return SetInline<6>(*message, *slot, value);
-        case kZELText:
-            SetPlainText(*message, *slot, static_cast<const char*>(value));
-            return true;
-        default:
-            return false;
+    const zel::SlotKind kind = zel::KindOf(*slot);
+    if (zel::IsFixed(kind)) {
+        return SetInline(*message, *slot, value);
     }
+    if (kind == zel::SlotKind::kText) {
+        SetPlainText(*message, *slot, static_cast<const char*>(value));
+        return true;
+    }
+    return false;
 }
 
 }  // namespace
@@ -199,9 +229,13 @@ void CZELMessage::setFieldValue(short fieldId, const void* value, short occurren
 }
 
 void CZELMessage::setFieldValueBinary(short fieldId, const void* data, short length, short occurrence) noexcept {
-    // Looked up for its reports also.
-    const FieldKind kind = KindOf(zel::GetFldEntry(fieldId));
-    _field_data* slot = FindOccurrence(message, fieldId, occurrence);
+    _field_data* slot = FindSlotToSet(message, fieldId, occurrence);
+    FieldKind kind{};
+    if (slot == nullptr || !zel::ReadsShortest(*slot)) {
+        // Looked up for its reports also.
+        kind = KindOf(zel::GetFldEntry(fieldId));
+        slot = FindOccurrence(message, fieldId, occurrence);
+    }
     if (slot == nullptr || data == nullptr) {
         return;
     }

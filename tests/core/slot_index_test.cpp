@@ -105,6 +105,7 @@ TEST(SlotIndex, FindsEveryOccurrence) {
     TestTables tables;
     RecordedReports reports;
     Random random(1);
+    int keys = 0;
     for (int round = 0; round < 4000; ++round) {
         const RandomType type(tables, random);
         if (type.Ids() == std::vector<int>{-1}) {
@@ -114,6 +115,17 @@ TEST(SlotIndex, FindsEveryOccurrence) {
         ASSERT_NE(type.message, nullptr) << round;
         const ZELDataBuf& buffer = *type.message->dataBuf;
         ASSERT_EQ(buffer.count, static_cast<int>(type.Ids().size()));
+        for (int slot = 0; slot < buffer.count; ++slot) {
+            // The slot that a key names is the one that has it.
+            const unsigned int key = buffer.fields[slot].key;
+            const auto id = static_cast<unsigned short>(key);
+            const auto occurrence = static_cast<short>(key >> 16);
+            keys += id != 0 ? 1 : 0;
+            ASSERT_EQ(id != 0, PlainShapeOf(buffer.fields[slot]) != Shape::kNone) << round;
+            ASSERT_EQ(FindSlot(buffer, id, occurrence == -1 ? short{1} : occurrence),
+                      id != 0 ? &buffer.fields[slot] : nullptr)
+                << round;
+        }
         for (const unsigned short id : kIds) {
             short instance = 0;
             for (int slot = 0; slot < buffer.count; ++slot) {
@@ -127,6 +139,7 @@ TEST(SlotIndex, FindsEveryOccurrence) {
             }
         }
     }
+    EXPECT_GT(keys, 4000);
 }
 
 TEST(SlotIndex, PutsReceivedFieldsWhereTheyBelong) {
