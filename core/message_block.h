@@ -19,13 +19,12 @@ struct alignas(kValueAlignment) ValueChunk {
     ValueChunk* next;
 };
 
-// The slots of one part of the field list: that of the n-th occurrence (from 0) of the entry `at` is
-// at + shift + n * stride, if that lies below `end`.
+// The slots of the parts of the field list: that of the n-th occurrence (from 0) of the entry `at` is
+// at + shift + n * stride, if that lies below `end`. 32 bits each, which instructions take as they lie.
 struct PartSlots {
-    std::uint16_t shift;
-    std::uint16_t stride;
-    std::uint16_t end;
-    std::uint16_t unused;
+    std::uint32_t shift[kPartCount];
+    std::uint32_t stride[kPartCount];
+    std::uint32_t end[kPartCount];
 };
 
 // The slots lie right behind this record.
@@ -36,7 +35,7 @@ struct alignas(kValueAlignment) MessageBlock {
     const PlanId* ids;
     std::uint32_t idMultiplier;
     std::uint32_t idMask;
-    PartSlots parts[kPartCount];
+    PartSlots parts;
     const MessagePlan* plan;
     std::size_t size;
     int repetitions;    // of the group
@@ -86,6 +85,20 @@ void FreeMessageBlock(MessageBlock* block) noexcept;
 
 // Room for `size` bytes from a new chunk, or null, reported. For NewSlotValue.
 [[nodiscard]] char* CarveFromNewChunk(MessageBlock& block, std::size_t size) noexcept;
+
+// The bytes that are left of the room for values.
+inline std::size_t RoomLeft(const MessageBlock& block) noexcept {
+    return static_cast<std::size_t>(block.valuesEnd - block.nextValue);
+}
+
+// Gives the slot the next `size` bytes of that room, a multiple of kValueAlignment, for its own.
+inline char* TakeSlotValue(MessageBlock& block, _field_data& slot, std::size_t size) noexcept {
+    char* value = block.nextValue;
+    block.nextValue = value + size;
+    slot.value = value;
+    slot.ownsValue = 1;
+    return value;
+}
 
 // Gives the slot a buffer of its own for `length` bytes, which the caller fills, and answers it, or null, reported,
 // with the slot as it was. Behind the bytes there are zero bytes: one at least, and `readSize` bytes in all at least,

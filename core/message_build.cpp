@@ -181,8 +181,8 @@ bool PackByPlan(const ZelMsgStruct& message, const MessageBlock& block, Packing&
     const _field_data* const slotsEnd = slot + block.buffer.count;
     const PlanEntry* const groupBegin = plan.entries + plan.groupBegin;
     const PlanEntry* const groupEnd = plan.entries + plan.groupEnd;
-    const _field_data* const groupSlotsEnd = block.buffer.fields + block.parts[kInGroup].end;
-    slot = PackRun<format>(message, plan.entries, plan.entries + block.parts[kBeforeGroup].end, slot, packing);
+    const _field_data* const groupSlotsEnd = block.buffer.fields + block.parts.end[kInGroup];
+    slot = PackRun<format>(message, plan.entries, plan.entries + block.parts.end[kBeforeGroup], slot, packing);
     while (slot != nullptr && slot < groupSlotsEnd) {
         const auto left = std::min(groupSlotsEnd - slot, groupEnd - groupBegin);
         slot = PackRun<format>(message, groupBegin, groupBegin + left, slot, packing);

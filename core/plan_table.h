@@ -19,11 +19,15 @@ struct PlanTable {
     std::atomic<MessagePlan*>* plans;
 };
 
-// The plans of the tables in use, or null without memory.
-const PlanTable* CurrentPlans() noexcept;
-
-// For IsCurrent.
+// For the two below.
 extern std::atomic<PlanTable*> currentPlans;
+const PlanTable* MakePlans() noexcept;
+
+// The plans of the tables in use, or null without memory.
+inline const PlanTable* CurrentPlans() noexcept {
+    const PlanTable* table = currentPlans.load(std::memory_order_acquire);
+    return table != nullptr ? table : MakePlans();
+}
 
 // Whether plans from this set say what the tables in use say.
 inline bool IsCurrent(const PlanTable* table) noexcept {

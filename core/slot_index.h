@@ -21,9 +21,9 @@ inline const PlanId& HomeId(const MessageBlock& block, unsigned short fieldId) n
 
 // The n-th slot of an id with a single entry, or null; null too for other ids.
 inline _field_data* SingleSlot(const MessageBlock& block, const PlanId& id, std::uint32_t n) noexcept {
-    const PartSlots& part = block.parts[id.part];
-    const std::uint32_t slot = std::uint32_t{id.at} + part.shift + n * part.stride;
-    return slot < part.end ? &SlotsOf(block)[slot] : nullptr;
+    const PartSlots& parts = block.parts;
+    const std::uint32_t slot = id.at + parts.shift[id.part] + n * parts.stride[id.part];
+    return slot < parts.end[id.part] ? &SlotsOf(block)[slot] : nullptr;
 }
 
 // The same, quick for an id that is found where it is looked for first.

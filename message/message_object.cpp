@@ -24,7 +24,13 @@ _field_data* FindOccurrence(const ZelMsgStruct* message, short fieldId, short oc
     if (message == nullptr || message->dataBuf == nullptr) {
         return nullptr;
     }
-    return zel::FindNthSlot(zel::BlockOf(*message), static_cast<unsigned short>(fieldId), NumberOf(occurrence));
+    const zel::MessageBlock& block = zel::BlockOf(*message);
+    const auto id = static_cast<unsigned short>(fieldId);
+    // Each occurrence its own way: the first one takes no multiplication.
+    if (occurrence == kFirstOccurrence) {
+        return zel::FindNthSlot(block, id, 0);
+    }
+    return zel::FindNthSlot(block, id, NumberOf(occurrence));
 }
 
 // Marks the slot as set. Counts every call, also for a slot that was set before.
