@@ -180,7 +180,7 @@ bool ReceiveExpected(Receiving& receiving) noexcept {
         receiving.groupMarkers += MarkersAmong(cursor.entry, entry);
         cursor.entry = entry;
         cursor.slot = slot;
-        if (entry == cursor.stop && receipt != Receipt::kFailed) {
+        if (entry == cursor.stop && receipt != Receipt::kFailed && receiving.fieldsLeft != 0) {
             EnterNextRun(block, cursor);
             receipt = Receipt::kReceived;
         }

@@ -149,9 +149,9 @@ inline void CopyValue(void* out, const void* value, std::size_t length) noexcept
 // Copies fewer than 16 bytes and lets zero bytes follow to 16: without a branch, because lengths vary from value to
 // value. 16 bytes can be read at `value`.
 inline void CopyShortValue(void* out, const void* value, std::size_t length) noexcept {
-    // Behind the middle of these begin as many zero bytes as the masks of all lengths need.
-    static constexpr std::uint64_t kOnesThenZeros[] = {UINT64_MAX, UINT64_MAX, 0, 0};
-    const auto mask = LoadHost<Sixteen>(reinterpret_cast<const char*>(kOnesThenZeros) + sizeof(Sixteen) - length);
+    // The mask of each length begins as many bytes in front of the zeros.
+    static constexpr Sixteen kOnesThenZeros[] = {{{UINT64_MAX, UINT64_MAX}}, {{0, 0}}};
+    const auto mask = LoadHost<Sixteen>(reinterpret_cast<const char*>(&kOnesThenZeros[1]) - length);
     const auto bytes = LoadHost<Sixteen>(value);
     StoreHost(out, Sixteen{{bytes.halves[0] & mask.halves[0], bytes.halves[1] & mask.halves[1]}});
 }
