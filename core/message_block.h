@@ -19,13 +19,12 @@ struct alignas(kValueAlignment) ValueChunk {
     ValueChunk* next;
 };
 
-// The slots of one part of the field list: that of the n-th occurrence (from 0) of the entry `at` is
-// at + shift + n * stride, if that lies below `end`.
+// The slots of the parts of the field list: that of the n-th occurrence (from 0) of the entry `at` is
+// at + shift + n * stride, if that lies below `end`. 32 bits each, which instructions take as they lie.
 struct PartSlots {
-    std::uint16_t shift;
-    std::uint16_t stride;
-    std::uint16_t end;
-    std::uint16_t unused;
+    std::uint32_t shift[kPartCount];
+    std::uint32_t stride[kPartCount];
+    std::uint32_t end[kPartCount];
 };
 
 // The slots lie right behind this record, and behind them one that is none: it is not plain.
@@ -37,7 +36,7 @@ struct alignas(kValueAlignment) MessageBlock {
     std::uint32_t idMultiplier;
     std::uint32_t idMask;
     _field_data* expected;  // the slot that is set next, if fields are set in slot order
-    PartSlots parts[kPartCount];
+    PartSlots parts;
     const MessagePlan* plan;
     std::size_t size;
     int repetitions;    // of the group

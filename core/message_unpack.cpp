@@ -53,14 +53,23 @@ struct Receiving {
     int groupMarkers;
 };
 
-// Stores a value in a buffer of the slot's own. False: reported.
-inline bool StoreSeparate(MessageBlock& block, _field_data& slot, const char* bytes, std::uint16_t length,
+// Stores the first `length` bytes of `bytes` in a buffer of the slot's own. False: reported.
+inline bool StoreSeparate(MessageBlock& block, _field_data& slot, const Reader& bytes, std::uint16_t length,
                           std::size_t readSize) noexcept {
-    char* value = NewSlotValue(block, slot, length, readSize);
+    const bool isShort = length < kValueAlignment && readSize <= kValueAlignment && Remaining(bytes) >= kValueAlignment;
+    char* value = nullptr;
+    if (isShort && CarveFromRoom(block, kValueAlignment, value)) {
+        CopyShortValue(value, bytes.next, length);
+        slot.value = value;
+        slot.ownsValue = 1;
+        slot.length = length;
+        return true;
+    }
+    value = NewSlotValue(block, slot, length, readSize);
     if (value == nullptr) {
         return false;
     }
-    CopyValue(value, bytes, length);
+    CopyValue(value, bytes.next, length);
     slot.length = length;
     return true;
 }
@@ -68,32 +77,45 @@ inline bool StoreSeparate(MessageBlock& block, _field_data& slot, const char* by
 // How a field was received.
 enum class Receipt { kReceived, kFailed, kOtherwise };
 
+template <Shape shape>
+inline Receipt ReceiveFixed(_field_data& slot, Reader& in) noexcept {
+    DecodeFixed(shape, in.next + 2, slot.inlineValue);
+    slot.length = FixedMemorySize(shape);
+    in.next += 2 + FixedWireSize(shape);
+    return Receipt::kReceived;
+}
+
+inline Receipt ReceiveSeparate(MessageBlock& block, _field_data& slot, const Reader& bytes, std::uint16_t length,
+                               Reader& in) noexcept {
+    if (!StoreSeparate(block, slot, bytes, length, kShortestRead)) {
+        return Receipt::kFailed;
+    }
+    in.next = bytes.next + length;
+    return Receipt::kReceived;
+}
+
 // Reads the field at `in`, which holds the span of the entry, into its slot, and steps over it. The entry is plain, and
 // the slot as it started. kOtherwise: the field is not complete, and nothing has changed.
 inline Receipt ReceivePlain(MessageBlock& block, const PlanEntry& entry, _field_data& slot, Reader& in) noexcept {
-    const char* bytes = in.next + 2;
-    if (IsFixed(entry.shape)) {
-        DecodeFixed(entry.shape, bytes, slot.inlineValue);
-        slot.length = FixedMemorySize(entry.shape);
-        in.next += entry.span;
-        return Receipt::kReceived;
+    switch (entry.shape) {
+        case Shape::kShort:
+            return ReceiveFixed<Shape::kShort>(slot, in);
+        case Shape::kLong:
+            return ReceiveFixed<Shape::kLong>(slot, in);
+        case Shape::kDouble:
+            return ReceiveFixed<Shape::kDouble>(slot, in);
+        case Shape::kDateTime:
+            return ReceiveFixed<Shape::kDateTime>(slot, in);
+        case Shape::kMoney:
+            return ReceiveFixed<Shape::kMoney>(slot, in);
+        case Shape::kChars:
+            return ReceiveSeparate(block, slot, {in.next + 2, in.end}, entry.length, in);
+        default:
+            break;
     }
-    if (entry.shape == Shape::kCounted) {
-        const std::uint16_t length = LoadU16Be(bytes);
-        if (length > Remaining(in) - entry.span) {
-            return Receipt::kOtherwise;
-        }
-        if (!StoreSeparate(block, slot, bytes + 2, length, kShortestRead)) {
-            return Receipt::kFailed;
-        }
-        in.next = bytes + 2 + length;
-        return Receipt::kReceived;
-    }
-    if (!StoreSeparate(block, slot, bytes, entry.length, kShortestRead)) {
-        return Receipt::kFailed;
-    }
-    in.next += entry.span;
-    return Receipt::kReceived;
+    const Reader bytes{in.next + 4, in.end};
+    const std::uint16_t length = LoadU16Be(in.next + 2);
+    return length <= Remaining(bytes) ? ReceiveSeparate(block, slot, bytes, length, in) : Receipt::kOtherwise;
 }
 
 // The same for the format 2. A value of one size that takes more on the wire is left to others.
@@ -115,11 +137,16 @@ inline Receipt ReceiveWithLength(MessageBlock& block, const PlanEntry& entry, _f
         }
         DecodeFixed(entry.shape, bytes, value);
         slot.length = FixedMemorySize(entry.shape);
-    } else if (!StoreSeparate(block, slot, bytes, length, ReadSize(entry.shape, entry.length))) {
+    } else if (!StoreSeparate(block, slot, {bytes, in.end}, length, ReadSize(entry.shape, entry.length))) {
         return Receipt::kFailed;
     }
     in.next = bytes + length;
     return Receipt::kReceived;
+}
+
+// The group markers of [first, end), entries of one part.
+inline int MarkersAmong(const PlanEntry* first, const PlanEntry* end) noexcept {
+    return first == end ? 0 : end[-1].markers - first->markers + (first->isMarker ? 1 : 0);
 }
 
 // Receives fields as long as the expected ones come, are plain and complete, and their slots are the first that may
@@ -149,16 +176,14 @@ bool ReceiveExpected(Receiving& receiving) noexcept {
             }
             receipt = Receipt::kOtherwise;
             slot->isSet = 1;
-            if (entry->isMarker) {
-                ++receiving.groupMarkers;
-            }
             ++entry;
             ++slot;
         }
         receiving.fieldsLeft -= static_cast<int>(entry - cursor.entry);
+        receiving.groupMarkers += MarkersAmong(cursor.entry, entry);
         cursor.entry = entry;
         cursor.slot = slot;
-        if (entry == cursor.stop && receipt != Receipt::kFailed) {
+        if (entry == cursor.stop && receipt != Receipt::kFailed && receiving.fieldsLeft != 0) {
             EnterNextRun(block, cursor);
             receipt = Receipt::kReceived;
         }

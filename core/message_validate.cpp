@@ -39,44 +39,54 @@ bool UnpackRepeatCount(unsigned short fieldId, Reader in, short format, short* r
     return true;
 }
 
+// Steps over the field at the reader, if it is the entry's, plain and complete.
+template <short format>
+inline bool StepOver(const PlanEntry& entry, Reader& in) noexcept {
+    // An entry that is not plain spans more than there can be.
+    if (Remaining(in) < entry.span || LoadHost<std::uint16_t>(in.next) != entry.wireId) {
+        return false;
+    }
+    // Most sizes are known without a look at the bytes: the next field need not wait for this one.
+    std::size_t size = entry.span;
+    if (format == kIdLengthAndValue) {
+        if (Remaining(in) < 4) {
+            return false;
+        }
+        size = 4U + LoadU16Be(in.next + 2);
+    } else if (entry.shape == Shape::kCounted) {
+        size += LoadU16Be(in.next + 2);
+    }
+    return Take(in, size) != nullptr;
+}
+
 // Steps over the fields in front of the repeat-count field as far as they are plain: their number. The walk that goes
 // on from there does the same, one look into the dictionary after the other.
 template <short format>
 int StepByPlan(const MessagePlan& plan, int numFields, Reader& in) noexcept {
     const PlanEntry* const count = plan.entries + plan.countAt;
     const PlanEntry* expected = plan.entries;
-    const char* next = in.next;
-    int fields = 0;
-    while (fields < numFields && in.end - next >= 4) {
-        const auto wireId = LoadHost<std::uint16_t>(next);
-        if (wireId == count->wireId) {
+    Reader reader = in;
+    int left = numFields;
+    for (;;) {
+        // One run of fields as the list has them.
+        const PlanEntry* const first = expected;
+        const PlanEntry* const behind = expected <= count ? count : plan.entries + plan.entryCount;
+        const PlanEntry* const stop = first + std::min<std::ptrdiff_t>(behind - first, left);
+        while (expected != stop && StepOver<format>(*expected, reader)) {
+            ++expected;
+        }
+        left -= static_cast<int>(expected - first);
+        if (left == 0 || Remaining(reader) < 2 || LoadHost<std::uint16_t>(reader.next) == count->wireId) {
             break;
         }
-        if (wireId != expected->wireId) {
-            const PlanId& id = FindPlanId(plan, LoadU16Be(next));
-            if (id.use != PlanId::kSingle) {
-                break;
-            }
-            expected = plan.entries + id.at;
-        }
-        const auto left = static_cast<std::size_t>(in.end - next);
-        // Most sizes are known without a look at the bytes: the next field need not wait for this one.
-        std::size_t size = expected->span;
-        if (format == kIdLengthAndValue) {
-            size = expected->isPlain ? 4U + LoadU16Be(next + 2) : size;
-        } else if (expected->shape == Shape::kCounted) {
-            size += LoadU16Be(next + 2);
-        }
-        // An entry that is not plain spans more than there can be.
-        if (left < size) {
+        const PlanId& id = FindPlanId(plan, LoadU16Be(reader.next));
+        if (id.use != PlanId::kSingle || plan.entries + id.at == expected) {
             break;
         }
-        next += size;
-        ++expected;
-        ++fields;
+        expected = plan.entries + id.at;
     }
-    in.next = next;
-    return fields;
+    in = reader;
+    return numFields - left;
 }
 
 // The repeat count at the reader, if it is plain and complete.
@@ -132,7 +142,7 @@ bool FindRepeatCount(const ZelMsgStruct& header, const ZELSubTypeNode& node, con
                      short* repeatCount) noexcept {
     int field = 0;
     if (plan != nullptr && plan->countAt >= 0) {
-        field = StepByPlan<format>(*plan, header.numFields, payload);
+        field = StepByPlan<format>(*plan, std::max<int>(header.numFields, 0), payload);
         if (field < header.numFields && ReadPlainCount<format>(plan->entries[plan->countAt], payload, repeatCount)) {
             return true;
         }

@@ -69,11 +69,8 @@ void Free(PlanTable* table) noexcept {
 
 }  // namespace
 
-const PlanTable* CurrentPlans() noexcept {
-    PlanTable* table = currentPlans.load(std::memory_order_acquire);
-    if (table != nullptr) {
-        return table;
-    }
+const PlanTable* MakePlans() noexcept {
+    PlanTable* table = nullptr;
     PlanTable* made = NewPlanTable();
     if (made != nullptr && currentPlans.compare_exchange_strong(table, made, std::memory_order_acq_rel)) {
         return made;
@@ -81,6 +78,18 @@ const PlanTable* CurrentPlans() noexcept {
     Release(made);
     return table;
 }
+
+namespace {
+
+// Out of line, so that finding a plan saves no registers.
+[[gnu::noinline]] const MessagePlan* MakePlan(const PlanTable& table, std::uint32_t at, short msgType,
+                                              short subType) noexcept {
+    const ZELSubTypeNode* node = FindSubType(msgType, subType);
+    MessagePlan* made = node != nullptr ? NewMessagePlan(&table, msgType, *node) : nullptr;
+    return made != nullptr ? Publish(table, at, made) : nullptr;
+}
+
+}  // namespace
 
 const MessagePlan* FindPlan(short msgType, short subType) noexcept {
     const PlanTable* table = CurrentPlans();
@@ -94,9 +103,7 @@ const MessagePlan* FindPlan(short msgType, short subType) noexcept {
         }
         at = (at + 1) & table->mask;
     }
-    const ZELSubTypeNode* node = FindSubType(msgType, subType);
-    MessagePlan* made = node != nullptr ? NewMessagePlan(table, msgType, *node) : nullptr;
-    return made != nullptr ? Publish(*table, at, made) : nullptr;
+    return MakePlan(*table, at, msgType, subType);
 }
 
 void RetirePlans() noexcept {

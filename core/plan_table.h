@@ -19,11 +19,15 @@ struct PlanTable {
     std::atomic<MessagePlan*>* plans;
 };
 
-// The plans of the tables in use, or null without memory.
-const PlanTable* CurrentPlans() noexcept;
-
-// For IsCurrent. Defined here, so that it is known to be the library's own and read in one step.
+// For the two below. Defined here, so that it is known to be the library's own and read in one step.
 inline std::atomic<PlanTable*> currentPlans{nullptr};
+const PlanTable* MakePlans() noexcept;
+
+// The plans of the tables in use, or null without memory.
+inline const PlanTable* CurrentPlans() noexcept {
+    const PlanTable* table = currentPlans.load(std::memory_order_acquire);
+    return table != nullptr ? table : MakePlans();
+}
 
 // Whether plans from this set say what the tables in use say.
 inline bool IsCurrent(const PlanTable* table) noexcept {

@@ -40,8 +40,21 @@ inline SlotCursor FirstCursor(const MessageBlock& block) noexcept {
     return CursorAt(block, {block.buffer.fields, 0, 0});
 }
 
+// For EnterNextRun.
+void EnterOtherRun(const MessageBlock& block, SlotCursor& cursor) noexcept;
+
 // From the end of a run, where `cursor.entry` is `cursor.stop`, to the first slot of the next.
-void EnterNextRun(const MessageBlock& block, SlotCursor& cursor) noexcept;
+inline void EnterNextRun(const MessageBlock& block, SlotCursor& cursor) noexcept {
+    const MessagePlan& plan = *block.plan;
+    const int groupSize = plan.groupEnd - plan.groupBegin;
+    const bool behindRepetition = groupSize != 0 && cursor.entry == plan.entries + plan.groupEnd;
+    if (!behindRepetition || cursor.repetition + 1 >= block.repetitions) {
+        return EnterOtherRun(block, cursor);
+    }
+    cursor.entry -= groupSize;
+    cursor.back = plan.groupMarkers == 0 ? groupSize : 0;
+    ++cursor.repetition;
+}
 
 inline void Advance(const MessageBlock& block, SlotCursor& cursor) noexcept {
     ++cursor.slot;

@@ -8,12 +8,12 @@ namespace zel {
 namespace {
 
 // More than a message has slots: only the first occurrence of an entry outside the group is one.
-constexpr std::uint16_t kNoRepetition = 32768;
+constexpr std::uint32_t kNoRepetition = 32768;
 
 SlotPlace PlaceAt(const MessageBlock& block, Part part, std::uint32_t at, std::uint32_t repetition) noexcept {
-    const PartSlots& slots = block.parts[part];
-    const std::uint32_t slot = at + slots.shift + repetition * slots.stride;
-    if (slot >= slots.end) {
+    const PartSlots& parts = block.parts;
+    const std::uint32_t slot = at + parts.shift[part] + repetition * parts.stride[part];
+    if (slot >= parts.end[part]) {
         return {nullptr, 0, 0};
     }
     return {&block.buffer.fields[slot], static_cast<int>(at), static_cast<int>(repetition)};
@@ -34,9 +34,9 @@ SlotPlace SeveralPlace(const MessageBlock& block, const PlanSeveral& all, std::u
         if (place.slot != nullptr) {
             return place;
         }
-        const PartSlots& group = block.parts[kInGroup];
+        const std::uint32_t groupEnd = block.parts.end[kInGroup];
         const auto begin = static_cast<std::uint32_t>(block.plan->groupBegin);
-        const std::uint32_t repetitions = group.end > begin ? (group.end - begin) / group.stride : 0;
+        const std::uint32_t repetitions = groupEnd > begin ? (groupEnd - begin) / block.parts.stride[kInGroup] : 0;
         if (n < repetitions * inGroup) {
             return {nullptr, 0, 0};
         }
@@ -66,16 +66,15 @@ void PlaceParts(MessageBlock& block, short repeatCount) noexcept {
     const MessagePlan& plan = *block.plan;
     const int count = block.buffer.count;
     const int groupSize = plan.groupEnd - plan.groupBegin;
-    const auto number = [](int value) { return static_cast<std::uint16_t>(value); };
+    const auto number = [](int value) { return static_cast<std::uint32_t>(value); };
     block.repeatCount = repeatCount;
     block.repetitions = std::max<int>(repeatCount, 0);
-    block.parts[kBeforeGroup] = {0, kNoRepetition, number(std::min(plan.groupBegin, count)), 0};
     // Without a repetition the group takes all slots that are left.
     const int groupEnd = block.repetitions == 0 ? count : plan.groupBegin + block.repetitions * groupSize;
-    block.parts[kInGroup] = {0, number(groupSize), number(groupSize == 0 ? 0 : groupEnd), 0};
-    block.parts[kBehindGroup] = {number((block.repetitions - 1) * groupSize), kNoRepetition,
-                                 number(block.repetitions == 0 ? 0 : count), 0};
-    block.parts[kNoPart] = {0, 0, 0, 0};
+    block.parts = {{0, 0, number((block.repetitions - 1) * groupSize), 0},
+                   {kNoRepetition, number(groupSize), kNoRepetition, 0},
+                   {number(std::min(plan.groupBegin, count)), number(groupSize == 0 ? 0 : groupEnd),
+                    number(block.repetitions == 0 ? 0 : count), 0}};
 }
 
 _field_data* SearchNthSlot(const MessageBlock& block, unsigned short fieldId, std::uint32_t n) noexcept {
@@ -85,12 +84,12 @@ _field_data* SearchNthSlot(const MessageBlock& block, unsigned short fieldId, st
 const PlanEntry& EntryOfSlot(const MessageBlock& block, const _field_data& slot) noexcept {
     const MessagePlan& plan = *block.plan;
     auto at = static_cast<std::uint32_t>(&slot - block.buffer.fields);
-    const PartSlots& group = block.parts[kInGroup];
-    if (group.end != 0 && at >= group.end) {
-        at -= block.parts[kBehindGroup].shift;
-    } else if (group.end != 0 && at >= static_cast<std::uint32_t>(plan.groupEnd)) {
+    const std::uint32_t groupEnd = block.parts.end[kInGroup];
+    if (groupEnd != 0 && at >= groupEnd) {
+        at -= block.parts.shift[kBehindGroup];
+    } else if (groupEnd != 0 && at >= static_cast<std::uint32_t>(plan.groupEnd)) {
         at = static_cast<std::uint32_t>(plan.groupBegin) +
-             (at - static_cast<std::uint32_t>(plan.groupBegin)) % group.stride;
+             (at - static_cast<std::uint32_t>(plan.groupBegin)) % block.parts.stride[kInGroup];
     }
     return plan.entries[at];
 }

@@ -21,21 +21,21 @@ inline const PlanId& HomeId(const MessageBlock& block, unsigned short fieldId) n
 
 // The n-th slot of an id with a single entry, or null; null too for other ids.
 inline _field_data* SingleSlot(const MessageBlock& block, const PlanId& id, std::uint32_t n) noexcept {
-    const PartSlots& part = block.parts[id.part];
-    const std::uint32_t slot = std::uint32_t{id.at} + part.shift + n * part.stride;
-    return slot < part.end ? &SlotsOf(block)[slot] : nullptr;
+    const PartSlots& parts = block.parts;
+    const std::uint32_t slot = id.at + parts.shift[id.part] + n * parts.stride[id.part];
+    return slot < parts.end[id.part] ? &SlotsOf(block)[slot] : nullptr;
 }
 
-// The same, quick for an id that is found where it is looked for first.
-inline _field_data* FindNthSlot(const MessageBlock& block, unsigned short fieldId, std::uint32_t n) noexcept {
+// What SearchNthSlot answers, for an id that is found where it is looked for first; null too for other ids.
+inline _field_data* FindAtOnce(const MessageBlock& block, unsigned short fieldId, std::uint32_t n) noexcept {
     const PlanId& id = HomeId(block, fieldId);
-    if (id.id == fieldId) {
-        _field_data* slot = SingleSlot(block, id, n);
-        if (slot != nullptr) {
-            return slot;
-        }
-    }
-    return SearchNthSlot(block, fieldId, n);
+    return id.id == fieldId ? SingleSlot(block, id, n) : nullptr;
+}
+
+// The same as SearchNthSlot, mostly quicker.
+inline _field_data* FindNthSlot(const MessageBlock& block, unsigned short fieldId, std::uint32_t n) noexcept {
+    _field_data* slot = FindAtOnce(block, fieldId, n);
+    return slot != nullptr ? slot : SearchNthSlot(block, fieldId, n);
 }
 
 // The instance-th slot with this id (from 1), or null.

@@ -3,6 +3,7 @@
 #ifndef ZEL_CORE_WIRE_SHAPE_H
 #define ZEL_CORE_WIRE_SHAPE_H
 
+#include <bit>
 #include <cstdint>
 #include <cstring>
 
@@ -107,26 +108,21 @@ inline void DecodeFixed(Shape shape, const char* bytes, void* out) noexcept {
         case Shape::kDateTime:
             return StoreHost(out, LoadHost<std::uint64_t>(bytes));
         default: {
-            // Stored at once, so that it can be loaded at once.
-            struct Money {
-                std::uint32_t amount;
-                std::uint16_t displayCode;
-                std::uint16_t padding;
-            };
-            static_assert(sizeof(Money) == sizeof(_money) &&
-                          offsetof(Money, displayCode) == offsetof(_money, displayCode));
-            StoreHost(out, Money{LoadU32Be(bytes), LoadU16Be(bytes + 4), 0});
+            // Stored at once, so that it can be loaded at once; the lower half lies first.
+            static_assert(std::endian::native == std::endian::little && offsetof(_money, displayCode) == 4);
+            StoreHost(out, std::uint64_t{LoadU16Be(bytes + 4)} << 32 | LoadU32Be(bytes));
         }
     }
 }
+
+struct Sixteen {
+    std::uint64_t halves[2];
+};
 
 // The same as memcpy; values are mostly short, and then no call is made.
 inline void CopyValue(void* out, const void* value, std::size_t length) noexcept {
     auto* to = static_cast<char*>(out);
     const auto* from = static_cast<const char*>(value);
-    struct Sixteen {
-        std::uint64_t halves[2];
-    };
     if (length >= sizeof(Sixteen)) {
         if (length > 2 * sizeof(Sixteen)) {
             std::memcpy(to, from, length);
@@ -150,6 +146,16 @@ inline void CopyValue(void* out, const void* value, std::size_t length) noexcept
     } else if (length == 1) {
         *to = *from;
     }
+}
+
+// Copies fewer than 16 bytes and lets zero bytes follow to 16: without a branch, because lengths vary from value to
+// value. 16 bytes can be read at `value`.
+inline void CopyShortValue(void* out, const void* value, std::size_t length) noexcept {
+    // The mask of each length begins as many bytes in front of the zeros.
+    static constexpr Sixteen kOnesThenZeros[] = {{{UINT64_MAX, UINT64_MAX}}, {{0, 0}}};
+    const auto mask = LoadHost<Sixteen>(reinterpret_cast<const char*>(&kOnesThenZeros[1]) - length);
+    const auto bytes = LoadHost<Sixteen>(value);
+    StoreHost(out, Sixteen{{bytes.halves[0] & mask.halves[0], bytes.halves[1] & mask.halves[1]}});
 }
 
 }  // namespace zel

@@ -20,11 +20,31 @@ std::uint32_t NumberOf(short occurrence) noexcept {
     return occurrence == kFirstOccurrence ? 0 : static_cast<std::uint16_t>(occurrence - 1);
 }
 
-_field_data* FindOccurrence(const ZelMsgStruct* message, short fieldId, short occurrence) noexcept {
+// The slot of that occurrence if no search is needed; else null.
+inline _field_data* FindAtOnce(const ZelMsgStruct* message, short fieldId, short occurrence) noexcept {
     if (message == nullptr || message->dataBuf == nullptr) {
         return nullptr;
     }
-    return zel::FindNthSlot(zel::BlockOf(*message), static_cast<unsigned short>(fieldId), NumberOf(occurrence));
+    const zel::MessageBlock& block = zel::BlockOf(*message);
+    const auto id = static_cast<unsigned short>(fieldId);
+    // The first occurrence its own way: without a multiplication.
+    return occurrence == kFirstOccurrence ? zel::FindAtOnce(block, id, 0)
+                                          : zel::FindAtOnce(block, id, NumberOf(occurrence));
+}
+
+_field_data* FindOccurrence(const ZelMsgStruct* message, short fieldId, short occurrence) noexcept {
+    _field_data* slot = FindAtOnce(message, fieldId, occurrence);
+    if (slot != nullptr || message == nullptr || message->dataBuf == nullptr) {
+        return slot;
+    }
+    return zel::SearchNthSlot(zel::BlockOf(*message), static_cast<unsigned short>(fieldId), NumberOf(occurrence));
+}
+
+// The value in the slot of that occurrence, or null. Out of line, so that a getter that need not search saves no
+// registers.
+[[gnu::noinline]] void* SearchValue(const ZelMsgStruct* message, short fieldId, short occurrence) noexcept {
+    const _field_data* slot = FindOccurrence(message, fieldId, occurrence);
+    return slot != nullptr ? slot->value : nullptr;
 }
 
 // Marks the slot as set. Counts every call, also for a slot that was set before.
@@ -246,8 +266,8 @@ void CZELMessage::setFieldValueBinary(short fieldId, const void* data, short len
 }
 
 void* CZELMessage::getFieldValue(short fieldId, short occurrence) noexcept {
-    const _field_data* slot = FindOccurrence(message, fieldId, occurrence);
-    return slot != nullptr ? slot->value : nullptr;
+    const _field_data* slot = FindAtOnce(message, fieldId, occurrence);
+    return slot != nullptr ? slot->value : SearchValue(message, fieldId, occurrence);
 }
 
 int CZELMessage::getFieldValue(void** value, short fieldId, short occurrence) noexcept {

@@ -1,6 +1,7 @@
 // Packing in one object, unpacking in another.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 #include <latch>
 #include <memory>
@@ -114,6 +115,34 @@ TEST_F(Exchange, SurvivesEveryTruncationAndAnyByte) {
             }
         }
         reports_.Take();
+    }
+}
+
+TEST_F(Exchange, LetsZeroBytesFollowReceivedTexts) {
+    // Whatever follows on the wire, or nothing.
+    for (const std::string& note : {std::string(), std::string(20, 'n')}) {
+        for (std::size_t round = 0; round < 80; ++round) {
+            CZELMessage sent(0, round % 2 == 0 ? 0 : 1);
+            sent.msgType = 1;
+            sent.subType = kPlainGroup;
+            sent.repeatCount = 1;
+            sent.createStruct();
+            const short legs = 1;
+            const std::string text(round / 2, 't');
+            sent.setFieldValue(kLegs, &legs, -1);
+            sent.setFieldValue(kLegSymbol, text.c_str(), 1);
+            if (!note.empty()) {
+                sent.setFieldValue(kNote, note.c_str(), -1);
+            }
+            CZELMessage received(0, 0);
+            ASSERT_EQ(Unpack(received, Pack(sent)), 0) << round;
+            // Readers of the widest number find eight bytes.
+            std::string expected = text;
+            expected.resize(std::max<std::size_t>(text.size() + 1, 8));
+            const auto* value = static_cast<const char*>(received.getFieldValue(kLegSymbol, 1));
+            EXPECT_EQ(std::string(value, expected.size()), expected);
+            EXPECT_EQ(received.getFieldLen(kLegSymbol, 1), static_cast<short>(text.size()));
+        }
     }
 }
 
