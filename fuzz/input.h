@@ -27,6 +27,11 @@ public:
         return high << 16U | Short();
     }
 
+    std::uint64_t Wide() {
+        const std::uint64_t high = Long();
+        return high << 32U | Long();
+    }
+
     // 0 to limit - 1; limit is 1 to 256.
     int Below(int limit) { return Byte() % limit; }
 

@@ -6,7 +6,6 @@
 #include <set>
 
 #include "tools/json_text.h"
-#include "zeldata/image.h"
 
 namespace zel::tools {
 
@@ -18,6 +17,21 @@ std::uint32_t MessageKey(int type, int subType) {
 
 bool IsNumber(const std::string& text) {
     return !text.empty() && std::all_of(text.begin(), text.end(), [](char c) { return c >= '0' && c <= '9'; });
+}
+
+// Empty when it is not known.
+std::string MessageName(const image::ImageView& names, int type, int subType) {
+    const std::uint32_t typeCount = names.header != nullptr ? names.header->typeCount : 0;
+    for (std::uint32_t i = 0; i < typeCount; ++i) {
+        const image::ImageType& imageType = names.types[i];
+        for (std::uint32_t j = 0; imageType.type == type && j < imageType.subTypeCount; ++j) {
+            const image::ImageSubType& imageSubType = names.subTypes[imageType.firstSubType + j];
+            if (imageSubType.subType == subType) {
+                return imageSubType.name;
+            }
+        }
+    }
+    return "";
 }
 
 std::string MessageJson(const CatalogMessage& message) {
@@ -94,16 +108,16 @@ int OccurrenceOf(const CatalogMessage& message, int repeatCount, const SlotPlace
     return entry.before + repetitions * entry.inGroup + entry.rank;
 }
 
-Catalog::Catalog(const LoadedDictionary& dictionary) : unknown_{0, 0, 0, 0, ""} {
-    if (dictionary.fields() != nullptr) {
-        AddFields(dictionary.fields());
+Catalog::Catalog(const DictionaryTables& tables) : unknown_{0, 0, 0, 0, ""} {
+    if (tables.fields != nullptr) {
+        AddFields(tables.fields);
     }
     // The first node of a type holds, and the first of a sub-type below it.
     std::set<std::int16_t> types;
-    for (const ZELTypeNode* type = dictionary.messages(); type != nullptr; type = type->next) {
+    for (const ZELTypeNode* type = tables.messages; type != nullptr; type = type->next) {
         const bool isFirst = types.insert(type->type).second;
         for (const ZELSubTypeNode* node = type->subTypes; isFirst && node != nullptr; node = node->next) {
-            AddMessage(dictionary, type->type, *node);
+            AddMessage(tables.names, type->type, *node);
         }
     }
 }
@@ -122,8 +136,8 @@ void Catalog::AddFields(const ZELDictionaryHeader* dictionary) {
     }
 }
 
-void Catalog::AddMessage(const LoadedDictionary& dictionary, std::int16_t type, const ZELSubTypeNode& node) {
-    CatalogMessage message{type, node.subType, dictionary.MessageName(type, node.subType), "", {}, 0, 0, 0, {}, {}};
+void Catalog::AddMessage(const image::ImageView& names, std::int16_t type, const ZELSubTypeNode& node) {
+    CatalogMessage message{type, node.subType, MessageName(names, type, node.subType), "", {}, 0, 0, 0, {}, {}};
     message.jsonText = MessageJson(message);
     for (int i = 0; i < node.fieldCount; ++i) {
         message.entries.push_back({&Field(node.fieldList[i].fieldId), "", "", 0, 0, 0});

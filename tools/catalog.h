@@ -10,9 +10,17 @@
 
 #include "include/zelmessage.h"
 #include "include/zelprovider.h"
-#include "tools/dictionary_choice.h"
+#include "zeldata/image.h"
 
 namespace zel::tools {
+
+// The tables of a dictionary as a provider hands them over, or null. They have no names of messages: the image does
+// that holds the very dictionary. Its header is null when no such image is known.
+struct DictionaryTables {
+    const ZELDictionaryHeader* fields;
+    const ZELTypeNode* messages;
+    image::ImageView names;
+};
 
 struct CatalogField {
     std::uint16_t id;
@@ -71,7 +79,7 @@ struct SlotPlace {
 
 class Catalog {
 public:
-    explicit Catalog(const LoadedDictionary& dictionary);
+    explicit Catalog(const DictionaryTables& tables);
     Catalog(const Catalog&) = delete;
     Catalog& operator=(const Catalog&) = delete;
 
@@ -87,7 +95,7 @@ public:
 
 private:
     void AddFields(const ZELDictionaryHeader* dictionary);
-    void AddMessage(const LoadedDictionary& dictionary, std::int16_t type, const ZELSubTypeNode& node);
+    void AddMessage(const image::ImageView& names, std::int16_t type, const ZELSubTypeNode& node);
 
     std::vector<CatalogField> fields_;  // by id
     CatalogField unknown_;

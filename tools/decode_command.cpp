@@ -109,7 +109,7 @@ int Decode(const DecodeOptions& options) {
         file.emplace(options.input);
         if (!options.raw) {
             dictionary.emplace(options.dictionary);
-            catalog.emplace(*dictionary);
+            catalog.emplace(dictionary->tables());
         }
     } catch (const std::runtime_error& error) {
         (void)std::fprintf(stderr, "zel: %s\n", error.what());

@@ -100,8 +100,8 @@ void LoadedDictionary::Start(const std::string& image) {
         CZELMessage::terminate();
         throw DictionaryError("no dictionary: the provider did not start");
     }
-    fields_ = provider->dataDictionary();
-    messages_ = provider->messageTable();
+    tables_.fields = provider->dataDictionary();
+    tables_.messages = provider->messageTable();
 }
 
 // The names come from the image that the provider serves. A provider of another kind may serve something else: names
@@ -121,28 +121,15 @@ void LoadedDictionary::FindNames(const std::string& image) {
 void LoadedDictionary::TakeNames(const void* bytes, std::size_t size) {
     image::ImageView view;
     image::ImageFault ignored;
-    if (fields_ == nullptr || !image::CheckImage(bytes, size, view, ignored) ||
-        view.dictionary->count != fields_->count) {
+    const ZELDictionaryHeader* fields = tables_.fields;
+    if (fields == nullptr || !image::CheckImage(bytes, size, view, ignored) ||
+        view.dictionary->count != fields->count) {
         return;
     }
-    const std::size_t recordBytes = (static_cast<std::size_t>(fields_->count) + 1) * sizeof(ZELDictionaryField);
-    if (std::memcmp(view.dictionary, fields_, recordBytes) == 0) {
-        names_ = view;
+    const std::size_t recordBytes = (static_cast<std::size_t>(fields->count) + 1) * sizeof(ZELDictionaryField);
+    if (std::memcmp(view.dictionary, fields, recordBytes) == 0) {
+        tables_.names = view;
     }
-}
-
-std::string LoadedDictionary::MessageName(int type, int subType) const {
-    const std::uint32_t typeCount = names_.header != nullptr ? names_.header->typeCount : 0;
-    for (std::uint32_t i = 0; i < typeCount; ++i) {
-        const image::ImageType& imageType = names_.types[i];
-        for (std::uint32_t j = 0; imageType.type == type && j < imageType.subTypeCount; ++j) {
-            const image::ImageSubType& imageSubType = names_.subTypes[imageType.firstSubType + j];
-            if (imageSubType.subType == subType) {
-                return imageSubType.name;
-            }
-        }
-    }
-    return "";
 }
 
 }  // namespace zel::tools

@@ -8,9 +8,8 @@
 #include <string>
 #include <vector>
 
-#include "include/zelprovider.h"
+#include "tools/catalog.h"
 #include "tools/temporary_file.h"
-#include "zeldata/image.h"
 #include "zeldata/mapped_file.h"
 
 namespace zel::tools {
@@ -31,23 +30,18 @@ public:
     LoadedDictionary(const LoadedDictionary&) = delete;
     LoadedDictionary& operator=(const LoadedDictionary&) = delete;
 
-    [[nodiscard]] const ZELDictionaryHeader* fields() const { return fields_; }
-    [[nodiscard]] const ZELTypeNode* messages() const { return messages_; }
-
-    // The name of a message; empty when it is not known: the tables have no names of messages, images do.
-    [[nodiscard]] std::string MessageName(int type, int subType) const;
+    // They stay as long as the object.
+    [[nodiscard]] const DictionaryTables& tables() const { return tables_; }
 
 private:
     void Start(const std::string& image);
     void FindNames(const std::string& image);
     void TakeNames(const void* bytes, std::size_t size);
 
-    const ZELDictionaryHeader* fields_ = nullptr;
-    const ZELTypeNode* messages_ = nullptr;
+    DictionaryTables tables_{};
     std::optional<TemporaryFile> temporary_;  // a source's image
     std::vector<char> built_;                 // the same
     image::MappedFile mapped_{nullptr, 0};
-    image::ImageView names_{};
 };
 
 }  // namespace zel::tools

@@ -6,6 +6,7 @@
 #include <map>
 #include <stdexcept>
 #include <string>
+#include <unordered_map>
 
 #include "zeldata/checksum.h"
 #include "zeldata/image.h"
@@ -98,19 +99,20 @@ void AppendMessage(const DictionarySource& dictionary, const MessageSource& mess
 
 // Types in the order in which the source first names them, the sub-types of each in source order.
 MessageTables BuildMessages(const DictionarySource& dictionary) {
-    std::vector<std::int16_t> types;
+    std::vector<std::vector<const MessageSource*>> types;
+    std::unordered_map<std::int16_t, std::size_t> indexByType;
     for (const MessageSource& message : dictionary.messages) {
-        if (std::find(types.begin(), types.end(), message.type) == types.end()) {
-            types.push_back(message.type);
+        const auto [index, isNew] = indexByType.try_emplace(message.type, types.size());
+        if (isNew) {
+            types.emplace_back();
         }
+        types[index->second].push_back(&message);
     }
     MessageTables tables;
-    for (const std::int16_t type : types) {
-        tables.types.push_back({type, 0, static_cast<std::uint32_t>(tables.subTypes.size())});
-        for (const MessageSource& message : dictionary.messages) {
-            if (message.type == type) {
-                AppendMessage(dictionary, message, tables);
-            }
+    for (const std::vector<const MessageSource*>& messages : types) {
+        tables.types.push_back({messages.front()->type, 0, static_cast<std::uint32_t>(tables.subTypes.size())});
+        for (const MessageSource* message : messages) {
+            AppendMessage(dictionary, *message, tables);
         }
     }
     return tables;

@@ -69,7 +69,7 @@ int Encode(const EncodeOptions& options) {
     try {
         file.emplace(options.input);
         dictionary.emplace(options.dictionary);
-        catalog.emplace(*dictionary);
+        catalog.emplace(dictionary->tables());
     } catch (const std::runtime_error& error) {
         (void)std::fprintf(stderr, "zel: %s\n", error.what());
         return kStatusUnable;

@@ -15,6 +15,13 @@ namespace {
 
 using Json = nlohmann::json;
 
+// Far deeper than sources and messages go. Whoever shows or copies a value calls itself for each level.
+constexpr std::size_t kMostNested = 64;
+struct NestedTooDeep {};
+
+// Of a key, in a place.
+constexpr std::size_t kMostShown = 64;
+
 // An object or array that the parser is in.
 struct OpenValue {
     bool isArray;
@@ -30,7 +37,7 @@ std::string Place(const std::vector<OpenValue>& open) {
             place += '[' + std::to_string(value.elements - 1) + ']';
             continue;
         }
-        place += (place.empty() ? "" : ".") + value.key;
+        place += (place.empty() ? "" : ".") + value.key.substr(0, kMostShown);
     }
     return place;
 }
@@ -41,12 +48,15 @@ void NoteElement(std::vector<OpenValue>& open) {
     }
 }
 
-// Follows the parser and reports keys that stand twice.
+// Follows the parser and reports keys that stand twice. Throws NestedTooDeep.
 void FollowParser(std::vector<OpenValue>& open, Json::parse_event_t event, const Json& parsed, Findings& findings) {
     switch (event) {
         case Json::parse_event_t::object_start:
         case Json::parse_event_t::array_start:
             NoteElement(open);
+            if (open.size() == kMostNested) {
+                throw NestedTooDeep();
+            }
             open.push_back({event == Json::parse_event_t::array_start, 0, {}, {}});
             return;
         case Json::parse_event_t::object_end:
@@ -68,11 +78,7 @@ void FollowParser(std::vector<OpenValue>& open, Json::parse_event_t event, const
 // The parser's message reads "[id] parse error at line L, column C: text".
 void AddSyntaxError(const std::string& message, Findings& findings) {
     const std::size_t at = message.find("line ");
-    const std::size_t colon = at == std::string::npos ? at : message.find(": ", at);
-    if (colon == std::string::npos) {
-        AddError(findings, "", message.substr(message.find(' ') + 1));
-        return;
-    }
+    const std::size_t colon = message.find(": ", at);
     AddError(findings, message.substr(at, colon - at), message.substr(colon + 2));
 }
 
@@ -86,10 +92,17 @@ Json ParseJson(const std::string& text, Findings& findings) {
     };
     try {
         return Json::parse(text, follow, true, true);
-    } catch (const Json::exception& error) {
+    } catch (const Json::parse_error& error) {
         AddSyntaxError(error.what(), findings);
-        return Json(Json::value_t::discarded);
+    } catch (const Json::exception& error) {
+        // A number beyond all others, which was not yet told to the follower. The message reads "[id] text".
+        NoteElement(open);
+        const std::string message = error.what();
+        AddError(findings, Place(open), message.substr(message.find(' ') + 1));
+    } catch (const NestedTooDeep&) {
+        AddError(findings, Place(open), "has more than " + std::to_string(kMostNested) + " values within one another");
     }
+    return Json(Json::value_t::discarded);
 }
 
 Json ReadJsonFile(const std::string& path, Findings& findings) {

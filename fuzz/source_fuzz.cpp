@@ -1,0 +1,69 @@
+// Dictionary sources as the compiler reads them: any text, and generated sources with odd values in them, damaged or
+// not. What compiles opens in the provider and shows a source that compiles to the same image; what does not says why.
+#include <algorithm>
+
+#include "fuzz/check.h"
+#include "fuzz/damage.h"
+#include "fuzz/generated_source.h"
+#include "tools/dictionary_image.h"
+#include "tools/image_source.h"
+#include "tools/json_file.h"
+#include "zeldata/image_check.h"
+
+namespace zel::fuzz {
+
+namespace {
+
+// An image has a record for each id up to the highest: large ones cost time and tell nothing.
+constexpr int kHighestId = 2000;
+
+std::string Text(Input& input) {
+    const int kind = input.Below(8);
+    if (kind < 2) {
+        return input.Bytes(6000);
+    }
+    const int indent = input.Below(4) - 1;
+    std::string text =
+        GenerateSource(input, kind != 2).dump(indent, ' ', false, nlohmann::json::error_handler_t::ignore);
+    if (kind > 4) {
+        Damage(input, text, 0);
+    }
+    return text;
+}
+
+bool IsSmall(const tools::DictionarySource& source) {
+    return std::all_of(source.fields.begin(), source.fields.end(),
+                       [](const tools::FieldSource& field) { return field.id <= kHighestId; });
+}
+
+void CheckImage(const std::vector<char>& bytes) {
+    image::ImageView view;
+    image::ImageFault fault{};
+    Check(image::CheckImage(bytes.data(), bytes.size(), view, fault), fault.text);
+    tools::Findings findings;
+    const nlohmann::json shown = tools::ParseJson(tools::SourceText(tools::SourceOfImage(view)), findings);
+    const tools::DictionarySource source = CheckedSource(shown, findings);
+    Check(CountErrors(findings) == 0, "the source shown has no errors");
+    Check(tools::BuildDictionaryImage(source) == bytes, "the source shown builds the same image");
+}
+
+}  // namespace
+
+}  // namespace zel::fuzz
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    using namespace zel::fuzz;
+    Input input(data, size);
+    zel::tools::Findings findings;
+    const nlohmann::json json = zel::tools::ParseJson(Text(input), findings);
+    const zel::tools::DictionarySource source = CheckedSource(json, findings);
+    for (const zel::tools::Finding& finding : findings) {
+        Check(!finding.text.empty(), "each finding says something");
+        Check(!json.is_discarded() || !finding.place.empty(), "each syntax error has a place");
+    }
+    Check(!json.is_discarded() || CountErrors(findings) != 0, "a refused text has a reason");
+    if (CountErrors(findings) == 0 && IsSmall(source)) {
+        CheckImage(zel::tools::BuildDictionaryImage(source));
+    }
+    return 0;
+}
