@@ -30,6 +30,7 @@ protected:
         const Reader rest = UnpackZELHeader(exact.data.get(), length, &header_);
         return rest.next != nullptr ? bytes.data() + (rest.next - exact.data.get()) : nullptr;
     }
+    void WriteValuesAndReadThemBack();
     const char* Unpack(const std::string& bytes) { return Unpack(bytes, static_cast<long>(bytes.size())); }
 
     TestTables tables_;
@@ -38,6 +39,14 @@ protected:
 };
 
 TEST_F(Header, WritesWhatTheMembersHoldAndReadsItBack) {
+    // First without the memory for plans, then with plans.
+    for (int round = 0; round < 2; ++round) {
+        FailAllocationsFrom(1 - round);
+        WriteValuesAndReadThemBack();
+    }
+}
+
+void Header::WriteValuesAndReadThemBack() {
     for (const Cells& row : ReadCases("tests/core/cases/header_values.txt", 4)) {
         ZelMsgStruct h{};
         h.numFields = 2;
