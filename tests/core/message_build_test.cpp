@@ -264,6 +264,9 @@ TEST_F(Building, ValidatesAndFindsTheRepeatCount) {
     EXPECT_EQ(Validate(Header(1, 5, kPlainGroup) + FromHex("00 01 00 00 00 00 00 00 00 00 FF FF")), 0);
     EXPECT_EQ(repeatCount_, 0) << "the list lacks the count";
     tables_.ChangeMessage(kPlainGroup).repeatFieldId = kLegs;
+    tables_.ChangeField(kNote).length = 5;
+    EXPECT_EQ(Validate(Header(0, 2, kPlainGroup) + FromHex("00 21 00 02 41 42 43 00 1E 00 05")), 0);
+    EXPECT_EQ(repeatCount_, 5) << "behind a text to which the dictionary gives a length";
     tables_.ChangeField(kLegs).type = kZELText;
     EXPECT_EQ(Validate(Header(0, 1, kPlainGroup) + FromHex("00 1E 00 09") + "123456789"), -1);
     EXPECT_EQ(reports_.Take(), Lines{"1427 FieldId[30]"}) << "a count of nine bytes";
