@@ -8,6 +8,7 @@
 #include "core/message_model.h"
 #include "tests/support/bytes.h"
 #include "tests/support/cases.h"
+#include "tests/support/failing_heap.h"
 #include "tests/support/recorded_reports.h"
 #include "tests/support/test_tables.h"
 

@@ -241,6 +241,14 @@ TEST_F(Building, UnpacksWhatItCanAndReportsTheRest) {
             << row[0];
         EXPECT_EQ(reports_.TakeText(), row[6]) << row[0];
     }
+    // Two fields that are expected behind one another but not at first, then one that finds no room.
+    Create(kAllTypes);
+    const ExactCopy bytes(Header(0, 3, kAllTypes) + FromHex("00 0B 00 00 00 01 00 0C 00 00 00 02 00 0E 2E E0") +
+                          std::string(12000, 'x'));
+    FailAllocationsFrom(1);
+    EXPECT_EQ(UnpackZELMessage(bytes.data.get(), static_cast<long>(bytes.size), object_.message), -1);
+    FailAllocationsFrom(0);
+    EXPECT_EQ(reports_.TakeText(), "12 Malloc failed") << "once";
     EXPECT_EQ(UnpackZELMessage(nullptr, 1, object_.message), -1);
     EXPECT_EQ(UnpackZELMessage("", 1, nullptr), -1);
     ZelMsgStruct bare{};
