@@ -221,19 +221,16 @@ bool ReceiveNext(Receiving& receiving, bool isCurrent) noexcept {
     const int markers = receiving.groupMarkers + (fieldId == kZELGroupMarker ? 1 : 0);
     const SlotPlace place = FindFreePlace(receiving.block, fieldId, markers);
     const int left = receiving.fieldsLeft;
-    if (place.slot == nullptr) {
-        receiving.cursor = {&kNowhere, nullptr, nullptr, 0, 0};
-        return ReceiveOne(receiving, fieldId, nullptr, format);
+    if (isCurrent && place.slot != nullptr) {
+        receiving.cursor = CursorAt(receiving.block, place);
+        if (!ReceiveExpected<format, false>(receiving)) {
+            return false;
+        }
+        if (receiving.fieldsLeft != left) {
+            return true;
+        }
     }
-    receiving.cursor = CursorAt(receiving.block, place);
-    if (isCurrent && (!ReceiveExpected<format, false>(receiving) || receiving.fieldsLeft != left)) {
-        return receiving.fieldsLeft != left;
-    }
-    if (!ReceiveOne(receiving, fieldId, place.slot, format)) {
-        return false;
-    }
-    Advance(receiving.block, receiving.cursor);
-    return true;
+    return ReceiveOne(receiving, fieldId, place.slot, format);
 }
 
 // Fields with ids. Each lands in the first free slot of its id in the repetition that the markers received have

@@ -56,14 +56,6 @@ inline void EnterNextRun(const MessageBlock& block, SlotCursor& cursor) noexcept
     ++cursor.repetition;
 }
 
-inline void Advance(const MessageBlock& block, SlotCursor& cursor) noexcept {
-    ++cursor.slot;
-    ++cursor.entry;
-    if (cursor.entry == cursor.stop) {
-        EnterNextRun(block, cursor);
-    }
-}
-
 }  // namespace zel
 
 #endif  // ZEL_CORE_SLOT_CURSOR_H

@@ -37,9 +37,6 @@ SlotPlace SeveralPlace(const MessageBlock& block, const PlanSeveral& all, std::u
         const std::uint32_t groupEnd = block.parts.end[kInGroup];
         const auto begin = static_cast<std::uint32_t>(block.plan->groupBegin);
         const std::uint32_t repetitions = groupEnd > begin ? (groupEnd - begin) / block.parts.stride[kInGroup] : 0;
-        if (n < repetitions * inGroup) {
-            return {nullptr, 0, 0};
-        }
         n -= repetitions * inGroup;
     }
     return n < all.counts[kBehindGroup] ? PlaceAt(block, kBehindGroup, places[inGroup + n], 0)

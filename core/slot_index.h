@@ -53,16 +53,12 @@ struct SlotPlace {
 // The entry of the plan from which the slot was made.
 const PlanEntry& EntryOfSlot(const MessageBlock& block, const _field_data& slot) noexcept;
 
-// Receiving: call StartReceiving once, then FindFreeSlot for each field in order of arrival, with a marker count that
+// Receiving: call StartReceiving once, then FindFreePlace for each field in order of arrival, with a marker count that
 // never falls. Each id's slots are passed once in all.
 void StartReceiving(ZELDataBuf& buffer) noexcept;
 
 // The first slot with this id that is not set and has exactly `groupMarkers` group markers at or before it.
 SlotPlace FindFreePlace(MessageBlock& block, unsigned short fieldId, int groupMarkers) noexcept;
-
-inline _field_data* FindFreeSlot(ZELDataBuf& buffer, unsigned short fieldId, int groupMarkers) noexcept {
-    return FindFreePlace(BlockOf(buffer), fieldId, groupMarkers).slot;
-}
 
 }  // namespace zel
 

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "core/transform.h"
 #include "include/zelmessage.h"
 #include "tests/support/bytes.h"
 #include "tests/support/fake_crush.h"
@@ -40,7 +41,11 @@ TEST_F(Compression, CopiesWhatIsNotForIt) {
         EXPECT_EQ(Output(), "as it is");
     }
     EXPECT_EQ(crush_.begins, 0);
-    EXPECT_EQ(Expand(8, std::string(kZELMaxPayload + 1, 'x')), -1);
+    constexpr std::size_t kSizes[] = {kZELMaxPayload, kZELMaxPayload + 1, 40000};
+    for (const std::size_t size : kSizes) {
+        EXPECT_EQ(Compress(8, std::string(size, 'x')), size == kZELMaxPayload ? 0 : -1);
+        EXPECT_EQ(Expand(8, std::string(size, 'x')), size == kZELMaxPayload ? 0 : -1);
+    }
 }
 
 TEST_F(Compression, FramesTheData) {
@@ -101,6 +106,17 @@ TEST_F(Compression, FailedExpansionsLeaveTheLength) {
     crush_.expandStatus = short{0};
     EXPECT_EQ(Expand(4, framed), 0);
     EXPECT_EQ(length_, 4) << "the stated length, not the source's";
+}
+
+TEST(Transform, CopiesWhatAPayloadHolds) {
+    const std::string in(kZELMaxPayload, 'x');
+    const ExactCopy out(std::string(kZELMaxPayload, '?'));
+    short length = 7;
+    EXPECT_EQ(ZELEncryptData(1, in.data(), -1, out.data.get(), &length), -1);
+    EXPECT_EQ(ZELEncryptData(1, in.data(), kZELMaxPayload + 1, out.data.get(), &length), -1);
+    EXPECT_EQ(length, 7);
+    EXPECT_EQ(ZELEncryptData(1, in.data(), kZELMaxPayload, out.data.get(), &length), 0);
+    EXPECT_TRUE(length == kZELMaxPayload && std::string(out.data.get(), out.size) == in);
 }
 
 }  // namespace

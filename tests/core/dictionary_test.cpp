@@ -53,6 +53,7 @@ TEST(Dictionary, ComparesNamesOn64Characters) {
     EXPECT_EQ(reports.Take(), Lines{});
     EXPECT_EQ(GetFldByName("SIDE"), -1);
     EXPECT_EQ(GetFldEntry(1), nullptr);
+    EXPECT_EQ(FindFldRecord(1), nullptr);
     EXPECT_EQ(GetFldEntry(0), nullptr) << "the id is looked at before the dictionary";
     EXPECT_EQ(reports.Take(),
               (Lines{"1412 Data Dictionary not initialized in shared memory",

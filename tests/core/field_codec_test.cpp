@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "core/dictionary.h"
 #include "tests/support/bytes.h"
 #include "tests/support/cases.h"
@@ -59,11 +61,17 @@ TEST_F(FieldCodec, PacksAndUnpacksEveryType) {
 
 TEST_F(FieldCodec, PacksEmptyValues) {
     for (const Cells& row : ReadCases("tests/core/cases/empty_fields.txt", 3)) {
-        char out[16];
-        const char* end = PackZELField(static_cast<unsigned short>(std::stoi(row[0])), nullptr, 0, out,
-                                       out + sizeof out, static_cast<short>(std::stoi(row[1])));
-        ASSERT_NE(end, nullptr) << row[0];
-        EXPECT_EQ(ToHex({out, static_cast<std::size_t>(end - out)}), row[2]) << row[0] << " in format " << row[1];
+        const ExactCopy out(FromHex(row[2]));
+        const auto pack = [&](std::size_t room) {
+            return PackZELField(static_cast<unsigned short>(std::stoi(row[0])), nullptr, 0, out.data.get(),
+                                out.data.get() + room, static_cast<short>(std::stoi(row[1])));
+        };
+        for (std::size_t room = 0; room < out.size; ++room) {
+            EXPECT_EQ(pack(room), nullptr) << row[0] << " in format " << row[1];
+        }
+        std::fill_n(out.data.get(), out.size, '?');
+        EXPECT_EQ(pack(out.size), out.data.get() + out.size) << row[0] << " in format " << row[1];
+        EXPECT_EQ(ToHex({out.data.get(), out.size}), row[2]) << row[0] << " in format " << row[1];
     }
 }
 
@@ -88,8 +96,11 @@ TEST_F(FieldCodec, ReportsWhatItRefuses) {
     EXPECT_EQ(PackZELField(kSide, &value, 2, out, end, -1), nullptr);
     EXPECT_EQ(reports_.Take(), Lines(2, "1426 Invalid ZELFormat"));
     EXPECT_EQ(PackZELField(kOdd, &value, 2, out, end, 2), nullptr);
+    EXPECT_EQ(PackZELField(kHighest + 1, &value, 2, out, end, 0), nullptr);
     EXPECT_EQ(PackZELField(kHighest + 1, nullptr, 0, out, end, 0), nullptr);
-    EXPECT_EQ(reports_.TakeText(), "1027 Invalid Field[50], FieldType[12] received; 1027 Invalid Field[561], Type[-1]");
+    EXPECT_EQ(reports_.TakeText(),
+              "1027 Invalid Field[50], FieldType[12] received; 1027 Invalid Field[561], FieldType[65535] received; "
+              "1027 Invalid Field[561], Type[-1]");
     unsigned short length = 0;
     const Reader in{out, end};
     EXPECT_EQ(UnpackZELField(0, in, out, 16, &length, 0), -1);

@@ -8,6 +8,7 @@
 #include "core/message_model.h"
 #include "tests/support/bytes.h"
 #include "tests/support/cases.h"
+#include "tests/support/failing_heap.h"
 #include "tests/support/recorded_reports.h"
 #include "tests/support/test_tables.h"
 
@@ -30,6 +31,7 @@ protected:
         const Reader rest = UnpackZELHeader(exact.data.get(), length, &header_);
         return rest.next != nullptr ? bytes.data() + (rest.next - exact.data.get()) : nullptr;
     }
+    void WriteValuesAndReadThemBack();
     const char* Unpack(const std::string& bytes) { return Unpack(bytes, static_cast<long>(bytes.size())); }
 
     TestTables tables_;
@@ -38,6 +40,14 @@ protected:
 };
 
 TEST_F(Header, WritesWhatTheMembersHoldAndReadsItBack) {
+    // First without the memory for plans, then with plans.
+    for (int round = 0; round < 2; ++round) {
+        FailAllocationsFrom(1 - round);
+        WriteValuesAndReadThemBack();
+    }
+}
+
+void Header::WriteValuesAndReadThemBack() {
     for (const Cells& row : ReadCases("tests/core/cases/header_values.txt", 4)) {
         ZelMsgStruct h{};
         h.numFields = 2;
@@ -78,6 +88,26 @@ TEST_F(Header, ReportsTheFieldThatFails) {
         EXPECT_EQ(Unpack(FromHex(row[1])), nullptr) << row[0];
         EXPECT_EQ(reports_.TakeText(), row[2]) << row[0];
     }
+    // Other ids where the header's own belong, among values that look like these.
+    ZelMsgStruct alike{};
+    alike.packFlags = 1;
+    alike.msgType = 0x0200;
+    alike.serviceIdHigh = 0x0300;
+    alike.msgIdSeq = 0x0400;
+    alike.numFields = 0x0500;
+    alike.userData = 0x06000000;
+    const std::string plain = Build(alike);
+    for (const std::size_t at : {0U, 4U, 10U, 16U, 22U, 26U}) {
+        for (int byte = 0; byte < 256; ++byte) {
+            for (const std::string& id :
+                 {std::string{'\0', static_cast<char>(byte)}, {static_cast<char>(byte), '\0'}}) {
+                std::string bytes = plain;
+                bytes.replace(at, 2, id);
+                EXPECT_EQ(Unpack(bytes) != nullptr, bytes == plain) << at << ": " << ToHex(id);
+            }
+        }
+    }
+    reports_.Take();
     const std::string good = Build(header_);
     for (std::size_t size = 1; size < good.size(); ++size) {
         EXPECT_EQ(Unpack(good.substr(0, size)), nullptr) << size;

@@ -9,6 +9,7 @@
 #include "include/zelmessage.h"
 #include "tests/support/bytes.h"
 #include "tests/support/cases.h"
+#include "tests/support/failing_heap.h"
 #include "tests/support/fake_crush.h"
 #include "tests/support/recorded_reports.h"
 #include "tests/support/test_tables.h"
@@ -154,7 +155,9 @@ TEST_F(Building, RefusesWhatItCannotSend) {
     EXPECT_EQ(BuildZELMessage(nullptr, out_, &length, 0), -1);
     EXPECT_EQ(BuildZELMessage(object_.message, nullptr, &length, 0), -1);
     EXPECT_EQ(BuildZELMessage(object_.message, out_, nullptr, 0), -1);
-    EXPECT_EQ(reports_.Take(), Lines(3, "1001 BuildZELMessage() failed"));
+    ZelMsgStruct bare{};
+    EXPECT_EQ(BuildZELMessage(&bare, out_, &length, 0), -1);
+    EXPECT_EQ(reports_.Take(), Lines(4, "1001 BuildZELMessage() failed"));
 }
 
 TEST_F(Building, FillsThePayloadToItsLastByte) {
@@ -238,19 +241,40 @@ TEST_F(Building, UnpacksWhatItCanAndReportsTheRest) {
             << row[0];
         EXPECT_EQ(reports_.TakeText(), row[6]) << row[0];
     }
+    // Two fields that are expected behind one another but not at first, then one that finds no room.
+    Create(kAllTypes);
+    const ExactCopy bytes(Header(0, 3, kAllTypes) + FromHex("00 0B 00 00 00 01 00 0C 00 00 00 02 00 0E 2E E0") +
+                          std::string(12000, 'x'));
+    FailAllocationsFrom(1);
+    EXPECT_EQ(UnpackZELMessage(bytes.data.get(), static_cast<long>(bytes.size), object_.message), -1);
+    FailAllocationsFrom(0);
+    EXPECT_EQ(reports_.TakeText(), "12 Malloc failed") << "once";
     EXPECT_EQ(UnpackZELMessage(nullptr, 1, object_.message), -1);
     EXPECT_EQ(UnpackZELMessage("", 1, nullptr), -1);
-    EXPECT_EQ(reports_.Take(), Lines(2, "1001 UnpackZELMessage() failed"));
+    ZelMsgStruct bare{};
+    EXPECT_EQ(UnpackZELMessage("", 1, &bare), -1);
+    EXPECT_EQ(reports_.Take(), Lines(3, "1001 UnpackZELMessage() failed"));
 }
 
 TEST_F(Building, ValidatesAndFindsTheRepeatCount) {
-    for (const Cells& row : ReadCases("tests/core/cases/validate.txt", 8)) {
-        const std::string header =
-            Header(std::stoi(row[2]), std::stoi(row[3]), static_cast<SubType>(std::stoi(row[1])));
-        EXPECT_EQ(Validate(header + FromHex(row[4])), std::stoi(row[5])) << row[0];
-        EXPECT_EQ(repeatCount_, std::stoi(row[6])) << row[0];
-        EXPECT_EQ(reports_.TakeText(), row[7]) << row[0];
+    // First without the memory for plans, then with plans.
+    for (int round = 0; round < 2; ++round) {
+        FailAllocationsFrom(1 - round);
+        for (const Cells& row : ReadCases("tests/core/cases/validate.txt", 8)) {
+            const std::string header =
+                Header(std::stoi(row[2]), std::stoi(row[3]), static_cast<SubType>(std::stoi(row[1])));
+            EXPECT_EQ(Validate(header + FromHex(row[4])), std::stoi(row[5])) << row[0];
+            EXPECT_EQ(repeatCount_, std::stoi(row[6])) << row[0];
+            EXPECT_EQ(reports_.TakeText(), row[7]) << row[0];
+        }
     }
+    tables_.ChangeMessage(kPlainGroup).repeatFieldId = kQty;
+    EXPECT_EQ(Validate(Header(1, 5, kPlainGroup) + FromHex("00 01 00 00 00 00 00 00 00 00 FF FF")), 0);
+    EXPECT_EQ(repeatCount_, 0) << "the list lacks the count";
+    tables_.ChangeMessage(kPlainGroup).repeatFieldId = kLegs;
+    tables_.ChangeField(kNote).length = 5;
+    EXPECT_EQ(Validate(Header(0, 2, kPlainGroup) + FromHex("00 21 00 02 41 42 43 00 1E 00 05")), 0);
+    EXPECT_EQ(repeatCount_, 5) << "behind a text to which the dictionary gives a length";
     tables_.ChangeField(kLegs).type = kZELText;
     EXPECT_EQ(Validate(Header(0, 1, kPlainGroup) + FromHex("00 1E 00 09") + "123456789"), -1);
     EXPECT_EQ(reports_.Take(), Lines{"1427 FieldId[30]"}) << "a count of nine bytes";

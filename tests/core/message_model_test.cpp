@@ -105,13 +105,21 @@ TEST(MessageModel, RefusesWhatTheTablesCannotGive) {
     TestTables tables;
     RecordedReports reports;
     const int live = LiveBlocks();
+    EXPECT_EQ(FreeZELDataBuf(CreateZELDataBuf(1, kPlainGroup, 2)), 0);
     for (const Row& row : rows) {
+        EXPECT_EQ(CreateZELDataBuf(row.msgType, row.subType, row.repeatCount), nullptr) << row.name;
+        EXPECT_EQ(reports.Take(), row.reports) << row.name;
         EXPECT_EQ(CreateZelMsgStruct(row.msgType, row.subType, row.repeatCount), nullptr) << row.name;
         EXPECT_EQ(reports.Take(), row.reports) << row.name;
     }
     SetMessageTable(nullptr);
     EXPECT_EQ(CreateZelMsgStruct(1, kAllTypes, 0), nullptr);
     EXPECT_EQ(reports.Take(), Lines{"1415 Message table not initialized in shared memory"});
+    tables.ChangeField(kSide);
+    SetDataDictionary(nullptr);
+    ZelMsgStruct* message = CreateZelMsgStruct(1, kVersions, 0);
+    EXPECT_EQ(reports.Take(), Lines(3, "1412 Data Dictionary not initialized in shared memory")) << "one a slot";
+    EXPECT_EQ(FreeZelMsgStruct(message), 0);
     EXPECT_EQ(FreeZELDataBuf(nullptr), -1);
     EXPECT_EQ(FreeZelMsgStruct(nullptr), -1);
     EXPECT_EQ(reports.Take(), (Lines{"1001 FreeZELDataBuf() failed", "1001 FreeZelMsgStruct() failed"}));

@@ -8,6 +8,7 @@
 #include "core/field_codec.h"
 #include "core/message_model.h"
 #include "core/message_unpack.h"
+#include "core/slot_cursor.h"
 #include "tests/support/bytes.h"
 #include "tests/support/recorded_reports.h"
 #include "tests/support/test_tables.h"
@@ -140,6 +141,30 @@ TEST(SlotIndex, FindsEveryOccurrence) {
         }
     }
     EXPECT_GT(keys, 4000);
+}
+
+TEST(SlotCursor, MeetsEverySlotAtItsEntry) {
+    TestTables tables;
+    RecordedReports reports;
+    Random random(3);
+    for (int round = 0; round < 4000; ++round) {
+        const RandomType type(tables, random);
+        if (type.message == nullptr) {
+            continue;
+        }
+        const MessageBlock& block = BlockOf(*type.message);
+        SlotCursor cursor = FirstCursor(block);
+        for (const int id : type.Ids()) {
+            ASSERT_NE(cursor.stop, nullptr) << round;
+            ASSERT_EQ(cursor.slot->id, id) << round;
+            ASSERT_EQ(block.plan->slots[cursor.entry - block.plan->entries].id, id) << round;
+            ++cursor.slot;
+            if (++cursor.entry == cursor.stop) {
+                EnterNextRun(block, cursor);
+            }
+        }
+        ASSERT_EQ(cursor.stop, nullptr) << round;
+    }
 }
 
 TEST(SlotIndex, PutsReceivedFieldsWhereTheyBelong) {

@@ -419,6 +419,7 @@ int FailOnce(const Operation& operation, int n, int count, const std::string& go
 }
 
 TEST(Allocations, FailAsDocumentedAndLoseNothing) {
+    CrushShutDown();  // what tests before this one made
     const int live = LiveBlocks();
     {
         TestTables tables;

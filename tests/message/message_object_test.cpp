@@ -106,6 +106,20 @@ TEST_F(MessageObject, SetsOtherTypesInPlace) {
     EXPECT_EQ(object_.getField(kValue, -1)->ownsValue, 0);
 }
 
+TEST_F(MessageObject, FillsUpWithZerosWhatTheCodecMayRead) {
+    tables_.ChangeField(kCode).length = 40;
+    Create(kAllTypes);
+    for (int used = 0; used < 20; ++used) {
+        object_.setFieldValueBinary(kBlob, std::string(23, 'x').data(), 23, -1);
+    }
+    Create(kAllTypes);
+    object_.setFieldValue(kSymbol, std::string(63, 's').c_str(), -1);
+    object_.setFieldValueBinary(kCode, "abc", 3, -1);
+    EXPECT_EQ(ToHex({static_cast<const char*>(object_.getFieldValue(kCode, -1)), 40}),
+              ToHex("abc" + std::string(37, '\0')));
+    EXPECT_EQ(Value(kSymbol), std::string(63, 's')) << "the value before it";
+}
+
 TEST_F(MessageObject, FindsOccurrences) {
     Create(kPlainGroup, 3);
     for (short occurrence = 1; occurrence <= 3; ++occurrence) {

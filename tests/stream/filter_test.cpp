@@ -2,12 +2,15 @@
 #include <gtest/gtest.h>
 
 #include <fstream>
+#include <tuple>
+#include <type_traits>
 
 #include "core/dictionary.h"
 #include "tests/stream/open_stream.h"
 #include "tests/stream/shown_item.h"
 #include "tests/support/bytes.h"
 #include "tests/support/cases.h"
+#include "tests/support/failing_heap.h"
 #include "tests/support/recorded_reports.h"
 #include "tests/support/test_tables.h"
 
@@ -22,6 +25,10 @@ std::string Term(const char* comparison, Value... value) {
     EXPECT_EQ(filter.GetCount(), result + 1);
     return result == 0 ? ToHex(Bytes(filter).substr(4)) : ToHex(Bytes(filter));
 }
+
+struct CodedFilter : ZELFilter {
+    using ZELFilter::AddFilter;
+};
 
 TEST(Filter, PlainLiteralsPickTheirOverload) {
     const char kNothing[] = "00 04 00 00";
@@ -41,11 +48,49 @@ TEST(Filter, PlainLiteralsPickTheirOverload) {
         EXPECT_EQ(Term(exact.data.get(), 1), kNothing) << text;
     }
     EXPECT_EQ(Term(nullptr, 1), kNothing);
-    struct Inner : ZELFilter {
-        using ZELFilter::AddFilter;
-    } filter;
+    CodedFilter filter;
     EXPECT_EQ(filter.AddFilter(3, short{9}, 'A'), 0);
     EXPECT_EQ(ToHex(Bytes(filter)), "00 0C 00 01 00 03 00 09 00 00 00 41");
+}
+
+template <typename... Value>
+void CheckRefusal(int valueSize, Value... value) {
+    for (int room = 0; room < 4 + valueSize; ++room) {
+        CodedFilter filter;
+        const std::string text(static_cast<std::size_t>(16384 - 4 - 6 - room), 'T');
+        EXPECT_EQ(filter.AddFilter(1, "=", text.data(), static_cast<int>(text.size())), 0);
+        const std::string before = Bytes(filter);
+        FailAllocationsFrom(1);
+        EXPECT_EQ(filter.AddFilter(2, short{1}, value...), -1) << room;
+        FailAllocationsFrom(0);
+        if constexpr (!std::is_same_v<std::tuple<Value...>, std::tuple<char>>) {
+            EXPECT_EQ(filter.AddFilter(2, "=>", value...), -1);
+        }
+        EXPECT_EQ(filter.GetCount(), 1);
+        EXPECT_TRUE(Bytes(filter) == before) << room;
+    }
+}
+
+TEST(Filter, KeepsNoPartOfATermThatFindsNoRoom) {
+    CheckRefusal(2, short{1});
+    CheckRefusal(4, 1L);
+    CheckRefusal(4, 1);
+    CheckRefusal(4, 'A');
+    CheckRefusal(4, 1.0F);
+    CheckRefusal(8, 1.0);
+    CheckRefusal(6, _money{});
+    CheckRefusal(8, _datetime{});
+    CheckRefusal(5, "ABC", 3);
+    OpenSort sort;
+    EXPECT_EQ(sort.PutShort(1), 0);
+    while (sort.Room() - sort.Used() > 2) {
+        EXPECT_EQ(sort.AddSortData(2, 1), 0);
+    }
+    const std::string before = Bytes(sort);
+    FailAllocationsFrom(1);
+    EXPECT_EQ(sort.AddSortData(3, 1), -1);
+    FailAllocationsFrom(0);
+    EXPECT_TRUE(Bytes(sort) == before);
 }
 
 TEST(Filter, ComparisonsAreTextsAndCodes) {
@@ -60,6 +105,9 @@ TEST(Filter, ComparisonsAreTextsAndCodes) {
             EXPECT_EQ(fromCode.SetCode(none), -1);
         }
         EXPECT_STREQ(LogicOperator(fromCode).text, text);
+        fromCode.text[0] = '\0';
+        fromCode.text[1] = '=';
+        EXPECT_EQ(LogicOperator(fromCode).text[1], '\0') << "nothing behind the end of a text";
         EXPECT_STREQ((fromText = LogicOperator()).text, "");
         EXPECT_EQ(fromText.code, -1);
     }
@@ -92,6 +140,14 @@ TEST(Filter, ReadsTermsWithTheDictionary) {
         }
         reports.Take();
     }
+    OpenFilter filter;
+    EXPECT_EQ(filter.AddFilter(kSide, "<", short{3}), 0);
+    EXPECT_EQ(filter.PutShort(0), 0);
+    ZELFilterItem item;
+    EXPECT_EQ(filter.GetFilterItem(item), 0);
+    EXPECT_EQ(filter.GetFilterItem(item), -1);
+    EXPECT_EQ(Shown(item), "0 < short 3") << "an id without a comparison";
+    EXPECT_EQ(reports.Take(), Lines{}) << "whose type nobody asks for";
 }
 
 template <typename Stream>
@@ -220,6 +276,11 @@ TEST(Filter, ItemsCopyWhatIsSet) {
     EXPECT_EQ(Shown(target), "12 <= char C") << "nor is a value of no type";
     EXPECT_EQ(ZELFilterItem(source).type, 5);
     EXPECT_EQ(FilterValue(source).type, 10);
+    const ZELFilterItem& itself = target;
+    target = itself;
+    target.logicOperator = itself.logicOperator;
+    static_cast<FilterValue&>(target) = itself;
+    EXPECT_EQ(Shown(target), "12 <= char C");
     const auto* at = reinterpret_cast<const char*>(&source);
     EXPECT_EQ(reinterpret_cast<const char*>(&source.logicOperator) - at, 2056);
     EXPECT_EQ(reinterpret_cast<const char*>(&source.fieldId) - at, 2064);

@@ -67,6 +67,8 @@ TEST(Stream, DoesEachStep) {
              [&](auto&) {
                  other = OpenStream(stream);
                  stream = other;
+                 other = static_cast<const OpenStream&>(other);
+                 EXPECT_EQ(Bytes(other), Bytes(stream));
                  return stream.buffer != nullptr ? ToHex({stream.buffer, 2}) : "none";
              }},
             {"finish", [&](auto&) { return ToHex(Bytes(stream)); }},

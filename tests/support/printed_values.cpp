@@ -42,7 +42,7 @@ bool PrintMoney(const _money& money, char* text, short format) {
     }
     const bool negative = whole < 0 || numerator < 0;
     const int shown = static_cast<int>(std::labs(numerator));
-    char digits[16];
+    char digits[24];
     // In 32 bits the most negative number is its own negative.
     Print(digits, "%d", whole == INT_MIN ? INT_MIN : static_cast<int>(std::labs(whole)));
     const bool longNumber = format == 2 && std::strlen(digits) > 6;

@@ -122,6 +122,14 @@ protected:
             EXPECT_EQ(provider->idFromName((name + '-').c_str()), name.size() == 64 ? id : -1);
         }
         EXPECT_EQ(provider->idFromName(nullptr), -1);
+        void* (VormaZelData::*const reserved[])() = {
+            &VormaZelData::reserved3,  &VormaZelData::reserved4,  &VormaZelData::reserved5,  &VormaZelData::reserved6,
+            &VormaZelData::reserved7,  &VormaZelData::reserved8,  &VormaZelData::reserved9,  &VormaZelData::reserved10,
+            &VormaZelData::reserved11, &VormaZelData::reserved12, &VormaZelData::reserved13, &VormaZelData::reserved14,
+            &VormaZelData::reserved15};
+        for (const auto slot : reserved) {
+            EXPECT_EQ((provider->*slot)(), nullptr);
+        }
         std::string contents = Contents(dictionary, provider->messageTable());
         EXPECT_EQ(test::AllocationCount(), 0);
         test::FailAllocationsFrom(0);
@@ -172,6 +180,8 @@ TEST_F(ProviderFile, RefusesWithOneLineThatSaysWhy) {
     ExpectRefusal("is empty");
     std::filesystem::remove(path_);
     ExpectRefusal("cannot be opened: ");
+    std::filesystem::create_directory(path_);
+    ExpectRefusal("");
 }
 
 TEST(NameTable, HoldsTheLargestDictionary) {
@@ -187,11 +197,17 @@ TEST(NameTable, HoldsTheLargestDictionary) {
     for (std::uint16_t id = 1; id <= kFields; ++id) {
         ASSERT_EQ(FindName(dictionary, slots.data(), kSlots, records[id].name), id);
     }
+    std::vector<std::uint16_t> full(kSlots, 1);
+    EXPECT_EQ(FindName(dictionary, full.data(), kSlots, "ABSENT"), 0);
+    EXPECT_FALSE(InsertName(full.data(), kSlots, "ABSENT", 2));
 }
 
 TEST(ImageCheck, RefusesEveryTruncation) {
     const std::string whole = SmallImage();
     EXPECT_EQ(Fault(whole), "");
+    ImageView view;
+    ImageFault fault{};
+    EXPECT_FALSE(CheckImage(whole.data(), kMaxFileSize + 1U, view, fault));
     for (std::size_t size = 0; size < whole.size(); ++size) {
         EXPECT_NE(Fault(whole.substr(0, size)), "") << size;
         EXPECT_TRUE(size < sizeof(ImageHeader) || !Fault(Sealed(whole.substr(0, size))).empty()) << size;
