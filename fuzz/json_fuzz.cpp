@@ -137,15 +137,17 @@ private:
         return {output.text, complaints.any()};
     }
 
-    // In format 1 no id tells the receiver what is missing.
+    // In format 1 no id tells the receiver what is missing. What one of the later slots of an id held comes back in the
+    // first: where the later one is mandatory, nobody can send that.
     static bool LosesNothing(const tools::Catalog& catalog, const tools::HeaderNumbers& header) {
         const unsigned format = tools::FieldFormat(header.flags);
-        if (format != 1) {
-            return format < 3;
-        }
         const tools::CatalogMessage* kind =
             catalog.FindMessage(static_cast<std::int16_t>(tools::HighHalf(header.msgType)),
                                 static_cast<std::int16_t>(tools::LowHalf(header.msgType)));
+        const auto isAgain = [](const tools::CatalogEntry& entry) { return entry.rank > 1 || entry.before > 0; };
+        if (format != 1) {
+            return format < 3 && std::none_of(kind->entries.begin(), kind->entries.end(), isAgain);
+        }
         const auto isEmpty = [](const tools::CatalogEntry& entry) { return entry.field->type == kZELBytes10; };
         return tools::Version(header.flags) == 0 && std::none_of(kind->entries.begin(), kind->entries.end(), isEmpty);
     }

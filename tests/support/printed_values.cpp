@@ -9,9 +9,11 @@ namespace zel::test {
 
 namespace {
 
-template <typename... Args>
+constexpr std::size_t kRoom = 24;
+
+template <std::size_t room = kRoom, typename... Args>
 void Print(char* text, const char* format, Args... args) {
-    static_cast<void>(std::snprintf(text, 24, format, args...));
+    static_cast<void>(std::snprintf(text, room, format, args...));
 }
 
 // Puts a "," before every third digit from the end.
@@ -24,7 +26,7 @@ void Group(char* digits) {
 }
 
 void PrintDecimals(char* at, const char* format, double quotient, int places) {
-    char printed[24];
+    char printed[kRoom];
     Print(printed, format, quotient);
     Print(at, ".%.*s", places, std::strchr(printed, '.') + 1);
 }
@@ -42,9 +44,9 @@ bool PrintMoney(const _money& money, char* text, short format) {
     }
     const bool negative = whole < 0 || numerator < 0;
     const int shown = static_cast<int>(std::labs(numerator));
-    char digits[24];
+    char digits[16];
     // In 32 bits the most negative number is its own negative.
-    Print(digits, "%d", whole == INT_MIN ? INT_MIN : static_cast<int>(std::labs(whole)));
+    Print<sizeof digits>(digits, "%d", whole == INT_MIN ? INT_MIN : static_cast<int>(std::labs(whole)));
     const bool longNumber = format == 2 && std::strlen(digits) > 6;
     const bool dollar = format >= 1 && format <= 3 && !longNumber;
     if (dollar) {

@@ -116,7 +116,8 @@ protected:
             fs::copy_file(std::string(kSource) + name, fs::path(name).filename());
         }
         std::ofstream("old.img") << "old";
-        EXPECT_EQ(Run({{"encode", "orders.jsonl"}}, "orders.zel", [] {}).status, 0);
+        const Outcome first = Run({{"encode", "orders.jsonl"}}, "orders.zel", [] {});
+        ASSERT_EQ(first.status, 0) << first.err;
         EXPECT_EQ(Run({{"encode", "--hex", "orders.jsonl"}}, "orders.txt", [] {}).status, 0);
         EXPECT_EQ(Run({{"dict", "build", "small.json", "-o", "small.img"}}, "/dev/null", [] {}).status, 0);
         std::string damaged = Read("orders.zel");
