@@ -75,7 +75,7 @@ void NameEntries(CatalogMessage& message) {
         // What stands behind the group shares an object with what stands before it.
         const int twin = entry.rank + (message.PartOf(i) == MessagePart::kBehind ? parts[0] : 0);
         entry.key = entry.field->name + (twin == 1 ? "" : '[' + std::to_string(twin) + ']');
-        entry.memberText = ",";
+        entry.memberText += ',';
         AppendText(entry.memberText, entry.key);
         entry.memberText += ':';
         (message.PartOf(i) == MessagePart::kGroup ? message.inside : message.outside).try_emplace(entry.key, i);

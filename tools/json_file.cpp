@@ -37,7 +37,8 @@ std::string Place(const std::vector<OpenValue>& open) {
             place += '[' + std::to_string(value.elements - 1) + ']';
             continue;
         }
-        place += (place.empty() ? "" : ".") + value.key.substr(0, kMostShown);
+        place += place.empty() ? "" : ".";
+        place.append(value.key, 0, kMostShown);
     }
     return place;
 }
