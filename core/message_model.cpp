@@ -32,7 +32,8 @@ void StartAllSlots(const MessageBlock& block) noexcept {
     const int groupSize = plan.groupEnd - plan.groupBegin;
     const auto groupEnd = static_cast<std::ptrdiff_t>(block.parts.end[kInGroup]);
     _field_data* const end = block.buffer.fields + block.buffer.count;
-    _field_data* slot = StartSlots(plan, 0, block.parts.end[kBeforeGroup], 0, block.buffer.fields);
+    _field_data* slot =
+        StartSlots(plan, 0, static_cast<std::ptrdiff_t>(block.parts.end[kBeforeGroup]), 0, block.buffer.fields);
     unsigned int repetition = 0;
     for (std::ptrdiff_t left = groupEnd - plan.groupBegin; left > 0; left -= groupSize) {
         slot = StartSlots(plan, plan.groupBegin, std::min<std::ptrdiff_t>(groupSize, left), repetition, slot);
