@@ -208,7 +208,9 @@ MessagePlan* NewMessagePlan(const PlanTable* table, short msgType, const ZELSubT
     if (plan == nullptr) {
         return nullptr;
     }
-    // In descending order of alignment.
+    // In descending order of alignment; in 32 bits, too, what begins at a multiple of 8 ends at one.
+    static_assert(sizeof *plan % alignof(_field_data) == 0 && sizeof(_field_data) % alignof(PlanEntry) == 0 &&
+                  sizeof(PlanEntry) % alignof(PlanId) == 0 && sizeof(PlanId) % alignof(PlanSeveral) == 0);
     auto* slots = reinterpret_cast<_field_data*>(plan + 1);
     auto* entries = reinterpret_cast<PlanEntry*>(slots + entryCount);
     auto* ids = reinterpret_cast<PlanId*>(entries + entryCount + 1);

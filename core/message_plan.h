@@ -21,7 +21,7 @@ struct PlanTable;
 enum Part : std::uint8_t { kBeforeGroup, kInGroup, kBehindGroup, kNoPart, kPartCount };
 
 // One entry of the field list.
-struct PlanEntry {
+struct alignas(8) PlanEntry {
     std::size_t span;  // the bytes that the field takes in format 0 at least; more than any payload has unless plain
     std::uint16_t wireId;  // the id as its bytes lie on the wire
     std::uint16_t id;
@@ -86,7 +86,7 @@ struct PlanSeveral {
     std::uint16_t counts[kNoPart];
 };
 
-struct MessagePlan {
+struct alignas(8) MessagePlan {
     const PlanTable* table;  // the tables that the plan was made from
     const ZELSubTypeNode* node;
     std::int16_t msgType;
