@@ -136,7 +136,7 @@ std::string Compress(const std::string& source) {
 
 // Compresses and expands; answers the compressed data, or "".
 std::string RoundTrip(const std::string& source) {
-    const std::string data = Compress(source);
+    std::string data = Compress(source);
     if (data.empty()) {
         return "";
     }

@@ -1,6 +1,8 @@
 #include "fuzz/generated_message.h"
 
 #include <algorithm>
+#include <string>
+#include <vector>
 
 #include "fuzz/generated_source.h"
 #include "tools/hex_text.h"
@@ -85,13 +87,22 @@ private:
             Member("repeatCount", Number(input_.OneIn(8) ? input_.Short() : input_.Below(6)));
         }
         if (input_.OneIn(16)) {
-            std::string order;
-            for (const tools::CatalogEntry& entry : kind_.entries) {
-                order = input_.Below(2) == 0 ? Number(entry.field->id) + (order.empty() ? "" : ",") + order
-                                             : order + (order.empty() ? "" : ",") + Number(entry.field->id);
-            }
-            Member("order", '[' + order + ']');
+            Member("order", Order());
         }
+    }
+
+    // The ids of the entries, each before or behind those before it.
+    std::string Order() {
+        std::vector<std::string> ids;
+        for (const tools::CatalogEntry& entry : kind_.entries) {
+            ids.insert(input_.Below(2) == 0 ? ids.begin() : ids.end(), Number(entry.field->id));
+        }
+        std::string order;
+        for (const std::string& id : ids) {
+            order += order.empty() ? "" : ",";
+            order += id;
+        }
+        return '[' + order + ']';
     }
 
     // The entries [first, last) and those from `behind` on.

@@ -1,5 +1,6 @@
 #include "fuzz/generated_source.h"
 
+#include <utility>
 #include <vector>
 
 #include "include/zelprovider.h"
@@ -39,7 +40,7 @@ public:
 
 private:
     // The value, or now and then another one.
-    Json Odd(Json value) { return isOdd_ && input_.OneIn(64) ? OddValue(input_) : value; }
+    Json Odd(Json value) { return isOdd_ && input_.OneIn(64) ? OddValue(input_) : std::move(value); }
 
     Json Field(int id, int type) {
         const image::FieldTypeRule& rule = *image::FindFieldTypeRule(type);

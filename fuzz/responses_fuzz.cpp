@@ -158,7 +158,6 @@ void RawBytes(Input& input) {
         const auto exact = ExactCopy(framed);
         short type = kUntouched;
         Check(ProcessRsp(exact.get(), 0, &type, &type, 0) == -1 && type == kUntouched, "no frame, no message");
-        framed += "\0\0\0\0\0";
         framed.resize(6);
         return Receive(framed);
     }
