@@ -179,7 +179,8 @@ inline _field_data* FindSlotToSet(ZelMsgStruct* message, short fieldId, short oc
     }
     const auto id = static_cast<unsigned short>(fieldId);
     _field_data* slot = block.expected;
-    if (slot->key != zel::SlotKey(id, occurrence)) {
+    // The key of the id 0 is that of slots which are not plain, the one behind the last among them.
+    if (slot->key != zel::SlotKey(id, occurrence) || id == 0) {
         const zel::PlanId& home = zel::HomeId(block, id);
         slot = home.id == id ? zel::SingleSlot(block, home, NumberOf(occurrence)) : nullptr;
         if (slot == nullptr) {

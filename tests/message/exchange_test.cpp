@@ -232,6 +232,23 @@ TEST_F(Exchange, LeavesTheStateThatEachFailurePromises) {
     EXPECT_EQ(object.message, nullptr);
 }
 
+TEST_F(Exchange, NamesNoSlotByTheIdZero) {
+    CZELMessage sent(0, 0);
+    sent.msgType = 1;
+    sent.subType = kPlainGroup;
+    sent.repeatCount = 1;
+    const short count = 1;
+    for (int round = 0; round < 3; ++round) {
+        sent.createStruct();
+        sent.setFieldValue(kNote, "the last slot", -1);
+        // Behind the last slot lie those that the next message starts with.
+        sent.setFieldValue(0, &count, 0);
+        sent.setFieldValue(kLegs, &count, -1);
+        sent.setFieldValue(kLegSymbol, "RYE", 1);
+        EXPECT_TRUE(sent.getField(kLegs, -1)->isSet == 1 && sent.getField(kLegSymbol, 1)->isSet == 1) << round;
+    }
+}
+
 TEST_F(Exchange, RefusesMoreRepetitionsThanTheProgramAllows) {
     CZELMessage sender(0, 0);
     sender.msgType = 1;
