@@ -53,94 +53,160 @@ struct Receiving {
     int groupMarkers;
 };
 
+// Where a run of fields stands. It stays in registers; so does the room for values, the block's own as long as it runs.
+struct Run {
+    MessageBlock& block;
+    Reader in;
+    const PlanEntry* entry;
+    _field_data* slot;
+    char* nextValue;
+    char* valuesEnd;
+};
+
+// NewSlotValue for the slot that the run is at.
+[[gnu::noinline]] char* NewValueByBlock(MessageBlock& block, _field_data& slot, std::size_t length,
+                                        std::size_t readSize, char* nextValue) noexcept {
+    block.nextValue = nextValue;
+    return NewSlotValue(block, slot, length, readSize);
+}
+
+// The same, mostly quicker.
+inline char* NewRunValue(Run& run, std::size_t length, std::size_t readSize) noexcept {
+    const std::size_t size = RoomOfValue(length);
+    char* value = run.nextValue;
+    if (readSize <= kValueAlignment && size <= static_cast<std::size_t>(run.valuesEnd - value)) {
+        run.nextValue = value + size;
+        OwnValue(*run.slot, value, size);
+        return value;
+    }
+    value = NewValueByBlock(run.block, *run.slot, length, readSize, value);
+    run.nextValue = run.block.nextValue;
+    run.valuesEnd = run.block.valuesEnd;
+    return value;
+}
+
 // Stores the first `length` bytes of `bytes` in a buffer of the slot's own. False: reported.
-inline bool StoreSeparate(MessageBlock& block, _field_data& slot, const Reader& bytes, std::uint16_t length,
-                          std::size_t readSize) noexcept {
+inline bool StoreSeparate(Run& run, const Reader& bytes, std::uint16_t length, std::size_t readSize) noexcept {
     const bool isShort = length < kValueAlignment && readSize <= kValueAlignment && Remaining(bytes) >= kValueAlignment;
-    char* value = nullptr;
-    if (isShort && CarveFromRoom(block, kValueAlignment, value)) {
+    char* value = run.nextValue;
+    if (isShort && value != run.valuesEnd) {
+        // Room is left in whole steps of the alignment.
+        run.nextValue = value + kValueAlignment;
         CopyShortValue(value, bytes.next, length);
-        slot.value = value;
-        slot.ownsValue = 1;
-        slot.length = length;
-        return true;
+        run.slot->value = value;
+        run.slot->ownsValue = 1;
+    } else {
+        value = NewRunValue(run, length, readSize);
+        if (value == nullptr) {
+            return false;
+        }
+        CopyValue(value, bytes.next, length);
     }
-    value = NewSlotValue(block, slot, length, readSize);
-    if (value == nullptr) {
-        return false;
-    }
-    CopyValue(value, bytes.next, length);
-    slot.length = length;
+    run.slot->length = length;
     return true;
 }
 
 // How a field was received.
 enum class Receipt { kReceived, kFailed, kOtherwise };
 
+// What is known of the field at the reader.
+enum class Known {
+    kNothing,
+    kItsSlot,  // if it is the expected one, its slot is free: so far every field has been
+    kWhole     // it is the expected one and complete: validation has stepped over it
+};
+
 template <Shape shape>
-inline Receipt ReceiveFixed(_field_data& slot, Reader& in) noexcept {
-    DecodeFixed(shape, in.next + 2, slot.inlineValue);
-    slot.length = FixedMemorySize(shape);
-    in.next += 2 + FixedWireSize(shape);
+inline Receipt ReceiveFixed(Run& run) noexcept {
+    // Values of money alone have another size in memory, the one that slots start with being the dictionary's.
+    static_assert(FixedMemorySize(shape) == FixedWireSize(shape) || shape == Shape::kMoney);
+    DecodeFixed(shape, run.in.next + 2, run.slot->inlineValue);
+    if (shape == Shape::kMoney) {
+        run.slot->length = FixedMemorySize(shape);
+    }
+    run.in.next += 2 + FixedWireSize(shape);
     return Receipt::kReceived;
 }
 
-inline Receipt ReceiveSeparate(MessageBlock& block, _field_data& slot, const Reader& bytes, std::uint16_t length,
-                               Reader& in) noexcept {
-    if (!StoreSeparate(block, slot, bytes, length, kShortestRead)) {
+inline Receipt ReceiveSeparate(Run& run, std::size_t front, std::uint16_t length, std::size_t readSize) noexcept {
+    const Reader bytes{run.in.next + front, run.in.end};
+    if (!StoreSeparate(run, bytes, length, readSize)) {
         return Receipt::kFailed;
     }
-    in.next = bytes.next + length;
+    run.in.next = bytes.next + length;
     return Receipt::kReceived;
 }
 
-// Reads the field at `in`, which holds the span of the entry, into its slot, and steps over it. The entry is plain, and
-// the slot as it started. kOtherwise: the field is not complete, and nothing has changed.
-inline Receipt ReceivePlain(MessageBlock& block, const PlanEntry& entry, _field_data& slot, Reader& in) noexcept {
-    switch (entry.shape) {
+// Reads the field at the reader, which holds the span of the entry, into its slot, and steps over it. The entry is
+// plain, and the slot as it started. kOtherwise: the field is not complete, and nothing has changed.
+template <Known known>
+inline Receipt ReceivePlain(Run& run) noexcept {
+    switch (run.entry->shape) {
         case Shape::kShort:
-            return ReceiveFixed<Shape::kShort>(slot, in);
+            return ReceiveFixed<Shape::kShort>(run);
         case Shape::kLong:
-            return ReceiveFixed<Shape::kLong>(slot, in);
+            return ReceiveFixed<Shape::kLong>(run);
         case Shape::kDouble:
-            return ReceiveFixed<Shape::kDouble>(slot, in);
+            return ReceiveFixed<Shape::kDouble>(run);
         case Shape::kDateTime:
-            return ReceiveFixed<Shape::kDateTime>(slot, in);
+            return ReceiveFixed<Shape::kDateTime>(run);
         case Shape::kMoney:
-            return ReceiveFixed<Shape::kMoney>(slot, in);
+            return ReceiveFixed<Shape::kMoney>(run);
         case Shape::kChars:
-            return ReceiveSeparate(block, slot, {in.next + 2, in.end}, entry.length, in);
+            return ReceiveSeparate(run, 2, run.entry->length, kShortestRead);
         default:
             break;
     }
-    const Reader bytes{in.next + 4, in.end};
-    const std::uint16_t length = LoadU16Be(in.next + 2);
-    return length <= Remaining(bytes) ? ReceiveSeparate(block, slot, bytes, length, in) : Receipt::kOtherwise;
+    const std::uint16_t length = LoadU16Be(run.in.next + 2);
+    return known == Known::kWhole || length <= Remaining(run.in) - 4 ? ReceiveSeparate(run, 4, length, kShortestRead)
+                                                                     : Receipt::kOtherwise;
 }
 
 // The same for the format 2. A value of one size that takes more on the wire is left to others.
-inline Receipt ReceiveWithLength(MessageBlock& block, const PlanEntry& entry, _field_data& slot, Reader& in) noexcept {
+[[gnu::always_inline]] inline Receipt ReceiveWithLength(Run& run) noexcept {
     constexpr std::size_t kFront = 4;
-    const char* bytes = in.next + kFront;
+    const PlanEntry& entry = *run.entry;
     const std::uint16_t fixed = FixedWireSize(entry.shape);
-    if (Remaining(in) < kFront + fixed) {
+    if (Remaining(run.in) < kFront + fixed) {
         return Receipt::kOtherwise;
     }
-    const std::uint16_t length = LoadU16Be(in.next + 2);
-    if (IsFixed(entry.shape) ? length != fixed : length > Remaining(in) - kFront) {
+    const std::uint16_t length = LoadU16Be(run.in.next + 2);
+    if (IsFixed(entry.shape) ? length != fixed : length > Remaining(run.in) - kFront) {
         return Receipt::kOtherwise;
     }
-    if (IsFixed(entry.shape)) {
-        char* value = NewSlotValue(block, slot, sizeof slot.inlineValue - 1, sizeof slot.inlineValue);
-        if (value == nullptr) {
-            return Receipt::kFailed;
-        }
-        DecodeFixed(entry.shape, bytes, value);
-        slot.length = FixedMemorySize(entry.shape);
-    } else if (!StoreSeparate(block, slot, {bytes, in.end}, length, ReadSize(entry.shape, entry.length))) {
+    if (!IsFixed(entry.shape)) {
+        return ReceiveSeparate(run, kFront, length, ReadSize(entry.shape, entry.length));
+    }
+    char* value = NewRunValue(run, sizeof run.slot->inlineValue - 1, sizeof run.slot->inlineValue);
+    if (value == nullptr) {
         return Receipt::kFailed;
     }
-    in.next = bytes + length;
+    DecodeFixed(entry.shape, run.in.next + kFront, value);
+    run.slot->length = FixedMemorySize(entry.shape);
+    run.in.next += kFront + length;
+    return Receipt::kReceived;
+}
+
+// Receives fields as long as the expected ones come, are plain and complete, and their slots are the first that may
+// take them, `left` at most; takes their number from `left`.
+template <short format, Known known>
+[[gnu::always_inline]] inline Receipt ReceiveRun(Run& run, std::ptrdiff_t back, int& left) noexcept {
+    for (; left != 0; --left) {
+        const bool isExpected = known == Known::kWhole || (Remaining(run.in) >= run.entry->span &&
+                                                           LoadHost<std::uint16_t>(run.in.next) == run.entry->wireId);
+        const bool isFirstFree =
+            known != Known::kNothing || (run.slot->isSet == 0 && (back == 0 || run.slot[-back].isSet != 0));
+        if (!isExpected || !isFirstFree) {
+            return Receipt::kOtherwise;
+        }
+        const Receipt receipt = format == kIdLengthAndValue ? ReceiveWithLength(run) : ReceivePlain<known>(run);
+        if (receipt != Receipt::kReceived) {
+            return receipt;
+        }
+        run.slot->isSet = 1;
+        ++run.entry;
+        ++run.slot;
+    }
     return Receipt::kReceived;
 }
 
@@ -149,46 +215,42 @@ inline int MarkersAmong(const PlanEntry* first, const PlanEntry* end) noexcept {
     return first == end ? 0 : end[-1].markers - first->markers + (first->isMarker ? 1 : 0);
 }
 
-// Receives fields as long as the expected ones come, are plain and complete, and their slots are the first that may
-// take them: as they are as long as every field has been the expected one (`inOrder`). False: reported.
-template <short format, bool inOrder>
-bool ReceiveExpected(Receiving& receiving) noexcept {
+// Receives expected fields from run to run. With kItsSlot, those from the first of the message on, of which `whole` are
+// kWhole in the format 0; the marker count is then left as it is. False: reported.
+template <short format, Known known>
+bool ReceiveExpected(Receiving& receiving, int whole) noexcept {
     MessageBlock& block = receiving.block;
-    Reader in = receiving.in;
     SlotCursor& cursor = receiving.cursor;
-    if (cursor.stop == nullptr) {
-        return true;
-    }
+    Run run{block, receiving.in, cursor.entry, cursor.slot, block.nextValue, block.valuesEnd};
     Receipt receipt = Receipt::kReceived;
-    while (receiving.fieldsLeft != 0 && cursor.stop != nullptr && receipt == Receipt::kReceived) {
-        // One run. What it needs is in variables of their own: they stay in registers.
-        const PlanEntry* entry = cursor.entry;
-        const PlanEntry* const stop = entry + std::min<std::ptrdiff_t>(cursor.stop - entry, receiving.fieldsLeft);
-        _field_data* slot = cursor.slot;
-        const std::ptrdiff_t back = cursor.back;
-        receipt = Receipt::kOtherwise;
-        while (entry != stop && Remaining(in) >= entry->span && LoadHost<std::uint16_t>(in.next) == entry->wireId &&
-               (inOrder || (slot->isSet == 0 && (back == 0 || slot[-back].isSet != 0)))) {
-            receipt = format == kIdLengthAndValue ? ReceiveWithLength(block, *entry, *slot, in)
-                                                  : ReceivePlain(block, *entry, *slot, in);
-            if (receipt != Receipt::kReceived) {
-                break;
-            }
-            receipt = Receipt::kOtherwise;
-            slot->isSet = 1;
-            ++entry;
-            ++slot;
+    while (receiving.fieldsLeft != 0 && cursor.left != 0) {
+        const int most = std::min(cursor.left, receiving.fieldsLeft);
+        int left = most;
+        if (format == kIdAndValue && known == Known::kItsSlot && whole != 0) {
+            const int wholeOnes = std::min(whole, most);
+            int wholeLeft = wholeOnes;
+            receipt = ReceiveRun<format, Known::kWhole>(run, 0, wholeLeft);
+            left -= wholeOnes - wholeLeft;
+            whole = 0;
         }
-        receiving.fieldsLeft -= static_cast<int>(entry - cursor.entry);
-        receiving.groupMarkers += MarkersAmong(cursor.entry, entry);
-        cursor.entry = entry;
-        cursor.slot = slot;
-        if (entry == cursor.stop && receipt != Receipt::kFailed && receiving.fieldsLeft != 0) {
-            EnterNextRun(block, cursor);
-            receipt = Receipt::kReceived;
+        if (receipt == Receipt::kReceived) {
+            receipt = ReceiveRun<format, known>(run, cursor.back, left);
         }
+        receiving.fieldsLeft -= most - left;
+        cursor.left -= most - left;
+        if (known == Known::kNothing) {
+            receiving.groupMarkers += MarkersAmong(cursor.entry, run.entry);
+        }
+        cursor.entry = run.entry;
+        cursor.slot = run.slot;
+        if (cursor.left != 0 || receiving.fieldsLeft == 0) {
+            break;
+        }
+        EnterNextRun(block, cursor);
+        run.entry = cursor.entry;
     }
-    receiving.in = in;
+    block.nextValue = run.nextValue;
+    receiving.in = run.in;
     return receipt != Receipt::kFailed;
 }
 
@@ -223,7 +285,7 @@ bool ReceiveNext(Receiving& receiving, bool isCurrent) noexcept {
     const int left = receiving.fieldsLeft;
     if (isCurrent && place.slot != nullptr) {
         receiving.cursor = CursorAt(receiving.block, place);
-        if (!ReceiveExpected<format, false>(receiving)) {
+        if (!ReceiveExpected<format, Known::kNothing>(receiving, 0)) {
             return false;
         }
         if (receiving.fieldsLeft != left) {
@@ -233,19 +295,27 @@ bool ReceiveNext(Receiving& receiving, bool isCurrent) noexcept {
     return ReceiveOne(receiving, fieldId, place.slot, format);
 }
 
-// Fields with ids. Each lands in the first free slot of its id in the repetition that the markers received have
-// reached.
+// Of the slots up to the cursor.
+int CountMarkers(const Receiving& receiving) noexcept {
+    return static_cast<int>(std::count_if(SlotsOf(receiving.block), receiving.cursor.slot,
+                                          [](const _field_data& slot) { return slot.id == kZELGroupMarker; }));
+}
+
+// Fields with ids, of which the first `whole` are kWhole in the format 0 if the plan is current. Each lands in the
+// first free slot of its id in the repetition that the markers received have reached.
 template <short format>
-int ReceiveFields(ZelMsgStruct& message, const Reader& payload) noexcept {
+int ReceiveFields(ZelMsgStruct& message, const Reader& payload, int whole) noexcept {
     MessageBlock& block = BlockOf(*message.dataBuf);
     const bool isCurrent = IsCurrent(block.table);
     Receiving receiving{block, payload, FirstCursor(block), std::max<int>(message.numFields, 0), 0};
-    if (isCurrent && !ReceiveExpected<format, true>(receiving)) {
+    if (isCurrent && !ReceiveExpected<format, Known::kItsSlot>(receiving, whole)) {
         return -1;
     }
-    if (receiving.fieldsLeft != 0) {
-        StartReceiving(block.buffer);
+    if (receiving.fieldsLeft == 0) {
+        return 0;
     }
+    receiving.groupMarkers = isCurrent ? CountMarkers(receiving) : 0;
+    StartReceiving(block.buffer);
     while (receiving.fieldsLeft != 0 && Remaining(receiving.in) != 0) {
         if (!ReceiveNext<format>(receiving, isCurrent)) {
             return -1;
@@ -278,12 +348,12 @@ int ReceiveValues(ZelMsgStruct& message, Reader payload) noexcept {
 
 }  // namespace
 
-int ReceiveZELPayload(ZelMsgStruct& message, const Reader& payload) noexcept {
+int ReceiveZELPayload(ZelMsgStruct& message, const Reader& payload, int inOrder) noexcept {
     switch (message.format) {
         case kIdAndValue:
-            return ReceiveFields<kIdAndValue>(message, payload);
+            return ReceiveFields<kIdAndValue>(message, payload, inOrder);
         case kIdLengthAndValue:
-            return ReceiveFields<kIdLengthAndValue>(message, payload);
+            return ReceiveFields<kIdLengthAndValue>(message, payload, inOrder);
         case kValueOnly:
             return ReceiveValues(message, payload);
         default:
@@ -303,7 +373,7 @@ int UnpackZELMessage(const char* in, long length, ZelMsgStruct* message) noexcep
     }
     PayloadBuffers buffers;
     Reader payload;
-    return OpenPayload(in, length, message, buffers, payload) ? ReceiveZELPayload(*message, payload) : -1;
+    return OpenPayload(in, length, message, buffers, payload) ? ReceiveZELPayload(*message, payload, 0) : -1;
 }
 
 }  // namespace zel

@@ -46,46 +46,45 @@ inline bool StepOver(const PlanEntry& entry, Reader& in) noexcept {
     if (Remaining(in) < entry.span || LoadHost<std::uint16_t>(in.next) != entry.wireId) {
         return false;
     }
-    // Most sizes are known without a look at the bytes: the next field need not wait for this one.
-    std::size_t size = entry.span;
     if (format == kIdLengthAndValue) {
-        if (Remaining(in) < 4) {
-            return false;
-        }
-        size = 4U + LoadU16Be(in.next + 2);
-    } else if (entry.shape == Shape::kCounted) {
-        size += LoadU16Be(in.next + 2);
+        return Remaining(in) >= 4 && Take(in, 4U + LoadU16Be(in.next + 2)) != nullptr;
     }
-    return Take(in, size) != nullptr;
+    if (entry.shape == Shape::kCounted) {
+        return Take(in, entry.span + LoadU16Be(in.next + 2)) != nullptr;
+    }
+    // Most sizes are known without a look at the bytes: the next field need not wait for this one.
+    in.next += entry.span;
+    return true;
+}
+
+// Steps over fields as the list has them from `first` on, not over the repeat-count field from in front of it and
+// `left` at most; takes their number from `left`. The entry expected next.
+template <short format>
+inline const PlanEntry* StepOverRun(const MessagePlan& plan, const PlanEntry* first, Reader& in, int& left) noexcept {
+    const PlanEntry* const end = plan.entries + (first - plan.entries <= plan.countAt ? plan.countAt : plan.entryCount);
+    const PlanEntry* const stop = first + std::min<std::ptrdiff_t>(end - first, left);
+    const PlanEntry* expected = first;
+    while (expected != stop && StepOver<format>(*expected, in)) {
+        ++expected;
+    }
+    left -= static_cast<int>(expected - first);
+    return expected;
 }
 
 // Steps over the fields in front of the repeat-count field as far as they are plain: their number. The walk that goes
-// on from there does the same, one look into the dictionary after the other.
+// on from there does the same, one look into the dictionary after the other. `inOrder`: so many are the list's first.
 template <short format>
-int StepByPlan(const MessagePlan& plan, int numFields, Reader& in) noexcept {
-    const PlanEntry* const count = plan.entries + plan.countAt;
-    const PlanEntry* expected = plan.entries;
-    Reader reader = in;
+int StepByPlan(const MessagePlan& plan, int numFields, Reader& in, int& inOrder) noexcept {
     int left = numFields;
-    for (;;) {
-        // One run of fields as the list has them.
-        const PlanEntry* const first = expected;
-        const PlanEntry* const behind = expected <= count ? count : plan.entries + plan.entryCount;
-        const PlanEntry* const stop = first + std::min<std::ptrdiff_t>(behind - first, left);
-        while (expected != stop && StepOver<format>(*expected, reader)) {
-            ++expected;
-        }
-        left -= static_cast<int>(expected - first);
-        if (left == 0 || Remaining(reader) < 2 || LoadHost<std::uint16_t>(reader.next) == count->wireId) {
-            break;
-        }
-        const PlanId& id = FindPlanId(plan, LoadU16Be(reader.next));
+    const PlanEntry* expected = StepOverRun<format>(plan, plan.entries, in, left);
+    inOrder = numFields - left;
+    while (left != 0 && Remaining(in) >= 2 && LoadHost<std::uint16_t>(in.next) != plan.entries[plan.countAt].wireId) {
+        const PlanId& id = FindPlanId(plan, LoadU16Be(in.next));
         if (id.use != PlanId::kSingle || plan.entries + id.at == expected) {
             break;
         }
-        expected = plan.entries + id.at;
+        expected = StepOverRun<format>(plan, plan.entries + id.at, in, left);
     }
-    in = reader;
     return numFields - left;
 }
 
@@ -138,19 +137,23 @@ bool WalkToRepeatCount(const ZelMsgStruct& header, const ZELSubTypeNode& node, R
 
 // The same, by the plan as far as it goes.
 template <short format>
-bool FindRepeatCount(const ZelMsgStruct& header, const ZELSubTypeNode& node, const MessagePlan* plan, Reader payload,
+bool FindRepeatCount(ReceivedMessage& received, const ZELSubTypeNode& node, const MessagePlan* plan,
                      short* repeatCount) noexcept {
+    const ZelMsgStruct& header = received.header;
+    Reader payload = received.payload;
     int field = 0;
     if (plan != nullptr && plan->countAt >= 0) {
-        field = StepByPlan<format>(*plan, std::max<int>(header.numFields, 0), payload);
+        field = StepByPlan<format>(*plan, std::max<int>(header.numFields, 0), payload, received.inOrder);
         if (field < header.numFields && ReadPlainCount<format>(plan->entries[plan->countAt], payload, repeatCount)) {
+            // The count itself, if all fields were in order up to it.
+            received.inOrder += received.inOrder == field && field == plan->countAt ? 1 : 0;
             return true;
         }
     }
     return WalkToRepeatCount(header, node, payload, field, repeatCount);
 }
 
-bool Validate(const ReceivedMessage& received, short* repeatCount) noexcept {
+bool Validate(ReceivedMessage& received, short* repeatCount) noexcept {
     const ZelMsgStruct& header = received.header;
     const MessagePlan* plan = FindPlan(header.msgType, header.subType);
     if (plan != nullptr && plan->repeatFieldId == 0) {
@@ -167,9 +170,9 @@ bool Validate(const ReceivedMessage& received, short* repeatCount) noexcept {
     *repeatCount = 0;
     switch (header.format) {
         case kIdAndValue:
-            return FindRepeatCount<kIdAndValue>(header, *node, plan, received.payload, repeatCount);
+            return FindRepeatCount<kIdAndValue>(received, *node, plan, repeatCount);
         case kIdLengthAndValue:
-            return FindRepeatCount<kIdLengthAndValue>(header, *node, plan, received.payload, repeatCount);
+            return FindRepeatCount<kIdLengthAndValue>(received, *node, plan, repeatCount);
         default:
             return WalkToRepeatCount(header, *node, received.payload, 0, repeatCount);
     }

@@ -12,6 +12,7 @@ namespace zel {
 struct ReceivedMessage {
     ZelMsgStruct header{};
     Reader payload{};
+    int inOrder = 0;         // so many fields were seen to be the first of the message type's list, plain and complete
     PayloadBuffers buffers;  // not initialised
 };
 

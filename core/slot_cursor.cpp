@@ -5,7 +5,7 @@ namespace zel {
 void EnterOtherRun(const MessageBlock& block, SlotCursor& cursor) noexcept {
     const MessagePlan& plan = *block.plan;
     if (cursor.slot == SlotsOf(block) + block.buffer.count) {
-        cursor = {&kNowhere, cursor.slot, nullptr, 0, 0};
+        cursor = {nullptr, cursor.slot, 0, 0, 0};
         return;
     }
     // Without a count the group is repeated as long as there are slots.

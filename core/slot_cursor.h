@@ -8,11 +8,11 @@
 
 namespace zel {
 
-// Invariant: `slot` was made from `entry`, or `entry` is one that no field has.
+// Invariant: `slot` was made from `entry`, unless nothing is left.
 struct SlotCursor {
     const PlanEntry* entry;
     _field_data* slot;
-    const PlanEntry* stop;  // behind the entries that follow one another in the list
+    int left;  // entries that follow one another in the list, this one among them; 0: at no entry
     int repetition;
     // How far back the same field of the repetition before lies; 0 in the first, and where markers tell repetitions
     // apart. A field of an unmarked group goes to the first repetition that lacks it.
@@ -28,14 +28,14 @@ inline SlotCursor CursorAt(const MessageBlock& block, const SlotPlace& place) no
     const int run = entry->part == kBeforeGroup ? plan.groupBegin : behindGroup;
     // The slots may end first.
     const std::ptrdiff_t left = block.buffer.fields + block.buffer.count - place.slot;
-    return {entry, place.slot, entry + std::min<std::ptrdiff_t>(run - place.at, left), place.repetition,
+    return {entry, place.slot, static_cast<int>(std::min<std::ptrdiff_t>(run - place.at, left)), place.repetition,
             inGroup && !marked && place.repetition != 0 ? plan.groupEnd - plan.groupBegin : 0};
 }
 
 // At the first slot.
 inline SlotCursor FirstCursor(const MessageBlock& block) noexcept {
     if (block.buffer.count == 0) {
-        return {&kNowhere, nullptr, nullptr, 0, 0};
+        return {nullptr, block.buffer.fields, 0, 0, 0};
     }
     return CursorAt(block, {block.buffer.fields, 0, 0});
 }
@@ -43,7 +43,7 @@ inline SlotCursor FirstCursor(const MessageBlock& block) noexcept {
 // For EnterNextRun.
 void EnterOtherRun(const MessageBlock& block, SlotCursor& cursor) noexcept;
 
-// From the end of a run, where `cursor.entry` is `cursor.stop`, to the first slot of the next.
+// From the end of a run, where `cursor.left` is 0, to the first slot of the next.
 inline void EnterNextRun(const MessageBlock& block, SlotCursor& cursor) noexcept {
     const MessagePlan& plan = *block.plan;
     const int groupSize = plan.groupEnd - plan.groupBegin;
@@ -52,6 +52,7 @@ inline void EnterNextRun(const MessageBlock& block, SlotCursor& cursor) noexcept
         return EnterOtherRun(block, cursor);
     }
     cursor.entry -= groupSize;
+    cursor.left = groupSize;
     cursor.back = plan.groupMarkers == 0 ? groupSize : 0;
     ++cursor.repetition;
 }

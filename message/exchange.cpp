@@ -113,7 +113,7 @@ long CZELMessage::unpackMessageNoFrame(const char* buffer, long length) noexcept
         return -1;
     }
     TakeHeader(received.header, *message);
-    if (zel::ReceiveZELPayload(*message, received.payload) != 0) {
+    if (zel::ReceiveZELPayload(*message, received.payload, received.inOrder) != 0) {
         zel::SendReport(zel::reports::kMessageNotUnpacked);
         destroyStruct();
         return -1;

@@ -6,8 +6,10 @@
 #include <random>
 
 #include "core/field_codec.h"
+#include "core/header.h"
 #include "core/message_model.h"
 #include "core/message_unpack.h"
+#include "core/message_validate.h"
 #include "core/slot_cursor.h"
 #include "tests/support/bytes.h"
 #include "tests/support/recorded_reports.h"
@@ -155,15 +157,16 @@ TEST(SlotCursor, MeetsEverySlotAtItsEntry) {
         const MessageBlock& block = BlockOf(*type.message);
         SlotCursor cursor = FirstCursor(block);
         for (const int id : type.Ids()) {
-            ASSERT_NE(cursor.stop, nullptr) << round;
+            ASSERT_GT(cursor.left, 0) << round;
             ASSERT_EQ(cursor.slot->id, id) << round;
             ASSERT_EQ(block.plan->slots[cursor.entry - block.plan->entries].id, id) << round;
             ++cursor.slot;
-            if (++cursor.entry == cursor.stop) {
+            ++cursor.entry;
+            if (--cursor.left == 0) {
                 EnterNextRun(block, cursor);
             }
         }
-        ASSERT_EQ(cursor.stop, nullptr) << round;
+        ASSERT_EQ(cursor.left, 0) << round;
     }
 }
 
@@ -202,8 +205,14 @@ TEST(SlotIndex, PutsReceivedFieldsWhereTheyBelong) {
         }
         type.message->format = static_cast<unsigned short>(format);
         type.message->numFields = static_cast<short>(fields);
-        const ExactCopy copy(payload);
-        ASSERT_EQ(ReceiveZELPayload(*type.message, Reader{copy.data.get(), copy.data.get() + copy.size}), 0) << round;
+        char header[kPlainHeader];
+        unsigned short headerLength = 0;
+        ASSERT_NE(BuildZELHeader(type.message, header, &headerLength), nullptr);
+        const ExactCopy copy(std::string(header, headerLength) + payload);
+        ReceivedMessage received;
+        short repeatCount = 0;
+        ASSERT_EQ(OpenZELMessage(copy.data.get(), static_cast<long>(copy.size), received, &repeatCount), 0) << round;
+        ASSERT_EQ(ReceiveZELPayload(*type.message, received.payload, received.inOrder), 0) << round;
         for (std::size_t slot = 0; slot < ids.size(); ++slot) {
             const _field_data& field = type.message->dataBuf->fields[slot];
             ASSERT_EQ(field.isSet != 0, arrivals[slot] >= 0) << round << " slot " << slot;
