@@ -252,10 +252,7 @@ constexpr Reader kNoHeader{nullptr, nullptr};
     return PackUserData(message, next, end);
 }
 
-// The header with the number 6 behind the first five has one length and each number one place.
-constexpr std::size_t kPlainHeader = 32;
-
-// Such a header but for its numbers.
+// The header with the number 6 behind the first five, but for its numbers: each has its place.
 constexpr char kPlainIds[kPlainHeader] = {0, kFlags, 0, 0, 0, kMsgType, 0, 0,          0, 0, 0, kServiceId, 0, 0, 0, 0,
                                           0, kMsgId, 0, 0, 0, 0,        0, kNumFields, 0, 0, 0, kUserData};
 
@@ -272,14 +269,14 @@ char* WritePlainHeader(const ZelMsgStruct& message, char* out) noexcept {
 }
 
 // Whether a header without variable user data is at `in`: one that needs no other look.
-bool HasPlainHeader(const Reader& in) noexcept {
+bool IsPlainHeader(const Reader& in) noexcept {
     const char* at = in.next;
     return Remaining(in) >= kPlainHeader && LoadU16Be(at) == kFlags && LoadU16Be(at + 4) == kMsgType &&
            LoadU16Be(at + 10) == kServiceId && LoadU16Be(at + 16) == kMsgId && LoadU16Be(at + 22) == kNumFields &&
            LoadU16Be(at + 26) == kUserData;
 }
 
-// The bounds have been checked by HasPlainHeader.
+// The bounds have been checked by IsPlainHeader.
 void ReadPlainHeader(const char* at, ZelMsgStruct& message) noexcept {
     SplitFlags(LoadU16Be(at + 2), message);
     SetMsgType(LoadU32Be(at + 6), message);
@@ -304,13 +301,16 @@ bool DescribesHeader() noexcept {
     });
 }
 
+bool HasPlainHeader(const ZelMsgStruct& message) noexcept {
+    return IsPlain(message) && IsDescribed();
+}
+
 char* BuildZELHeader(const ZelMsgStruct* message, char* out, unsigned short* headerLength) noexcept {
     if (message == nullptr || out == nullptr || headerLength == nullptr) {
         SendReport(reports::kBuildHeaderFailed);
         return nullptr;
     }
-    const bool isPlain = IsPlain(*message) && IsDescribed();
-    char* next = isPlain ? WritePlainHeader(*message, out) : WriteHeaderFields(*message, out);
+    char* next = HasPlainHeader(*message) ? WritePlainHeader(*message, out) : WriteHeaderFields(*message, out);
     if (next != nullptr) {
         *headerLength = static_cast<unsigned short>(next - out);
     }
@@ -323,7 +323,7 @@ Reader UnpackZELHeader(const char* in, long length, ZelMsgStruct* message) noexc
         return kNoHeader;
     }
     const char* const end = length > 0 ? in + length : in;
-    if (HasPlainHeader({in, end}) && IsDescribed()) {
+    if (IsPlainHeader({in, end}) && IsDescribed()) {
         ReadPlainHeader(in, *message);
         return {in + kPlainHeader, end};
     }

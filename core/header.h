@@ -19,6 +19,12 @@ inline constexpr unsigned short kPackSent = 1;
 // Whether the dictionary describes the ids 1 to 6 as numbers of the widths that they have here.
 bool DescribesHeader() noexcept;
 
+// A header without variable user data has this length, whatever its numbers, if the dictionary describes it.
+inline constexpr std::size_t kPlainHeader = 32;
+
+// Whether the message's header will be such a one.
+bool HasPlainHeader(const ZelMsgStruct& message) noexcept;
+
 // Writes the header at `out`, which holds 30 bytes and the variable user data, or 32; answers the address behind it
 // and its length, or null. Reports 1001, or 1417 with the name of the field.
 [[nodiscard]] char* BuildZELHeader(const ZelMsgStruct* message, char* out, unsigned short* headerLength) noexcept;

@@ -177,18 +177,18 @@ inline char* PackPlain(const MessageBlock& block, const _field_data& slot, char*
     __builtin_unreachable();
 }
 
-// Packs all slots of a message whose plan is current. False: faulty, reported.
-template <short format>
+// Packs all slots of a message whose plan is current. Without a filter no plain field is too new. False: faulty,
+// reported.
+template <short format, bool hasFilter>
 bool PackByPlan(const ZelMsgStruct& message, const MessageBlock& block, Packing& packing) noexcept {
-    // Without a filter no plain field is too new.
-    const bool hasFilter = message.version != 0 && message.version < kNewestSlotVersion;
-    const auto version = static_cast<std::uint8_t>(hasFilter ? message.version : kNewestSlotVersion);
+    const unsigned short version = message.version;
     const _field_data* const end = block.buffer.fields + block.buffer.count;
     const char* const lastFixed = packing.end - kMostFixed;
     char* next = packing.next;
     for (const _field_data* slot = block.buffer.fields; slot != end; ++slot) {
         if (slot->isSet != 0) {
-            char* behind = slot->version <= version ? PackPlain<format>(block, *slot, next, lastFixed) : nullptr;
+            const bool isKnown = !hasFilter || slot->version <= version;
+            char* behind = isKnown ? PackPlain<format>(block, *slot, next, lastFixed) : nullptr;
             if (behind != nullptr) {
                 next = behind;
                 continue;
@@ -215,12 +215,15 @@ bool PackByPlan(const ZelMsgStruct& message, const MessageBlock& block, Packing&
 
 bool PackAll(const ZelMsgStruct& message, Packing& packing) noexcept {
     const MessageBlock& block = BlockOf(*message.dataBuf);
+    const bool hasFilter = message.version != 0;
     if (IsCurrent(block.table)) {
         if (message.format == kIdAndValue) {
-            return PackByPlan<kIdAndValue>(message, block, packing);
+            return hasFilter ? PackByPlan<kIdAndValue, true>(message, block, packing)
+                             : PackByPlan<kIdAndValue, false>(message, block, packing);
         }
         if (message.format == kIdLengthAndValue) {
-            return PackByPlan<kIdLengthAndValue>(message, block, packing);
+            return hasFilter ? PackByPlan<kIdLengthAndValue, true>(message, block, packing)
+                             : PackByPlan<kIdLengthAndValue, false>(message, block, packing);
         }
     }
     return PackOneByOne(message, packing);
@@ -241,40 +244,53 @@ int PackSlots(ZelMsgStruct& message, char* out) noexcept {
     return static_cast<int>(packing.next - out);
 }
 
-}  // namespace
-
-int BuildZELMessage(ZelMsgStruct* message, char* out, long* outLength, unsigned short sequence) noexcept {
-    if (message == nullptr || message->dataBuf == nullptr || out == nullptr || outLength == nullptr) {
-        SendReport(reports::kBuildFailed);
-        return -1;
+// A message without an id gets one.
+void GiveId(ZelMsgStruct& message, unsigned short sequence) noexcept {
+    if (message.msgIdSeq == 0) {
+        message.msgIdSeq = sequence;
+        message.msgIdPart2 = 1;
+        message.msgIdPart3 = 1;
     }
+}
+
+// Behind the header at `out` that was built. Not the header's length: it wraps with variable user data of more than
+// 65505 bytes. Null: reported.
+char* BuildHeader(const ZelMsgStruct& message, char* out) noexcept {
+    unsigned short headerLength = 0;
+    char* behindHeader = BuildZELHeader(&message, out, &headerLength);
+    if (behindHeader == nullptr) {
+        SendReport(reports::kHeaderNotBuilt);
+    }
+    return behindHeader;
+}
+
+// Packs into work buffers, through transform and compression, because it changes on its way or because only packing
+// tells how long its header is. Apart, so that a message which needs no such buffers does not pay for them.
+[[gnu::noinline]] int BuildByBuffers(ZelMsgStruct& message, char* out, long* outLength,
+                                     unsigned short sequence) noexcept {
     char packed[kZELMaxPayload];
     char processed[kZELMaxPayload];
-    const int packedLength = PackSlots(*message, packed);
+    const int packedLength = PackSlots(message, packed);
     if (packedLength < 0) {
         return -1;
     }
     char* payload = packed;
     char* spare = processed;
     auto length = static_cast<short>(packedLength);
-    if (message->msgIdSeq == 0) {
-        message->msgIdSeq = sequence;
-        message->msgIdPart2 = 1;
-        message->msgIdPart3 = 1;
-    }
-    if (message->encryptFlag != 0) {
-        if (ZELEncryptData(message->encryptFlag, payload, length, spare, &length) != 0) {
+    GiveId(message, sequence);
+    if (message.encryptFlag != 0) {
+        if (ZELEncryptData(message.encryptFlag, payload, length, spare, &length) != 0) {
             SendReport(reports::kTransformFailed);
             return -1;
         }
         std::swap(payload, spare);
     }
-    if ((message->packFlags & (kPackCompressed | kPackMarked)) != 0) {
+    if (IsCompressed(message.packFlags)) {
         short compressedLength = kZELMaxPayload;
-        if (zelCompressPayload(static_cast<unsigned char>(message->packFlags), payload, length, spare,
+        if (zelCompressPayload(static_cast<unsigned char>(message.packFlags), payload, length, spare,
                                &compressedLength) != 0) {
             // The spare buffer now holds the plain payload: the message goes out as that.
-            message->packFlags &= static_cast<unsigned short>(~(kPackCompressed | kPackMarked));
+            message.packFlags &= static_cast<unsigned short>(~(kPackCompressed | kPackMarked));
         }
         payload = spare;
         length = compressedLength;
@@ -284,15 +300,36 @@ int BuildZELMessage(ZelMsgStruct* message, char* out, long* outLength, unsigned 
         SendReport(reports::kBuildFailed);
         return -1;
     }
-    unsigned short headerLength = 0;
-    char* behindHeader = BuildZELHeader(message, out, &headerLength);
+    char* behindHeader = BuildHeader(message, out);
     if (behindHeader == nullptr) {
-        SendReport(reports::kHeaderNotBuilt);
         return -1;
     }
     std::memcpy(behindHeader, payload, static_cast<std::size_t>(length));
-    // Not headerLength: it wraps with variable user data of more than 65505 bytes.
     *outLength = static_cast<long>(behindHeader - out) + length;
+    return 0;
+}
+
+}  // namespace
+
+int BuildZELMessage(ZelMsgStruct* message, char* out, long* outLength, unsigned short sequence) noexcept {
+    if (message == nullptr || message->dataBuf == nullptr || out == nullptr || outLength == nullptr) {
+        SendReport(reports::kBuildFailed);
+        return -1;
+    }
+    const bool isPlain = message->encryptFlag == 0 && !IsCompressed(message->packFlags) && HasPlainHeader(*message);
+    if (!isPlain) {
+        return BuildByBuffers(*message, out, outLength, sequence);
+    }
+    // The payload goes where it belongs, and the header in front once the number of fields is known.
+    const int length = PackSlots(*message, out + kPlainHeader);
+    if (length < 0) {
+        return -1;
+    }
+    GiveId(*message, sequence);
+    if (BuildHeader(*message, out) == nullptr) {
+        return -1;
+    }
+    *outLength = static_cast<long>(kPlainHeader) + length;
     return 0;
 }
 

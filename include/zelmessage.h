@@ -209,9 +209,10 @@ public:
     ZEL_API short getFieldType(short fieldId) noexcept;
 
     // Packs the message into `buffer` behind a frame. 0 with *length the number of bytes in all, or -1.
-    // The buffer must hold kZELMaxFrame bytes and the variable user data. Nothing is allocated. Reports 1435 last,
-    // before it the cause: 1001 (no message, null argument), 1486, 1485, 1476, 1417, 1027, 1426 (a field), 1418
-    // (header); no cause when the count of the fields set differs from the fields packed.
+    // The buffer must hold kZELMaxFrame bytes and the variable user data; after a failure anything may stand in it.
+    // Nothing is allocated. Reports 1435 last, before it the cause: 1001 (no message, null argument), 1486, 1485, 1476,
+    // 1417, 1027, 1426 (a field), 1418 (header); no cause when the count of the fields set differs from the fields
+    // packed.
     ZEL_API long packMessage(char* buffer, long* length) noexcept;
 
     // Replaces the message by the one received at `buffer`, frame first; the frame's length bounds every read behind

@@ -86,11 +86,16 @@ bool SetChars(ZelMsgStruct& message, _field_data& slot, FieldKind kind, const ch
     return SetSeparateValue(message, slot, kind, text, copied, length);
 }
 
+// What of a text is kept: 16 bits hold the length.
+std::size_t LengthOf(const char* text) noexcept {
+    return std::min<std::size_t>(std::strlen(text), UINT16_MAX);
+}
+
 bool SetText(ZelMsgStruct& message, _field_data& slot, FieldKind kind, const char* text) noexcept {
     if (text == nullptr) {
         return SetSeparateValue(message, slot, kind, "", 1, 1);
     }
-    const std::size_t length = strnlen(text, UINT16_MAX);
+    const std::size_t length = LengthOf(text);
     return SetSeparateValue(message, slot, kind, text, length, length);
 }
 
@@ -134,7 +139,7 @@ bool SetOther(ZelMsgStruct& message, _field_data& slot, FieldKind kind, const vo
 
 // What SetText does for a plain field. Few registers are saved: nothing is called here once the length is known.
 [[gnu::noinline]] void SetPlainText(ZelMsgStruct& message, _field_data& slot, const char* text) noexcept {
-    const std::size_t length = strnlen(text, UINT16_MAX);
+    const std::size_t length = LengthOf(text);
     const std::size_t size = zel::RoomOfValue(length);
     char* value = nullptr;
     if (!zel::CarveFromRoom(zel::BlockOf(message), size, value)) {
@@ -167,28 +172,27 @@ inline bool SetInline(ZelMsgStruct& message, _field_data& slot, const void* valu
     return true;
 }
 
-// The slot that a setter names, in a message whose plan is current, if it is found at once; else null. The slot behind
-// it is expected next.
+// The slot that a setter names, in a message whose plan is current, if it is found at once; else null, or one that is
+// not plain and may be another: those share a key, the one behind the last among them.
 inline _field_data* FindSlotToSet(ZelMsgStruct* message, short fieldId, short occurrence) noexcept {
     if (message == nullptr || message->dataBuf == nullptr) {
         return nullptr;
     }
-    zel::MessageBlock& block = zel::BlockOf(*message);
+    const zel::MessageBlock& block = zel::BlockOf(*message);
     if (!zel::IsCurrent(block.table)) {
         return nullptr;
     }
     const auto id = static_cast<unsigned short>(fieldId);
-    _field_data* slot = block.expected;
-    // The key of the id 0 is that of slots which are not plain, the one behind the last among them.
-    if (slot->key != zel::SlotKey(id, occurrence) || id == 0) {
-        const zel::PlanId& home = zel::HomeId(block, id);
-        slot = home.id == id ? zel::SingleSlot(block, home, NumberOf(occurrence)) : nullptr;
-        if (slot == nullptr) {
-            return nullptr;
-        }
+    if (block.expected->key == zel::SlotKey(id, occurrence)) {
+        return block.expected;
     }
-    block.expected = slot + 1;
-    return slot;
+    const zel::PlanId& home = zel::HomeId(block, id);
+    return home.id == id ? zel::SingleSlot(block, home, NumberOf(occurrence)) : nullptr;
+}
+
+// Behind a plain slot that is set.
+inline void ExpectNext(ZelMsgStruct& message, _field_data& slot) noexcept {
+    zel::BlockOf(message).expected = &slot + 1;
 }
 
 // Sets a plain field that is found at once: no look-up can report anything. False: nothing has been done.
@@ -199,9 +203,11 @@ inline bool SetByPlan(ZelMsgStruct* message, short fieldId, const void* value, s
     }
     const zel::SlotKind kind = zel::KindOf(*slot);
     if (zel::IsFixed(kind)) {
+        ExpectNext(*message, *slot);
         return SetInline(*message, *slot, value);
     }
     if (kind == zel::SlotKind::kText) {
+        ExpectNext(*message, *slot);
         SetPlainText(*message, *slot, static_cast<const char*>(value));
         return true;
     }
@@ -252,7 +258,9 @@ void CZELMessage::setFieldValue(short fieldId, const void* value, short occurren
 void CZELMessage::setFieldValueBinary(short fieldId, const void* data, short length, short occurrence) noexcept {
     _field_data* slot = FindSlotToSet(message, fieldId, occurrence);
     FieldKind kind{};
-    if (slot == nullptr || !zel::ReadsShortest(*slot)) {
+    if (slot != nullptr && zel::ReadsShortest(*slot)) {
+        ExpectNext(*message, *slot);
+    } else {
         // Looked up for its reports also.
         kind = KindOf(zel::GetFldEntry(fieldId));
         slot = FindOccurrence(message, fieldId, occurrence);
