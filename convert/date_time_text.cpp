@@ -73,10 +73,12 @@ char* PutTwoDigits(char* at, int value) noexcept {
         *at++ = '-';
         value = -value;
     }
-    if (value < 10) {
-        *at++ = '0';
+    if (value >= 100) {
+        return PutNumber(at, value);
     }
-    return PutNumber(at, value);
+    *at++ = static_cast<char>('0' + value / 10);
+    *at++ = static_cast<char>('0' + value % 10);
+    return at;
 }
 
 char* PutLayout(char* at, const char* layout, const _datetime& value) noexcept {
