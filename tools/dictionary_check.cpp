@@ -1,6 +1,7 @@
 #include "tools/dictionary_check.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <map>
 #include <set>
 #include <string>
@@ -218,6 +219,7 @@ void CheckSize(const DictionarySource& dictionary, const MessageSource& message,
 void CheckMessages(const DictionarySource& dictionary, Findings& findings) {
     std::map<std::pair<int, int>, const MessageSource*> byType;
     std::unordered_map<std::string, const MessageSource*> byName;
+    std::unordered_map<int, std::uint32_t> subTypes;
     for (const MessageSource& message : dictionary.messages) {
         CheckName(message.name, message.place + ".name", findings);
         const auto [sameType, isNewType] = byType.try_emplace({message.type, message.subType}, &message);
@@ -225,6 +227,11 @@ void CheckMessages(const DictionarySource& dictionary, Findings& findings) {
             AddError(findings, message.place,
                      "the type " + std::to_string(message.type) + " and sub-type " + std::to_string(message.subType) +
                          " are taken by " + sameType->second->place);
+        }
+        if (++subTypes[message.type] > UINT16_MAX) {
+            AddError(findings, message.place,
+                     "is one sub-type too many of the type " + std::to_string(message.type) + "; expected at most " +
+                         std::to_string(UINT16_MAX));
         }
         const auto [sameName, isNewName] = byName.try_emplace(message.name, &message);
         if (!isNewName && !message.name.empty()) {

@@ -49,6 +49,24 @@ TEST_F(DictionarySources, AllFaultsAreFoundInOneRun) {
     EXPECT_EQ(CountErrors(findings), 3U);
 }
 
+// Images count them in 16 bits.
+TEST_F(DictionarySources, ATypeHasAsManySubTypesAsAnImageCounts) {
+    DictionarySource source = ParseDictionary(source_, none_);
+    source.messages.resize(1);
+    for (int subType = INT16_MIN; subType < INT16_MAX; ++subType) {
+        source.messages.push_back(source.messages.front());
+        source.messages.back().subType = static_cast<std::int16_t>(subType);
+        source.messages.back().name = std::to_string(subType);
+    }
+    source.messages.front().subType = INT16_MAX;
+    CheckDictionary(source, none_);
+    ASSERT_EQ(none_.size(), 1U);
+    EXPECT_TRUE(none_[0].text.starts_with("is one sub-type too many of the type 1;")) << none_[0].text;
+    source.messages.pop_back();
+    CheckDictionary(source, none_ = {});
+    EXPECT_EQ(none_.size(), 0U);
+}
+
 TEST(JsonSource, FaultsAreNamedWithTheirPlace) {
     for (const test::Cells& row : test::ReadCases("tests/tools/cases/syntax.txt", 2)) {
         Findings findings;
