@@ -23,6 +23,14 @@ function(zel_target target)
     endif()
 endfunction()
 
+# Of instrumented code the libraries are optimised: tests run there. Everywhere else the compiler would take most of the
+# time.
+function(zel_optimise_instrumented target)
+    if(ZEL_SANITIZE)
+        target_compile_options(${target} PRIVATE -O1)
+    endif()
+endfunction()
+
 # What makes a fault in memory end the program rather than let someone else run it: canaries on the stack, checked copies,
 # tables of addresses that nobody can write. The sanitizers have checks of their own.
 function(zel_harden target)
