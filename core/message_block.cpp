@@ -19,6 +19,7 @@ void CountMessages(int change) noexcept {
 }
 
 constexpr std::size_t kChunkSize = 4096;
+static_assert(kChunkSize % kValueAlignment == 0);
 
 // A block of up to this size is kept for the next message of its object; a larger one only if it is half used.
 constexpr std::size_t kKeptSize = 65536;

@@ -45,7 +45,7 @@ struct alignas(kValueAlignment) MessageBlock {
     _field_data* keptSlots;  // room for the slots as they start, or null
     std::uint16_t* passed;   // receiving: how many slots of each entry's id cannot take a value any more
     char* values;            // where the room for values begins
-    char* nextValue;         // [nextValue, valuesEnd) is free
+    char* nextValue;         // [nextValue, valuesEnd) is free: whole steps of the alignment
     char* valuesEnd;
     ValueChunk* chunks;
 };
