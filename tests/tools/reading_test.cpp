@@ -10,6 +10,7 @@
 #include <random>
 
 #include "tests/support/bytes.h"
+#include "tests/support/work_folder.h"
 #include "tools/byte_input.h"
 #include "tools/frame_reader.h"
 #include "tools/json_text.h"
@@ -21,8 +22,6 @@
 
 namespace zel::tools {
 namespace {
-
-namespace fs = std::filesystem;
 
 // The bytes in pieces of at most `piece`.
 ByteInput Pieces(std::string bytes, std::size_t piece) {
@@ -90,50 +89,48 @@ TEST(Lines, AreTheSameInPiecesOfAnySize) {
 }
 
 TEST(FollowedFile, IsReadAsItGrows) {
-    const std::string path =
-        (fs::temp_directory_path() / ("zel-follow-" + std::to_string(std::random_device()()))).string();
+    const test::WorkFolder folder;
+    const std::string path = "growing.zel";
     const std::string bytes = FrameOf(10, 'a') + FrameOf(20, 'b');
-    std::ofstream(path, std::ios::binary) << bytes.substr(0, 5);
-    {
-        InputFile file(path);
-        std::size_t written = 5;
-        FrameReader reader(FollowedInput(file, [&] {
-            std::ofstream(path, std::ios::binary | std::ios::app) << bytes.substr(std::min(written, bytes.size()), 3);
-            written += 3;
-            return written < bytes.size() + 6;
-        }));
-        Frame frame{};
-        std::string fault;
-        EXPECT_EQ(reader.Next(frame, fault), FrameState::kFrame);
-        EXPECT_EQ(reader.Next(frame, fault), FrameState::kFrame);
-        EXPECT_EQ(std::string(frame.bytes, frame.size), FrameOf(20, 'b'));
-        EXPECT_EQ(reader.Next(frame, fault), FrameState::kEnd);
+    test::WriteFile(path, bytes.substr(0, 5));
+    InputFile file(path);
+    std::size_t written = 5;
+    FrameReader reader(FollowedInput(file, [&] {
+        std::ofstream(path, std::ios::binary | std::ios::app) << bytes.substr(std::min(written, bytes.size()), 3);
+        written += 3;
+        return written < bytes.size() + 6;
+    }));
+    Frame frame{};
+    std::string fault;
+    EXPECT_EQ(reader.Next(frame, fault), FrameState::kFrame);
+    EXPECT_EQ(reader.Next(frame, fault), FrameState::kFrame);
+    EXPECT_EQ(std::string(frame.bytes, frame.size), FrameOf(20, 'b'));
+    EXPECT_EQ(reader.Next(frame, fault), FrameState::kEnd);
 
-        fs::resize_file(path, 3);
-        char next = 0;
-        InputFile again(path);
-        ByteInput cut = FollowedInput(again, [&] {
-            fs::resize_file(path, 0);
-            return true;
-        });
-        EXPECT_EQ(cut(&next, 1) + cut(&next, 1) + cut(&next, 1), 3U);
-        EXPECT_THROW(cut(&next, 1), InputError);
-    }
-    fs::remove(path);
+    std::filesystem::resize_file(path, 3);
+    char next = 0;
+    InputFile again(path);
+    ByteInput cut = FollowedInput(again, [&] {
+        std::filesystem::resize_file(path, 0);
+        return true;
+    });
+    EXPECT_EQ(cut(&next, 1) + cut(&next, 1) + cut(&next, 1), 3U);
+    EXPECT_THROW(cut(&next, 1), InputError);
 }
 
+template <typename Bits>
+void ExpectSame(Bits bits, void (*append)(std::string&, Bits), ZELFieldType type) {
+    std::string json;
+    append(json, bits);
+    const int length = sizeof bits;
+    const std::string read = ReadValueJson(nlohmann::json::parse(json), {1, type, length, 1, "F"});
+    ASSERT_EQ(ValueAt<Bits>(read.data()), bits) << json;
+}
 void ExpectSameFloat(std::uint32_t bits) {
-    std::string json;
-    AppendFloat(json, bits);
-    const std::string read = ReadValueJson(nlohmann::json::parse(json), {1, kZELFloat, 4, 1, "F"});
-    ASSERT_EQ(ValueAt<std::uint32_t>(read.data()), bits) << json;
+    ExpectSame(bits, AppendFloat, kZELFloat);
 }
-
 void ExpectSameDouble(std::uint64_t bits) {
-    std::string json;
-    AppendDouble(json, bits);
-    const std::string read = ReadValueJson(nlohmann::json::parse(json), {1, kZELDouble, 8, 1, "F"});
-    ASSERT_EQ(ValueAt<std::uint64_t>(read.data()), bits) << json;
+    ExpectSame(bits, AppendDouble, kZELDouble);
 }
 
 TEST(Reals, ComeBackBitForBit) {

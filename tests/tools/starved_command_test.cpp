@@ -14,15 +14,14 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <map>
 #include <new>
-#include <random>
 #include <string>
 #include <vector>
 
 #include "runtime/heap.h"
 #include "tests/support/failing_heap.h"
+#include "tests/support/work_folder.h"
 #include "tools/command.h"
 #include "tools/out_of_memory.h"
 #include "tools/status.h"
@@ -51,12 +50,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr char kSource[] = ZEL_SOURCE_DIR "/";
-
-std::string Read(const fs::path& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-}
+using test::ReadFile;
+using test::WriteFile;
 
 struct Verb {
     std::vector<const char*> arguments;
@@ -109,24 +104,14 @@ struct Outcome {
 class StarvedCommand : public testing::Test {
 protected:
     void SetUp() override {
-        fs::create_directories(folder_ / "work");
-        fs::current_path(folder_ / "work");
-        for (const char* name : {"examples/orders.jsonl", "zeldata/sample.json", "tests/tools/cases/small.json",
-                                 "tests/tools/cases/newer.json"}) {
-            fs::copy_file(std::string(kSource) + name, fs::path(name).filename());
-        }
-        std::ofstream("old.img") << "old";
+        WriteFile("old.img", "old");
         const Outcome first = Run({{"encode", "orders.jsonl"}}, "orders.zel", [] {});
         ASSERT_EQ(first.status, 0) << first.err;
         EXPECT_EQ(Run({{"encode", "--hex", "orders.jsonl"}}, "orders.txt", [] {}).status, 0);
         EXPECT_EQ(Run({{"dict", "build", "small.json", "-o", "small.img"}}, "/dev/null", [] {}).status, 0);
-        std::string damaged = Read("orders.zel");
+        std::string damaged = ReadFile("orders.zel");
         damaged[247 + 4 + 1] = 9;
-        std::ofstream("damaged.zel", std::ios::binary) << damaged;
-    }
-    void TearDown() override {
-        fs::current_path(before_);
-        fs::remove_all(folder_);
+        WriteFile("damaged.zel", damaged);
     }
 
     // Runs the verb in a child of its own, which first does `harm`.
@@ -138,7 +123,7 @@ protected:
         const pid_t child = fork();
         if (child == 0) {
             // Temporary images go where they are seen.
-            (void)setenv("TMPDIR", (folder_ / "work").c_str(), 1);
+            (void)setenv("TMPDIR", folder_.path().c_str(), 1);
             (void)dup2(open(output, O_WRONLY | O_CREAT | O_TRUNC, 0600), STDOUT_FILENO);
             (void)dup2(open(said_.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600), STDERR_FILENO);
             EndWhenMemoryIsOut();
@@ -146,20 +131,20 @@ protected:
             const int status = RunCommand(static_cast<int>(arguments.size()), arguments.data(), "1.2");
             const int requests = test::AllocationCount();
             test::FailAllocationsFrom(0);
-            std::ofstream(counted_) << requests;
+            WriteFile(counted_, std::to_string(requests));
             _exit(status);
         }
         int state = 0;
         EXPECT_EQ(waitpid(child, &state, 0), child);
         int requests = 0;
         std::ifstream(counted_) >> requests;
-        return {WIFEXITED(state) ? WEXITSTATUS(state) : -1, requests, Read(said_)};
+        return {WIFEXITED(state) ? WEXITSTATUS(state) : -1, requests, ReadFile(said_)};
     }
 
     static FileMap Files() {
         FileMap files;
         for (const fs::directory_entry& entry : fs::directory_iterator(".")) {
-            files[entry.path().filename().string()] = Read(entry.path());
+            files[entry.path().filename().string()] = ReadFile(entry.path());
         }
         return files;
     }
@@ -169,15 +154,17 @@ protected:
             if (old == before.end()) {
                 fs::remove(name);
             } else if (old->second != bytes) {
-                std::ofstream(name, std::ios::binary) << old->second;
+                WriteFile(name, old->second);
             }
         }
     }
 
-    fs::path before_ = fs::current_path();
-    fs::path folder_ = fs::temp_directory_path() / ("zel-starved-test-" + std::to_string(std::random_device()()));
-    fs::path said_ = folder_ / "said";
-    fs::path counted_ = folder_ / "counted";
+    // What the child says stands outside the folder whose files are compared.
+    test::WorkFolder outside_;
+    fs::path said_ = outside_.path() / "said";
+    fs::path counted_ = outside_.path() / "counted";
+    test::WorkFolder folder_{"examples/orders.jsonl", "zeldata/sample.json", "tests/tools/cases/small.json",
+                             "tests/tools/cases/newer.json"};
 };
 
 TEST_F(StarvedCommand, SaysThatMemoryIsOut) {
@@ -210,7 +197,7 @@ TEST_F(StarvedCommand, SaysThatMemoryIsOut) {
 
 TEST_F(StarvedCommand, SaysThatItsOutputCannotBeWritten) {
     for (const Verb& verb : kVerbs) {
-        const bool writes = Run(verb, "output", [] {}).status >= 0 && !Read("output").empty();
+        const bool writes = Run(verb, "output", [] {}).status >= 0 && !ReadFile("output").empty();
         EXPECT_EQ(writes, std::string(verb.arguments[0]) != "pages") << Line(verb);
         const Outcome outcome = Run(verb, "/dev/full", [] {});
         EXPECT_EQ(outcome.status, writes ? kStatusUnable : kStatusGood) << Line(verb);
