@@ -63,23 +63,5 @@ TEST(ZELCompareMoneyStr, RoundsTheSecondToSinglePrecision) {
     }
 }
 
-TEST(ZELStrToMoney, AnyBytesAreSafe) {
-    std::mt19937 random(4711);
-    for (int i = 0; i < 200000; ++i) {
-        const std::string text = RandomText(random, 40, "0123456789 /.'\"!-");
-        const ExactCopy copy({text.c_str(), text.size() + 1});
-        _money money{-9, -9};
-        _money strict{-9, -9};
-        const int result = ZELStrToMoney(copy.data.get(), &money);
-        ASSERT_TRUE(result == 0 || (result == -1 && money.displayCode == -9)) << text;
-        // What the stricter parser takes, the other reads alike.
-        ASSERT_TRUE(ZELStrToMoneyStrict(copy.data.get(), &strict) == -1 ||
-                    (strict.amount == money.amount && strict.displayCode == money.displayCode));
-        char rendered[24] = {};
-        const int type = GetDenominatorType(money.displayCode);
-        ASSERT_EQ(ZELMoneyToStr(&money, rendered, static_cast<short>(random() % 5)), type == 0 ? -1 : 0) << text;
-    }
-}
-
 }  // namespace
 }  // namespace zel::test

