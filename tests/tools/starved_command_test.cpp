@@ -150,12 +150,10 @@ protected:
     }
     static void Restore(const FileMap& before) {
         for (const auto& [name, bytes] : Files()) {
-            const auto old = before.find(name);
-            if (old == before.end()) {
-                fs::remove(name);
-            } else if (old->second != bytes) {
-                WriteFile(name, old->second);
-            }
+            fs::remove(name);
+        }
+        for (const auto& [name, bytes] : before) {
+            WriteFile(name, bytes);
         }
     }
 
