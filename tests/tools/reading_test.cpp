@@ -120,27 +120,22 @@ template <typename Bits>
 void ExpectSame(Bits bits, void (*append)(std::string&, Bits), ZELFieldType type) {
     std::string json;
     append(json, bits);
-    const int length = sizeof bits;
-    const std::string read = ReadValueJson(nlohmann::json::parse(json), {1, type, length, 1, "F"});
+    const std::string read = ReadValueJson(nlohmann::json::parse(json), {1, type, sizeof bits, 1, "F"});
     ASSERT_EQ(ValueAt<Bits>(read.data()), bits) << json;
-}
-void ExpectSameFloat(std::uint32_t bits) {
-    ExpectSame(bits, AppendFloat, kZELFloat);
-}
-void ExpectSameDouble(std::uint64_t bits) {
-    ExpectSame(bits, AppendDouble, kZELDouble);
 }
 
 TEST(Reals, ComeBackBitForBit) {
+    const auto single = [](std::uint32_t bits) { ExpectSame(bits, AppendFloat, kZELFloat); };
+    const auto wide = [](std::uint64_t bits) { ExpectSame(bits, AppendDouble, kZELDouble); };
     for (const double edge : {0.0, -0.0, 5e-324, 2.2250738585072014e-308, 1e22, 1e23, HUGE_VAL, -HUGE_VAL}) {
-        ExpectSameDouble(std::bit_cast<std::uint64_t>(edge));
-        ExpectSameFloat(std::bit_cast<std::uint32_t>(static_cast<float>(edge)));
+        wide(std::bit_cast<std::uint64_t>(edge));
+        single(std::bit_cast<std::uint32_t>(static_cast<float>(edge)));
     }
     // NaNs of every kind.
     for (unsigned bit = 0; bit < 23; ++bit) {
-        ExpectSameFloat(0x7F800000U | 1U << bit);
-        ExpectSameFloat(0xFF800000U | 1U << bit);
-        ExpectSameDouble(0x7FF0000000000000U | std::uint64_t{1} << bit * 2);
+        single(0x7F800000U | 1U << bit);
+        single(0xFF800000U | 1U << bit);
+        wide(0x7FF0000000000000U | std::uint64_t{1} << bit * 2);
     }
 }
 

@@ -13,26 +13,36 @@
 
 namespace zel::tools {
 
+// The arguments as they stand behind "zel" on a command line.
+class CommandLine {
+public:
+    explicit CommandLine(const std::string& arguments) {
+        std::istringstream line(arguments);
+        for (std::string word; line >> std::quoted(word);) {
+            words_.push_back(word);
+        }
+        for (const std::string& word : words_) {
+            pointers_.push_back(word.c_str());
+        }
+    }
+    int Run() const { return RunCommand(static_cast<int>(pointers_.size()), pointers_.data(), "1.2"); }
+
+private:
+    std::vector<std::string> words_;
+    std::vector<const char*> pointers_{"zel"};
+};
+
 struct Outcome {
     int status;
     std::string out;
     std::string err;
 };
 
-// The arguments as they stand behind "zel" on a command line.
 inline Outcome RunZel(const std::string& arguments) {
-    std::istringstream line(arguments);
-    std::vector<std::string> words{"zel"};
-    for (std::string word; line >> std::quoted(word);) {
-        words.push_back(word);
-    }
-    std::vector<const char*> argv;
-    for (const std::string& word : words) {
-        argv.push_back(word.c_str());
-    }
+    const CommandLine line(arguments);
     testing::internal::CaptureStdout();
     testing::internal::CaptureStderr();
-    const int status = RunCommand(static_cast<int>(argv.size()), argv.data(), "1.2");
+    const int status = line.Run();
     const std::string err = testing::internal::GetCapturedStderr();
     return {status, testing::internal::GetCapturedStdout(), err};
 }

@@ -22,7 +22,7 @@
 #include "runtime/heap.h"
 #include "tests/support/failing_heap.h"
 #include "tests/support/work_folder.h"
-#include "tools/command.h"
+#include "tests/tools/run_command.h"
 #include "tools/out_of_memory.h"
 #include "tools/status.h"
 
@@ -54,48 +54,39 @@ using test::ReadFile;
 using test::WriteFile;
 
 struct Verb {
-    std::vector<const char*> arguments;
+    std::string arguments;
     bool writesFiles = false;
 };
 
 const Verb kVerbs[] = {
-    {{"encode", "orders.jsonl"}},
-    {{"encode", "--hex", "-d", "sample.json", "orders.jsonl"}},
-    {{"decode", "orders.zel"}},
-    {{"decode", "--json", "-d", "sample.json", "orders.zel"}},
-    {{"decode", "--json", "damaged.zel"}},
-    {{"decode", "--summary", "orders.zel"}},
-    {{"decode", "--hex", "--streams", "FILTER_STREAM,SORT_STREAM", "orders.txt"}},
-    {{"decode", "--raw", "orders.zel"}},
-    {{"dict", "build", "small.json", "-o", "old.img"}, true},
-    {{"dict", "check", "small.json"}},
-    {{"dict", "show", "small.json"}},
-    {{"dict", "show", "small.img", "--json"}},
-    {{"dict", "show", "sample.json", "10/2"}},
-    {{"dict", "diff", "small.img", "newer.json"}},
-    {{"dict", "diff", "--json", "small.json", "newer.json"}},
-    {{"value", "money", "101'16"}},
-    {{"value", "date", "11/30/99"}},
-    {{"value", "time", "09:05:07"}},
-    {{"value", "datetime", "99/11/30 09:05:07"}},
-    {{"value", "fraction", "12.125"}},
-    {{"pages", "manual", "completion"}, true},
-    {{"--version"}},
-    {{"--help"}},
+    {"encode orders.jsonl"},
+    {"encode --hex -d sample.json orders.jsonl"},
+    {"decode orders.zel"},
+    {"decode --json -d sample.json orders.zel"},
+    {"decode --json damaged.zel"},
+    {"decode --summary orders.zel"},
+    {"decode --hex --streams FILTER_STREAM,SORT_STREAM orders.txt"},
+    {"decode --raw orders.zel"},
+    {"dict build small.json -o old.img", true},
+    {"dict check small.json"},
+    {"dict show small.json"},
+    {"dict show small.img --json"},
+    {"dict show sample.json 10/2"},
+    {"dict diff small.img newer.json"},
+    {"dict diff --json small.json newer.json"},
+    {"value money 101'16"},
+    {"value date 11/30/99"},
+    {"value time 09:05:07"},
+    {"value datetime \"99/11/30 09:05:07\""},
+    {"value fraction 12.125"},
+    {"pages manual completion", true},
+    {"--version"},
+    {"--help"},
 };
-
-std::string Line(const Verb& verb) {
-    std::string line = "zel";
-    for (const char* argument : verb.arguments) {
-        line += ' ';
-        line += argument;
-    }
-    return line;
-}
 
 using FileMap = std::map<std::string, std::string>;
 
-struct Outcome {
+struct StarvedOutcome {
     int status;  // -1: ended by a signal
     int requests;
     std::string err;
@@ -105,10 +96,10 @@ class StarvedCommand : public testing::Test {
 protected:
     void SetUp() override {
         WriteFile("old.img", "old");
-        const Outcome first = Run({{"encode", "orders.jsonl"}}, "orders.zel", [] {});
+        const StarvedOutcome first = Run({"encode orders.jsonl"}, "orders.zel", [] {});
         ASSERT_EQ(first.status, 0) << first.err;
-        EXPECT_EQ(Run({{"encode", "--hex", "orders.jsonl"}}, "orders.txt", [] {}).status, 0);
-        EXPECT_EQ(Run({{"dict", "build", "small.json", "-o", "small.img"}}, "/dev/null", [] {}).status, 0);
+        EXPECT_EQ(Run({"encode --hex orders.jsonl"}, "orders.txt", [] {}).status, 0);
+        EXPECT_EQ(Run({"dict build small.json -o small.img"}, "/dev/null", [] {}).status, 0);
         std::string damaged = ReadFile("orders.zel");
         damaged[247 + 4 + 1] = 9;
         WriteFile("damaged.zel", damaged);
@@ -116,9 +107,8 @@ protected:
 
     // Runs the verb in a child of its own, which first does `harm`.
     template <typename Harm>
-    Outcome Run(const Verb& verb, const char* output, Harm harm) {
-        std::vector<const char*> arguments = verb.arguments;
-        arguments.insert(arguments.begin(), "zel");
+    StarvedOutcome Run(const Verb& verb, const char* output, Harm harm) {
+        const CommandLine line(verb.arguments);
         (void)std::fflush(nullptr);
         const pid_t child = fork();
         if (child == 0) {
@@ -128,7 +118,7 @@ protected:
             (void)dup2(open(said_.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600), STDERR_FILENO);
             EndWhenMemoryIsOut();
             harm();
-            const int status = RunCommand(static_cast<int>(arguments.size()), arguments.data(), "1.2");
+            const int status = line.Run();
             const int requests = test::AllocationCount();
             test::FailAllocationsFrom(0);
             WriteFile(counted_, std::to_string(requests));
@@ -169,24 +159,24 @@ TEST_F(StarvedCommand, SaysThatMemoryIsOut) {
     const FileMap before = Files();
     int first = 0;
     for (const Verb& verb : kVerbs) {
-        const Outcome good = Run(verb, "/dev/null", [] { test::FailAllocationsFrom(0); });
-        EXPECT_TRUE(good.status == 0 || good.status == 1) << Line(verb) << ": " << good.err;
-        EXPECT_GT(good.requests, 100) << Line(verb);
+        const StarvedOutcome good = Run(verb, "/dev/null", [] { test::FailAllocationsFrom(0); });
+        EXPECT_TRUE(good.status == 0 || good.status == 1) << verb.arguments << ": " << good.err;
+        EXPECT_GT(good.requests, 100) << verb.arguments;
         const FileMap after = Files();
-        EXPECT_EQ(after != before, verb.writesFiles) << Line(verb);
+        EXPECT_EQ(after != before, verb.writesFiles) << verb.arguments;
         Restore(before);
         const int step = std::getenv("ZEL_FAIL_EVERY_REQUEST") != nullptr ? 1 : good.requests / 50 + 1;
         for (int n = 1 + first++ % step; n <= good.requests; n += step) {
-            const Outcome outcome = Run(verb, "/dev/null", [n] { test::FailAllocationsFrom(n, 1); });
-            ASSERT_EQ(outcome.status, kStatusUnable) << Line(verb) << " at " << n << ": " << outcome.err;
-            ASSERT_TRUE(outcome.err.ends_with("zel: out of memory\n")) << Line(verb) << " at " << n << outcome.err;
+            const StarvedOutcome outcome = Run(verb, "/dev/null", [n] { test::FailAllocationsFrom(n, 1); });
+            ASSERT_EQ(outcome.status, kStatusUnable) << verb.arguments << " at " << n << ": " << outcome.err;
+            ASSERT_TRUE(outcome.err.ends_with("zel: out of memory\n")) << verb.arguments << " at " << n << outcome.err;
             // Files that are written stand there whole, or as before.
             for (const auto& [name, bytes] : Files()) {
                 const auto old = before.find(name);
                 const auto made = after.find(name);
                 ASSERT_TRUE((old != before.end() && bytes == old->second) ||
                             (made != after.end() && bytes == made->second))
-                    << Line(verb) << " at " << n << " left " << name;
+                    << verb.arguments << " at " << n << " left " << name;
             }
             Restore(before);
         }
@@ -196,11 +186,11 @@ TEST_F(StarvedCommand, SaysThatMemoryIsOut) {
 TEST_F(StarvedCommand, SaysThatItsOutputCannotBeWritten) {
     for (const Verb& verb : kVerbs) {
         const bool writes = Run(verb, "output", [] {}).status >= 0 && !ReadFile("output").empty();
-        EXPECT_EQ(writes, std::string(verb.arguments[0]) != "pages") << Line(verb);
-        const Outcome outcome = Run(verb, "/dev/full", [] {});
-        EXPECT_EQ(outcome.status, writes ? kStatusUnable : kStatusGood) << Line(verb);
+        EXPECT_EQ(writes, !verb.arguments.starts_with("pages")) << verb.arguments;
+        const StarvedOutcome outcome = Run(verb, "/dev/full", [] {});
+        EXPECT_EQ(outcome.status, writes ? kStatusUnable : kStatusGood) << verb.arguments;
         EXPECT_EQ(outcome.err.find("zel: cannot write to standard output") != std::string::npos, writes)
-            << Line(verb) << ": " << outcome.err;
+            << verb.arguments << ": " << outcome.err;
     }
 }
 
@@ -208,19 +198,19 @@ TEST_F(StarvedCommand, LeavesNoPartOfAFileBehind) {
     const FileMap before = Files();
     int refused = 0;
     for (const Verb& verb : kVerbs) {
-        const bool writesImage = Line(verb).find(" -d ") != std::string::npos;
+        const bool writesImage = verb.arguments.find(" -d ") != std::string::npos;
         if (!verb.writesFiles && !writesImage) {
             continue;
         }
-        const Outcome outcome = Run(verb, "/dev/null", [] {
+        const StarvedOutcome outcome = Run(verb, "/dev/null", [] {
             const rlimit limit{1000, 1000};
             (void)setrlimit(RLIMIT_FSIZE, &limit);
             (void)std::signal(SIGXFSZ, SIG_IGN);
         });
-        EXPECT_EQ(outcome.status, kStatusUnable) << Line(verb);
-        EXPECT_TRUE(outcome.err.starts_with("zel: cannot write ")) << Line(verb) << ": " << outcome.err;
-        EXPECT_TRUE(outcome.err.ends_with(": File too large\n")) << Line(verb) << ": " << outcome.err;
-        EXPECT_EQ(Files(), before) << Line(verb);
+        EXPECT_EQ(outcome.status, kStatusUnable) << verb.arguments;
+        EXPECT_TRUE(outcome.err.starts_with("zel: cannot write ")) << verb.arguments << ": " << outcome.err;
+        EXPECT_TRUE(outcome.err.ends_with(": File too large\n")) << verb.arguments << ": " << outcome.err;
+        EXPECT_EQ(Files(), before) << verb.arguments;
         ++refused;
     }
     EXPECT_EQ(refused, 4);
