@@ -1,7 +1,6 @@
 // Terms and keys: their bytes, what is read of them, what is refused.
 #include <gtest/gtest.h>
 
-#include <fstream>
 #include <tuple>
 #include <type_traits>
 
@@ -10,6 +9,7 @@
 #include "tests/stream/shown_item.h"
 #include "tests/support/bytes.h"
 #include "tests/support/cases.h"
+#include "tests/support/documented_bytes.h"
 #include "tests/support/failing_heap.h"
 #include "tests/support/recorded_reports.h"
 #include "tests/support/test_tables.h"
@@ -128,20 +128,16 @@ TEST(Streams, CopiesHaveTheirOwnRoom) {
 TEST(Filter, ComparisonsAreTextsAndCodes) {
     short code = 0;
     for (const char* text : {"=", "!=", ">", "<", ">=", "<="}) {
-        LogicOperator fromText;
-        LogicOperator fromCode;
-        EXPECT_EQ(fromText.SetText(text), 0);
-        EXPECT_EQ(fromCode.SetCode(++code), 0);
-        EXPECT_EQ(LogicOperator(fromText).code, code);
-        for (const short none : {short{0}, short{7}, short{-1}, short{32767}}) {
-            EXPECT_EQ(fromCode.SetCode(none), -1);
-        }
-        EXPECT_STREQ(LogicOperator(fromCode).text, text);
-        fromCode.text[0] = '\0';
-        fromCode.text[1] = '=';
-        EXPECT_EQ(LogicOperator(fromCode).text[1], '\0') << "nothing behind the end of a text";
-        EXPECT_STREQ((fromText = LogicOperator()).text, "");
-        EXPECT_EQ(fromText.code, -1);
+        LogicOperator comparison;
+        EXPECT_EQ(comparison.SetText(text), 0);
+        EXPECT_EQ(LogicOperator(comparison).code, ++code);
+        comparison.Reset();
+        EXPECT_TRUE(comparison.code == -1 && comparison.text[0] == '\0');
+        EXPECT_EQ(comparison.SetCode(code), 0);
+        EXPECT_STREQ(LogicOperator(comparison).text, text);
+        comparison.text[0] = '\0';
+        comparison.text[1] = '=';
+        EXPECT_EQ(LogicOperator(comparison).text[1], '\0') << "nothing behind the end of a text";
     }
 }
 
@@ -301,13 +297,7 @@ TEST(Filter, ItemsCopyWhatIsSet) {
     EXPECT_EQ(reinterpret_cast<const char*>(&source.fieldId) - at, 2064);
 }
 
-// The indented blocks of the page: of each line the hex before the remark, which stands behind two blanks.
 TEST(Streams, AreAsDocumented) {
-    std::ifstream file(ZEL_SOURCE_DIR "/docs/streams.md");
-    std::string documented;
-    for (std::string line; std::getline(file, line);) {
-        documented += line.starts_with("    ") ? FromHex(line.substr(4, line.find("  ", 4) - 4)) : "";
-    }
     ZELFilter first;
     first.AddFilter(101, ">=", 5000L);
     first.AddFilter(7, "=", "ABC", 3);
@@ -317,7 +307,7 @@ TEST(Streams, AreAsDocumented) {
     ZELSortData sort;
     sort.AddSortData(101, 1);
     sort.AddSortData(7, 2);
-    EXPECT_EQ(ToHex(documented), ToHex(Bytes(first) + Bytes(second) + Bytes(sort)));
+    EXPECT_EQ(ToHex(DocumentedBytes("streams.md")), ToHex(Bytes(first) + Bytes(second) + Bytes(sort)));
 }
 
 }  // namespace
