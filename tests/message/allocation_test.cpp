@@ -8,8 +8,6 @@
 #include <iterator>
 #include <map>
 #include <set>
-#include <utility>
-#include <vector>
 
 #include "core/plan_table.h"
 #include "crush32/crush32.h"
@@ -19,6 +17,7 @@
 #include "tests/support/bytes.h"
 #include "tests/support/cases.h"
 #include "tests/support/failing_heap.h"
+#include "tests/support/made_message.h"
 #include "tests/support/recorded_reports.h"
 #include "tests/support/test_tables.h"
 
@@ -33,16 +32,11 @@ int Allocations(Work work) {
 }
 
 void Fill(CZELMessage& object, short repetitions, std::size_t textLength) {
-    object.msgType = 1;
-    object.subType = kPlainGroup;
-    object.repeatCount = repetitions;
-    object.createStruct();
-    object.setFieldValue(kLegs, &repetitions, -1);
+    SetNumber(Create(object, kPlainGroup, repetitions), kLegs, repetitions);
     const std::string text(textLength, 't');
     for (short occurrence = 1; occurrence <= repetitions; ++occurrence) {
-        const ZELLong quantity = occurrence;
         object.setFieldValue(kLegSymbol, text.c_str(), occurrence);
-        object.setFieldValue(kLegQty, &quantity, occurrence);
+        SetNumber(object, kLegQty, occurrence, occurrence);
     }
     object.setFieldValue(kNote, "a note", -1);
 }
@@ -87,8 +81,8 @@ TEST(Allocations, AreOneAtMostToSetAText) {
     EXPECT_LE(Allocations([&] { Fill(object, 400, 20); }), 4);
 }
 
-// What an operation works on and may spoil, by the names that the table has for them; "": nothing.
-constexpr const char* kParts[] = {"", "message", "filter", "sort data"};
+// What an operation works on and may spoil.
+constexpr const char* kParts[] = {"message", "filter", "sort data"};
 using Contents = std::array<std::string, std::size(kParts)>;
 
 std::string Content(const CZELMessage& of) {
@@ -129,10 +123,7 @@ struct Objects {
         sent.message->varUserData = userData;
         sent.message->varUserDataLen = sizeof userData;
         plain = Pack();
-        object.msgType = 1;
-        object.subType = kAllTypes;
-        object.createStruct();
-        object.setFieldValue(kCode, "old code", -1);
+        Create(object, kAllTypes).setFieldValue(kCode, "old code", -1);
         object.setFieldValue(kSymbol, "old", -1);
         Add(filter);
         longFilter.AddFilter(kSymbol, "=", text.data(), static_cast<int>(text.size()));
@@ -141,7 +132,7 @@ struct Objects {
             longSort.AddSortData(key, 2);
         }
     }
-    Contents Held() { return {"", Content(object), Terms(filter), Terms(sort)}; }
+    Contents Held() { return {Content(object), Terms(filter), Terms(sort)}; }
 
     std::string Pack() {
         long length = 0;
@@ -192,10 +183,9 @@ struct Objects {
         }
     }
 
-    std::string Create() { return object.createStruct(), Word(object.message != nullptr); }
+    std::string CreateAgain() { return object.createStruct(), Word(object.message != nullptr); }
     std::string SetANumberAndRead() {
-        const ZELLong quantity = 7;
-        object.setFieldValue(kQty, &quantity, -1);
+        SetNumber(object, kQty, 7);
         ZELFilterItem item;
         SortItem key;
         filter.Rewind();
@@ -236,143 +226,112 @@ struct Objects {
     ZELSortData longSort;
 };
 
-struct Operation {
-    void (Objects::*prepare)();
-    std::function<std::string(Objects&)> run;
+const std::map<std::string, void (Objects::*)()> kPreparations{
+    {"", &Objects::AsTheyAre},
+    {"forget", &Objects::Forget},
+    {"destroy and forget", &Objects::DestroyAndForget},
+    {"ask for more", &Objects::AskForMore},
+    {"ask for too few", &Objects::AskForTooFew},
+    {"use up the room", &Objects::UseUpRoom},
+    {"fill the streams", &Objects::FillStreams},
+    {"pack compressed", &Objects::PackCompressed},
 };
-using Operations = std::map<std::string, Operation>;
+
+using Operations = std::map<std::string, std::function<std::string(Objects&)>>;
 
 // Those that filters and sort data have both.
 template <typename Stream>
 void AddOperations(Operations& to, const std::string& on, Stream Objects::*one, Stream Objects::*large) {
-    const auto added = [](Stream& stream) { return Add(stream) == 0; };
-    to["make " + on] = {&Objects::AsTheyAre, [added](Objects&) {
-                            Stream made;
-                            return added(made) ? Terms(made) : "gone";
-                        }};
-    to["copy " + on] = {&Objects::AsTheyAre, [large](Objects& objects) {
-                            Stream copy(objects.*large);
-                            return Terms(copy);
-                        }};
-    to["assign " + on] = {&Objects::AsTheyAre,
-                          [one, large](Objects& objects) { return objects.*one = objects.*large, "set"; }};
-    to["add to " + on] = {&Objects::FillStreams, [added, one](Objects& objects) { return Word(added(objects.*one)); }};
-    to["load " + on] = {&Objects::AsTheyAre, [one, large](Objects& objects) {
-                            Stream& from = objects.*large;
-                            return Word((objects.*one).SetStream(from.GetStream(), from.GetLength()) == 0);
-                        }};
+    to["make " + on] = [](Objects&) {
+        Stream made;
+        return Add(made) == 0 ? Terms(made) : "gone";
+    };
+    to["copy " + on] = [large](Objects& objects) {
+        Stream copy(objects.*large);
+        return Terms(copy);
+    };
+    to["assign " + on] = [one, large](Objects& objects) { return objects.*one = objects.*large, "set"; };
+    to["add to " + on] = [one](Objects& objects) { return Word(Add(objects.*one) == 0); };
+    to["load " + on] = [one, large](Objects& objects) {
+        Stream& from = objects.*large;
+        return Word((objects.*one).SetStream(from.GetStream(), from.GetLength()) == 0);
+    };
 }
 
 Operations AllOperations() {
     Operations all{
-        {"create", {&Objects::DestroyAndForget, &Objects::Create}},
-        {"create one like it", {&Objects::AsTheyAre, &Objects::Create}},
-        {"create a longer one", {&Objects::AskForMore, &Objects::Create}},
-        {"create one that is refused", {&Objects::AskForTooFew, &Objects::Create}},
-        {"set a text",
-         {&Objects::UseUpRoom, [](Objects& on) { return on.object.setFieldValue(kSymbol, "new", -1), "set"; }}},
-        {"set characters",
-         {&Objects::UseUpRoom, [](Objects& on) { return on.object.setFieldValue(kCode, "new", -1), "set"; }}},
-        {"set bytes by their dictionary",
-         {&Objects::UseUpRoom, [](Objects& on) { return on.object.setFieldValue(kBlob, "new", -1), "set"; }}},
-        {"set bytes",
-         {&Objects::UseUpRoom, [](Objects& on) { return on.object.setFieldValueBinary(kSide, "\1\2", 2, -1), "set"; }}},
-        {"set a number and read", {&Objects::UseUpRoom, &Objects::SetANumberAndRead}},
-        {"pack", {&Objects::Forget, &Objects::PackMessage}},
-        {"pack compressed", {&Objects::PackCompressed, &Objects::PackMessage}},
-        {"unpack", {&Objects::Forget, [](Objects& on) { return Word(on.object.unpackMessage(on.buffer) == 0); }}},
-        {"unpack compressed",
-         {&Objects::PackCompressed,
-          [](Objects& on) { return Word(on.object.unpackMessageNoFrame(on.buffer + 6, kZELMaxPayload) == 0); }}},
-        {"tell a response", {&Objects::Forget, &Objects::TellResponse}},
-        {"compress",
-         {&Objects::Forget,
-          [](Objects& on) { return std::to_string(CrushCompress(on.text.data(), on.buffer, 5000)); }}},
-        {"expand", {&Objects::PackCompressed, &Objects::Expand}},
-        {"rewrite as a fraction", {&Objects::AsTheyAre, [](Objects&) { return Objects::Fraction(); }}},
-        {"add a number",
-         {&Objects::FillStreams,
-          [](Objects& on) {
-              return Word(on.filter.AddFilter(kQty, "<", _money{1, 20}) == 0);
-          }}},
-        {"add a text",
-         {&Objects::FillStreams,
-          [](Objects& on) { return Word(on.filter.AddFilter(kQty, "<", on.text.data(), 20000) == 0); }}},
+        {"create", &Objects::CreateAgain},
+        {"set a text", [](Objects& on) { return on.object.setFieldValue(kSymbol, "new", -1), "set"; }},
+        {"set characters", [](Objects& on) { return on.object.setFieldValue(kCode, "new", -1), "set"; }},
+        {"set bytes by their dictionary", [](Objects& on) { return on.object.setFieldValue(kBlob, "new", -1), "set"; }},
+        {"set bytes", [](Objects& on) { return on.object.setFieldValueBinary(kSide, "\1\2", 2, -1), "set"; }},
+        {"set a number and read", &Objects::SetANumberAndRead},
+        {"pack", &Objects::PackMessage},
+        {"unpack", [](Objects& on) { return Word(on.object.unpackMessage(on.buffer) == 0); }},
+        {"unpack without a frame",
+         [](Objects& on) { return Word(on.object.unpackMessageNoFrame(on.buffer + 6, kZELMaxPayload) == 0); }},
+        {"tell a response", &Objects::TellResponse},
+        {"compress", [](Objects& on) { return std::to_string(CrushCompress(on.text.data(), on.buffer, 5000)); }},
+        {"expand", &Objects::Expand},
+        {"rewrite as a fraction", [](Objects&) { return Objects::Fraction(); }},
+        {"add a price",
+         [](Objects& on) {
+             return Word(on.filter.AddFilter(kQty, "<", _money{1, 20}) == 0);
+         }},
+        {"add a text", [](Objects& on) { return Word(on.filter.AddFilter(kQty, "<", on.text.data(), 20000) == 0); }},
     };
     AddOperations(all, "a filter", &Objects::filter, &Objects::longFilter);
     AddOperations(all, "sort data", &Objects::sort, &Objects::longSort);
     return all;
 }
 
-// What a failed request may lead to: the operation's answer with the reports, and what is lost. "as ever": the
-// operation does without the memory.
-struct Failure {
-    std::string answer;
-    std::size_t lost;
-};
-
-std::vector<Failure> ReadFailures(const Cells& row) {
-    std::vector<Failure> failures;
-    for (auto cell = row.begin() + 2; cell != row.end() && !cell->empty(); ++cell) {
-        const std::size_t arrow = cell->find(" -> ");
-        const std::string lost = arrow != std::string::npos ? cell->substr(arrow + 4) : "";
-        const auto* part = std::find(std::begin(kParts), std::end(kParts), lost);
-        EXPECT_NE(part, std::end(kParts)) << lost;
-        failures.push_back({cell->substr(0, arrow), static_cast<std::size_t>(part - kParts)});
-    }
-    return failures;
-}
-
-// One operation: what it answers and leaves when nothing fails, then what failures do to it.
+// A row of the table: what its operation answers and leaves when nothing fails, and what failures do to it.
 class Failing {
 public:
-    Failing(const Operation& operation, std::vector<Failure> failures, RecordedReports& reports)
-        : operation_(operation), failures_(std::move(failures)), reports_(reports) {
+    Failing(const Operations& operations, const Cells& row, RecordedReports& reports)
+        : run_(operations.at(row[0])), prepare_(kPreparations.at(row[1])), reports_(reports) {
         Objects objects;
-        Prepare(objects);
+        (void)Prepared(objects);
         FailAllocationsFrom(0);
         good_ = Answer(objects);
         left_ = objects.Held();
     }
     int requests() const { return requests_; }
 
-    // A run with the requests from the n-th on failing, `count` of them, then one with none. Answers what the failure
-    // was.
-    std::size_t FailOnce(int n, int count) {
+    // What comes of it that the requests from the n-th on fail, `count` of them. Behind that, nothing fails.
+    std::string FailOnce(int n, int count) {
         Objects objects;
-        Prepare(objects);
-        Contents expected = objects.Held();
+        const Contents before = Prepared(objects);
         FailAllocationsFrom(n, count);
-        const std::string answer = Answer(objects);
-        const auto failure = std::find_if(failures_.begin(), failures_.end(), [&](const Failure& one) {
-            return answer == (one.answer == "as ever" ? good_ : one.answer);
-        });
-        if (failure == failures_.end()) {
-            ADD_FAILURE() << n << ": " << answer;
-            return failures_.size();
+        std::string outcome = Answer(objects);
+        const Contents behind = objects.Held();
+        const bool isAsEver = outcome == good_ && behind == left_;
+        for (std::size_t part = 0; !isAsEver && part < behind.size(); ++part) {
+            if (behind[part] != before[part]) {
+                outcome += (behind[part] == "gone" ? " -> " : " spoils ") + std::string(kParts[part]);
+            }
         }
-        expected[failure->lost] = failure->lost != 0 ? "gone" : "";
-        EXPECT_EQ(objects.Held(), failure->answer == "as ever" ? left_ : expected) << n;
         EXPECT_EQ(Answer(objects), good_) << "again behind failure " << n;
         EXPECT_EQ(objects.Held(), left_) << "again behind failure " << n;
-        return static_cast<std::size_t>(failure - failures_.begin());
+        return isAsEver ? "as ever" : outcome;
     }
 
 private:
-    void Prepare(Objects& objects) {
-        (objects.*operation_.prepare)();
+    Contents Prepared(Objects& objects) {
+        (objects.*prepare_)();
         reports_.Take();
+        return objects.Held();
     }
     std::string Answer(Objects& objects) {
-        const std::string answer = operation_.run(objects);
+        const std::string answer = run_(objects);
         requests_ = AllocationCount();
         FailAllocationsFrom(0);
         const std::string reported = reports_.TakeText();
         return answer + (reported.empty() ? "" : ' ' + reported);
     }
 
-    const Operation& operation_;
-    std::vector<Failure> failures_;
+    const Operations::mapped_type& run_;
+    void (Objects::*prepare_)();
     RecordedReports& reports_;
     int requests_ = 0;
     std::string good_;
@@ -385,23 +344,27 @@ TEST(Allocations, FailAsDocumentedAndLoseNothing) {
     {
         TestTables tables;
         RecordedReports reports;
-        Operations operations = AllOperations();
-        for (const Cells& row : ReadCases("tests/message/cases/failures.txt", 6)) {
-            SCOPED_TRACE(row[0]);
-            ASSERT_TRUE(operations.contains(row[0]));
-            const std::vector<Failure> failures = ReadFailures(row);
-            Failing operation(operations.at(row[0]), failures, reports);
-            const int requests = operation.requests();
-            EXPECT_EQ(requests, std::stoi(row[1]));
-            std::set<std::size_t> seen;
-            for (int n = 1; n <= requests; ++n) {
-                seen.insert(operation.FailOnce(n, 1));
-                seen.insert(operation.FailOnce(n, INT_MAX));
-            }
-            EXPECT_EQ(seen.size(), failures.size());
-            operations.erase(row[0]);
+        const Operations operations = AllOperations();
+        std::set<std::string> untold;
+        for (const auto& [name, run] : operations) {
+            untold.insert(name);
         }
-        EXPECT_TRUE(operations.empty()) << operations.begin()->first << " is not in the table";
+        for (const Cells& row : ReadCases("tests/message/cases/failures.txt", 7)) {
+            SCOPED_TRACE(row[0] + ", " + row[1]);
+            ASSERT_TRUE(operations.contains(row[0]) && kPreparations.contains(row[1]));
+            untold.erase(row[0]);
+            Failing operation(operations, row, reports);
+            const int requests = operation.requests();
+            EXPECT_EQ(requests, std::stoi(row[2]));
+            std::set<std::string> expected(row.begin() + 3, row.end());
+            expected.erase("");
+            std::set<std::string> seen;
+            for (int n = 1; n <= requests; ++n) {
+                seen.insert({operation.FailOnce(n, 1), operation.FailOnce(n, INT_MAX)});
+            }
+            EXPECT_EQ(seen, expected);
+        }
+        EXPECT_EQ(untold, std::set<std::string>{});
         CrushShutDown();
     }
     EXPECT_EQ(LiveBlocks(), live);
