@@ -80,16 +80,18 @@ TEST_F(MessageObject, SetsValuesByTheirType) {
 
 TEST_F(MessageObject, FillsUpWithZerosWhatTheCodecMayRead) {
     tables_.ChangeField(kCode).length = 40;
-    Create(object_, kAllTypes);
-    for (int used = 0; used < 20; ++used) {
-        object_.setFieldValueBinary(kBlob, std::string(23, 'x').data(), 23, -1);
+    for (const bool asBytes : {true, false}) {
+        Create(object_, kAllTypes);
+        for (int used = 0; used < 20; ++used) {
+            object_.setFieldValueBinary(kBlob, std::string(23, 'x').data(), 23, -1);
+        }
+        Create(object_, kAllTypes);
+        object_.setFieldValue(kSymbol, std::string(63, 's').c_str(), -1);
+        asBytes ? object_.setFieldValueBinary(kCode, "abc", 3, -1) : object_.setFieldValue(kCode, "abc", -1);
+        EXPECT_EQ(ToHex({static_cast<const char*>(object_.getFieldValue(kCode, -1)), 40}),
+                  ToHex("abc" + std::string(37, '\0')));
+        EXPECT_EQ(Value(kSymbol), std::string(63, 's')) << "the value before it";
     }
-    Create(object_, kAllTypes);
-    object_.setFieldValue(kSymbol, std::string(63, 's').c_str(), -1);
-    object_.setFieldValueBinary(kCode, "abc", 3, -1);
-    EXPECT_EQ(ToHex({static_cast<const char*>(object_.getFieldValue(kCode, -1)), 40}),
-              ToHex("abc" + std::string(37, '\0')));
-    EXPECT_EQ(Value(kSymbol), std::string(63, 's')) << "the value before it";
 }
 
 TEST_F(MessageObject, FindsOccurrences) {
