@@ -1,29 +1,17 @@
 // The examples of docs/wire-format.md are what the library writes.
 #include <gtest/gtest.h>
 
-#include <fstream>
 #include <string>
 
 #include "include/zelmessage.h"
 #include "tests/support/bytes.h"
+#include "tests/support/documented_bytes.h"
 
 namespace zel::test {
 namespace {
 
-// The bytes of the document's indented examples, one after another.
-std::string DocumentedBytes() {
-    std::ifstream document(ZEL_SOURCE_DIR "/docs/wire-format.md");
-    std::string bytes;
-    for (std::string line; std::getline(document, line);) {
-        if (line.starts_with("    ")) {
-            bytes += FromHex(std::string_view(line).substr(4, line.find("  ", 4) - 4));
-        }
-    }
-    return bytes;
-}
-
 TEST(WireFormatDocument, ShowsWhatTheLibraryWrites) {
-    const std::string document = DocumentedBytes();
+    const std::string document = DocumentedBytes("wire-format.md");
     CZELMessage::init();
     struct Row {
         const char* name;

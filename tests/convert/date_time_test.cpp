@@ -61,12 +61,11 @@ TEST(ZELFormatDateTime, ChecksUpperBoundsAlone) {
         }
         v[wrong < 0 ? 6 : wrong] += wrong < 0 ? 0 : 1;
         _datetime value = kBoth;
-        EXPECT_EQ(ZELFormatDateTime(v[0], v[1], v[2], v[3], v[4], v[5], v[6], v[7], &value), wrong < 0 ? 0 : -1);
+        EXPECT_EQ(reports.With(ZELFormatDateTime(v[0], v[1], v[2], v[3], v[4], v[5], v[6], v[7], &value)),
+                  wrong < 0 ? "0" : "-1: 1001 ZELFormatDateTime failed");
         EXPECT_EQ(Bytes(value), wrong < 0 ? "1F 0C FE 18 3B 3B FF 03" : Bytes(kBoth)) << wrong;
-        EXPECT_EQ(reports.Take(), wrong < 0 ? Lines{} : Lines{"1001 ZELFormatDateTime failed"}) << wrong;
     }
-    EXPECT_EQ(ZELFormatDateTime(0, 0, 0, 0, 0, 0, 0, 0, nullptr), -1);
-    EXPECT_EQ(reports.Take(), Lines{"1001 ZELFormatDateTime failed"});
+    EXPECT_EQ(reports.With(ZELFormatDateTime(0, 0, 0, 0, 0, 0, 0, 0, nullptr)), "-1: 1001 ZELFormatDateTime failed");
     _datetime value{1, 2, 3, 4, 5, 6, 7, 8};
     EXPECT_EQ(ZELFormatDateTime(-1, -1, -1, -1, -1, -1, -1, 1, &value), 0);
     EXPECT_EQ(Bytes(value), "01 02 03 04 05 06 07 01");

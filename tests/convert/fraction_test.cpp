@@ -4,6 +4,7 @@
 #include <climits>
 #include <cmath>
 #include <limits>
+#include <random>
 
 #include "convert/money_double.h"
 #include "convert/text.h"

@@ -11,6 +11,7 @@
 #include "tests/support/cases.h"
 #include "tests/support/failing_heap.h"
 #include "tests/support/fake_crush.h"
+#include "tests/support/made_message.h"
 #include "tests/support/recorded_reports.h"
 #include "tests/support/test_tables.h"
 
@@ -22,15 +23,9 @@ protected:
     void TearDown() override { UseFakeCrush(nullptr); }
 
     // The object serves as an owner with setters; what is built is its message.
-    CZELMessage& Create(SubType subType, short repeatCount = -1) {
-        object_.msgType = 1;
-        object_.subType = subType;
-        object_.repeatCount = repeatCount;
-        object_.createStruct();
-        return object_;
-    }
-    void SetShort(short id, short value, short occurrence = -1) { object_.setFieldValue(id, &value, occurrence); }
-    void SetText(short id, const char* value, short occurrence = -1) { object_.setFieldValue(id, value, occurrence); }
+    void Create(SubType subType, short repeatCount = -1) { test::Create(object_, subType, repeatCount); }
+    void SetShort(short id, short value) { SetNumber(object_, id, value); }
+    void SetText(short id, const char* value) { object_.setFieldValue(id, value, -1); }
 
     int Build(unsigned short sequence = 1) {
         long length = 0;
@@ -116,8 +111,7 @@ TEST_F(Building, LeavesOutFieldsNewerThanTheMessage) {
         if (row[4] == "1") {
             SetShort(kNew3, 3);
         }
-        EXPECT_EQ(Build(), std::stoi(row[5])) << row[0];
-        EXPECT_EQ(reports_.TakeText(), row[7]) << row[0];
+        EXPECT_EQ(reports_.With(Build()), row[5] + (row[7].empty() ? "" : ": ") + row[7]) << row[0];
         EXPECT_EQ(built_.empty() ? 0 : FieldCount(), std::stoi(row[6])) << row[0];
         EXPECT_TRUE(built_.empty() || object_.message->numFields == FieldCount()) << row[0];
     }
@@ -125,39 +119,33 @@ TEST_F(Building, LeavesOutFieldsNewerThanTheMessage) {
 
 TEST_F(Building, RefusesWhatItCannotSend) {
     Create(kAllTypes);
-    EXPECT_EQ(Build(), -1);
-    EXPECT_EQ(reports_.Take(), Lines{"1476 Manadatory field(10) not in the list."});
+    EXPECT_EQ(reports_.With(Build()), "-1: 1476 Manadatory field(10) not in the list.");
     SetShort(kSide, 1);
     SetShort(kSide, 1);
-    EXPECT_EQ(Build(), -1) << "the field was counted twice";
-    EXPECT_EQ(reports_.Take(), Lines{});
+    EXPECT_EQ(reports_.With(Build()), "-1") << "the field was counted twice";
     object_.message->format = 1;
-    EXPECT_EQ(Build(), 0) << "in the format 1 only slots count";
+    EXPECT_EQ(reports_.With(Build()), "0") << "in the format 1 only slots count";
     Create(kAllTypes);
     SetShort(kSide, 1);
     object_.message->format = 3;
-    EXPECT_EQ(Build(), -1);
-    EXPECT_EQ(reports_.Take(), (Lines{"1426 Invalid ZELFormat", "1417 FieldId[10]"}));
+    EXPECT_EQ(reports_.With(Build()), "-1: 1426 Invalid ZELFormat; 1417 FieldId[10]");
     Create(kOddFields);
     object_.setFieldValueBinary(kOdd, "abcd", 4, -1);
-    EXPECT_EQ(Build(), -1);
-    EXPECT_EQ(reports_.Take(), (Lines{"1027 Invalid Field[50], FieldType[12] received", "1417 FieldId[50]"}));
+    EXPECT_EQ(reports_.With(Build()), "-1: 1027 Invalid Field[50], FieldType[12] received; 1417 FieldId[50]");
     Create(kOddFields);
-    EXPECT_EQ(Build(), -1);
-    EXPECT_EQ(reports_.Take(), Lines{"1486 Incorrect field version for field[561]."});
+    EXPECT_EQ(reports_.With(Build()), "-1: 1486 Incorrect field version for field[561].");
     Create(kVersions);
     SetShort(kSide, 1);
     SetShort(kNew3, 1);
     tables_.ChangeField(3).type = kZELText;
-    EXPECT_EQ(Build(), -1);
-    EXPECT_EQ(reports_.Take(), (Lines{"1417 ZEL_HDR_SERVICEID", "1418 Can not build ZEL header"}));
+    EXPECT_EQ(reports_.With(Build()), "-1: 1417 ZEL_HDR_SERVICEID; 1418 Can not build ZEL header");
+    const std::string failed = "-1: 1001 BuildZELMessage() failed";
     long length = 0;
-    EXPECT_EQ(BuildZELMessage(nullptr, out_, &length, 0), -1);
-    EXPECT_EQ(BuildZELMessage(object_.message, nullptr, &length, 0), -1);
-    EXPECT_EQ(BuildZELMessage(object_.message, out_, nullptr, 0), -1);
     ZelMsgStruct bare{};
-    EXPECT_EQ(BuildZELMessage(&bare, out_, &length, 0), -1);
-    EXPECT_EQ(reports_.Take(), Lines(4, "1001 BuildZELMessage() failed"));
+    EXPECT_EQ(reports_.With(BuildZELMessage(nullptr, out_, &length, 0)), failed);
+    EXPECT_EQ(reports_.With(BuildZELMessage(object_.message, nullptr, &length, 0)), failed);
+    EXPECT_EQ(reports_.With(BuildZELMessage(object_.message, out_, nullptr, 0)), failed);
+    EXPECT_EQ(reports_.With(BuildZELMessage(&bare, out_, &length, 0)), failed);
 }
 
 TEST_F(Building, FillsThePayloadToItsLastByte) {
@@ -167,8 +155,7 @@ TEST_F(Building, FillsThePayloadToItsLastByte) {
         SetShort(kNew3, 1);
         const std::string text(static_cast<std::size_t>(12288 - 4 - 4 - 4 + excess), 'x');
         SetText(kNew2, text.c_str());
-        EXPECT_EQ(Build(), -excess);
-        EXPECT_EQ(reports_.Take(), excess == 0 ? Lines{} : Lines{"1417 FieldId[41]"});
+        EXPECT_EQ(reports_.With(Build()), excess == 0 ? "0" : "-1: 1417 FieldId[41]");
     }
     EXPECT_EQ(built_.size(), 0U);
 }
@@ -208,8 +195,7 @@ TEST_F(Building, SendsPlainWhatWasNotCompressed) {
     for (const int size : {-9, 20000, 40000}) {
         object_.message->packFlags = 5;
         crush.compressResult = size;
-        EXPECT_EQ(Build(), -1) << size;
-        EXPECT_EQ(reports_.Take(), Lines{"1001 BuildZELMessage() failed"});
+        EXPECT_EQ(reports_.With(Build()), "-1: 1001 BuildZELMessage() failed") << size;
     }
 }
 
@@ -235,25 +221,23 @@ TEST_F(Building, UnpacksFieldsIntoTheirRepetition) {
 
 TEST_F(Building, UnpacksWhatItCanAndReportsTheRest) {
     for (const Cells& row : ReadCases("tests/core/cases/unpack.txt", 7)) {
-        EXPECT_EQ(
-            Unpack(static_cast<SubType>(std::stoi(row[1])), -1, std::stoi(row[2]), std::stoi(row[3]), FromHex(row[4])),
-            std::stoi(row[5]))
-            << row[0];
-        EXPECT_EQ(reports_.TakeText(), row[6]) << row[0];
+        const int result =
+            Unpack(static_cast<SubType>(std::stoi(row[1])), -1, std::stoi(row[2]), std::stoi(row[3]), FromHex(row[4]));
+        EXPECT_EQ(reports_.With(result), row[5] + (row[6].empty() ? "" : ": ") + row[6]) << row[0];
     }
     // Two fields that are expected behind one another but not at first, then one that finds no room.
     Create(kAllTypes);
     const ExactCopy bytes(Header(0, 3, kAllTypes) + FromHex("00 0B 00 00 00 01 00 0C 00 00 00 02 00 0E 2E E0") +
                           std::string(12000, 'x'));
     FailAllocationsFrom(1);
-    EXPECT_EQ(UnpackZELMessage(bytes.data.get(), static_cast<long>(bytes.size), object_.message), -1);
+    const int result = UnpackZELMessage(bytes.data.get(), static_cast<long>(bytes.size), object_.message);
     FailAllocationsFrom(0);
-    EXPECT_EQ(reports_.TakeText(), "12 Malloc failed") << "once";
-    EXPECT_EQ(UnpackZELMessage(nullptr, 1, object_.message), -1);
-    EXPECT_EQ(UnpackZELMessage("", 1, nullptr), -1);
+    EXPECT_EQ(reports_.With(result), "-1: 12 Malloc failed") << "once";
+    const std::string failed = "-1: 1001 UnpackZELMessage() failed";
     ZelMsgStruct bare{};
-    EXPECT_EQ(UnpackZELMessage("", 1, &bare), -1);
-    EXPECT_EQ(reports_.Take(), Lines(3, "1001 UnpackZELMessage() failed"));
+    EXPECT_EQ(reports_.With(UnpackZELMessage(nullptr, 1, object_.message)), failed);
+    EXPECT_EQ(reports_.With(UnpackZELMessage("", 1, nullptr)), failed);
+    EXPECT_EQ(reports_.With(UnpackZELMessage("", 1, &bare)), failed);
 }
 
 TEST_F(Building, ValidatesAndFindsTheRepeatCount) {
@@ -276,18 +260,17 @@ TEST_F(Building, ValidatesAndFindsTheRepeatCount) {
     EXPECT_EQ(Validate(Header(0, 2, kPlainGroup) + FromHex("00 21 00 02 41 42 43 00 1E 00 05")), 0);
     EXPECT_EQ(repeatCount_, 5) << "behind a text to which the dictionary gives a length";
     tables_.ChangeField(kLegs).type = kZELText;
-    EXPECT_EQ(Validate(Header(0, 1, kPlainGroup) + FromHex("00 1E 00 09") + "123456789"), -1);
-    EXPECT_EQ(reports_.Take(), Lines{"1427 FieldId[30]"}) << "a count of nine bytes";
+    EXPECT_EQ(reports_.With(Validate(Header(0, 1, kPlainGroup) + FromHex("00 1E 00 09") + "123456789")),
+              "-1: 1427 FieldId[30]")
+        << "a count of nine bytes";
 }
 
 TEST_F(Building, RefusesPayloadsThatDoNotOpen) {
     const std::string big(12289, 'x');
-    EXPECT_EQ(Validate(Header(0, 1, kAllTypes, 5) + "short"), -1);
-    EXPECT_EQ(Validate(Header(0, 1, kAllTypes, 5) + std::string(40000, 'x')), -1);
-    EXPECT_EQ(Validate(Header(0, 1, kAllTypes, 1, 3) + big), -1);
-    EXPECT_EQ(reports_.Take(), (Lines{"1422 ", "1422 ", "1420 "}));
-    EXPECT_EQ(Validate(""), -1);
-    EXPECT_EQ(reports_.Take(), (Lines{"1001 UnpackZELHeader() failed", "1423 Can not Unpack ZEL Header"}));
+    EXPECT_EQ(reports_.With(Validate(Header(0, 1, kAllTypes, 5) + "short")), "-1: 1422 ");
+    EXPECT_EQ(reports_.With(Validate(Header(0, 1, kAllTypes, 5) + std::string(40000, 'x'))), "-1: 1422 ");
+    EXPECT_EQ(reports_.With(Validate(Header(0, 1, kAllTypes, 1, 3) + big)), "-1: 1420 ");
+    EXPECT_EQ(reports_.With(Validate("")), "-1: 1001 UnpackZELHeader() failed; 1423 Can not Unpack ZEL Header");
     EXPECT_EQ(Validate(Header(0, 1, kAllTypes, 9) + big), 0) << "marked is plain, and plain has no bound here";
 }
 

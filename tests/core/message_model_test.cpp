@@ -66,26 +66,6 @@ TEST(MessageModel, InitialisesSlotsFromTheDictionary) {
     FreeZelMsgStruct(message);
 }
 
-TEST(MessageModel, FindsSlotsByOccurrence) {
-    TestTables tables;
-    ZelMsgStruct* message = CreateZelMsgStruct(1, kPlainGroup, 4000);
-    ASSERT_NE(message, nullptr);
-    for (int instance = 1; instance <= 4000; ++instance) {
-        const auto* slot = FindZELFieldInstance(message, kLegQty, static_cast<short>(instance));
-        EXPECT_EQ(slot, message->dataBuf->fields + std::ptrdiff_t{2} * instance);
-    }
-    for (const int none : {0, -1, 4001, -32768, 32767}) {
-        EXPECT_EQ(FindZELFieldInstance(message, kLegQty, static_cast<short>(none)), nullptr) << none;
-    }
-    EXPECT_EQ(FindZELField(message, kNote), &message->dataBuf->fields[8001]);
-    for (int id = 0; id < 0x10000; ++id) {
-        const bool present = id == kLegs || id == kLegSymbol || id == kLegQty || id == kNote;
-        EXPECT_EQ(FindZELField(message, static_cast<unsigned short>(id)) != nullptr, present) << id;
-    }
-    FreeZelMsgStruct(message);
-    EXPECT_EQ(FindZELField(nullptr, kNote), nullptr);
-}
-
 TEST(MessageModel, RefusesWhatTheTablesCannotGive) {
     struct Row {
         const char* name;
@@ -120,6 +100,7 @@ TEST(MessageModel, RefusesWhatTheTablesCannotGive) {
     ZelMsgStruct* message = CreateZelMsgStruct(1, kVersions, 0);
     EXPECT_EQ(reports.Take(), Lines(3, "1412 Data Dictionary not initialized in shared memory")) << "one a slot";
     EXPECT_EQ(FreeZelMsgStruct(message), 0);
+    EXPECT_EQ(FindZELField(nullptr, kNote), nullptr);
     EXPECT_EQ(FreeZELDataBuf(nullptr), -1);
     EXPECT_EQ(FreeZelMsgStruct(nullptr), -1);
     EXPECT_EQ(reports.Take(), (Lines{"1001 FreeZELDataBuf() failed", "1001 FreeZelMsgStruct() failed"}));

@@ -5,7 +5,9 @@
 #include "core/plan_table.h"
 #include "include/zelmessage.h"
 #include "tests/support/bytes.h"
+#include "tests/support/cases.h"
 #include "tests/support/failing_heap.h"
+#include "tests/support/made_message.h"
 #include "tests/support/recorded_reports.h"
 #include "tests/support/test_tables.h"
 
@@ -14,12 +16,6 @@ namespace {
 
 class MessageObject : public testing::Test {
 protected:
-    void Create(SubType subType, short repeatCount = -1) {
-        object_.msgType = 1;
-        object_.subType = subType;
-        object_.repeatCount = repeatCount;
-        object_.createStruct();
-    }
     std::string Value(short id, short occurrence = -1) {
         return {static_cast<const char*>(object_.getFieldValue(id, occurrence)),
                 static_cast<std::size_t>(object_.getFieldLen(id, occurrence))};
@@ -44,84 +40,62 @@ TEST_F(MessageObject, StartsEmpty) {
     object_.setFieldValue(kSide, &value, -1);
     object_.setFieldValueBinary(kSide, &value, 2, -1);
     object_.destroyStruct();
-    Create(static_cast<SubType>(99));
+    Create(object_, static_cast<SubType>(99));
     EXPECT_EQ(object_.message, nullptr);
 }
 
-TEST_F(MessageObject, SetsTextsByTheirType) {
-    struct Row {
-        const char* name;
-        short id;
-        const char* text;
-        std::string value;
-    };
-    const Row rows[] = {
-        {"text", kSymbol, "abc", "abc"},
-        {"empty text", kSymbol, "", ""},
-        {"no text", kSymbol, nullptr, std::string(1, '\0')},
-        {"chars, cut", kCode, "ABCDEFGHIJ", "ABCDEFGH"},
-        {"chars, exact", kCode, "ABCDEFGH", "ABCDEFGH"},
-        {"chars, padded", kCode, "AB", std::string("AB\0\0\0\0\0\0", 8)},
-        {"one char", kFlag, "XY", "X"},
-    };
-    static const ZELFieldListEntry kList[] = {{kSymbol, 1}, {kCode, 1}, {kFlag, 1}};
-    tables_.ChangeMessage(kVersions).fieldList = kList;
-    for (const Row& row : rows) {
-        Create(kVersions);
-        object_.setFieldValue(row.id, row.text, -1);
-        EXPECT_EQ(ToHex(Value(row.id)), ToHex(row.value)) << row.name;
-        EXPECT_TRUE(object_.getField(row.id, -1)->isSet == 1 && object_.message->numFields == 1) << row.name;
-        EXPECT_EQ(object_.getField(row.id, -1)->ownsValue, 1);
+TEST_F(MessageObject, SetsValuesByTheirType) {
+    static const ZELFieldListEntry kList[] = {{kFlag, 1}, {kCode, 1},  {kSymbol, 1}, {kQty, 1},
+                                              {kRate, 1}, {kPrice, 1}, {kKey, 1},    {kBlob, 1}};
+    ZELSubTypeNode& node = tables_.ChangeMessage(kVersions);
+    node.fieldList = kList;
+    node.fieldCount = std::size(kList);
+    for (const Cells& row : ReadCases("tests/message/cases/setters.txt", 6)) {
+        Create(object_, kVersions);
+        const auto id = static_cast<short>(object_.message->dataBuf->fields[std::stoi(row[1])].id);
+        const ExactCopy given(row[3].starts_with('"') ? row[3].substr(1) + '\0' : FromHex(row[3]));
+        const char* value = row[3] == "null" ? nullptr : given.data.get();
+        if (row[2].empty()) {
+            object_.setFieldValue(id, value, -1);
+        } else {
+            object_.setFieldValueBinary(id, value, static_cast<short>(std::stoi(row[2])), -1);
+        }
+        const _field_data* field = object_.getField(id, -1);
+        EXPECT_EQ(object_.message->numFields, field->isSet) << row[0];
+        EXPECT_EQ(field->isSet != 0 ? ToHex(Value(id)) : "not set", row[4]) << row[0];
+        const char* apart = field->ownsValue != 0 ? "apart" : "";
+        EXPECT_EQ(field->value == field->inlineValue ? "in place" : apart, row[5]) << row[0];
     }
-    const std::string longest(70000, 'x');
-    Create(kVersions);
-    object_.setFieldValue(kSymbol, longest.c_str(), -1);
-    EXPECT_EQ(object_.getField(kSymbol, -1)->length, 65535) << "not cut down to a few characters by 16 bits";
-}
-
-TEST_F(MessageObject, SetsOtherTypesInPlace) {
-    Create(kAllTypes);
-    const ZELLong quantity = -5;
-    object_.setFieldValue(kQty, &quantity, -1);
-    EXPECT_EQ(object_.getFieldValue(kQty, -1), object_.getField(kQty, 1)->inlineValue);
-    EXPECT_EQ(*static_cast<ZELLong*>(object_.getFieldValue(kQty, -1)), -5);
-    const _money price{12345, 20};
-    object_.setFieldValue(kPrice, &price, -1);
-    EXPECT_EQ(object_.getFieldLen(kPrice, -1), 6);
-    EXPECT_EQ(static_cast<_money*>(object_.getFieldValue(kPrice, -1))->displayCode, 20);
+    tables_.ChangeField(kValue).length = 200;
+    Create(object_, kAllTypes);
     object_.setFieldValueBinary(kBlob, "a\0b", 3, -1);
-    EXPECT_EQ(Value(kBlob), std::string("a\0b", 3));
     object_.setFieldValue(kBlob, "xyz", -1);
     EXPECT_EQ(Value(kBlob), "xyz") << "as many bytes as before";
-    object_.setFieldValueBinary(kKey, "q", 0, -1);
-    EXPECT_EQ(Value(kKey), "q") << "a length of 0 counts as 1";
-    EXPECT_EQ(object_.message->numFields, 5);
-    object_.setFieldValue(kRate, nullptr, -1);
-    object_.setFieldValueBinary(kCode, nullptr, 4, -1);
-    EXPECT_EQ(object_.message->numFields, 5) << "null sets nothing";
+    object_.setFieldValue(kSymbol, std::string(70000, 'x').c_str(), -1);
+    EXPECT_EQ(object_.getField(kSymbol, -1)->length, 65535) << "not cut down to a few characters by 16 bits";
     // A dictionary whose length exceeds the type must not make the copy run out of the slot.
-    tables_.ChangeField(kValue).length = 200;
-    Create(kAllTypes);
     object_.setFieldValue(kValue, std::string(200, 'v').data(), -1);
     EXPECT_EQ(object_.getField(kValue, -1)->ownsValue, 0);
 }
 
 TEST_F(MessageObject, FillsUpWithZerosWhatTheCodecMayRead) {
     tables_.ChangeField(kCode).length = 40;
-    Create(kAllTypes);
-    for (int used = 0; used < 20; ++used) {
-        object_.setFieldValueBinary(kBlob, std::string(23, 'x').data(), 23, -1);
+    for (const bool asBytes : {true, false}) {
+        Create(object_, kAllTypes);
+        for (int used = 0; used < 20; ++used) {
+            object_.setFieldValueBinary(kBlob, std::string(23, 'x').data(), 23, -1);
+        }
+        Create(object_, kAllTypes);
+        object_.setFieldValue(kSymbol, std::string(63, 's').c_str(), -1);
+        asBytes ? object_.setFieldValueBinary(kCode, "abc", 3, -1) : object_.setFieldValue(kCode, "abc", -1);
+        EXPECT_EQ(ToHex({static_cast<const char*>(object_.getFieldValue(kCode, -1)), 40}),
+                  ToHex("abc" + std::string(37, '\0')));
+        EXPECT_EQ(Value(kSymbol), std::string(63, 's')) << "the value before it";
     }
-    Create(kAllTypes);
-    object_.setFieldValue(kSymbol, std::string(63, 's').c_str(), -1);
-    object_.setFieldValueBinary(kCode, "abc", 3, -1);
-    EXPECT_EQ(ToHex({static_cast<const char*>(object_.getFieldValue(kCode, -1)), 40}),
-              ToHex("abc" + std::string(37, '\0')));
-    EXPECT_EQ(Value(kSymbol), std::string(63, 's')) << "the value before it";
 }
 
 TEST_F(MessageObject, FindsOccurrences) {
-    Create(kPlainGroup, 3);
+    Create(object_, kPlainGroup, 3);
     for (short occurrence = 1; occurrence <= 3; ++occurrence) {
         object_.setFieldValue(kLegSymbol, std::to_string(occurrence).c_str(), occurrence);
     }
@@ -148,7 +122,7 @@ TEST_F(MessageObject, FindsOccurrences) {
 
 TEST_F(MessageObject, KeepsReplacedValuesUntilTheMessageGoes) {
     const int live = LiveBlocks();
-    Create(kAllTypes);
+    Create(object_, kAllTypes);
     const int empty = LiveBlocks();
     object_.setFieldValue(kSymbol, "first", -1);
     const char* first = static_cast<const char*>(object_.getFieldValue(kSymbol, -1));

@@ -1,7 +1,6 @@
 // Terms and keys: their bytes, what is read of them, what is refused.
 #include <gtest/gtest.h>
 
-#include <fstream>
 #include <tuple>
 #include <type_traits>
 
@@ -10,6 +9,7 @@
 #include "tests/stream/shown_item.h"
 #include "tests/support/bytes.h"
 #include "tests/support/cases.h"
+#include "tests/support/documented_bytes.h"
 #include "tests/support/failing_heap.h"
 #include "tests/support/recorded_reports.h"
 #include "tests/support/test_tables.h"
@@ -93,23 +93,51 @@ TEST(Filter, KeepsNoPartOfATermThatFindsNoRoom) {
     EXPECT_TRUE(Bytes(sort) == before);
 }
 
+// A growth that fails is counted, and a copy has the source's count and its smaller room.
+template <typename Stream>
+void CheckCopies(int (*add)(Stream&)) {
+    Stream source;
+    while (source.Room() - source.Used() >= 12) {
+        ASSERT_EQ(add(source), 0);
+    }
+    short number = 0;
+    EXPECT_EQ(source.GetShort(number), 0);
+    Stream copy;
+    EXPECT_EQ(add(copy), 0);
+    FailAllocationsFrom(1);
+    while (add(source) == 0) {
+    }
+    copy = source;
+    EXPECT_TRUE(copy.buffer == nullptr && copy.GetCount() == 0 && copy.blockCount == 0 && add(copy) == -1);
+    EXPECT_EQ(copy.blockSize, UINT32_MAX);
+    FailAllocationsFrom(0);
+    copy = source;
+    EXPECT_TRUE(Bytes(copy) == Bytes(source) && copy.GetCount() == source.GetCount());
+    EXPECT_TRUE(copy.Room() == 16384 && copy.blockCount == 2 && copy.ReadAt() == 6);
+    while (copy.Room() == 16384) {
+        EXPECT_EQ(add(copy), 0);
+    }
+    EXPECT_TRUE(copy.Room() == 3 * 16384 && copy.blockCount == 3 && copy.ReadAt() == 2);
+}
+
+TEST(Streams, CopiesHaveTheirOwnRoom) {
+    CheckCopies<OpenFilter>([](OpenFilter& to) { return to.AddFilter(1, "=", 1); });
+    CheckCopies<OpenSort>([](OpenSort& to) { return to.AddSortData(1, 1); });
+}
+
 TEST(Filter, ComparisonsAreTextsAndCodes) {
     short code = 0;
     for (const char* text : {"=", "!=", ">", "<", ">=", "<="}) {
-        LogicOperator fromText;
-        LogicOperator fromCode;
-        EXPECT_EQ(fromText.SetText(text), 0);
-        EXPECT_EQ(fromCode.SetCode(++code), 0);
-        EXPECT_EQ(LogicOperator(fromText).code, code);
-        for (const short none : {short{0}, short{7}, short{-1}, short{32767}}) {
-            EXPECT_EQ(fromCode.SetCode(none), -1);
-        }
-        EXPECT_STREQ(LogicOperator(fromCode).text, text);
-        fromCode.text[0] = '\0';
-        fromCode.text[1] = '=';
-        EXPECT_EQ(LogicOperator(fromCode).text[1], '\0') << "nothing behind the end of a text";
-        EXPECT_STREQ((fromText = LogicOperator()).text, "");
-        EXPECT_EQ(fromText.code, -1);
+        LogicOperator comparison;
+        EXPECT_EQ(comparison.SetText(text), 0);
+        EXPECT_EQ(LogicOperator(comparison).code, ++code);
+        comparison.Reset();
+        EXPECT_TRUE(comparison.code == -1 && comparison.text[0] == '\0');
+        EXPECT_EQ(comparison.SetCode(code), 0);
+        EXPECT_STREQ(LogicOperator(comparison).text, text);
+        comparison.text[0] = '\0';
+        comparison.text[1] = '=';
+        EXPECT_EQ(LogicOperator(comparison).text[1], '\0') << "nothing behind the end of a text";
     }
 }
 
@@ -235,31 +263,14 @@ TEST(Filter, LongTextsAreRefusedAndPassedOver) {
     EXPECT_EQ(item.SetString(nullptr), -1);
     EXPECT_EQ(Shown(item), "10 > short 3");
     EXPECT_EQ(item.SetString(longest.c_str()), 2048);
+    EXPECT_EQ(item.SetString(item.AsText() + 5), 2043);
+    EXPECT_EQ(item.AsText(), longest.substr(5)) << "set from a part of itself";
     std::memset(item.value.text, 'U', sizeof item.value.text);
     EXPECT_EQ(FilterValue(item).AsText(), std::string(2047, 'U')) << "a terminator that was overwritten";
     filter.Rewind();
     SetDataDictionary(nullptr);
     EXPECT_EQ(filter.GetFilterItem(item), -1);
     EXPECT_EQ(reports.TakeText(), "1412 Data Dictionary not initialized in shared memory");
-}
-
-TEST(Filter, TextsOfEveryLengthArrive) {
-    TestTables tables;
-    ZELFilter filter;
-    ZELFilterItem item;
-    std::string text;
-    for (int length = 0; length < 40; ++length) {
-        const ExactCopy exact(text);
-        EXPECT_EQ(filter.AddFilter(kSymbol, "=", exact.data.get(), length), 0);
-        EXPECT_EQ(filter.GetFilterItem(item), 0);
-        EXPECT_EQ(item.AsText(), text);
-        for (int from = 1; from < length; ++from) {
-            item.SetString(text.c_str());
-            EXPECT_EQ(item.SetString(item.AsText() + from), length - from + 1) << "set from a part of itself";
-            EXPECT_EQ(item.AsText(), text.substr(static_cast<std::size_t>(from)));
-        }
-        text += static_cast<char>('A' + length % 26);
-    }
 }
 
 TEST(Filter, ItemsCopyWhatIsSet) {
@@ -286,13 +297,7 @@ TEST(Filter, ItemsCopyWhatIsSet) {
     EXPECT_EQ(reinterpret_cast<const char*>(&source.fieldId) - at, 2064);
 }
 
-// The indented blocks of the page: of each line the hex before the remark, which stands behind two blanks.
 TEST(Streams, AreAsDocumented) {
-    std::ifstream file(ZEL_SOURCE_DIR "/docs/streams.md");
-    std::string documented;
-    for (std::string line; std::getline(file, line);) {
-        documented += line.starts_with("    ") ? FromHex(line.substr(4, line.find("  ", 4) - 4)) : "";
-    }
     ZELFilter first;
     first.AddFilter(101, ">=", 5000L);
     first.AddFilter(7, "=", "ABC", 3);
@@ -302,7 +307,7 @@ TEST(Streams, AreAsDocumented) {
     ZELSortData sort;
     sort.AddSortData(101, 1);
     sort.AddSortData(7, 2);
-    EXPECT_EQ(ToHex(documented), ToHex(Bytes(first) + Bytes(second) + Bytes(sort)));
+    EXPECT_EQ(ToHex(DocumentedBytes("streams.md")), ToHex(Bytes(first) + Bytes(second) + Bytes(sort)));
 }
 
 }  // namespace

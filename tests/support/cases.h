@@ -6,9 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <fstream>
-#include <random>
 #include <string>
-#include <string_view>
 #include <vector>
 
 namespace zel::test {
@@ -39,15 +37,6 @@ inline std::vector<Cells> ReadCases(const std::string& path, std::size_t cellCou
     }
     EXPECT_FALSE(rows.empty()) << path;
     return rows;
-}
-
-// Mostly characters that tell a parser something, sometimes any byte but 0.
-inline std::string RandomText(std::mt19937& random, std::size_t longest, std::string_view telling) {
-    std::string text(random() % (longest + 1), '\0');
-    for (char& c : text) {
-        c = random() % 8 != 0 ? telling[random() % telling.size()] : static_cast<char>(random() % 255 + 1);
-    }
-    return text;
 }
 
 }  // namespace zel::test

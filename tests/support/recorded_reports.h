@@ -34,6 +34,12 @@ public:
         return text;
     }
 
+    // An answer with the reports that came before it: "-1: 1001 ...; 1432 ...".
+    std::string With(long answer) {
+        const std::string text = TakeText();
+        return std::to_string(answer) + (text.empty() ? "" : ": ") + text;
+    }
+
 private:
     static void Record(int code, const char* text, void* context) {
         static_cast<RecordedReports*>(context)->lines_.push_back(std::to_string(code) + " " + text);

@@ -2,9 +2,9 @@
 // other.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <map>
 
 #include "include/zelmessage.h"
@@ -12,86 +12,40 @@
 #include "tests/support/bytes.h"
 #include "tests/support/cases.h"
 #include "tests/support/random_message.h"
-#include "tools/decode_command.h"
-#include "tools/encode_command.h"
-#include "tools/help.h"
+#include "tests/support/work_folder.h"
+#include "tests/tools/run_command.h"
 
 namespace zel::tools {
 namespace {
 
 namespace fs = std::filesystem;
 
-constexpr char kSource[] = ZEL_SOURCE_DIR "/";
-
-std::string Read(const fs::path& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-}
-
-void Write(const fs::path& path, const std::string& bytes) {
-    std::ofstream(path, std::ios::binary) << bytes;
-}
-
-struct Outcome {
-    int status;
-    std::string out;
-    std::string err;
-};
+using test::ReadFile;
+using test::SourcePath;
+using test::WriteFile;
 
 // In a folder of its own, with the sample orders and the capture made of them.
 class Messages : public testing::Test {
 protected:
-    void SetUp() override {
-        fs::create_directory(folder_);
-        fs::current_path(folder_);
-        fs::copy_file(std::string(kSource) + "examples/orders.jsonl", "orders.jsonl");
-        fs::copy_file(std::string(kSource) + "zeldata/sample.json", "sample.json");
-        Write("orders.zel", Encoded("orders.jsonl"));
-    }
-    void TearDown() override {
-        fs::current_path(before_);
-        fs::remove_all(folder_);
-    }
-
-    static Outcome Run(const std::string& arguments) {
-        CLI::App app;
-        Outcome outcome{-1, "", ""};
-        ConfigureApp(app);
-        AddDecodeCommand(app, outcome.status);
-        AddEncodeCommand(app, outcome.status);
-        testing::internal::CaptureStdout();
-        testing::internal::CaptureStderr();
-        try {
-            app.parse(arguments);
-        } catch (const CLI::ParseError& error) {
-            outcome.status = 2;
-            std::cerr << error.what() << '\n';
-        }
-        outcome.out = testing::internal::GetCapturedStdout();
-        outcome.err = testing::internal::GetCapturedStderr();
-        return outcome;
-    }
+    void SetUp() override { WriteFile("orders.zel", Encoded("orders.jsonl")); }
 
     // The bytes of messages. As hex text, because captured output is not kept byte for byte everywhere.
-    static std::string Encoded(const std::string& path) { return test::FromHex(Run("encode --hex " + path).out); }
+    static std::string Encoded(const std::string& path) { return test::FromHex(RunZel("encode --hex " + path).out); }
 
-    static std::string Golden(const std::string& name) {
-        return Read(std::string(kSource) + "tests/tools/golden/" + name);
-    }
+    static std::string Golden(const std::string& name) { return ReadFile(SourcePath("tests/tools/golden/" + name)); }
 
-    fs::path before_ = fs::current_path();
-    fs::path folder_ = fs::temp_directory_path() / ("zel-messages-test-" + std::to_string(std::random_device()()));
+    test::WorkFolder folder_{"examples/orders.jsonl", "zeldata/sample.json"};
 };
 
 TEST_F(Messages, AreShownAsTheGoldenFilesSay) {
-    std::string damaged = Read("orders.zel");
+    std::string damaged = ReadFile("orders.zel");
     damaged[247 + 4 + 1] = 9;
-    Write("damaged.zel", damaged);
-    Write("unframed.bin", damaged.substr(6, 247 - 6));
-    Write("odd.zel", Encoded(std::string(kSource) + "tests/tools/cases/odd.jsonl"));
-    Write("orders.txt", Run("encode --hex orders.jsonl").out);
+    WriteFile("damaged.zel", damaged);
+    WriteFile("unframed.bin", damaged.substr(6, 247 - 6));
+    WriteFile("odd.zel", Encoded(SourcePath("tests/tools/cases/odd.jsonl")));
+    WriteFile("orders.txt", RunZel("encode --hex orders.jsonl").out);
     for (const test::Cells& row : test::ReadCases("tests/tools/cases/golden.txt", 4)) {
-        const Outcome outcome = Run(row[0]);
+        const Outcome outcome = RunZel(row[0]);
         EXPECT_EQ(outcome.status, std::stoi(row[1])) << row[0];
         EXPECT_EQ(outcome.out, Golden(row[2])) << row[0];
         EXPECT_EQ(outcome.err, row[3].empty() ? "" : row[3] + '\n') << row[0];
@@ -114,8 +68,8 @@ std::string Bytes(std::string text) {
 TEST_F(Messages, FaultsOfCapturesAreToldWithTheirPlace) {
     for (const test::Cells& row : test::ReadCases("tests/tools/cases/bad_captures.txt", 4)) {
         const std::string capture = Bytes(row[1]);
-        Write("bad.zel", capture);
-        const Outcome outcome = Run("decode --json bad.zel" + row[3]);
+        WriteFile("bad.zel", capture);
+        const Outcome outcome = RunZel("decode --json bad.zel" + row[3]);
         EXPECT_EQ(outcome.err, "bad.zel: offset " + row[2] + '\n') << row[0];
         EXPECT_EQ(outcome.status, 1) << row[0];
         // Whatever is good is there.
@@ -126,8 +80,8 @@ TEST_F(Messages, FaultsOfCapturesAreToldWithTheirPlace) {
 
 TEST_F(Messages, FaultsOfJsonAreToldWithTheirPlace) {
     for (const test::Cells& row : test::ReadCases("tests/tools/cases/bad_messages.txt", 2)) {
-        Write("bad.jsonl", '\n' + row[0] + "\n{\"name\":\"HEARTBEAT\"}\n");
-        const Outcome outcome = Run("encode --hex bad.jsonl");
+        WriteFile("bad.jsonl", '\n' + row[0] + "\n{\"name\":\"HEARTBEAT\"}\n");
+        const Outcome outcome = RunZel("encode --hex bad.jsonl");
         EXPECT_EQ(outcome.err, "bad.jsonl: offset 1, message 1: " + row[1] + '\n') << row[0];
         EXPECT_EQ(outcome.status, 1) << row[0];
         EXPECT_EQ(outcome.out.size(), 38 * 3U) << row[0];
@@ -136,7 +90,7 @@ TEST_F(Messages, FaultsOfJsonAreToldWithTheirPlace) {
 
 // The outputs of docs/tools.md are those of the command.
 TEST_F(Messages, AreDocumentedAsTheyAre) {
-    std::ifstream page(std::string(kSource) + "docs/tools.md");
+    std::ifstream page(SourcePath("docs/tools.md"));
     std::string command;
     int lines = 0;
     for (std::string line; std::getline(page, line);) {
@@ -146,8 +100,8 @@ TEST_F(Messages, AreDocumentedAsTheyAre) {
             EXPECT_NE(Golden("streams.txt").find(line + '\n'), std::string::npos) << line;
             ++lines;
         } else if (command.starts_with("$ echo")) {
-            Write("echo.jsonl", command.substr(8, command.find("' |") - 8));
-            EXPECT_EQ(Run("encode --hex echo.jsonl").out, line + '\n');
+            WriteFile("echo.jsonl", command.substr(8, command.find("' |") - 8));
+            EXPECT_EQ(RunZel("encode --hex echo.jsonl").out, line + '\n');
             ++lines;
         }
     }
@@ -155,12 +109,12 @@ TEST_F(Messages, AreDocumentedAsTheyAre) {
 }
 
 TEST_F(Messages, AnswerDictionaryFaultsWithStatus2) {
-    Write("broken.json", "{\"fields\": [], \"messages\": [");
-    Write("broken.img", "ZELDATA");
+    WriteFile("broken.json", "{\"fields\": [], \"messages\": [");
+    WriteFile("broken.img", "ZELDATA");
     for (const char* arguments :
          {"decode -d broken.json orders.zel", "encode -d broken.img orders.jsonl", "decode -d missing.img orders.zel",
           "decode missing.zel", "decode .", "decode --json --raw orders.zel", "decode --streams NOPE orders.zel"}) {
-        const Outcome outcome = Run(arguments);
+        const Outcome outcome = RunZel(arguments);
         EXPECT_EQ(outcome.status, 2) << arguments;
         EXPECT_EQ(outcome.out, "") << arguments;
         EXPECT_NE(outcome.err, "") << arguments;
@@ -171,14 +125,14 @@ TEST_F(Messages, AnswerDictionaryFaultsWithStatus2) {
                              [](const fs::directory_entry& entry) { return entry.path().extension() == ".img"; });
     };
     const auto before = images();
-    EXPECT_EQ(Run("decode --json -d sample.json orders.zel").out, Run("decode --json orders.zel").out);
+    EXPECT_EQ(RunZel("decode --json -d sample.json orders.zel").out, RunZel("decode --json orders.zel").out);
     EXPECT_EQ(images(), before);
 }
 
 TEST_F(Messages, AreReadFromDumpsAsLogsHaveThem) {
     std::map<std::string, std::string> dumps;
     std::string name;
-    std::ifstream file(std::string(kSource) + "tests/tools/cases/dumps.txt");
+    std::ifstream file(SourcePath("tests/tools/cases/dumps.txt"));
     for (std::string line; std::getline(file, line);) {
         if (line.starts_with("# ")) {
             name = line.substr(2);
@@ -189,8 +143,8 @@ TEST_F(Messages, AreReadFromDumpsAsLogsHaveThem) {
     ASSERT_GE(dumps.size(), 8U);
     const std::string expected = Golden("dump.jsonl");
     for (const auto& [kind, text] : dumps) {
-        Write("dump.txt", text);
-        const Outcome outcome = Run("decode --json --hex dump.txt");
+        WriteFile("dump.txt", text);
+        const Outcome outcome = RunZel("decode --json --hex dump.txt");
         EXPECT_EQ(outcome.out, expected) << kind;
         EXPECT_EQ(outcome.err, kind.starts_with("line ") ? "dump.txt: " + kind + '\n' : "");
     }
@@ -237,11 +191,11 @@ TEST_F(Messages, ComeBackByteForByte) {
         }
     }
     CZELMessage::terminate();
-    Write("random.zel", capture);
-    const Outcome decoded = Run("decode --json random.zel");
+    WriteFile("random.zel", capture);
+    const Outcome decoded = RunZel("decode --json random.zel");
     EXPECT_EQ(decoded.status, 0) << decoded.err.substr(0, 500);
     EXPECT_EQ(std::count(decoded.out.begin(), decoded.out.end(), '\n'), count);
-    Write("random.jsonl", decoded.out);
+    WriteFile("random.jsonl", decoded.out);
     EXPECT_TRUE(Encoded("random.jsonl") == capture);
 }
 

@@ -4,12 +4,11 @@
 #include <algorithm>
 #include <bit>
 #include <cmath>
-#include <cstring>
 #include <filesystem>
 #include <fstream>
-#include <random>
 
 #include "tests/support/bytes.h"
+#include "tests/support/work_folder.h"
 #include "tools/byte_input.h"
 #include "tools/frame_reader.h"
 #include "tools/json_text.h"
@@ -21,8 +20,6 @@
 
 namespace zel::tools {
 namespace {
-
-namespace fs = std::filesystem;
 
 // The bytes in pieces of at most `piece`.
 ByteInput Pieces(std::string bytes, std::size_t piece) {
@@ -90,93 +87,59 @@ TEST(Lines, AreTheSameInPiecesOfAnySize) {
 }
 
 TEST(FollowedFile, IsReadAsItGrows) {
-    const std::string path =
-        (fs::temp_directory_path() / ("zel-follow-" + std::to_string(std::random_device()()))).string();
+    const test::WorkFolder folder;
+    const std::string path = "growing.zel";
     const std::string bytes = FrameOf(10, 'a') + FrameOf(20, 'b');
-    std::ofstream(path, std::ios::binary) << bytes.substr(0, 5);
-    {
-        InputFile file(path);
-        std::size_t written = 5;
-        FrameReader reader(FollowedInput(file, [&] {
-            std::ofstream(path, std::ios::binary | std::ios::app) << bytes.substr(std::min(written, bytes.size()), 3);
-            written += 3;
-            return written < bytes.size() + 6;
-        }));
-        Frame frame{};
-        std::string fault;
-        EXPECT_EQ(reader.Next(frame, fault), FrameState::kFrame);
-        EXPECT_EQ(reader.Next(frame, fault), FrameState::kFrame);
-        EXPECT_EQ(std::string(frame.bytes, frame.size), FrameOf(20, 'b'));
-        EXPECT_EQ(reader.Next(frame, fault), FrameState::kEnd);
+    test::WriteFile(path, bytes.substr(0, 5));
+    InputFile file(path);
+    std::size_t written = 5;
+    FrameReader reader(FollowedInput(file, [&] {
+        std::ofstream(path, std::ios::binary | std::ios::app) << bytes.substr(std::min(written, bytes.size()), 3);
+        written += 3;
+        return written < bytes.size() + 6;
+    }));
+    Frame frame{};
+    std::string fault;
+    EXPECT_EQ(reader.Next(frame, fault), FrameState::kFrame);
+    EXPECT_EQ(reader.Next(frame, fault), FrameState::kFrame);
+    EXPECT_EQ(std::string(frame.bytes, frame.size), FrameOf(20, 'b'));
+    EXPECT_EQ(reader.Next(frame, fault), FrameState::kEnd);
 
-        fs::resize_file(path, 3);
-        char next = 0;
-        InputFile again(path);
-        ByteInput cut = FollowedInput(again, [&] {
-            fs::resize_file(path, 0);
-            return true;
-        });
-        EXPECT_EQ(cut(&next, 1) + cut(&next, 1) + cut(&next, 1), 3U);
-        EXPECT_THROW(cut(&next, 1), InputError);
-    }
-    fs::remove(path);
+    std::filesystem::resize_file(path, 3);
+    char next = 0;
+    InputFile again(path);
+    ByteInput cut = FollowedInput(again, [&] {
+        std::filesystem::resize_file(path, 0);
+        return true;
+    });
+    EXPECT_EQ(cut(&next, 1) + cut(&next, 1) + cut(&next, 1), 3U);
+    EXPECT_THROW(cut(&next, 1), InputError);
 }
 
-void ExpectSameFloat(std::uint32_t bits) {
+template <typename Bits>
+void ExpectSame(Bits bits, void (*append)(std::string&, Bits), ZELFieldType type) {
     std::string json;
-    AppendFloat(json, bits);
-    const std::string read = ReadValueJson(nlohmann::json::parse(json), {1, kZELFloat, 4, 1, "F"});
-    ASSERT_EQ(ValueAt<std::uint32_t>(read.data()), bits) << json;
-}
-
-void ExpectSameDouble(std::uint64_t bits) {
-    std::string json;
-    AppendDouble(json, bits);
-    const std::string read = ReadValueJson(nlohmann::json::parse(json), {1, kZELDouble, 8, 1, "F"});
-    ASSERT_EQ(ValueAt<std::uint64_t>(read.data()), bits) << json;
+    append(json, bits);
+    const std::string read = ReadValueJson(nlohmann::json::parse(json), {1, type, sizeof bits, 1, "F"});
+    ASSERT_EQ(ValueAt<Bits>(read.data()), bits) << json;
 }
 
 TEST(Reals, ComeBackBitForBit) {
-    std::mt19937_64 random(1);
-    for (int i = 0; i < 200000; ++i) {
-        const std::uint64_t bits = random();
-        ExpectSameDouble(bits);
-        ExpectSameFloat(static_cast<std::uint32_t>(bits));
-        // Numbers with few digits.
-        ExpectSameDouble(std::bit_cast<std::uint64_t>(static_cast<double>(bits % 100000) / 1000));
-    }
+    const auto single = [](std::uint32_t bits) { ExpectSame(bits, AppendFloat, kZELFloat); };
+    const auto wide = [](std::uint64_t bits) { ExpectSame(bits, AppendDouble, kZELDouble); };
     for (const double edge : {0.0, -0.0, 5e-324, 2.2250738585072014e-308, 1e22, 1e23, HUGE_VAL, -HUGE_VAL}) {
-        ExpectSameDouble(std::bit_cast<std::uint64_t>(edge));
-        ExpectSameFloat(std::bit_cast<std::uint32_t>(static_cast<float>(edge)));
+        wide(std::bit_cast<std::uint64_t>(edge));
+        single(std::bit_cast<std::uint32_t>(static_cast<float>(edge)));
     }
     // NaNs of every kind.
     for (unsigned bit = 0; bit < 23; ++bit) {
-        ExpectSameFloat(0x7F800000U | 1U << bit);
-        ExpectSameFloat(0xFF800000U | 1U << bit);
-        ExpectSameDouble(0x7FF0000000000000U | std::uint64_t{1} << bit * 2);
+        single(0x7F800000U | 1U << bit);
+        single(0xFF800000U | 1U << bit);
+        wide(0x7FF0000000000000U | std::uint64_t{1} << bit * 2);
     }
 }
 
-// Whatever has a text reads back from it; the texts of others are refused.
-TEST(DatesAndTimes, HaveATextThatReadsBack) {
-    std::mt19937 random(2);
-    int texts = 0;
-    for (int i = 0; i < 200000; ++i) {
-        constexpr unsigned kLimits[] = {33, 14, 256, 26, 61, 61, 1, 5};
-        char bytes[8];
-        for (std::size_t k = 0; k < sizeof bytes; ++k) {
-            bytes[k] = static_cast<char>(random() % 8 == 0 ? 0 : random() % kLimits[k]);
-        }
-        const auto value = ValueAt<_datetime>(bytes);
-        std::string text;
-        _datetime read{};
-        if (AppendDateTimeText(text, value)) {
-            ++texts;
-            ASSERT_TRUE(ReadDateTimeText(text, read)) << text;
-            ASSERT_EQ(std::memcmp(&read, &value, sizeof read), 0) << text;
-        }
-    }
-    EXPECT_GT(texts, 10000);
+TEST(DatesAndTimes, OfOtherFormsAreRefused) {
     _datetime value{};
     for (const char* text : {"1999-11-30T", "1999-11-3", "1899-01-01", "2156-01-01", "1999-1-01", "T09:05:07",
                              "25:00:00", "09:60:00", "09:05", "1999-11-30 09:05:07Z", "19991130", " "}) {

@@ -14,16 +14,15 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <map>
 #include <new>
-#include <random>
 #include <string>
 #include <vector>
 
 #include "runtime/heap.h"
 #include "tests/support/failing_heap.h"
-#include "tools/command.h"
+#include "tests/support/work_folder.h"
+#include "tests/tools/run_command.h"
 #include "tools/out_of_memory.h"
 #include "tools/status.h"
 
@@ -51,56 +50,43 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr char kSource[] = ZEL_SOURCE_DIR "/";
-
-std::string Read(const fs::path& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-}
+using test::ReadFile;
+using test::WriteFile;
 
 struct Verb {
-    std::vector<const char*> arguments;
+    std::string arguments;
     bool writesFiles = false;
 };
 
 const Verb kVerbs[] = {
-    {{"encode", "orders.jsonl"}},
-    {{"encode", "--hex", "-d", "sample.json", "orders.jsonl"}},
-    {{"decode", "orders.zel"}},
-    {{"decode", "--json", "-d", "sample.json", "orders.zel"}},
-    {{"decode", "--json", "damaged.zel"}},
-    {{"decode", "--summary", "orders.zel"}},
-    {{"decode", "--hex", "--streams", "FILTER_STREAM,SORT_STREAM", "orders.txt"}},
-    {{"decode", "--raw", "orders.zel"}},
-    {{"dict", "build", "small.json", "-o", "old.img"}, true},
-    {{"dict", "check", "small.json"}},
-    {{"dict", "show", "small.json"}},
-    {{"dict", "show", "small.img", "--json"}},
-    {{"dict", "show", "sample.json", "10/2"}},
-    {{"dict", "diff", "small.img", "newer.json"}},
-    {{"dict", "diff", "--json", "small.json", "newer.json"}},
-    {{"value", "money", "101'16"}},
-    {{"value", "date", "11/30/99"}},
-    {{"value", "time", "09:05:07"}},
-    {{"value", "datetime", "99/11/30 09:05:07"}},
-    {{"value", "fraction", "12.125"}},
-    {{"pages", "manual", "completion"}, true},
-    {{"--version"}},
-    {{"--help"}},
+    {"encode orders.jsonl"},
+    {"encode --hex -d sample.json orders.jsonl"},
+    {"decode orders.zel"},
+    {"decode --json -d sample.json orders.zel"},
+    {"decode --json damaged.zel"},
+    {"decode --summary orders.zel"},
+    {"decode --hex --streams FILTER_STREAM,SORT_STREAM orders.txt"},
+    {"decode --raw orders.zel"},
+    {"dict build small.json -o old.img", true},
+    {"dict check small.json"},
+    {"dict show small.json"},
+    {"dict show small.img --json"},
+    {"dict show sample.json 10/2"},
+    {"dict diff small.img newer.json"},
+    {"dict diff --json small.json newer.json"},
+    {"value money 101'16"},
+    {"value date 11/30/99"},
+    {"value time 09:05:07"},
+    {"value datetime \"99/11/30 09:05:07\""},
+    {"value fraction 12.125"},
+    {"pages manual completion", true},
+    {"--version"},
+    {"--help"},
 };
-
-std::string Line(const Verb& verb) {
-    std::string line = "zel";
-    for (const char* argument : verb.arguments) {
-        line += ' ';
-        line += argument;
-    }
-    return line;
-}
 
 using FileMap = std::map<std::string, std::string>;
 
-struct Outcome {
+struct StarvedOutcome {
     int status;  // -1: ended by a signal
     int requests;
     std::string err;
@@ -109,99 +95,88 @@ struct Outcome {
 class StarvedCommand : public testing::Test {
 protected:
     void SetUp() override {
-        fs::create_directories(folder_ / "work");
-        fs::current_path(folder_ / "work");
-        for (const char* name : {"examples/orders.jsonl", "zeldata/sample.json", "tests/tools/cases/small.json",
-                                 "tests/tools/cases/newer.json"}) {
-            fs::copy_file(std::string(kSource) + name, fs::path(name).filename());
-        }
-        std::ofstream("old.img") << "old";
-        const Outcome first = Run({{"encode", "orders.jsonl"}}, "orders.zel", [] {});
+        WriteFile("old.img", "old");
+        const StarvedOutcome first = Run({"encode orders.jsonl"}, "orders.zel", [] {});
         ASSERT_EQ(first.status, 0) << first.err;
-        EXPECT_EQ(Run({{"encode", "--hex", "orders.jsonl"}}, "orders.txt", [] {}).status, 0);
-        EXPECT_EQ(Run({{"dict", "build", "small.json", "-o", "small.img"}}, "/dev/null", [] {}).status, 0);
-        std::string damaged = Read("orders.zel");
+        EXPECT_EQ(Run({"encode --hex orders.jsonl"}, "orders.txt", [] {}).status, 0);
+        EXPECT_EQ(Run({"dict build small.json -o small.img"}, "/dev/null", [] {}).status, 0);
+        std::string damaged = ReadFile("orders.zel");
         damaged[247 + 4 + 1] = 9;
-        std::ofstream("damaged.zel", std::ios::binary) << damaged;
-    }
-    void TearDown() override {
-        fs::current_path(before_);
-        fs::remove_all(folder_);
+        WriteFile("damaged.zel", damaged);
     }
 
     // Runs the verb in a child of its own, which first does `harm`.
     template <typename Harm>
-    Outcome Run(const Verb& verb, const char* output, Harm harm) {
-        std::vector<const char*> arguments = verb.arguments;
-        arguments.insert(arguments.begin(), "zel");
+    StarvedOutcome Run(const Verb& verb, const char* output, Harm harm) {
+        const CommandLine line(verb.arguments);
         (void)std::fflush(nullptr);
         const pid_t child = fork();
         if (child == 0) {
             // Temporary images go where they are seen.
-            (void)setenv("TMPDIR", (folder_ / "work").c_str(), 1);
+            (void)setenv("TMPDIR", folder_.path().c_str(), 1);
             (void)dup2(open(output, O_WRONLY | O_CREAT | O_TRUNC, 0600), STDOUT_FILENO);
             (void)dup2(open(said_.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600), STDERR_FILENO);
             EndWhenMemoryIsOut();
             harm();
-            const int status = RunCommand(static_cast<int>(arguments.size()), arguments.data(), "1.2");
+            const int status = line.Run();
             const int requests = test::AllocationCount();
             test::FailAllocationsFrom(0);
-            std::ofstream(counted_) << requests;
+            WriteFile(counted_, std::to_string(requests));
             _exit(status);
         }
         int state = 0;
         EXPECT_EQ(waitpid(child, &state, 0), child);
         int requests = 0;
         std::ifstream(counted_) >> requests;
-        return {WIFEXITED(state) ? WEXITSTATUS(state) : -1, requests, Read(said_)};
+        return {WIFEXITED(state) ? WEXITSTATUS(state) : -1, requests, ReadFile(said_)};
     }
 
     static FileMap Files() {
         FileMap files;
         for (const fs::directory_entry& entry : fs::directory_iterator(".")) {
-            files[entry.path().filename().string()] = Read(entry.path());
+            files[entry.path().filename().string()] = ReadFile(entry.path());
         }
         return files;
     }
     static void Restore(const FileMap& before) {
         for (const auto& [name, bytes] : Files()) {
-            const auto old = before.find(name);
-            if (old == before.end()) {
-                fs::remove(name);
-            } else if (old->second != bytes) {
-                std::ofstream(name, std::ios::binary) << old->second;
-            }
+            fs::remove(name);
+        }
+        for (const auto& [name, bytes] : before) {
+            WriteFile(name, bytes);
         }
     }
 
-    fs::path before_ = fs::current_path();
-    fs::path folder_ = fs::temp_directory_path() / ("zel-starved-test-" + std::to_string(std::random_device()()));
-    fs::path said_ = folder_ / "said";
-    fs::path counted_ = folder_ / "counted";
+    // What the child says stands outside the folder whose files are compared.
+    test::WorkFolder outside_;
+    fs::path said_ = outside_.path() / "said";
+    fs::path counted_ = outside_.path() / "counted";
+    test::WorkFolder folder_{"examples/orders.jsonl", "zeldata/sample.json", "tests/tools/cases/small.json",
+                             "tests/tools/cases/newer.json"};
 };
 
 TEST_F(StarvedCommand, SaysThatMemoryIsOut) {
     const FileMap before = Files();
     int first = 0;
     for (const Verb& verb : kVerbs) {
-        const Outcome good = Run(verb, "/dev/null", [] { test::FailAllocationsFrom(0); });
-        EXPECT_TRUE(good.status == 0 || good.status == 1) << Line(verb) << ": " << good.err;
-        EXPECT_GT(good.requests, 100) << Line(verb);
+        const StarvedOutcome good = Run(verb, "/dev/null", [] { test::FailAllocationsFrom(0); });
+        EXPECT_TRUE(good.status == 0 || good.status == 1) << verb.arguments << ": " << good.err;
+        EXPECT_GT(good.requests, 100) << verb.arguments;
         const FileMap after = Files();
-        EXPECT_EQ(after != before, verb.writesFiles) << Line(verb);
+        EXPECT_EQ(after != before, verb.writesFiles) << verb.arguments;
         Restore(before);
         const int step = std::getenv("ZEL_FAIL_EVERY_REQUEST") != nullptr ? 1 : good.requests / 50 + 1;
         for (int n = 1 + first++ % step; n <= good.requests; n += step) {
-            const Outcome outcome = Run(verb, "/dev/null", [n] { test::FailAllocationsFrom(n, 1); });
-            ASSERT_EQ(outcome.status, kStatusUnable) << Line(verb) << " at " << n << ": " << outcome.err;
-            ASSERT_TRUE(outcome.err.ends_with("zel: out of memory\n")) << Line(verb) << " at " << n << outcome.err;
+            const StarvedOutcome outcome = Run(verb, "/dev/null", [n] { test::FailAllocationsFrom(n, 1); });
+            ASSERT_EQ(outcome.status, kStatusUnable) << verb.arguments << " at " << n << ": " << outcome.err;
+            ASSERT_TRUE(outcome.err.ends_with("zel: out of memory\n")) << verb.arguments << " at " << n << outcome.err;
             // Files that are written stand there whole, or as before.
             for (const auto& [name, bytes] : Files()) {
                 const auto old = before.find(name);
                 const auto made = after.find(name);
                 ASSERT_TRUE((old != before.end() && bytes == old->second) ||
                             (made != after.end() && bytes == made->second))
-                    << Line(verb) << " at " << n << " left " << name;
+                    << verb.arguments << " at " << n << " left " << name;
             }
             Restore(before);
         }
@@ -210,12 +185,12 @@ TEST_F(StarvedCommand, SaysThatMemoryIsOut) {
 
 TEST_F(StarvedCommand, SaysThatItsOutputCannotBeWritten) {
     for (const Verb& verb : kVerbs) {
-        const bool writes = Run(verb, "output", [] {}).status >= 0 && !Read("output").empty();
-        EXPECT_EQ(writes, std::string(verb.arguments[0]) != "pages") << Line(verb);
-        const Outcome outcome = Run(verb, "/dev/full", [] {});
-        EXPECT_EQ(outcome.status, writes ? kStatusUnable : kStatusGood) << Line(verb);
+        const bool writes = Run(verb, "output", [] {}).status >= 0 && !ReadFile("output").empty();
+        EXPECT_EQ(writes, !verb.arguments.starts_with("pages")) << verb.arguments;
+        const StarvedOutcome outcome = Run(verb, "/dev/full", [] {});
+        EXPECT_EQ(outcome.status, writes ? kStatusUnable : kStatusGood) << verb.arguments;
         EXPECT_EQ(outcome.err.find("zel: cannot write to standard output") != std::string::npos, writes)
-            << Line(verb) << ": " << outcome.err;
+            << verb.arguments << ": " << outcome.err;
     }
 }
 
@@ -223,19 +198,19 @@ TEST_F(StarvedCommand, LeavesNoPartOfAFileBehind) {
     const FileMap before = Files();
     int refused = 0;
     for (const Verb& verb : kVerbs) {
-        const bool writesImage = Line(verb).find(" -d ") != std::string::npos;
+        const bool writesImage = verb.arguments.find(" -d ") != std::string::npos;
         if (!verb.writesFiles && !writesImage) {
             continue;
         }
-        const Outcome outcome = Run(verb, "/dev/null", [] {
+        const StarvedOutcome outcome = Run(verb, "/dev/null", [] {
             const rlimit limit{1000, 1000};
             (void)setrlimit(RLIMIT_FSIZE, &limit);
             (void)std::signal(SIGXFSZ, SIG_IGN);
         });
-        EXPECT_EQ(outcome.status, kStatusUnable) << Line(verb);
-        EXPECT_TRUE(outcome.err.starts_with("zel: cannot write ")) << Line(verb) << ": " << outcome.err;
-        EXPECT_TRUE(outcome.err.ends_with(": File too large\n")) << Line(verb) << ": " << outcome.err;
-        EXPECT_EQ(Files(), before) << Line(verb);
+        EXPECT_EQ(outcome.status, kStatusUnable) << verb.arguments;
+        EXPECT_TRUE(outcome.err.starts_with("zel: cannot write ")) << verb.arguments << ": " << outcome.err;
+        EXPECT_TRUE(outcome.err.ends_with(": File too large\n")) << verb.arguments << ": " << outcome.err;
+        EXPECT_EQ(Files(), before) << verb.arguments;
         ++refused;
     }
     EXPECT_EQ(refused, 4);
