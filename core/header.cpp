@@ -256,18 +256,6 @@ constexpr Reader kNoHeader{nullptr, nullptr};
 constexpr char kPlainIds[kPlainHeader] = {0, kFlags, 0, 0, 0, kMsgType, 0, 0,          0, 0, 0, kServiceId, 0, 0, 0, 0,
                                           0, kMsgId, 0, 0, 0, 0,        0, kNumFields, 0, 0, 0, kUserData};
 
-// What WriteHeaderFields writes number by number, for a dictionary that describes the header.
-char* WritePlainHeader(const ZelMsgStruct& message, char* out) noexcept {
-    std::memcpy(out, kPlainIds, kPlainHeader);
-    StoreU16Be(out + 2, JoinFlags(message));
-    StoreU32Be(out + 6, JoinHalves(message.msgType, message.subType));
-    StoreU32Be(out + 12, JoinHalves(message.serviceIdHigh, message.serviceIdLow));
-    StoreU32Be(out + 18, JoinMsgId(message));
-    StoreU16Be(out + 24, static_cast<std::uint16_t>(message.numFields));
-    StoreU32Be(out + 28, static_cast<std::uint32_t>(message.userData));
-    return out + kPlainHeader;
-}
-
 // Whether a header without variable user data is at `in`: one that needs no other look.
 bool IsPlainHeader(const Reader& in) noexcept {
     const char* at = in.next;
@@ -303,6 +291,18 @@ bool DescribesHeader() noexcept {
 
 bool HasPlainHeader(const ZelMsgStruct& message) noexcept {
     return IsPlain(message) && IsDescribed();
+}
+
+// What WriteHeaderFields writes number by number, for a dictionary that describes the header.
+char* WritePlainHeader(const ZelMsgStruct& message, char* out) noexcept {
+    std::memcpy(out, kPlainIds, kPlainHeader);
+    StoreU16Be(out + 2, JoinFlags(message));
+    StoreU32Be(out + 6, JoinHalves(message.msgType, message.subType));
+    StoreU32Be(out + 12, JoinHalves(message.serviceIdHigh, message.serviceIdLow));
+    StoreU32Be(out + 18, JoinMsgId(message));
+    StoreU16Be(out + 24, static_cast<std::uint16_t>(message.numFields));
+    StoreU32Be(out + 28, static_cast<std::uint32_t>(message.userData));
+    return out + kPlainHeader;
 }
 
 char* BuildZELHeader(const ZelMsgStruct* message, char* out, unsigned short* headerLength) noexcept {

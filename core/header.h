@@ -25,6 +25,9 @@ inline constexpr std::size_t kPlainHeader = 32;
 // Whether the message's header will be such a one.
 bool HasPlainHeader(const ZelMsgStruct& message) noexcept;
 
+// Writes such a one at `out`; the address behind it.
+char* WritePlainHeader(const ZelMsgStruct& message, char* out) noexcept;
+
 // Writes the header at `out`, which holds 30 bytes and the variable user data, or 32; answers the address behind it
 // and its length, or null. Reports 1001, or 1417 with the name of the field.
 [[nodiscard]] char* BuildZELHeader(const ZelMsgStruct* message, char* out, unsigned short* headerLength) noexcept;

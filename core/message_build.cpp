@@ -253,17 +253,6 @@ void GiveId(ZelMsgStruct& message, unsigned short sequence) noexcept {
     }
 }
 
-// Behind the header at `out` that was built. Not the header's length: it wraps with variable user data of more than
-// 65505 bytes. Null: reported.
-char* BuildHeader(const ZelMsgStruct& message, char* out) noexcept {
-    unsigned short headerLength = 0;
-    char* behindHeader = BuildZELHeader(&message, out, &headerLength);
-    if (behindHeader == nullptr) {
-        SendReport(reports::kHeaderNotBuilt);
-    }
-    return behindHeader;
-}
-
 // Packs into work buffers, through transform and compression, because it changes on its way or because only packing
 // tells how long its header is. Apart, so that a message which needs no such buffers does not pay for them.
 [[gnu::noinline]] int BuildByBuffers(ZelMsgStruct& message, char* out, long* outLength,
@@ -300,11 +289,14 @@ char* BuildHeader(const ZelMsgStruct& message, char* out) noexcept {
         SendReport(reports::kBuildFailed);
         return -1;
     }
-    char* behindHeader = BuildHeader(message, out);
+    unsigned short headerLength = 0;
+    char* behindHeader = BuildZELHeader(&message, out, &headerLength);
     if (behindHeader == nullptr) {
+        SendReport(reports::kHeaderNotBuilt);
         return -1;
     }
     std::memcpy(behindHeader, payload, static_cast<std::size_t>(length));
+    // Not headerLength: it wraps with variable user data of more than 65505 bytes.
     *outLength = static_cast<long>(behindHeader - out) + length;
     return 0;
 }
@@ -326,10 +318,7 @@ int BuildZELMessage(ZelMsgStruct* message, char* out, long* outLength, unsigned 
         return -1;
     }
     GiveId(*message, sequence);
-    if (BuildHeader(*message, out) == nullptr) {
-        return -1;
-    }
-    *outLength = static_cast<long>(kPlainHeader) + length;
+    *outLength = WritePlainHeader(*message, out) - out + length;
     return 0;
 }
 

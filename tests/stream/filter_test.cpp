@@ -110,7 +110,11 @@ void CheckCopies(int (*add)(Stream&)) {
     copy = source;
     EXPECT_TRUE(copy.buffer == nullptr && copy.GetCount() == 0 && copy.blockCount == 0 && add(copy) == -1);
     EXPECT_EQ(copy.blockSize, UINT32_MAX);
+    EXPECT_EQ(copy.GetShort(number), -1);
+    const Stream none(copy);
+    EXPECT_TRUE(none.buffer == nullptr && none.GetCount() == 0);
     FailAllocationsFrom(0);
+    source = static_cast<const Stream&>(source);
     copy = source;
     EXPECT_TRUE(Bytes(copy) == Bytes(source) && copy.GetCount() == source.GetCount());
     EXPECT_TRUE(copy.Room() == 16384 && copy.blockCount == 2 && copy.ReadAt() == 6);
