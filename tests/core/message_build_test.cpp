@@ -149,8 +149,10 @@ TEST_F(Building, RefusesWhatItCannotSend) {
 }
 
 TEST_F(Building, FillsThePayloadToItsLastByte) {
-    for (const int excess : {0, 1}) {
+    for (const int round : {0, 1, 2, 3}) {
+        const int excess = round % 2;
         Create(kVersions);
+        object_.message->encryptFlag = static_cast<unsigned short>(round / 2);
         SetShort(kSide, 1);
         SetShort(kNew3, 1);
         const std::string text(static_cast<std::size_t>(12288 - 4 - 4 - 4 + excess), 'x');

@@ -65,6 +65,44 @@ TEST(Allocations, AreNoneToPackAndFewToUnpack) {
     EXPECT_EQ(reports.Take(), Lines{});
 }
 
+// Characters take as much as the dictionary says, few as they may be on the wire.
+TEST(Allocations, FailWhereReceivedCharactersNeedMoreRoom) {
+    const int live = LiveBlocks();
+    {
+        TestTables tables;
+        RecordedReports reports;
+        constexpr short kRepetitions = 40;
+        tables.ChangeField(kLegSymbol).type = kZELChars;
+        tables.ChangeField(kLegSymbol).length = 1000;
+        // A field that is listed twice takes another way than one that is listed once.
+        for (const unsigned short second : {std::uint16_t{kLegQty}, std::uint16_t{kLegSymbol}}) {
+            const ZELFieldListEntry list[] = {{kLegs, 1}, {kLegSymbol, 1}, {second, 1}, {kNote, 1}};
+            tables.ChangeMessage(kPlainGroup).fieldList = list;
+            CZELMessage sent(0, 1);
+            SetNumber(Create(sent, kPlainGroup, kRepetitions), kLegs, kRepetitions);
+            for (short occurrence = 1; occurrence <= kRepetitions; ++occurrence) {
+                sent.setFieldValueBinary(kLegSymbol, "abc", 3, occurrence);
+            }
+            char buffer[kZELMaxFrame];
+            long length = 0;
+            ASSERT_EQ(sent.packMessage(buffer, &length), 0);
+            CZELMessage received(0, 0);
+            const int requests = Allocations([&] { ASSERT_EQ(received.unpackMessage(buffer), 0); });
+            EXPECT_GT(requests, 2);
+            for (int failing = 1; failing <= requests; ++failing) {
+                CZELMessage other(0, 0);
+                FailAllocationsFrom(failing);
+                EXPECT_EQ(other.unpackMessage(buffer), -1) << failing;
+                FailAllocationsFrom(0);
+                EXPECT_NE(reports.TakeText(), "");
+                EXPECT_EQ(other.unpackMessage(buffer), 0);
+                EXPECT_STREQ(static_cast<const char*>(other.getFieldValue(kLegSymbol, kRepetitions)), "abc");
+            }
+        }
+    }
+    EXPECT_EQ(LiveBlocks(), live);
+}
+
 TEST(Allocations, AreOneAtMostToSetAText) {
     TestTables tables;
     CZELMessage object(0, 0);

@@ -119,6 +119,36 @@ TEST_F(Exchange, LetsZeroBytesFollowReceivedTexts) {
     }
 }
 
+// With zero bytes, not with what lies beside them, in every place that a list has.
+TEST_F(Exchange, FillsUpShortCharacters) {
+    const ZELFieldListEntry list[] = {{kLegs, 1}, {kCode, 1}, {kLegSymbol, 1}, {kDest, 1}, {kFlag, 1}};
+    tables_.ChangeField(kCode).length = 20;
+    tables_.ChangeField(kFlag).length = 3;
+    ZELSubTypeNode& node = tables_.ChangeMessage(kPlainGroup);
+    node.fieldList = list;
+    node.fieldCount = 5;
+    CZELMessage sent(0, 1);
+    SetNumber(Create(sent, kPlainGroup, 2), kLegs, 2);
+    std::string expected = FromHex("00 1E 00 02");
+    for (const short leg : {short{1}, short{2}}) {
+        sent.setFieldValueBinary(kCode, "abc", 3, leg);
+        sent.setFieldValue(kLegSymbol, "ten bytes!", leg);
+        expected += FromHex("00 0D") + "abc" + std::string(17, '\0') + FromHex("00 1F 00 0A") + "ten bytes!";
+    }
+    sent.setFieldValue(kDest, "where to", -1);
+    sent.setFieldValue(kFlag, "xy", -1);
+    expected += FromHex("02 26 00 08") + "where to" + FromHex("00 15") + "xy" + std::string(1, '\0');
+    CZELMessage received(0, 0);
+    for (const int format2 : {1, 0}) {
+        sent.useFormat2 = format2;
+        sent.message->format = 0;
+        ASSERT_EQ(Unpack(received, Pack(sent)), 0);
+        EXPECT_STREQ(static_cast<const char*>(received.getFieldValue(kLegSymbol, 2)), "ten bytes!");
+        received.message->format = 0;
+        EXPECT_EQ(ToHex(Pack(received).substr(6 + 32)), ToHex(expected));
+    }
+}
+
 TEST_F(Exchange, PacksWithoutAllocatingAndCountsItsPacks) {
     CZELMessage object(2, 0);
     FillSimple(object);
