@@ -4,10 +4,6 @@ namespace zel {
 
 void EnterOtherRun(const MessageBlock& block, SlotCursor& cursor) noexcept {
     const MessagePlan& plan = *block.plan;
-    if (cursor.slot == SlotsOf(block) + block.buffer.count) {
-        cursor = {nullptr, cursor.slot, 0, 0, 0};
-        return;
-    }
     // Without a count the group is repeated as long as there are slots.
     const bool inGroup = cursor.slot < SlotsOf(block) + block.parts.end[kInGroup];
     const bool behindRepetition = cursor.entry == plan.entries + plan.groupEnd;

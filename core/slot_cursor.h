@@ -34,9 +34,6 @@ inline SlotCursor CursorAt(const MessageBlock& block, const SlotPlace& place) no
 
 // At the first slot.
 inline SlotCursor FirstCursor(const MessageBlock& block) noexcept {
-    if (block.buffer.count == 0) {
-        return {nullptr, block.buffer.fields, 0, 0, 0};
-    }
     return CursorAt(block, {block.buffer.fields, 0, 0});
 }
 

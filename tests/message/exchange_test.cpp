@@ -119,6 +119,25 @@ TEST_F(Exchange, LetsZeroBytesFollowReceivedTexts) {
     }
 }
 
+TEST_F(Exchange, ReceivesAsManyFieldsAsTheHeaderCounts) {
+    CZELMessage sent(0, 0);
+    SetNumber(Create(sent, kMarkedGroup, 2), kSide, 1);
+    SetNumber(sent, kLegs, 2);
+    for (const short leg : {short{1}, short{2}}) {
+        SetNumber(sent, kMark, 0, leg);
+        SetNumber(sent, kLegQty, 7, leg);
+    }
+    std::string frame = Pack(sent);
+    for (char count = 0; count <= 6; ++count) {
+        frame[6 + 25] = count;
+        CZELMessage received(0, 0);
+        ASSERT_EQ(Unpack(received, frame), 0);
+        const ZELDataBuf& slots = *received.message->dataBuf;
+        EXPECT_EQ(std::count_if(slots.fields, slots.fields + slots.count, [](auto& slot) { return slot.isSet != 0; }),
+                  std::min<int>(count, slots.count));
+    }
+}
+
 // With zero bytes, not with what lies beside them, in every place that a list has.
 TEST_F(Exchange, FillsUpShortCharacters) {
     const ZELFieldListEntry list[] = {{kLegs, 1}, {kCode, 1}, {kLegSymbol, 1}, {kDest, 1}, {kFlag, 1}};
@@ -127,17 +146,19 @@ TEST_F(Exchange, FillsUpShortCharacters) {
     ZELSubTypeNode& node = tables_.ChangeMessage(kPlainGroup);
     node.fieldList = list;
     node.fieldCount = 5;
+    node.groupSize = 3;
     CZELMessage sent(0, 1);
     SetNumber(Create(sent, kPlainGroup, 2), kLegs, 2);
     std::string expected = FromHex("00 1E 00 02");
     for (const short leg : {short{1}, short{2}}) {
         sent.setFieldValueBinary(kCode, "abc", 3, leg);
         sent.setFieldValue(kLegSymbol, "ten bytes!", leg);
-        expected += FromHex("00 0D") + "abc" + std::string(17, '\0') + FromHex("00 1F 00 0A") + "ten bytes!";
+        sent.setFieldValue(kDest, "where to", leg);
+        expected += FromHex("00 0D") + "abc" + std::string(17, '\0') + FromHex("00 1F 00 0A") + "ten bytes!" +
+                    FromHex("02 26 00 08") + "where to";
     }
-    sent.setFieldValue(kDest, "where to", -1);
     sent.setFieldValue(kFlag, "xy", -1);
-    expected += FromHex("02 26 00 08") + "where to" + FromHex("00 15") + "xy" + std::string(1, '\0');
+    expected += FromHex("00 15") + "xy" + std::string(1, '\0');
     CZELMessage received(0, 0);
     for (const int format2 : {1, 0}) {
         sent.useFormat2 = format2;

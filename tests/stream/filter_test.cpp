@@ -180,6 +180,12 @@ TEST(Filter, ReadsTermsWithTheDictionary) {
     EXPECT_EQ(filter.GetFilterItem(item), -1);
     EXPECT_EQ(Shown(item), "0 < short 3") << "an id without a comparison";
     EXPECT_EQ(reports.Take(), Lines{}) << "whose type nobody asks for";
+    OpenFilter withoutValue;
+    ZELFilterItem term;
+    EXPECT_EQ(withoutValue.AddFilter(kSide, "<", short{3}) + withoutValue.PutShort(kSide) + withoutValue.PutShort(4),
+              0);
+    EXPECT_EQ(withoutValue.GetFilterItem(term), 0);
+    EXPECT_EQ(withoutValue.GetFilterItem(term), -1);
 }
 
 template <typename Stream>

@@ -31,7 +31,9 @@ TEST(Stream, DoesEachStep) {
         int number = 0;
         short small = 0;
         char text[65535];
-        const auto shown = [](int result, const auto& read) { return result == 0 ? std::to_string(read) : "refused"; };
+        const auto shown = [](int result, const auto& read) {
+            return result == 0 ? std::to_string(read) : result == -1 ? "refused" : "another answer";
+        };
         const auto read = [](const std::string& argument) {
             return static_cast<int>(std::stoll(argument, nullptr, 0));
         };
@@ -56,7 +58,7 @@ TEST(Stream, DoesEachStep) {
              [&](auto&) {
                  const int result = stream.GetString(text, number);
                  return result == 0 ? std::string(text, static_cast<std::size_t>(number))
-                                    : "refused, length " + std::to_string(number);
+                                    : shown(result, 0) + ", length " + std::to_string(number);
              }},
             {"load",
              [&](auto& argument) {
