@@ -192,11 +192,11 @@ inline Receipt ReceivePlain(Run& run) noexcept {
 template <short format, Known known>
 [[gnu::always_inline]] inline Receipt ReceiveRun(Run& run, std::ptrdiff_t back, int& left) noexcept {
     for (; left != 0; --left) {
-        const bool isExpected = known == Known::kWhole || (Remaining(run.in) >= run.entry->span &&
-                                                           LoadHost<std::uint16_t>(run.in.next) == run.entry->wireId);
-        const bool isFirstFree =
-            known != Known::kNothing || (run.slot->isSet == 0 && (back == 0 || run.slot[-back].isSet != 0));
-        if (!isExpected || !isFirstFree) {
+        if (known != Known::kWhole &&
+            (Remaining(run.in) < run.entry->span || LoadHost<std::uint16_t>(run.in.next) != run.entry->wireId)) {
+            return Receipt::kOtherwise;
+        }
+        if (known == Known::kNothing && (run.slot->isSet != 0 || (back != 0 && run.slot[-back].isSet == 0))) {
             return Receipt::kOtherwise;
         }
         const Receipt receipt = format == kIdLengthAndValue ? ReceiveWithLength(run) : ReceivePlain<known>(run);

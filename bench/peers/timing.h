@@ -8,7 +8,7 @@
 
 namespace zel::bench {
 
-inline constexpr int kRounds = 15;
+inline constexpr int kRounds = 60;
 inline constexpr double kRoundNanoseconds = 4e6;
 inline constexpr double kNotTimed = 1e18;
 
