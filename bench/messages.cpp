@@ -253,6 +253,10 @@ void UnpackGroup(benchmark::State& state) {
     message.message->format = static_cast<unsigned short>(state.range(2));
     const std::string frame = state.range(3) != 0 ? Reversed(Pack(message)) : Pack(message);
     CZELMessage received(0, 0);
+    if (received.unpackMessage(frame.data()) != 0) {
+        state.SkipWithError("the message is refused");
+        return;
+    }
     for (auto _ : state) {
         benchmark::DoNotOptimize(received.unpackMessage(frame.data()));
     }
@@ -261,7 +265,7 @@ void UnpackGroup(benchmark::State& state) {
 BENCHMARK(UnpackGroup)
     ->ArgNames({"repetitions", "marked", "format", "reversed"})
     ->ArgsProduct({{1, 20, 400}, {0, 1}, {0, 2}, {0}})
-    ->ArgsProduct({{1, 20, 200}, {0, 1}, {1}, {0}})
+    ->ArgsProduct({{1, 20, 200}, {0}, {1}, {0}})  // positions tell fields apart: none may be left out
     ->ArgsProduct({{1, 20, 400}, {0}, {2}, {1}});
 
 }  // namespace
