@@ -2,7 +2,6 @@
 
 #include <cstring>
 
-#include "core/header.h"
 #include "crush32/crush32.h"
 #include "include/zelmessage.h"
 #include "runtime/bounded.h"
@@ -28,10 +27,6 @@ bool FitsPayload(short length) noexcept {
 }
 
 }  // namespace
-
-bool IsCompressed(unsigned short packFlags) noexcept {
-    return (packFlags & (kPackCompressed | kPackMarked)) == kPackCompressed;
-}
 
 int zelCompressPayload(unsigned char packFlags, const char* source, short sourceLength, char* destination,
                        short* resultLength) noexcept {

@@ -4,13 +4,17 @@
 #ifndef ZEL_CORE_COMPRESSION_H
 #define ZEL_CORE_COMPRESSION_H
 
+#include "core/header.h"
+
 namespace zel {
 
 // Payload lengths cross these routines as signed 16-bit numbers.
 inline constexpr int kMaxCompressedPayload = 32767;
 
 // Whether a payload with these flags is compressed; marked payloads (8, with or without 4) are plain.
-bool IsCompressed(unsigned short packFlags) noexcept;
+constexpr bool IsCompressed(unsigned short packFlags) noexcept {
+    return (packFlags & (kPackCompressed | kPackMarked)) == kPackCompressed;
+}
 
 // Both work into `destination` of kZELMaxPayload bytes; *resultLength is written, not read. 0, or -1.
 //

@@ -1,8 +1,5 @@
 #include "core/frame.h"
 
-#include "runtime/byte_order.h"
-#include "runtime/reports.h"
-
 namespace zel {
 
 int WriteFrame(long length, short frameFormat, char* out) noexcept {
@@ -14,20 +11,6 @@ int WriteFrame(long length, short frameFormat, char* out) noexcept {
     }
     StoreU16Le(out + 2, static_cast<std::uint16_t>(length));
     return length > INT16_MAX ? -1 : 0;
-}
-
-int ReadFrame(const char* in, long* length, short* frameFormat) noexcept {
-    if (in == nullptr || in[0] != kSoh) {
-        SendReport(reports::kNoSoh);
-        return -1;
-    }
-    *frameFormat = static_cast<short>(static_cast<unsigned char>(in[1]) >> 4);
-    if (*frameFormat == kShortFrame) {
-        *length = static_cast<std::int16_t>(LoadU16Le(in + 2));
-    } else {
-        *length = static_cast<std::int32_t>(LoadU32Le(in + 2));
-    }
-    return 0;
 }
 
 }  // namespace zel

@@ -4,6 +4,9 @@
 #ifndef ZEL_CORE_FRAME_H
 #define ZEL_CORE_FRAME_H
 
+#include "runtime/byte_order.h"
+#include "runtime/reports.h"
+
 namespace zel {
 
 inline constexpr char kSoh = 0x01;
@@ -19,7 +22,19 @@ inline int MessageOffset(short frameFormat) noexcept {
 int WriteFrame(long length, short frameFormat, char* out) noexcept;
 
 // Reads the frame: 0, or -1 with report 1005 and both outputs untouched when there is no SOH. The length is signed.
-int ReadFrame(const char* in, long* length, short* frameFormat) noexcept;
+inline int ReadFrame(const char* in, long* length, short* frameFormat) noexcept {
+    if (in == nullptr || in[0] != kSoh) {
+        SendReport(reports::kNoSoh);
+        return -1;
+    }
+    *frameFormat = static_cast<short>(static_cast<unsigned char>(in[1]) >> 4);
+    if (*frameFormat == kShortFrame) {
+        *length = static_cast<std::int16_t>(LoadU16Le(in + 2));
+    } else {
+        *length = static_cast<std::int32_t>(LoadU32Le(in + 2));
+    }
+    return 0;
+}
 
 }  // namespace zel
 

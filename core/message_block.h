@@ -1,6 +1,6 @@
-// The block of memory behind a message: its two records, its slots, and room for the values that do not lie in their
-// slots. Values that find no room lie in chunks beside it. All of it goes with the message: a value that was replaced
-// stays until then, because programs may still hold the pointer.
+// The block of memory behind a message: its two records, its slots, and a slab with room for the values that do not lie
+// in their slots. All of it goes with the message: a value that was replaced stays until then, because programs may
+// still hold the pointer.
 #ifndef ZEL_CORE_MESSAGE_BLOCK_H
 #define ZEL_CORE_MESSAGE_BLOCK_H
 
@@ -9,26 +9,22 @@
 
 #include "core/message_plan.h"
 #include "include/zelmessage.h"
+#include "runtime/reports.h"
+#include "runtime/slab.h"
 
 namespace zel {
 
-// Values begin at multiples of this and take multiples of it.
-inline constexpr std::size_t kValueAlignment = 16;
-
-struct alignas(kValueAlignment) ValueChunk {
-    ValueChunk* next;
-};
-
-// The slots of the parts of the field list: that of the n-th occurrence (from 0) of the entry `at` is
-// at + shift + n * stride, if that lies below `end`. 32 bits each, which instructions take as they lie.
+// The slots of the parts of the field list, in bytes from the first slot on: that of the n-th occurrence (from 0) of an
+// entry is at SlotOffset(entry) + shift + n * stride, if that lies below `end`. In 64 bits no product wraps.
 struct PartSlots {
-    std::uint32_t shift[kPartCount];
-    std::uint32_t stride[kPartCount];
-    std::uint32_t end[kPartCount];
+    std::uint64_t shift[kPartCount];
+    std::uint64_t stride[kPartCount];
+    std::uint64_t end[kPartCount];
 };
 
 // The slots lie right behind this record, and behind them one that is none: it is not plain.
-struct alignas(kValueAlignment) MessageBlock {
+struct alignas(kCarveStep) MessageBlock {
+    Slab slab;
     ZELDataBuf buffer;
     ZelMsgStruct message;
     const PlanTable* table;  // of the plan, as the three below: what finding a slot reads
@@ -45,9 +41,7 @@ struct alignas(kValueAlignment) MessageBlock {
     _field_data* keptSlots;  // room for the slots as they start, or null
     std::uint16_t* passed;   // receiving: how many slots of each entry's id cannot take a value any more
     char* values;            // where the room for values begins
-    char* nextValue;         // [nextValue, valuesEnd) is free: whole steps of the alignment
-    char* valuesEnd;
-    ValueChunk* chunks;
+    std::size_t valueRoom;   // and its size
 };
 
 inline MessageBlock& BlockOf(const ZELDataBuf& buffer) noexcept {
@@ -73,14 +67,12 @@ inline _field_data* SlotsOf(const MessageBlock& block) noexcept {
 [[nodiscard]] MessageBlock* NewMessageBlock(MessageBlock* previous, const MessagePlan& plan, int slotCount,
                                             std::size_t valueRoom) noexcept;
 
+// Ends the message: releases each value that its slot owns. False: the program has taken values away, and the block
+// goes with the last of them; else it is still the caller's, for one of the three functions around this one.
+[[nodiscard]] bool EndMessage(MessageBlock& block) noexcept;
+
 // Makes the block as it was when it was created, its values forgotten and its slots left to the caller.
 void RestartMessageBlock(MessageBlock& block) noexcept;
-
-// The bytes of values that the block has room for when it starts.
-inline std::size_t ValueRoom(const MessageBlock& block) noexcept {
-    return (block.size & ~(kValueAlignment - 1)) -
-           static_cast<std::size_t>(block.values - reinterpret_cast<const char*>(&block));
-}
 
 void FreeMessageBlock(MessageBlock* block) noexcept;
 
@@ -94,28 +86,28 @@ inline constexpr bool kChecksContracts = true;
 // The messages alive, in all threads; 0 in builds that do not check contracts.
 int LiveMessages() noexcept;
 
-// Room for `size` bytes, rounded up, from what the block has left. False: there is less.
-[[nodiscard]] inline bool CarveFromRoom(MessageBlock& block, std::size_t size, char*& value) noexcept {
-    char* next = block.nextValue;
-    if (size > static_cast<std::size_t>(block.valuesEnd - next)) {
-        return false;
-    }
-    block.nextValue = next + size;
-    value = next;
-    return true;
-}
+// What the codec reads from a value at most, but for fields of type 4 of more bytes in the dictionary. Any buffer of a
+// slot's own has as many.
+inline constexpr std::size_t kShortestRead = SizeCarved(kCarveStep);
 
-// As many from a new chunk, or null, reported.
-[[nodiscard]] char* CarveFromNewChunk(MessageBlock& block, std::size_t size) noexcept;
-
-// The bytes of a buffer for a value of `length` bytes that is read to its end: one more, rounded up.
+// What a buffer for a value of `length` bytes that is read to its end takes of the slab: one byte more.
 constexpr std::size_t RoomOfValue(std::size_t length) noexcept {
-    return (length + kValueAlignment) & ~(kValueAlignment - 1);
+    return CarvedSize(length + 1);
 }
 
-// Makes the buffer of `size` bytes, the last of them zero, the slot's own.
-inline void OwnValue(_field_data& slot, char* value, std::size_t size) noexcept {
-    std::memset(value + size - kValueAlignment, 0, kValueAlignment);
+// What a value of up to 15 bytes takes that is copied as 16. No received one takes more beside its own bytes.
+inline constexpr std::size_t kShortValueRoom = CarvedSize(sizeof(Sixteen));
+
+// Before a slot gets another value: one of the message's blocks is then of no use to the slot or anybody, and another
+// buffer is left to the program.
+inline void ForgetValue(MessageBlock& block, const _field_data& slot) noexcept {
+    if (slot.ownsValue != 0 && IsCarvedFrom(block.slab, slot.value)) {
+        --block.slab.handedOut;
+    }
+}
+
+// Makes a block of the slab the slot's own.
+inline void OwnValue(_field_data& slot, char* value) noexcept {
     slot.value = value;
     slot.ownsValue = 1;
 }
@@ -125,28 +117,26 @@ inline void OwnValue(_field_data& slot, char* value, std::size_t size) noexcept 
 // so that no reader of the slot runs past the buffer.
 [[nodiscard]] inline char* NewSlotValue(MessageBlock& block, _field_data& slot, std::size_t length,
                                         std::size_t readSize) noexcept {
-    std::size_t size = RoomOfValue(length);
-    const bool isShort = readSize > kValueAlignment && size < readSize;
+    std::size_t room = RoomOfValue(length);
+    const bool isShort = readSize > kShortestRead && SizeCarved(room) < readSize;
     if (isShort) {
-        size = (readSize + kValueAlignment - 1) & ~(kValueAlignment - 1);
+        room = CarvedSize(readSize);
     }
-    char* value = nullptr;
-    if (!CarveFromRoom(block, size, value)) {
-        value = CarveFromNewChunk(block, size);
+    char* value = CarveFromRoom(block.slab, room);
+    if (value == nullptr) {
+        value = CarveFromNewChunk(block.slab, room);
         if (value == nullptr) {
+            SendReport(reports::kValueAllocation);
             return nullptr;
         }
     }
-    OwnValue(slot, value, size);
+    ForgetValue(block, slot);
+    OwnValue(slot, value);
     if (isShort) {
-        std::memset(value + length, 0, size - length);
+        std::memset(value + length, 0, SizeCarved(room) - length);
     }
     return value;
 }
-
-// What the codec reads from a value at most, but for fields of type 4 of more bytes in the dictionary. Any buffer of a
-// slot's own has as many.
-inline constexpr std::size_t kShortestRead = 8;
 
 // The most that the codec reads from a value of this field.
 inline std::size_t ReadSize(Shape shape, std::uint16_t length) noexcept {

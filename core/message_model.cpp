@@ -30,10 +30,9 @@ _field_data* StartSlots(const MessagePlan& plan, int at, std::ptrdiff_t count, u
 void StartAllSlots(const MessageBlock& block) noexcept {
     const MessagePlan& plan = *block.plan;
     const int groupSize = plan.groupEnd - plan.groupBegin;
-    const auto groupEnd = static_cast<std::ptrdiff_t>(block.parts.end[kInGroup]);
+    const std::ptrdiff_t groupEnd = EntryAt(block.parts.end[kInGroup]);
     _field_data* const end = block.buffer.fields + block.buffer.count;
-    _field_data* slot =
-        StartSlots(plan, 0, static_cast<std::ptrdiff_t>(block.parts.end[kBeforeGroup]), 0, block.buffer.fields);
+    _field_data* slot = StartSlots(plan, 0, EntryAt(block.parts.end[kBeforeGroup]), 0, block.buffer.fields);
     unsigned int repetition = 0;
     for (std::ptrdiff_t left = groupEnd - plan.groupBegin; left > 0; left -= groupSize) {
         slot = StartSlots(plan, plan.groupBegin, std::min<std::ptrdiff_t>(groupSize, left), repetition, slot);
@@ -130,7 +129,7 @@ bool IsFor(const MessageBlock& block, short msgType, short subType, short repeat
     const MessagePlan& plan = *block.plan;
     return IsCurrent(block.table) && plan.msgType == msgType && plan.subType == subType &&
            block.repeatCount == repeatCount && block.keptSlots != nullptr && !plan.reportsLookups &&
-           ValueRoom(block) >= ExpectedRoom(plan, repeatCount) + receivedRoom;
+           block.valueRoom >= ExpectedRoom(plan, repeatCount) + receivedRoom;
 }
 
 // A message like the one before starts with the slots that were kept when the second such message was created.
@@ -145,6 +144,12 @@ MessageBlock* RestartBlock(MessageBlock& block) noexcept {
     std::memcpy(block.keptSlots, SlotsOf(block), slotBytes);
     block.hasKeptSlots = true;
     return &block;
+}
+
+void EndAndFree(MessageBlock& block) noexcept {
+    if (EndMessage(block)) {
+        FreeMessageBlock(&block);
+    }
 }
 
 }  // namespace
@@ -163,7 +168,7 @@ ZelMsgStruct* ReplaceZelMsgStruct(ZelMsgStruct* previous, short msgType, short s
     MessageBlock* block = nullptr;
     if (previous != nullptr) {
         FreeVarUserData(*previous);
-        block = &BlockOf(*previous);
+        block = EndMessage(BlockOf(*previous)) ? &BlockOf(*previous) : nullptr;
     }
     block = block != nullptr && IsFor(*block, msgType, subType, repeatCount, receivedRoom)
                 ? RestartBlock(*block)
@@ -184,7 +189,7 @@ int FreeZELDataBuf(ZELDataBuf* buffer) noexcept {
         SendReport(reports::kFreeDataBufFailed);
         return -1;
     }
-    FreeMessageBlock(buffer->block);
+    EndAndFree(*buffer->block);
     return 0;
 }
 
@@ -202,7 +207,7 @@ int FreeZelMsgStruct(ZelMsgStruct* message) noexcept {
         return -1;
     }
     FreeVarUserData(*message);
-    FreeMessageBlock(&BlockOf(*message));
+    EndAndFree(BlockOf(*message));
     return 0;
 }
 

@@ -4,6 +4,7 @@
 #include <bit>
 
 #include "core/dictionary.h"
+#include "core/message_block.h"
 #include "runtime/allocator.h"
 
 namespace zel {
@@ -14,7 +15,7 @@ namespace {
 constexpr std::size_t kNoSpan = SIZE_MAX / 2;
 
 // What a text or byte string is expected to take: most are short.
-constexpr std::uint32_t kCountedRoom = 32;
+constexpr std::uint32_t kCountedRoom = 48;
 
 std::uint16_t OnTheWire(std::uint16_t value) noexcept {
     char bytes[2];
@@ -40,7 +41,7 @@ std::size_t SpanOf(Shape shape, std::int16_t length) noexcept {
 
 std::uint32_t RoomOf(Shape shape, std::uint16_t length) noexcept {
     if (shape == Shape::kChars) {
-        return length + 16U;
+        return static_cast<std::uint32_t>(RoomOfValue(length));
     }
     return shape == Shape::kCounted ? kCountedRoom : 0;
 }
@@ -173,7 +174,7 @@ void FillIds(MessagePlan& plan, PlanEntry* entries, _field_data* slots, PlanId* 
                 slots[at].version = static_cast<unsigned char>(record.version);
                 slots[at].key = SlotKey(id.id, entries[at].part == kInGroup ? 1 : -1);
             }
-            id.at = static_cast<std::uint16_t>(at);
+            id.at = SlotOffset(at);
             id.part = entries[at].part;
             continue;
         }
@@ -234,8 +235,9 @@ MessagePlan* NewMessagePlan(const PlanTable* table, short msgType, const ZELSubT
     ChooseHomes(*plan, entries, capacity, ids);
     FillIds(*plan, entries, slots, ids, severals, places);
     const PlanId& count = FindPlanId(*plan, plan->repeatFieldId);
-    const bool isPlainCount = plan->repeatFieldId != 0 && count.use == PlanId::kSingle && entries[count.at].isPlain;
-    plan->countAt = isPlainCount && entries[count.at].shape <= Shape::kLong ? count.at : -1;
+    const int countAt = plan->repeatFieldId != 0 && count.use == PlanId::kSingle ? EntryAt(count.at) : -1;
+    const bool isPlainCount = countAt >= 0 && entries[countAt].isPlain && entries[countAt].shape <= Shape::kLong;
+    plan->countAt = isPlainCount ? countAt : -1;
     plan->reportsLookups = zelGetDataDictionary() == nullptr || FindPlanId(*plan, 0).use != PlanId::kFree;
     return plan;
 }

@@ -30,7 +30,9 @@ bool ReceiveValue(MessageBlock& block, _field_data& slot, Reader in, short forma
     const Shape shape = ShapeOf(wire.type);
     const auto length = record != nullptr ? static_cast<std::uint16_t>(record->length) : std::uint16_t{0};
     if (!hasLength && IsFixed(shape)) {
+        ForgetValue(block, slot);
         slot.value = slot.inlineValue;
+        slot.ownsValue = 0;
     } else {
         char* value = NewSlotValue(block, slot, wire.length, ReadSize(shape, length));
         if (value == nullptr) {
@@ -53,50 +55,55 @@ struct Receiving {
     int groupMarkers;
 };
 
-// Where a run of fields stands. It stays in registers; so does the room for values, the block's own as long as it runs.
+// Where a run of fields stands. It stays in registers; so does the room for values, the slab's own as long as it runs.
 struct Run {
     MessageBlock& block;
     Reader in;
     const PlanEntry* entry;
     _field_data* slot;
     char* nextValue;
-    char* valuesEnd;
+    char* lastShort;  // where a short value may begin at the latest
 };
 
+// More than that lies in front of any room: the slab's own record, or a chunk's.
+char* LastShort(const MessageBlock& block) noexcept {
+    return block.slab.end - kShortValueRoom;
+}
+
 // NewSlotValue for the slot that the run is at.
-[[gnu::noinline]] char* NewValueByBlock(MessageBlock& block, _field_data& slot, std::size_t length,
-                                        std::size_t readSize, char* nextValue) noexcept {
-    block.nextValue = nextValue;
+[[gnu::noinline]] char* NewValueBySlab(MessageBlock& block, _field_data& slot, std::size_t length, std::size_t readSize,
+                                       char* nextValue) noexcept {
+    block.slab.next = nextValue;
     return NewSlotValue(block, slot, length, readSize);
 }
 
-// The same, mostly quicker.
+// The same, mostly quicker. The slot owns nothing yet.
 inline char* NewRunValue(Run& run, std::size_t length, std::size_t readSize) noexcept {
-    const std::size_t size = RoomOfValue(length);
-    char* value = run.nextValue;
-    if (readSize <= kValueAlignment && size <= static_cast<std::size_t>(run.valuesEnd - value)) {
-        run.nextValue = value + size;
-        OwnValue(*run.slot, value, size);
+    const std::size_t room = RoomOfValue(length);
+    char* at = run.nextValue;
+    if (readSize <= kShortestRead && room <= static_cast<std::size_t>(run.lastShort + kShortValueRoom - at)) {
+        run.nextValue = at + room;
+        char* value = CarveZeroEnded(run.block.slab, at, room);
+        OwnValue(*run.slot, value);
         return value;
     }
-    value = NewValueByBlock(run.block, *run.slot, length, readSize, value);
-    run.nextValue = run.block.nextValue;
-    run.valuesEnd = run.block.valuesEnd;
+    char* value = NewValueBySlab(run.block, *run.slot, length, readSize, at);
+    run.nextValue = run.block.slab.next;
+    run.lastShort = LastShort(run.block);
     return value;
 }
 
 // Stores the first `length` bytes of `bytes` in a buffer of the slot's own. False: reported.
 inline bool StoreSeparate(Run& run, const Reader& bytes, std::uint16_t length, std::size_t readSize) noexcept {
-    const bool isShort = length < kValueAlignment && readSize <= kValueAlignment && Remaining(bytes) >= kValueAlignment;
-    char* value = run.nextValue;
-    if (isShort && value != run.valuesEnd) {
-        // Room is left in whole steps of the alignment.
-        run.nextValue = value + kValueAlignment;
+    const bool isShort = length < sizeof(Sixteen) && readSize <= sizeof(Sixteen) && Remaining(bytes) >= sizeof(Sixteen);
+    char* at = run.nextValue;
+    if (isShort && at <= run.lastShort) [[likely]] {
+        run.nextValue = at + kShortValueRoom;
+        char* value = Carve(run.block.slab, at);
         CopyShortValue(value, bytes.next, length);
-        run.slot->value = value;
-        run.slot->ownsValue = 1;
+        OwnValue(*run.slot, value);
     } else {
-        value = NewRunValue(run, length, readSize);
+        char* value = NewRunValue(run, length, readSize);
         if (value == nullptr) {
             return false;
         }
@@ -221,7 +228,7 @@ template <short format, Known known>
 bool ReceiveExpected(Receiving& receiving, int whole) noexcept {
     MessageBlock& block = receiving.block;
     SlotCursor& cursor = receiving.cursor;
-    Run run{block, receiving.in, cursor.entry, cursor.slot, block.nextValue, block.valuesEnd};
+    Run run{block, receiving.in, cursor.entry, cursor.slot, block.slab.next, LastShort(block)};
     Receipt receipt = Receipt::kReceived;
     while (receiving.fieldsLeft != 0 && cursor.left != 0) {
         const int most = std::min(cursor.left, receiving.fieldsLeft);
@@ -249,7 +256,7 @@ bool ReceiveExpected(Receiving& receiving, int whole) noexcept {
         EnterNextRun(block, cursor);
         run.entry = cursor.entry;
     }
-    block.nextValue = run.nextValue;
+    block.slab.next = run.nextValue;
     receiving.in = run.in;
     return receipt != Receipt::kFailed;
 }

@@ -80,10 +80,11 @@ int StepByPlan(const MessagePlan& plan, int numFields, Reader& in, int& inOrder)
     inOrder = numFields - left;
     while (left != 0 && Remaining(in) >= 2 && LoadHost<std::uint16_t>(in.next) != plan.entries[plan.countAt].wireId) {
         const PlanId& id = FindPlanId(plan, LoadU16Be(in.next));
-        if (id.use != PlanId::kSingle || plan.entries + id.at == expected) {
+        const PlanEntry* entry = plan.entries + EntryAt(id.at);
+        if (id.use != PlanId::kSingle || entry == expected) {
             break;
         }
-        expected = StepOverRun<format>(plan, plan.entries + id.at, in, left);
+        expected = StepOverRun<format>(plan, entry, in, left);
     }
     return numFields - left;
 }
@@ -188,13 +189,6 @@ int OpenZELMessage(const char* in, long length, ReceivedMessage& received, short
         return -1;
     }
     return 0;
-}
-
-std::size_t ValueRoom(const ReceivedMessage& received) noexcept {
-    // A field takes 2 bytes at least; longer payloads than peers send make do with what they find.
-    const std::size_t bytes = std::min<std::size_t>(Remaining(received.payload), kZELMaxPayload);
-    const auto fields = static_cast<std::size_t>(std::max<short>(received.header.numFields, 0));
-    return bytes + std::min(fields, bytes / 2) * kValueAlignment;
 }
 
 int ValidateZELMsg(const char* in, long length, short* format, short* serviceIdHigh, short* serviceIdLow,

@@ -2,8 +2,10 @@
 #ifndef ZEL_CORE_MESSAGE_VALIDATE_H
 #define ZEL_CORE_MESSAGE_VALIDATE_H
 
+#include <algorithm>
 #include <cstddef>
 
+#include "core/message_block.h"
 #include "core/payload.h"
 
 namespace zel {
@@ -20,7 +22,12 @@ struct ReceivedMessage {
 int OpenZELMessage(const char* in, long length, ReceivedMessage& received, short* repeatCount) noexcept;
 
 // Room for the values that the payload can hold.
-std::size_t ValueRoom(const ReceivedMessage& received) noexcept;
+inline std::size_t ValueRoom(const ReceivedMessage& received) noexcept {
+    // A field takes 2 bytes at least; longer payloads than peers send make do with what they find.
+    const std::size_t bytes = std::min<std::size_t>(Remaining(received.payload), kZELMaxPayload);
+    const auto fields = static_cast<std::size_t>(std::max<short>(received.header.numFields, 0));
+    return bytes + std::min(fields, bytes / 2) * kShortValueRoom;
+}
 
 // The same for the outputs alone: 0 with all outputs set, or -1, reported, with none
 // but *repeatCount touched. *repeatCount: -1 when the message type has no repeating group, 0 when the message lacks

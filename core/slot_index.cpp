@@ -8,15 +8,15 @@ namespace zel {
 namespace {
 
 // More than a message has slots: only the first occurrence of an entry outside the group is one.
-constexpr std::uint32_t kNoRepetition = 32768;
+constexpr std::uint64_t kNoRepetition = SlotOffset(kZELMaxSlots + 1);
 
-SlotPlace PlaceAt(const MessageBlock& block, Part part, std::uint32_t at, std::uint32_t repetition) noexcept {
+SlotPlace PlaceAt(const MessageBlock& block, Part part, int at, std::uint32_t repetition) noexcept {
     const PartSlots& parts = block.parts;
-    const std::uint32_t slot = at + parts.shift[part] + repetition * parts.stride[part];
-    if (slot >= parts.end[part]) {
+    const std::uint64_t offset = SlotOffset(at) + parts.shift[part] + repetition * parts.stride[part];
+    if (offset >= parts.end[part]) {
         return {nullptr, 0, 0};
     }
-    return {&block.buffer.fields[slot], static_cast<int>(at), static_cast<int>(repetition)};
+    return {SlotAt(block, offset), at, static_cast<int>(repetition)};
 }
 
 // The n-th slot of an id of several entries: those in front of the group, then each repetition's, then those behind.
@@ -34,10 +34,10 @@ SlotPlace SeveralPlace(const MessageBlock& block, const PlanSeveral& all, std::u
         if (place.slot != nullptr) {
             return place;
         }
-        const std::uint32_t groupEnd = block.parts.end[kInGroup];
-        const auto begin = static_cast<std::uint32_t>(block.plan->groupBegin);
-        const std::uint32_t repetitions = groupEnd > begin ? (groupEnd - begin) / block.parts.stride[kInGroup] : 0;
-        n -= repetitions * inGroup;
+        const std::uint64_t groupEnd = block.parts.end[kInGroup];
+        const std::uint64_t begin = SlotOffset(block.plan->groupBegin);
+        const std::uint64_t repetitions = groupEnd > begin ? (groupEnd - begin) / block.parts.stride[kInGroup] : 0;
+        n -= static_cast<std::uint32_t>(repetitions) * inGroup;
     }
     return n < all.counts[kBehindGroup] ? PlaceAt(block, kBehindGroup, places[inGroup + n], 0)
                                         : SlotPlace{nullptr, 0, 0};
@@ -45,7 +45,7 @@ SlotPlace SeveralPlace(const MessageBlock& block, const PlanSeveral& all, std::u
 
 SlotPlace NthPlace(const MessageBlock& block, const PlanId& id, std::uint32_t n) noexcept {
     if (id.use == PlanId::kSingle) {
-        return PlaceAt(block, static_cast<Part>(id.part), id.at, n);
+        return PlaceAt(block, static_cast<Part>(id.part), EntryAt(id.at), n);
     }
     return id.use == PlanId::kSeveral ? SeveralPlace(block, block.plan->severals[id.at], n) : SlotPlace{nullptr, 0, 0};
 }
@@ -63,15 +63,15 @@ void PlaceParts(MessageBlock& block, short repeatCount) noexcept {
     const MessagePlan& plan = *block.plan;
     const int count = block.buffer.count;
     const int groupSize = plan.groupEnd - plan.groupBegin;
-    const auto number = [](int value) { return static_cast<std::uint32_t>(value); };
+    const auto bytes = [](int slots) { return static_cast<std::uint64_t>(slots * std::int64_t{sizeof(_field_data)}); };
     block.repeatCount = repeatCount;
     block.repetitions = std::max<int>(repeatCount, 0);
     // Without a repetition the group takes all slots that are left.
     const int groupEnd = block.repetitions == 0 ? count : plan.groupBegin + block.repetitions * groupSize;
-    block.parts = {{0, 0, number((block.repetitions - 1) * groupSize), 0},
-                   {kNoRepetition, number(groupSize), kNoRepetition, 0},
-                   {number(std::min(plan.groupBegin, count)), number(groupSize == 0 ? 0 : groupEnd),
-                    number(block.repetitions == 0 ? 0 : count), 0}};
+    block.parts = {{0, 0, bytes((block.repetitions - 1) * groupSize), 0},
+                   {kNoRepetition, bytes(groupSize), kNoRepetition, 0},
+                   {bytes(std::min(plan.groupBegin, count)), bytes(groupSize == 0 ? 0 : groupEnd),
+                    bytes(block.repetitions == 0 ? 0 : count), 0}};
 }
 
 _field_data* SearchNthSlot(const MessageBlock& block, unsigned short fieldId, std::uint32_t n) noexcept {
@@ -80,13 +80,13 @@ _field_data* SearchNthSlot(const MessageBlock& block, unsigned short fieldId, st
 
 const PlanEntry& EntryOfSlot(const MessageBlock& block, const _field_data& slot) noexcept {
     const MessagePlan& plan = *block.plan;
-    auto at = static_cast<std::uint32_t>(&slot - block.buffer.fields);
-    const std::uint32_t groupEnd = block.parts.end[kInGroup];
+    const int groupSize = plan.groupEnd - plan.groupBegin;
+    const int groupEnd = EntryAt(block.parts.end[kInGroup]);
+    auto at = static_cast<int>(&slot - SlotsOf(block));
     if (groupEnd != 0 && at >= groupEnd) {
-        at -= block.parts.shift[kBehindGroup];
-    } else if (groupEnd != 0 && at >= static_cast<std::uint32_t>(plan.groupEnd)) {
-        at = static_cast<std::uint32_t>(plan.groupBegin) +
-             (at - static_cast<std::uint32_t>(plan.groupBegin)) % block.parts.stride[kInGroup];
+        at -= (block.repetitions - 1) * groupSize;
+    } else if (groupEnd != 0 && at >= plan.groupEnd) {
+        at = plan.groupBegin + (at - plan.groupBegin) % groupSize;
     }
     return plan.entries[at];
 }
@@ -103,13 +103,14 @@ SlotPlace FreePlaceByMarkers(const MessageBlock& block, const PlanId& id, int gr
     const MessagePlan& plan = *block.plan;
     int repetition = 0;
     if (id.part == kInGroup) {
-        const int behindFirst = groupMarkers - plan.entries[id.at].markers;
+        const int behindFirst = groupMarkers - plan.entries[EntryAt(id.at)].markers;
         repetition = plan.groupMarkers == 1 ? behindFirst : behindFirst / plan.groupMarkers;
         if (repetition < 0) {
             return {nullptr, 0, 0};
         }
     }
-    const SlotPlace place = PlaceAt(block, static_cast<Part>(id.part), id.at, static_cast<std::uint32_t>(repetition));
+    const SlotPlace place =
+        PlaceAt(block, static_cast<Part>(id.part), EntryAt(id.at), static_cast<std::uint32_t>(repetition));
     const bool isFree = place.slot != nullptr && place.slot->isSet == 0 && MarkersOf(block, place) == groupMarkers;
     return isFree ? place : SlotPlace{nullptr, 0, 0};
 }
@@ -124,7 +125,8 @@ SlotPlace FindFreePlace(MessageBlock& block, unsigned short fieldId, int groupMa
     if (id.use == PlanId::kSingle && (id.part != kInGroup || block.plan->groupMarkers != 0)) {
         return FreePlaceByMarkers(block, id, groupMarkers);
     }
-    const int first = id.use == PlanId::kSingle ? id.at : block.plan->places[block.plan->severals[id.at].first];
+    const int first =
+        id.use == PlanId::kSingle ? EntryAt(id.at) : block.plan->places[block.plan->severals[id.at].first];
     for (std::uint16_t& passed = block.passed[first];; ++passed) {
         const SlotPlace place = NthPlace(block, id, passed);
         if (place.slot == nullptr) {

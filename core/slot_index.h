@@ -19,11 +19,21 @@ inline const PlanId& HomeId(const MessageBlock& block, unsigned short fieldId) n
     return block.ids[HomeOf(block.idMultiplier, block.idMask, fieldId)];
 }
 
-// The n-th slot of an id with a single entry, or null; null too for other ids.
-inline _field_data* SingleSlot(const MessageBlock& block, const PlanId& id, std::uint32_t n) noexcept {
+inline _field_data* SlotAt(const MessageBlock& block, std::uint64_t offset) noexcept {
+    return reinterpret_cast<_field_data*>(reinterpret_cast<char*>(SlotsOf(block)) + offset);
+}
+
+// Whether an id with a single entry has an n-th slot, and where; false too for other ids.
+inline bool FindSingle(const MessageBlock& block, const PlanId& id, std::uint32_t n, std::uint64_t& offset) noexcept {
     const PartSlots& parts = block.parts;
-    const std::uint32_t slot = id.at + parts.shift[id.part] + n * parts.stride[id.part];
-    return slot < parts.end[id.part] ? &SlotsOf(block)[slot] : nullptr;
+    offset = id.at + parts.shift[id.part] + n * parts.stride[id.part];
+    return offset < parts.end[id.part];
+}
+
+// That slot, or null.
+inline _field_data* SingleSlot(const MessageBlock& block, const PlanId& id, std::uint32_t n) noexcept {
+    std::uint64_t offset = 0;
+    return FindSingle(block, id, n, offset) ? SlotAt(block, offset) : nullptr;
 }
 
 // What SearchNthSlot answers, for an id that is found where it is looked for first; null too for other ids.

@@ -70,6 +70,13 @@ struct _datetime {
 
 // One field slot of a message. Every field of the message type has its slots from creation on; setting a field gives a
 // slot its value and marks it.
+//
+// A buffer that a slot owns is released with its message: when that is destroyed, or another is created or unpacked in
+// its object. A program takes such a buffer away by setting ownsValue to 0; it is then the program's, to be released
+// with ZELFree at any time and in any thread, and keeps its message's memory until then. A program gives a buffer by
+// pointing value at it and setting ownsValue to 1: one that it took away, or a text of ConvertDecimalToFraction.
+// Setting a field that owns a buffer releases nothing: the message's own stays until the message goes, and one that was
+// given is the program's again.
 struct _field_data {
     unsigned short id;
     unsigned short presence;  // 2: mandatory; anything else: optional
@@ -77,7 +84,7 @@ struct _field_data {
     void* value;              // inlineValue, a separate buffer, or null
     unsigned short length;    // of the value, in bytes
     alignas(8) unsigned char inlineValue[8];
-    unsigned short ownsValue;  // 1: value is a buffer of the library's that the slot owns
+    unsigned short ownsValue;  // 1: value is a buffer of the library's that goes with the message; else 0
 
     // The library's own.
     unsigned char kind;
@@ -387,7 +394,8 @@ ZEL_API char* ConvertDecimalToFraction(const char* text) noexcept;
 
 // ---- Memory ---------------------------------------------------------------------------------------------------------
 
-// Releases a block that an operation of this library returned to the caller to own. Null is allowed.
+// Releases a block that an operation of this library returned to the caller to own, or the value that a program took
+// away from its slot (see _field_data). Null is allowed. In any thread.
 ZEL_API void ZELFree(void* block) noexcept;
 
 }  // extern "C"

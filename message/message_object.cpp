@@ -20,31 +20,36 @@ std::uint32_t NumberOf(short occurrence) noexcept {
     return occurrence == kFirstOccurrence ? 0 : static_cast<std::uint16_t>(occurrence - 1);
 }
 
-// The slot of that occurrence if no search is needed; else null.
-inline _field_data* FindAtOnce(const ZelMsgStruct* message, short fieldId, short occurrence) noexcept {
-    if (message == nullptr || message->dataBuf == nullptr) {
+// Whether the slot of that occurrence is found without a search, and where.
+inline bool FindAtOnce(const zel::MessageBlock& block, short fieldId, short occurrence,
+                       std::uint64_t& offset) noexcept {
+    const auto id = static_cast<unsigned short>(fieldId);
+    const zel::PlanId& home = zel::HomeId(block, id);
+    if (home.id != id) {
+        return false;
+    }
+    // The first occurrence its own way: without a multiplication.
+    return occurrence == kFirstOccurrence ? zel::FindSingle(block, home, 0, offset)
+                                          : zel::FindSingle(block, home, NumberOf(occurrence), offset);
+}
+
+// The slot of that occurrence, or null. Out of line, so that a getter that need not search saves no registers.
+[[gnu::noinline]] _field_data* FindOccurrence(const ZelMsgStruct* message, short fieldId, short occurrence) noexcept {
+    if (message == nullptr) {
         return nullptr;
     }
-    const zel::MessageBlock& block = zel::BlockOf(*message);
-    const auto id = static_cast<unsigned short>(fieldId);
-    // The first occurrence its own way: without a multiplication.
-    return occurrence == kFirstOccurrence ? zel::FindAtOnce(block, id, 0)
-                                          : zel::FindAtOnce(block, id, NumberOf(occurrence));
+    return zel::FindNthSlot(zel::BlockOf(*message), static_cast<unsigned short>(fieldId), NumberOf(occurrence));
 }
 
-_field_data* FindOccurrence(const ZelMsgStruct* message, short fieldId, short occurrence) noexcept {
-    _field_data* slot = FindAtOnce(message, fieldId, occurrence);
-    if (slot != nullptr || message == nullptr || message->dataBuf == nullptr) {
-        return slot;
+// What `read` makes of that slot, or `none`.
+template <typename Read, typename Result>
+inline Result ReadOccurrence(ZelMsgStruct* message, short fieldId, short occurrence, Read read, Result none) noexcept {
+    std::uint64_t offset = 0;
+    if (message != nullptr && FindAtOnce(zel::BlockOf(*message), fieldId, occurrence, offset)) {
+        return read(*zel::SlotAt(zel::BlockOf(*message), offset));
     }
-    return zel::SearchNthSlot(zel::BlockOf(*message), static_cast<unsigned short>(fieldId), NumberOf(occurrence));
-}
-
-// The value in the slot of that occurrence, or null. Out of line, so that a getter that need not search saves no
-// registers.
-[[gnu::noinline]] void* SearchValue(const ZelMsgStruct* message, short fieldId, short occurrence) noexcept {
-    const _field_data* slot = FindOccurrence(message, fieldId, occurrence);
-    return slot != nullptr ? slot->value : nullptr;
+    _field_data* slot = FindOccurrence(message, fieldId, occurrence);
+    return slot != nullptr ? read(*slot) : none;
 }
 
 // Marks the slot as set. Counts every call, also for a slot that was set before.
@@ -140,54 +145,56 @@ bool SetOther(ZelMsgStruct& message, _field_data& slot, FieldKind kind, const vo
 // What SetText does for a plain field. Few registers are saved: nothing is called here once the length is known.
 [[gnu::noinline]] void SetPlainText(ZelMsgStruct& message, _field_data& slot, const char* text) noexcept {
     const std::size_t length = LengthOf(text);
-    const std::size_t size = zel::RoomOfValue(length);
-    char* value = nullptr;
-    if (!zel::CarveFromRoom(zel::BlockOf(message), size, value)) {
+    char* value =
+        slot.ownsValue == 0 ? zel::CarveFromRoom(zel::BlockOf(message).slab, zel::RoomOfValue(length)) : nullptr;
+    if (value == nullptr) {
         SetTextOfLength(message, slot, text, length);
         return;
     }
-    zel::OwnValue(slot, value, size);
+    zel::OwnValue(slot, value);
     slot.length = static_cast<unsigned short>(length);
     CountAsSet(message, slot);
     zel::CopyValue(value, text, length);
 }
 
-// A value in the slot's own bytes, as SetOther copies it. False: nothing has changed.
+// What SetOther does for a value in the slot's own bytes. False: it lies elsewhere, and nothing has changed.
 inline bool SetInline(ZelMsgStruct& message, _field_data& slot, const void* value) noexcept {
-    if (slot.value != slot.inlineValue) {
+    if (slot.value != slot.inlineValue) [[unlikely]] {
         return false;
     }
-    if (slot.length == 2) {
+    // Counted first, so that nothing is left to do behind the copy.
+    CountAsSet(message, slot);
+    if (slot.length == 2) [[likely]] {
         std::memcpy(slot.inlineValue, value, 2);
     } else if (slot.length == 4) {
         std::memcpy(slot.inlineValue, value, 4);
-    } else if (slot.length == 6) {
-        std::memcpy(slot.inlineValue, value, 6);
     } else if (slot.length == 8) {
         std::memcpy(slot.inlineValue, value, 8);
+    } else if (slot.length == 6) {
+        std::memcpy(slot.inlineValue, value, 6);
     } else {
-        return false;
+        zel::CopyValue(slot.inlineValue, value, std::min<std::size_t>(slot.length, sizeof slot.inlineValue));
     }
-    CountAsSet(message, slot);
     return true;
 }
 
 // The slot that a setter names, in a message whose plan is current, if it is found at once; else null, or one that is
 // not plain and may be another: those share a key, the one behind the last among them.
 inline _field_data* FindSlotToSet(ZelMsgStruct* message, short fieldId, short occurrence) noexcept {
-    if (message == nullptr || message->dataBuf == nullptr) {
+    if (message == nullptr) {
         return nullptr;
     }
     const zel::MessageBlock& block = zel::BlockOf(*message);
-    if (!zel::IsCurrent(block.table)) {
+    if (!zel::IsCurrent(block.table)) [[unlikely]] {
         return nullptr;
     }
     const auto id = static_cast<unsigned short>(fieldId);
-    if (block.expected->key == zel::SlotKey(id, occurrence)) {
-        return block.expected;
+    _field_data* slot = block.expected;
+    if (!zel::HasKey(*slot, id, occurrence)) [[unlikely]] {
+        const zel::PlanId& home = zel::HomeId(block, id);
+        slot = home.id == id ? zel::SingleSlot(block, home, NumberOf(occurrence)) : nullptr;
     }
-    const zel::PlanId& home = zel::HomeId(block, id);
-    return home.id == id ? zel::SingleSlot(block, home, NumberOf(occurrence)) : nullptr;
+    return slot;
 }
 
 // Behind a plain slot that is set.
@@ -202,7 +209,7 @@ inline bool SetByPlan(ZelMsgStruct* message, short fieldId, const void* value, s
         return false;
     }
     const zel::SlotKind kind = zel::KindOf(*slot);
-    if (zel::IsFixed(kind)) {
+    if (zel::IsFixed(kind)) [[likely]] {
         ExpectNext(*message, *slot);
         return SetInline(*message, *slot, value);
     }
@@ -275,26 +282,26 @@ void CZELMessage::setFieldValueBinary(short fieldId, const void* data, short len
 }
 
 void* CZELMessage::getFieldValue(short fieldId, short occurrence) noexcept {
-    const _field_data* slot = FindAtOnce(message, fieldId, occurrence);
-    return slot != nullptr ? slot->value : SearchValue(message, fieldId, occurrence);
+    const auto value = [](const _field_data& slot) { return slot.value; };
+    return ReadOccurrence(message, fieldId, occurrence, value, static_cast<void*>(nullptr));
 }
 
 int CZELMessage::getFieldValue(void** value, short fieldId, short occurrence) noexcept {
-    const _field_data* slot = FindOccurrence(message, fieldId, occurrence);
-    if (slot == nullptr) {
-        return 0;
-    }
-    *value = slot->value;
-    return 1;
+    const auto store = [value](const _field_data& slot) {
+        *value = slot.value;
+        return 1;
+    };
+    return ReadOccurrence(message, fieldId, occurrence, store, 0);
 }
 
 _field_data* CZELMessage::getField(short fieldId, short occurrence) noexcept {
-    return FindOccurrence(message, fieldId, occurrence);
+    const auto itself = [](_field_data& slot) { return &slot; };
+    return ReadOccurrence(message, fieldId, occurrence, itself, static_cast<_field_data*>(nullptr));
 }
 
 short CZELMessage::getFieldLen(short fieldId, short occurrence) noexcept {
-    const _field_data* slot = FindOccurrence(message, fieldId, occurrence);
-    return slot != nullptr ? static_cast<short>(slot->length) : short{0};
+    const auto length = [](const _field_data& slot) { return static_cast<short>(slot.length); };
+    return ReadOccurrence(message, fieldId, occurrence, length, short{0});
 }
 
 short CZELMessage::getFieldType(short fieldId) noexcept {

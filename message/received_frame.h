@@ -2,6 +2,8 @@
 #ifndef ZEL_MESSAGE_RECEIVED_FRAME_H
 #define ZEL_MESSAGE_RECEIVED_FRAME_H
 
+#include "core/frame.h"
+
 namespace zel {
 
 struct ReceivedFrame {
@@ -10,7 +12,13 @@ struct ReceivedFrame {
 };
 
 // Without SOH, reported, the frame counts as one of format 0 with nothing behind it.
-ReceivedFrame OpenFrame(const char* buffer) noexcept;
+inline ReceivedFrame OpenFrame(const char* buffer) noexcept {
+    long length = 0;
+    short format = 0;
+    // A frame that is none has been reported; what follows then fails for want of a message.
+    (void)ReadFrame(buffer, &length, &format);
+    return {buffer != nullptr ? buffer + MessageOffset(format) : nullptr, length};
+}
 
 }  // namespace zel
 

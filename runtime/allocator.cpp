@@ -5,6 +5,7 @@
 
 #include "include/zelmessage.h"
 #include "runtime/heap.h"
+#include "runtime/slab.h"
 
 namespace zel {
 
@@ -43,7 +44,9 @@ void* AllocateZeroed(std::size_t size) noexcept {
 }
 
 void Release(void* block) noexcept {
-    HeapRelease(block);
+    if (!ReleaseCarved(block)) {
+        HeapRelease(block);
+    }
 }
 
 }  // namespace zel

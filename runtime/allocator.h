@@ -1,4 +1,5 @@
-// The allocator pair: every block of the library comes and goes through these two.
+// The allocator pair: every block of the library comes and goes through these two. Those that are carved from a slab
+// (runtime/slab.h) go the same way.
 #ifndef ZEL_RUNTIME_ALLOCATOR_H
 #define ZEL_RUNTIME_ALLOCATOR_H
 

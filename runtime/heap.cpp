@@ -1,15 +1,13 @@
 #include "runtime/heap.h"
 
-#include <cstdlib>
-
 namespace zel {
 
 void* HeapAllocate(std::size_t size) noexcept {
-    return std::malloc(size);
+    return AskSystem(size);
 }
 
 void HeapRelease(void* block) noexcept {
-    std::free(block);
+    ReturnToSystem(block);
 }
 
 }  // namespace zel

@@ -389,5 +389,36 @@ TEST_F(Exchange, RunsInSeveralThreadsAtOnce) {
     EXPECT_EQ(reports_.Take(), Lines{});
 }
 
+TEST_F(Exchange, ReleasesValuesTakenAwayInAnyThread) {
+    constexpr short kValues = 8;
+    CZELMessage object(0, 0);
+    Create(object, kPlainGroup, kValues).destroyStruct();
+    const int live = LiveBlocks();
+    for (int round = 0; round < 100; ++round) {
+        Create(object, kPlainGroup, kValues);
+        std::vector<void*> taken[2];
+        for (short occurrence = 1; occurrence <= kValues; ++occurrence) {
+            object.setFieldValue(kLegSymbol, "taken away", occurrence);
+            _field_data* slot = object.getField(kLegSymbol, occurrence);
+            slot->ownsValue = 0;
+            taken[occurrence % 2].push_back(slot->value);
+        }
+        std::latch ready(3);
+        std::vector<std::thread> threads;
+        for (const std::vector<void*>& values : taken) {
+            threads.emplace_back([&ready, &values] {
+                ready.arrive_and_wait();
+                std::for_each(values.begin(), values.end(), ZELFree);
+            });
+        }
+        ready.arrive_and_wait();
+        object.destroyStruct();
+        for (std::thread& thread : threads) {
+            thread.join();
+        }
+        ASSERT_EQ(LiveBlocks(), live);
+    }
+}
+
 }  // namespace
 }  // namespace zel::test

@@ -3,7 +3,6 @@
 #include <atomic>
 #include <cerrno>
 #include <climits>
-#include <cstdlib>
 
 #include "runtime/heap.h"
 
@@ -24,14 +23,14 @@ void* HeapAllocate(std::size_t size) noexcept {
         return nullptr;
     }
     ++liveBlocks;
-    return std::malloc(size);
+    return AskSystem(size);
 }
 
 void HeapRelease(void* block) noexcept {
     if (block != nullptr) {
         --liveBlocks;
     }
-    std::free(block);
+    ReturnToSystem(block);
 }
 
 }  // namespace zel
