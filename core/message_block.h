@@ -43,6 +43,7 @@ struct alignas(kCarveStep) MessageBlock {
     char* values;            // where the room for values begins
     std::size_t valueRoom;   // and its size
 };
+static_assert(offsetof(MessageBlock, slab) == 0, "the heap block of a slab begins with it");
 
 inline MessageBlock& BlockOf(const ZELDataBuf& buffer) noexcept {
     return *buffer.block;
