@@ -74,7 +74,7 @@ void PlaceParts(MessageBlock& block, short repeatCount) noexcept {
                     bytes(block.repetitions == 0 ? 0 : count), 0}};
 }
 
-_field_data* SearchNthSlot(const MessageBlock& block, unsigned short fieldId, std::uint32_t n) noexcept {
+_field_data* FindNthSlot(const MessageBlock& block, unsigned short fieldId, std::uint32_t n) noexcept {
     return NthPlace(block, FindPlanId(*block.plan, fieldId), n).slot;
 }
 

@@ -11,8 +11,8 @@ namespace zel {
 // Works out which slots each part of the field list has.
 void PlaceParts(MessageBlock& block, short repeatCount) noexcept;
 
-// The n-th slot (from 0) with this id, or null. For FindNthSlot.
-_field_data* SearchNthSlot(const MessageBlock& block, unsigned short fieldId, std::uint32_t n) noexcept;
+// The n-th slot (from 0) with this id, or null.
+_field_data* FindNthSlot(const MessageBlock& block, unsigned short fieldId, std::uint32_t n) noexcept;
 
 // Where an id is looked for first.
 inline const PlanId& HomeId(const MessageBlock& block, unsigned short fieldId) noexcept {
@@ -34,18 +34,6 @@ inline bool FindSingle(const MessageBlock& block, const PlanId& id, std::uint32_
 inline _field_data* SingleSlot(const MessageBlock& block, const PlanId& id, std::uint32_t n) noexcept {
     std::uint64_t offset = 0;
     return FindSingle(block, id, n, offset) ? SlotAt(block, offset) : nullptr;
-}
-
-// What SearchNthSlot answers, for an id that is found where it is looked for first; null too for other ids.
-inline _field_data* FindAtOnce(const MessageBlock& block, unsigned short fieldId, std::uint32_t n) noexcept {
-    const PlanId& id = HomeId(block, fieldId);
-    return id.id == fieldId ? SingleSlot(block, id, n) : nullptr;
-}
-
-// The same as SearchNthSlot, mostly quicker.
-inline _field_data* FindNthSlot(const MessageBlock& block, unsigned short fieldId, std::uint32_t n) noexcept {
-    _field_data* slot = FindAtOnce(block, fieldId, n);
-    return slot != nullptr ? slot : SearchNthSlot(block, fieldId, n);
 }
 
 // The instance-th slot with this id (from 1), or null.
