@@ -11,7 +11,8 @@ namespace zel {
 // with the slots filled that were read before. A field without a free slot is reported (1425) and passed over.
 int UnpackZELMessage(const char* in, long length, ZelMsgStruct* message) noexcept;
 
-// The same for a message that has its header, from the payload behind it, of which validation saw `inOrder` fields.
+// The same for a message that has its header, from the payload after it, of which so many fields were seen to be the
+// first of the list.
 int ReceiveZELPayload(ZelMsgStruct& message, const Reader& payload, int inOrder) noexcept;
 
 }  // namespace zel

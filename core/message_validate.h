@@ -5,8 +5,8 @@
 #include <algorithm>
 #include <cstddef>
 
-#include "core/message_block.h"
-#include "core/payload.h"
+#include "core/slots/message_block.h"
+#include "core/wire/payload.h"
 
 namespace zel {
 
@@ -14,7 +14,8 @@ namespace zel {
 struct ReceivedMessage {
     ZelMsgStruct header{};
     Reader payload{};
-    int inOrder = 0;         // so many fields were seen to be the first of the message type's list, plain and complete
+    const MessagePlan* plan = nullptr;  // of its type; null without memory
+    int inOrder = 0;                    // so many fields were seen to be the first of the list
     PayloadBuffers buffers;  // not initialised
 };
 
@@ -26,12 +27,12 @@ inline std::size_t ValueRoom(const ReceivedMessage& received) noexcept {
     // A field takes 2 bytes at least; longer payloads than peers send make do with what they find.
     const std::size_t bytes = std::min<std::size_t>(Remaining(received.payload), kZELMaxPayload);
     const auto fields = static_cast<std::size_t>(std::max<short>(received.header.numFields, 0));
-    return bytes + std::min(fields, bytes / 2) * kShortValueRoom;
+    return bytes + std::min(fields, bytes / 2) * kValueOverhead;
 }
 
-// The same for the outputs alone: 0 with all outputs set, or -1, reported, with none
-// but *repeatCount touched. *repeatCount: -1 when the message type has no repeating group, 0 when the message lacks
-// the field that counts it. `in` is the message behind its frame; null outputs are not allowed.
+// OpenZELMessage for the outputs alone: 0 with all of them set, or -1, reported, with none but *repeatCount touched.
+// *repeatCount: -1 when the message type has no repeating group, 0 when the message lacks the field that counts it.
+// `in` is the message after its frame; null outputs are not allowed.
 int ValidateZELMsg(const char* in, long length, short* format, short* serviceIdHigh, short* serviceIdLow,
                    short* msgType, short* subType, short* repeatCount) noexcept;
 

@@ -6,8 +6,8 @@
 #include <cstring>
 #include <string>
 
-#include "core/compression.h"
-#include "core/header.h"
+#include "core/wire/compression.h"
+#include "core/wire/header.h"
 #include "crush32/crush32.h"
 #include "fuzz/check.h"
 #include "fuzz/damage.h"

@@ -3,7 +3,8 @@
 #include <cstdio>
 #include <cstring>
 
-#include "core/dictionary.h"
+#include "core/tables/plan_table.h"
+#include "core/tables/tables_in_use.h"
 
 namespace zel::fuzz {
 
@@ -78,13 +79,12 @@ GeneratedTables::GeneratedTables(Input& input) : records_(kHighestId + 1), type_
     std::memset(static_cast<void*>(header), 0, sizeof *header);
     header->count = kHighestId;
     type_ = {kType, nodes_, nullptr};
-    SetDataDictionary(header);
-    SetMessageTable(&type_);
+    UseTables(header, &type_);
 }
 
 GeneratedTables::~GeneratedTables() {
-    SetDataDictionary(nullptr);
-    SetMessageTable(nullptr);
+    StopUsingTables();
+    ReleasePlans();
 }
 
 std::uint16_t GeneratedTables::FieldId(Input& input, int subType) const {

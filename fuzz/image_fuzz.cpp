@@ -5,8 +5,8 @@
 #include <memory>
 #include <set>
 
-#include "core/dictionary.h"
-#include "core/plan_table.h"
+#include "core/tables/plan_table.h"
+#include "core/tables/tables_in_use.h"
 #include "fuzz/check.h"
 #include "fuzz/damage.h"
 #include "fuzz/generated_source.h"
@@ -142,8 +142,7 @@ void Travel(Input& input, short msgType, const ZELSubTypeNode& node) {
 void Walk(Input& input, const image::ImageView& view) {
     const auto memory = std::make_unique<char[]>(image::MessageTableSize(view));
     const ZELTypeNode* types = image::LinkMessageTable(view, memory.get());
-    SetDataDictionary(view.dictionary);
-    SetMessageTable(types);
+    UseTables(view.dictionary, types);
     for (int id = 1; id <= view.dictionary->count; ++id) {
         const ZELDictionaryField* field = FindFldRecord(static_cast<short>(id));
         Check(field != nullptr, "each record can be found");
@@ -168,9 +167,8 @@ void Walk(Input& input, const image::ImageView& view) {
         }
     }
     Check(count == view.header->subTypeCount, "each message can be found");
+    StopUsingTables();
     ReleasePlans();
-    SetDataDictionary(nullptr);
-    SetMessageTable(nullptr);
 }
 
 // A source says each type once.

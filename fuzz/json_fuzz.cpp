@@ -4,8 +4,8 @@
 #include <memory>
 #include <optional>
 
-#include "core/dictionary.h"
-#include "core/plan_table.h"
+#include "core/tables/plan_table.h"
+#include "core/tables/tables_in_use.h"
 #include "fuzz/check.h"
 #include "fuzz/damage.h"
 #include "fuzz/generated_message.h"
@@ -67,13 +67,11 @@ class Run {
 public:
     Run(Input& input, const Dictionary& dictionary)
         : input_(input), catalog_(dictionary.catalog()), kinds_(dictionary.kinds()) {
-        SetDataDictionary(dictionary.tables().fields);
-        SetMessageTable(dictionary.tables().messages);
+        UseTables(dictionary.tables().fields, dictionary.tables().messages);
     }
     ~Run() {
+        StopUsingTables();
         ReleasePlans();
-        SetDataDictionary(nullptr);
-        SetMessageTable(nullptr);
     }
     Run(const Run&) = delete;
     Run& operator=(const Run&) = delete;

@@ -1,11 +1,9 @@
 // Programs on message objects over generated dictionaries: whatever they do, nothing breaks, and a received message
 // that is packed, unpacked and packed again has the same bytes both times.
-#include "core/plan_table.h"
 #include "fuzz/message_program.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     zel::fuzz::Input input(data, size);
     (void)zel::fuzz::RunMessageProgram(input);
-    zel::ReleasePlans();
     return 0;
 }

@@ -6,7 +6,6 @@
 #include <string_view>
 
 #include "core/message_validate.h"
-#include "core/plan_table.h"
 #include "fuzz/check.h"
 #include "fuzz/damage.h"
 #include "fuzz/exact_copy.h"
@@ -37,7 +36,6 @@ const GeneratedTables& UseTables(std::uint8_t number) {
         }
         Input input(reinterpret_cast<const std::uint8_t*>(noise.data()), noise.size());
         tables.reset();
-        ReleasePlans();
         tables = std::make_unique<const GeneratedTables>(input);
         madeFrom = number;
     }

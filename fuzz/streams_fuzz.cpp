@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-#include "core/dictionary.h"
+#include "core/tables/dictionary.h"
 #include "fuzz/check.h"
 #include "fuzz/exact_copy.h"
 #include "fuzz/input.h"

@@ -42,10 +42,6 @@ constexpr int kZELMaxSlots = 32767;
 
 class VormaZelData;
 
-namespace zel {
-struct MessageBlock;
-}
-
 // ---- Values of the types 8 and 9 ------------------------------------------------------------------------------------
 
 // Money: `amount` counts units of 1/denominator; `displayCode` selects the denominator and how the amount is shown.
@@ -86,19 +82,16 @@ struct _field_data {
     alignas(8) unsigned char inlineValue[8];
     unsigned short ownsValue;  // 1: value is a buffer of the library's that goes with the message; else 0
 
-    // The library's own.
-    unsigned char kind;
-    unsigned char version;
-    unsigned int key;
+    // The library's own: in which repetition of the group the slot is, from 0, and which entry of the field list it
+    // comes from.
+    unsigned short repetition;
+    unsigned int entry;
 };
 
 // The field slots of a message, in the order of the message table with the repeating group expanded.
 struct ZELDataBuf {
     short count;
     _field_data* fields;
-
-    // The library's own.
-    zel::MessageBlock* block;
 };
 
 // A message: its header values and its field slots. Created and freed by the library; a program reads and writes the

@@ -1,17 +1,16 @@
 // Moving a message object to and from the bytes that travel.
+#include <algorithm>
 #include <climits>
 #include <utility>
 
-#include "core/compression.h"
-#include "core/dictionary.h"
-#include "core/frame.h"
-#include "core/header.h"
 #include "core/message_build.h"
-#include "core/message_model.h"
 #include "core/message_unpack.h"
 #include "core/message_validate.h"
+#include "core/slots/message_model.h"
+#include "core/wire/frame.h"
+#include "core/wire/header.h"
+#include "core/wire/user_data.h"
 #include "include/zelmessage.h"
-#include "message/received_frame.h"
 #include "runtime/reports.h"
 
 namespace {
@@ -105,7 +104,10 @@ long CZELMessage::unpackMessageNoFrame(const char* buffer, long length) noexcept
         zel::SendReport(zel::reports::kTooManySlots);
         destroyStruct();
     } else {
-        message = zel::ReplaceZelMsgStruct(message, msgType, subType, repeatCount, zel::ValueRoom(received));
+        const std::size_t room = zel::ValueRoom(received);
+        message = received.plan != nullptr
+                      ? zel::ReplaceZelMsgStruct(message, *received.plan, repeatCount, room)
+                      : zel::ReplaceZelMsgStruct(message, msgType, subType, repeatCount, room);
     }
     if (message == nullptr) {
         zel::FreeVarUserData(received.header);
@@ -130,5 +132,5 @@ long CZELMessage::getZelIdFromName(const char* name) noexcept {
 }
 
 extern "C" short ZELSetMostRepetitions(short most) noexcept {
-    return std::exchange(mostRepetitions, most);
+    return std::exchange(mostRepetitions, std::max<short>(most, 0));
 }

@@ -1,12 +1,7 @@
 // Start and stop: loading the dictionary provider, handing its tables to the core, starting the compression library.
 #include "message/lifecycle.h"
 
-#include <cstdio>
-#include <cstdlib>
-
-#include "core/dictionary.h"
-#include "core/message_block.h"
-#include "core/plan_table.h"
+#include "core/tables/tables_in_use.h"
 #include "crush32/crush32.h"
 #include "include/zelmessage.h"
 #include "runtime/module.h"
@@ -28,18 +23,6 @@ VormaZelData* LoadProvider() noexcept {
     return entry != nullptr ? reinterpret_cast<VormaDllEntry>(entry)() : nullptr;
 }
 
-// A message that outlives the plans would read freed memory at the next call, wherever that is: the program ends here,
-// where its author can see why.
-void RefuseLiveMessages() noexcept {
-    if (const int count = zel::LiveMessages(); count != 0) {
-        (void)std::fprintf(stderr,
-                           "CZELMessage::terminate(): messages still alive: %d. Destroy every CZELMessage, or call its "
-                           "destroyStruct, before.\n",
-                           count);
-        std::abort();
-    }
-}
-
 }  // namespace
 
 namespace zel {
@@ -55,17 +38,14 @@ void CZELMessage::init() noexcept {
         zelProvider = LoadProvider();
     }
     if (zelProvider != nullptr) {
-        zel::SetDataDictionary(zelProvider->dataDictionary());
-        zel::SetMessageTable(zelProvider->messageTable());
+        const ZELDictionaryHeader* dictionary = zelProvider->dataDictionary();
+        zel::UseTables(dictionary, zelProvider->messageTable());
     }
     CrushStartUp();
 }
 
 void CZELMessage::terminate() noexcept {
-    if constexpr (zel::kChecksContracts) {
-        RefuseLiveMessages();
-    }
-    zel::ReleasePlans();
+    zel::StopUsingTables();
     if (zelProvider != nullptr) {
         // The provider's interface: 1 asks it to free itself.
         zelProvider->destroy(1);

@@ -1,7 +1,7 @@
 // Responses: what a received message is, without a message object.
 #include "core/message_validate.h"
+#include "core/wire/frame.h"
 #include "include/zelmessage.h"
-#include "message/received_frame.h"
 #include "runtime/reports.h"
 
 extern "C" int ProcessRsp(const char* buffer, long /*ignored1*/, short* msgType, short* subType,

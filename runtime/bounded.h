@@ -21,22 +21,28 @@ inline std::size_t Remaining(const Reader& reader) noexcept {
     return static_cast<std::size_t>(reader.end - reader.next);
 }
 
-// The next `size` bytes, or null when fewer are left.
-[[nodiscard]] inline const char* Take(Reader& reader, std::size_t size) noexcept {
+// Points `bytes` at the next `size` bytes and goes past them; false when fewer are left.
+[[nodiscard]] inline bool Take(Reader& reader, std::size_t size, const char*& bytes) noexcept {
     if (size > Remaining(reader)) {
-        return nullptr;
+        return false;
     }
-    const char* bytes = reader.next;
+    bytes = reader.next;
     reader.next += size;
-    return bytes;
+    return true;
+}
+
+[[nodiscard]] inline bool Skip(Reader& reader, std::size_t size) noexcept {
+    const char* bytes = nullptr;
+    return Take(reader, size, bytes);
 }
 
 [[nodiscard]] inline bool ReadU16Be(Reader& reader, std::uint16_t& value) noexcept {
-    const char* bytes = Take(reader, 2);
-    if (bytes != nullptr) {
-        value = LoadU16Be(bytes);
+    const char* bytes = nullptr;
+    if (!Take(reader, 2, bytes)) {
+        return false;
     }
-    return bytes != nullptr;
+    value = LoadU16Be(bytes);
+    return true;
 }
 
 // Invariant: next <= end, both in one buffer.
@@ -45,54 +51,32 @@ struct Writer {
     char* end;
 };
 
-// Room for the next `size` bytes, or null when less is left.
-[[nodiscard]] inline char* Reserve(Writer& writer, std::size_t size) noexcept {
+// Points `bytes` at room for the next `size` bytes, which then count as written; false when less is left.
+[[nodiscard]] inline bool Reserve(Writer& writer, std::size_t size, char*& bytes) noexcept {
     if (size > static_cast<std::size_t>(writer.end - writer.next)) {
-        return nullptr;
+        return false;
     }
-    char* bytes = writer.next;
+    bytes = writer.next;
     writer.next += size;
-    return bytes;
+    return true;
 }
 
 [[nodiscard]] inline bool WriteU16Be(Writer& writer, std::uint16_t value) noexcept {
-    char* bytes = Reserve(writer, 2);
-    if (bytes != nullptr) {
-        StoreU16Be(bytes, value);
+    char* bytes = nullptr;
+    if (!Reserve(writer, 2, bytes)) {
+        return false;
     }
-    return bytes != nullptr;
-}
-
-[[nodiscard]] inline bool WriteU32Be(Writer& writer, std::uint32_t value) noexcept {
-    char* bytes = Reserve(writer, 4);
-    if (bytes != nullptr) {
-        StoreU32Be(bytes, value);
-    }
-    return bytes != nullptr;
-}
-
-[[nodiscard]] inline bool WriteU64Be(Writer& writer, std::uint64_t value) noexcept {
-    char* bytes = Reserve(writer, 8);
-    if (bytes != nullptr) {
-        StoreU64Be(bytes, value);
-    }
-    return bytes != nullptr;
-}
-
-[[nodiscard]] inline bool WriteBytes(Writer& writer, const void* source, std::size_t size) noexcept {
-    char* bytes = Reserve(writer, size);
-    if (bytes != nullptr && size != 0) {
-        std::memcpy(bytes, source, size);
-    }
-    return bytes != nullptr;
+    StoreU16Be(bytes, value);
+    return true;
 }
 
 [[nodiscard]] inline bool WriteZeros(Writer& writer, std::size_t size) noexcept {
-    char* bytes = Reserve(writer, size);
-    if (bytes != nullptr) {
-        std::memset(bytes, 0, size);
+    char* bytes = nullptr;
+    if (!Reserve(writer, size, bytes)) {
+        return false;
     }
-    return bytes != nullptr;
+    std::memset(bytes, 0, size);
+    return true;
 }
 
 }  // namespace zel

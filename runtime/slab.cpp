@@ -9,56 +9,48 @@ namespace zel {
 
 namespace {
 
-constexpr std::size_t kChunkSize = 4096;
-static_assert(kChunkSize % kCarveStep == 0);
+constexpr std::size_t kAddedRoom = 4096;
+static_assert(kAddedRoom % kCarveStep == 0);
 
-bool IsCarved(const void* block) noexcept {
-    return reinterpret_cast<std::uintptr_t>(block) % kCarveStep == sizeof(CarvedFrom);
+// Returns how many blocks are held then.
+std::int32_t ChangeHeld(Slab& slab, std::int32_t change) noexcept {
+    return std::atomic_ref<std::int32_t>(slab.heldAfterEnd).fetch_add(change, std::memory_order_acq_rel) + change;
 }
 
-Slab* SlabOf(const void* block) noexcept {
-    CarvedFrom header;
-    std::memcpy(&header, static_cast<const char*>(block) - sizeof header, sizeof header);
-    return header.slab;
-}
-
-// Answers how many are away then.
-std::int32_t ChangeAway(Slab& slab, std::int32_t change) noexcept {
-    return std::atomic_ref<std::int32_t>(slab.away).fetch_add(change, std::memory_order_acq_rel) + change;
+void ReleaseAddedRooms(Slab& slab) noexcept {
+    while (SlabRoom* room = slab.own.next) {
+        slab.own.next = room->next;
+        Release(room);
+    }
 }
 
 }  // namespace
 
-char* CarveFromNewChunk(Slab& slab, std::size_t carvedSize) noexcept {
-    const std::size_t room = std::max(carvedSize, kChunkSize);
-    auto* chunk = static_cast<SlabChunk*>(Allocate(sizeof(SlabChunk) + room));
-    if (chunk == nullptr) {
+char* CarveFromNewRoom(Slab& slab, std::size_t size) noexcept {
+    const std::size_t taken = CarvedSize(size);
+    const std::size_t bytes = std::max(taken, kAddedRoom);
+    auto* room = static_cast<SlabRoom*>(Allocate(sizeof(SlabRoom) + bytes));
+    if (room == nullptr) {
         return nullptr;
     }
-    chunk->next = slab.chunks;
-    slab.chunks = chunk;
-    char* at = reinterpret_cast<char*>(chunk + 1);
+    *room = {&slab, slab.own.next};
+    slab.own.next = room;
+    char* at = reinterpret_cast<char*>(room + 1);
     // What is left of the old room is given up only for more of it.
-    if (room - carvedSize > static_cast<std::size_t>(slab.end - slab.next)) {
-        slab.next = at + carvedSize;
-        slab.end = at + room;
+    if (bytes - taken > static_cast<std::size_t>(slab.end - slab.next)) {
+        slab.inUse = room;
+        slab.next = at + taken;
+        slab.end = at + bytes;
     }
-    return CarveZeroEnded(slab, at, carvedSize);
+    return CarveAt(slab, room, at, size);
 }
 
-bool IsCarvedFrom(const Slab& slab, const void* block) noexcept {
-    return IsCarved(block) && SlabOf(block) == &slab;
-}
-
-void ReleaseAllChunks(Slab& slab) noexcept {
-    while (SlabChunk* chunk = slab.chunks) {
-        slab.chunks = chunk->next;
-        Release(chunk);
+bool EndSlab(Slab& slab, std::int32_t held) noexcept {
+    if (held != 0 && ChangeHeld(slab, held) != 0) {
+        return false;
     }
-}
-
-bool LeaveSlab(Slab& slab, std::int32_t takenAway) noexcept {
-    return ChangeAway(slab, takenAway) == 0;
+    ReleaseAddedRooms(slab);
+    return true;
 }
 
 bool ReleaseCarved(void* block) noexcept {
@@ -66,8 +58,8 @@ bool ReleaseCarved(void* block) noexcept {
         return false;
     }
     Slab* slab = SlabOf(block);
-    if (ChangeAway(*slab, -1) == 0) {
-        ReleaseChunks(*slab);
+    if (ChangeHeld(*slab, -1) == 0) {
+        ReleaseAddedRooms(*slab);
         Release(slab);
     }
     return true;

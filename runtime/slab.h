@@ -1,6 +1,6 @@
 // A slab: one heap block from whose room others are carved, in a few instructions each. The allocator pair releases a
-// carved block like any other, in any thread. Whoever uses the slab gives them all back at once; when some were taken
-// away, the slab stays until the last of those is released.
+// carved block like any other, in any thread. The owner of the slab ends them all at once; where some are held beyond
+// that, the slab stays until the last of those is released.
 #ifndef ZEL_RUNTIME_SLAB_H
 #define ZEL_RUNTIME_SLAB_H
 
@@ -16,80 +16,86 @@ inline constexpr std::size_t kCarveStep = 16;
 
 struct Slab;
 
-// In front of each carved block.
-struct alignas(8) CarvedFrom {
+// A heap block begins with this where its room is carved: the slab's own, and those that are added to it.
+struct alignas(kCarveStep) SlabRoom {
     Slab* slab;
-};
-static_assert(sizeof(CarvedFrom) == kCarveStep / 2);
-
-struct alignas(kCarveStep) SlabChunk {
-    SlabChunk* next;
+    SlabRoom* next;
 };
 
-// The heap block of a slab begins with this.
-struct alignas(kCarveStep) Slab {
-    char* next;  // [next, end) is free: whole steps
+struct Slab {
+    SlabRoom own;      // `next`: the rooms added
+    SlabRoom* inUse;   // the room in which [next, end) is free: whole steps
+    char* next;
     char* end;
-    SlabChunk* chunks;       // more room, of the heap
-    std::int32_t handedOut;  // blocks carved, but for those known to be of no use
-    std::int32_t away;       // atomic: once the user has left, blocks still away; till then, minus those released
+    std::int32_t liveBlocks;    // carved, but for those that nobody needs any more
+    std::int32_t heldAfterEnd;  // atomic; until the end: minus the blocks released early
 };
+
+// In front of each carved block.
+struct CarvedHeader {
+    std::uint32_t toRoom;  // bytes back from the block to the room that it lies in
+    std::uint32_t size;    // of the block
+};
+static_assert(sizeof(CarvedHeader) == kCarveStep / 2);
+
+// What a block of `size` bytes takes of a room. Its own size is the rest of the steps that it takes.
+constexpr std::size_t CarvedSize(std::size_t size) noexcept {
+    return (sizeof(CarvedHeader) + size + kCarveStep - 1) & ~(kCarveStep - 1);
+}
 
 // The room of the slab from now on: nothing was carved from it. Both are multiples of kCarveStep.
 inline void StartSlab(Slab& slab, char* begin, char* end) noexcept {
-    slab = {begin, end, nullptr, 0, 0};
+    slab = {{&slab, nullptr}, &slab.own, begin, end, 0, 0};
 }
 
-// What a block of `size` bytes takes of a slab, and the other way round.
-constexpr std::size_t CarvedSize(std::size_t size) noexcept {
-    return (sizeof(CarvedFrom) + size + kCarveStep - 1) & ~(kCarveStep - 1);
-}
-constexpr std::size_t SizeCarved(std::size_t carvedSize) noexcept {
-    return carvedSize - sizeof(CarvedFrom);
+// A block of `size` bytes at least, zero from the last of them on, from a heap block added to the slab; or null.
+[[nodiscard]] char* CarveFromNewRoom(Slab& slab, std::size_t size) noexcept;
+
+// The block whose header is to lie `at`, in that room.
+inline char* CarveAt(Slab& slab, SlabRoom* room, char* at, std::size_t size) noexcept {
+    const std::size_t taken = CarvedSize(size);
+    std::memset(at + taken - kCarveStep, 0, kCarveStep);
+    char* block = at + sizeof(CarvedHeader);
+    auto* header = reinterpret_cast<CarvedHeader*>(at);
+    header->toRoom = static_cast<std::uint32_t>(block - reinterpret_cast<char*>(room));
+    header->size = static_cast<std::uint32_t>(taken - sizeof(CarvedHeader));
+    ++slab.liveBlocks;
+    return block;
 }
 
-// The carved block that begins with `at`, the start of free room.
-inline char* Carve(Slab& slab, char* at) noexcept {
-    const CarvedFrom header{&slab};
-    std::memcpy(at, &header, sizeof header);
-    ++slab.handedOut;
-    return at + sizeof header;
-}
-
-// The same, with zero bytes from its last step on: behind a size for which no less would do there is one at least.
-inline char* CarveZeroEnded(Slab& slab, char* at, std::size_t carvedSize) noexcept {
-    std::memset(at + carvedSize - kCarveStep, 0, kCarveStep);
-    return Carve(slab, at);
-}
-
-// Such a block, which takes `carvedSize` from what room the slab has left. Null: there is less.
-[[nodiscard]] inline char* CarveFromRoom(Slab& slab, std::size_t carvedSize) noexcept {
+// A block from the room in use, if it has enough left, else from a new one; or null.
+[[nodiscard]] inline char* Carve(Slab& slab, std::size_t size) noexcept {
     char* at = slab.next;
-    if (carvedSize > static_cast<std::size_t>(slab.end - at)) {
-        return nullptr;
+    if (CarvedSize(size) > static_cast<std::size_t>(slab.end - at)) {
+        return CarveFromNewRoom(slab, size);
     }
-    slab.next = at + carvedSize;
-    return CarveZeroEnded(slab, at, carvedSize);
+    slab.next = at + CarvedSize(size);
+    return CarveAt(slab, slab.inUse, at, size);
 }
 
-// The same from a new chunk. Null: the heap has none.
-[[nodiscard]] char* CarveFromNewChunk(Slab& slab, std::size_t carvedSize) noexcept;
+// Whether a block of the pair's is a carved one.
+inline bool IsCarved(const void* block) noexcept {
+    return reinterpret_cast<std::uintptr_t>(block) % kCarveStep == sizeof(CarvedHeader);
+}
+
+inline CarvedHeader HeaderOf(const void* carved) noexcept {
+    CarvedHeader header;
+    std::memcpy(&header, static_cast<const char*>(carved) - sizeof header, sizeof header);
+    return header;
+}
+
+inline Slab* SlabOf(const void* carved) noexcept {
+    return reinterpret_cast<const SlabRoom*>(static_cast<const char*>(carved) - HeaderOf(carved).toRoom)->slab;
+}
 
 // Whether a block of the pair's is one of this slab.
-bool IsCarvedFrom(const Slab& slab, const void* block) noexcept;
-
-// For the one below.
-void ReleaseAllChunks(Slab& slab) noexcept;
-
-inline void ReleaseChunks(Slab& slab) noexcept {
-    if (slab.chunks != nullptr) {
-        ReleaseAllChunks(slab);
-    }
+inline bool IsCarvedFrom(const Slab& slab, const void* block) noexcept {
+    return IsCarved(block) && SlabOf(block) == &slab;
 }
 
-// The user has done with all blocks that were handed out but `takenAway`, one at least. True: those were released, and
-// the slab is still the user's. False: it goes with the last of them.
-[[nodiscard]] bool LeaveSlab(Slab& slab, std::int32_t takenAway) noexcept;
+// Ends all blocks but `held` ones. True: the slab is the owner's again, without the rooms added. False: it goes with the
+// last of those that are held.
+[[nodiscard]] bool EndSlab(Slab& slab, std::int32_t held) noexcept;
 
 // For Release: false if the block is of the heap.
 bool ReleaseCarved(void* block) noexcept;

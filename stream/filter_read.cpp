@@ -1,5 +1,5 @@
 // The filter received: taken over when its header does not contradict its length, and read term by term.
-#include "core/dictionary.h"
+#include "core/tables/dictionary.h"
 #include "stream/filter_value.h"
 #include "stream/logic_operator.h"
 #include "stream/stream_buffer.h"

@@ -1,8 +1,8 @@
-#include "core/compression.h"
+#include "core/wire/compression.h"
 
 #include <gtest/gtest.h>
 
-#include "core/transform.h"
+#include "core/wire/transform.h"
 #include "include/zelmessage.h"
 #include "tests/support/bytes.h"
 #include "tests/support/fake_crush.h"

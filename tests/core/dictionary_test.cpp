@@ -1,10 +1,12 @@
-#include "core/dictionary.h"
+#include "core/tables/dictionary.h"
 
 #include <gtest/gtest.h>
 
 #include <cstring>
 
-#include "core/message_table.h"
+#include "core/tables/message_table.h"
+#include "core/tables/tables_in_use.h"
+#include "tests/support/failing_heap.h"
 #include "tests/support/recorded_reports.h"
 #include "tests/support/test_tables.h"
 
@@ -46,10 +48,10 @@ TEST(Dictionary, ComparesNamesOn64Characters) {
     EXPECT_EQ(GetFldByName(nullptr), -1);
     EXPECT_EQ(reports.Take(), Lines{"1001 GetFldByName() Failed"});
     ZELDictionaryHeader empty{};
-    SetDataDictionary(&empty);
+    UseTables(&empty, nullptr);
     EXPECT_EQ(GetFldByName("SIDE"), -1);
     EXPECT_EQ(GetFldEntry(1), nullptr);
-    SetDataDictionary(nullptr);
+    UseTables(nullptr, nullptr);
     EXPECT_EQ(reports.Take(), Lines{});
     EXPECT_EQ(GetFldByName("SIDE"), -1);
     EXPECT_EQ(GetFldEntry(1), nullptr);
@@ -60,13 +62,44 @@ TEST(Dictionary, ComparesNamesOn64Characters) {
                      "1412 Data Dictionary not initialized in shared memory", "1001 GetFldEntry() Failed"}));
 }
 
+// Types in rows, sub-types in rows, and neither: whatever the index makes of them, and without memory for it.
 TEST(MessageTable, TakesTheFirstMatch) {
-    TestTables tables;
-    EXPECT_EQ(FindSubType(1, kPlainGroup), &tables.Message(kPlainGroup));
-    EXPECT_EQ(FindSubType(1, 99), nullptr);
-    EXPECT_EQ(FindSubType(2, kPlainGroup), nullptr);
-    SetMessageTable(nullptr);
-    EXPECT_EQ(FindSubType(1, kPlainGroup), nullptr);
+    constexpr int kTypes = 300;
+    constexpr int kSubTypes = 40;
+    std::vector<ZELSubTypeNode> nodes(kTypes * kSubTypes);
+    std::vector<ZELTypeNode> types(kTypes);
+    for (int type = 0; type < kTypes; ++type) {
+        for (int at = 0; at < kSubTypes; ++at) {
+            ZELSubTypeNode& node = nodes[static_cast<std::size_t>(type * kSubTypes + at)];
+            // The last of each type has the number of its first one.
+            node.subType = static_cast<std::int16_t>(at % (kSubTypes - 1) - 5);
+            node.next = at + 1 < kSubTypes ? &node + 1 : nullptr;
+        }
+        // The last type hides behind the first one.
+        types[static_cast<std::size_t>(type)] = {static_cast<std::int16_t>(type % (kTypes - 1) * 7 - 300),
+                                                 &nodes[static_cast<std::size_t>(type * kSubTypes)],
+                                                 type + 1 < kTypes ? &types[static_cast<std::size_t>(type) + 1] : nullptr};
+    }
+    for (const bool hasMemory : {false, true}) {
+        UseTables(nullptr, types.data());
+        FailAllocationsFrom(hasMemory ? 0 : 1);
+        for (int type = -310; type < 7 * kTypes; ++type) {
+            for (int subType = -7; subType < kSubTypes; subType += hasMemory ? 1 : 11) {
+                const bool isThere = (type + 300) % 7 == 0 && type >= -300 && type < 7 * (kTypes - 1) - 300 &&
+                                     subType >= -5 && subType < kSubTypes - 6;
+                const std::size_t at = isThere ? static_cast<std::size_t>((type + 300) / 7 * kSubTypes + subType + 5) : 0;
+                ASSERT_EQ(FindSubType(static_cast<short>(type), static_cast<short>(subType)),
+                          isThere ? &nodes[at] : nullptr)
+                    << type << ' ' << subType;
+            }
+        }
+    }
+    FailAllocationsFrom(0);
+    StopUsingTables();
+    EXPECT_EQ(FindSubType(-300, -5), nullptr);
+    EXPECT_EQ(zelGetMessageTable(), types.data()) << "stays, and is not looked at";
+    UseTables(nullptr, nullptr);
+    EXPECT_EQ(FindSubType(-300, -5), nullptr);
 }
 
 }  // namespace

@@ -1,10 +1,10 @@
-#include "core/field_codec.h"
+#include "core/wire/field_codec.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 
-#include "core/dictionary.h"
+#include "core/tables/dictionary.h"
 #include "tests/support/bytes.h"
 #include "tests/support/cases.h"
 #include "tests/support/recorded_reports.h"
@@ -18,13 +18,14 @@ protected:
     // Packs into a heap block of exactly `room` bytes; "none" when it does not fit or is refused.
     static std::string Pack(int id, const ExactCopy& value, std::size_t room, short format) {
         const ExactCopy out(std::string(room, '?'));
-        const char* end = PackZELField(static_cast<unsigned short>(id), value.data.get(),
-                                       static_cast<short>(value.size), out.data.get(), out.data.get() + room, format);
-        return end != nullptr ? std::string(static_cast<const char*>(out.data.get()), end) : "none";
+        Writer writer{out.data.get(), out.data.get() + room};
+        const PlainValue plain{value.data.get(), static_cast<std::uint16_t>(value.size), value.size};
+        const bool isPacked = PackZELField(RuleOf(static_cast<unsigned short>(id)), plain, writer, format);
+        return isPacked ? std::string(out.data.get(), writer.next) : "none";
     }
     static int Unpack(int id, const std::string& wire, const ExactCopy& value, unsigned short& length, short format) {
         const ExactCopy in(wire);
-        return UnpackZELField(static_cast<unsigned short>(id), {in.data.get(), in.data.get() + in.size},
+        return UnpackZELField(RuleOf(static_cast<unsigned short>(id)), {in.data.get(), in.data.get() + in.size},
                               value.data.get(), value.size, &length, format);
     }
 
@@ -63,14 +64,16 @@ TEST_F(FieldCodec, PacksEmptyValues) {
     for (const Cells& row : ReadCases("tests/core/cases/empty_fields.txt", 3)) {
         const ExactCopy out(FromHex(row[2]));
         const auto pack = [&](std::size_t room) {
-            return PackZELField(static_cast<unsigned short>(std::stoi(row[0])), nullptr, 0, out.data.get(),
-                                out.data.get() + room, static_cast<short>(std::stoi(row[1])));
+            Writer writer{out.data.get(), out.data.get() + room};
+            const FieldRule rule = RuleOf(static_cast<unsigned short>(std::stoi(row[0])));
+            const bool isPacked = PackZELField(rule, {nullptr, 0, 0}, writer, static_cast<short>(std::stoi(row[1])));
+            return isPacked && writer.next == writer.end;
         };
         for (std::size_t room = 0; room < out.size; ++room) {
-            EXPECT_EQ(pack(room), nullptr) << row[0] << " in format " << row[1];
+            EXPECT_FALSE(pack(room)) << row[0] << " in format " << row[1];
         }
         std::fill_n(out.data.get(), out.size, '?');
-        EXPECT_EQ(pack(out.size), out.data.get() + out.size) << row[0] << " in format " << row[1];
+        EXPECT_TRUE(pack(out.size)) << row[0] << " in format " << row[1];
         EXPECT_EQ(ToHex({out.data.get(), out.size}), row[2]) << row[0] << " in format " << row[1];
     }
 }
@@ -87,29 +90,36 @@ TEST_F(FieldCodec, Format2FollowsTheFieldsOwnLength) {
 
 TEST_F(FieldCodec, ReportsWhatItRefuses) {
     char out[16] = {};
-    char* end = out + sizeof out;
     const short value = 1;
-    EXPECT_EQ(PackZELField(0, &value, 2, out, end, 0), nullptr);
-    EXPECT_EQ(PackZELField(kSide, &value, 2, nullptr, nullptr, 0), nullptr);
-    EXPECT_EQ(reports_.Take(), Lines(2, "1001 PackZELField() failed"));
-    EXPECT_EQ(PackZELField(kSide, &value, 2, out, end, 3), nullptr);
-    EXPECT_EQ(PackZELField(kSide, &value, 2, out, end, -1), nullptr);
+    Writer writer{out, out + sizeof out};
+    Writer none{nullptr, nullptr};
+    const auto refuses = [&](int id, Writer& to, short format, const void* bytes) {
+        EXPECT_FALSE(PackZELField(RuleOf(static_cast<unsigned short>(id)), {bytes, 2, 2}, to, format)) << id;
+        to = to.next != nullptr ? Writer{out, out + sizeof out} : to;
+    };
+    refuses(0, writer, 0, &value);
+    refuses(kSide, none, 0, &value);
+    EXPECT_EQ(reports_.Take(),
+              (Lines{"1001 GetFldEntry() Failed", "1001 PackZELField() failed", "1001 PackZELField() failed"}));
+    refuses(kSide, writer, 3, &value);
+    refuses(kSide, writer, -1, &value);
     EXPECT_EQ(reports_.Take(), Lines(2, "1426 Invalid ZELFormat"));
-    EXPECT_EQ(PackZELField(kOdd, &value, 2, out, end, 2), nullptr);
-    EXPECT_EQ(PackZELField(kHighest + 1, &value, 2, out, end, 0), nullptr);
-    EXPECT_EQ(PackZELField(kHighest + 1, nullptr, 0, out, end, 0), nullptr);
+    refuses(kOdd, writer, 2, &value);
+    refuses(kHighest + 1, writer, 0, &value);
+    refuses(kHighest + 1, writer, 0, nullptr);
     EXPECT_EQ(reports_.TakeText(),
               "1027 Invalid Field[50], FieldType[12] received; 1027 Invalid Field[561], FieldType[65535] received; "
               "1027 Invalid Field[561], Type[-1]");
     unsigned short length = 0;
-    const Reader in{out, end};
-    EXPECT_EQ(UnpackZELField(0, in, out, 16, &length, 0), -1);
-    EXPECT_EQ(UnpackZELField(kSide, {nullptr, nullptr}, out, 16, &length, 0), -1);
-    EXPECT_EQ(UnpackZELField(kSide, in, nullptr, 16, &length, 0), -1);
-    EXPECT_EQ(UnpackZELField(kSide, in, out, 16, nullptr, 0), -1);
+    const Reader in{out, out + sizeof out};
+    const FieldRule side = RuleOf(kSide);
+    EXPECT_EQ(UnpackZELField({}, in, out, 16, &length, 0), -1);
+    EXPECT_EQ(UnpackZELField(side, {nullptr, nullptr}, out, 16, &length, 0), -1);
+    EXPECT_EQ(UnpackZELField(side, in, nullptr, 16, &length, 0), -1);
+    EXPECT_EQ(UnpackZELField(side, in, out, 16, nullptr, 0), -1);
     EXPECT_EQ(reports_.Take(), Lines(4, "1001 UnpackZELField() failed"));
-    EXPECT_EQ(UnpackZELField(kSide, in, out, 16, &length, 3), -1);
-    EXPECT_EQ(UnpackZELField(kOdd, in, out, 16, &length, 0), -1);
+    EXPECT_EQ(UnpackZELField(side, in, out, 16, &length, 3), -1);
+    EXPECT_EQ(UnpackZELField(RuleOf(kOdd), in, out, 16, &length, 0), -1);
     EXPECT_EQ(reports_.TakeText(), "1426 Invalid ZEL Format; 1027 Invalid Field Type[12] received");
 }
 

@@ -1,9 +1,10 @@
-#include "core/message_model.h"
+#include "core/slots/message_model.h"
 
 #include <gtest/gtest.h>
 
-#include "core/dictionary.h"
-#include "core/plan_table.h"
+#include "core/tables/plan_table.h"
+#include "core/tables/tables_in_use.h"
+#include "core/tables/message_table.h"
 #include "tests/support/failing_heap.h"
 #include "tests/support/recorded_reports.h"
 #include "tests/support/test_tables.h"
@@ -92,11 +93,11 @@ TEST(MessageModel, RefusesWhatTheTablesCannotGive) {
         EXPECT_EQ(CreateZelMsgStruct(row.msgType, row.subType, row.repeatCount), nullptr) << row.name;
         EXPECT_EQ(reports.Take(), row.reports) << row.name;
     }
-    SetMessageTable(nullptr);
+    UseTables(nullptr, nullptr);
     EXPECT_EQ(CreateZelMsgStruct(1, kAllTypes, 0), nullptr);
     EXPECT_EQ(reports.Take(), Lines{"1415 Message table not initialized in shared memory"});
-    tables.ChangeField(kSide);
-    SetDataDictionary(nullptr);
+    tables.Install();
+    UseTables(nullptr, zelGetMessageTable());
     ZelMsgStruct* message = CreateZelMsgStruct(1, kVersions, 0);
     EXPECT_EQ(reports.Take(), Lines(3, "1412 Data Dictionary not initialized in shared memory")) << "one a slot";
     EXPECT_EQ(FreeZelMsgStruct(message), 0);
@@ -104,6 +105,7 @@ TEST(MessageModel, RefusesWhatTheTablesCannotGive) {
     EXPECT_EQ(FreeZELDataBuf(nullptr), -1);
     EXPECT_EQ(FreeZelMsgStruct(nullptr), -1);
     EXPECT_EQ(reports.Take(), (Lines{"1001 FreeZELDataBuf() failed", "1001 FreeZelMsgStruct() failed"}));
+    StopUsingTables();
     ReleasePlans();
     EXPECT_EQ(LiveBlocks(), live);
 }

@@ -1,16 +1,15 @@
 // Slots and where received fields go, on random field lists, against the rules carried out one slot after the other.
-#include "core/slot_index.h"
+#include "core/slots/slot_index.h"
 
 #include <gtest/gtest.h>
 
 #include <random>
 
-#include "core/field_codec.h"
-#include "core/header.h"
-#include "core/message_model.h"
+#include "core/wire/field_codec.h"
+#include "core/wire/header.h"
+#include "core/slots/message_model.h"
 #include "core/message_unpack.h"
 #include "core/message_validate.h"
-#include "core/slot_cursor.h"
 #include "tests/support/bytes.h"
 #include "tests/support/recorded_reports.h"
 #include "tests/support/test_tables.h"
@@ -108,7 +107,6 @@ TEST(SlotIndex, FindsEveryOccurrence) {
     TestTables tables;
     RecordedReports reports;
     Random random(1);
-    int keys = 0;
     for (int round = 0; round < 4000; ++round) {
         const RandomType type(tables, random);
         if (type.Ids() == std::vector<int>{-1}) {
@@ -116,57 +114,26 @@ TEST(SlotIndex, FindsEveryOccurrence) {
             continue;
         }
         ASSERT_NE(type.message, nullptr) << round;
+        const MessageBlock& block = BlockOf(*type.message);
         const ZELDataBuf& buffer = *type.message->dataBuf;
         ASSERT_EQ(buffer.count, static_cast<int>(type.Ids().size()));
-        for (int slot = 0; slot < buffer.count; ++slot) {
-            // The slot that a key names is the one that has it.
-            const unsigned int key = buffer.fields[slot].key;
-            const auto id = static_cast<unsigned short>(key);
-            const auto occurrence = static_cast<short>(key >> 16);
-            keys += id != 0 ? 1 : 0;
-            ASSERT_EQ(id != 0, PlainShapeOf(buffer.fields[slot]) != Shape::kNone) << round;
-            ASSERT_EQ(FindSlot(buffer, id, occurrence == -1 ? short{1} : occurrence),
-                      id != 0 ? &buffer.fields[slot] : nullptr)
-                << round;
-        }
         for (const unsigned short id : kIds) {
             short instance = 0;
-            for (int slot = 0; slot < buffer.count; ++slot) {
-                ASSERT_EQ(buffer.fields[slot].id, type.Ids()[static_cast<std::size_t>(slot)]) << round;
-                if (buffer.fields[slot].id == id) {
-                    ASSERT_EQ(FindSlot(buffer, id, ++instance), &buffer.fields[slot]) << round;
+            for (int at = 0; at < buffer.count; ++at) {
+                const _field_data& slot = buffer.fields[at];
+                ASSERT_EQ(slot.id, type.Ids()[static_cast<std::size_t>(at)]) << round;
+                if (slot.id != id) {
+                    continue;
                 }
+                ASSERT_EQ(FindZELFieldInstance(type.message, id, ++instance), &slot) << round;
+                const PlanEntry& entry = EntryOf(block, slot);
+                ASSERT_EQ(entry.rule.id, id) << round;
+                ASSERT_TRUE(entry.soleId == kNoId || slot.repetition + 1 == instance) << round;
             }
             for (const int none : {0, -1, instance + 1, 32767}) {
-                ASSERT_EQ(FindSlot(buffer, id, static_cast<short>(none)), nullptr) << round;
+                ASSERT_EQ(FindZELFieldInstance(type.message, id, static_cast<short>(none)), nullptr) << round;
             }
         }
-    }
-    EXPECT_GT(keys, 4000);
-}
-
-TEST(SlotCursor, MeetsEverySlotAtItsEntry) {
-    TestTables tables;
-    RecordedReports reports;
-    Random random(3);
-    for (int round = 0; round < 4000; ++round) {
-        const RandomType type(tables, random);
-        if (type.message == nullptr) {
-            continue;
-        }
-        const MessageBlock& block = BlockOf(*type.message);
-        SlotCursor cursor = FirstCursor(block);
-        for (const int id : type.Ids()) {
-            ASSERT_GT(cursor.left, 0) << round;
-            ASSERT_EQ(cursor.slot->id, id) << round;
-            ASSERT_EQ(block.plan->slots[cursor.entry - block.plan->entries].id, id) << round;
-            ++cursor.slot;
-            ++cursor.entry;
-            if (--cursor.left == 0) {
-                EnterNextRun(block, cursor);
-            }
-        }
-        ASSERT_EQ(cursor.left, 0) << round;
     }
 }
 
@@ -199,15 +166,15 @@ TEST(SlotIndex, PutsReceivedFieldsWhereTheyBelong) {
             char value[8] = {};
             std::memcpy(value, &fields, sizeof fields);
             char bytes[32];
-            const char* end =
-                PackZELField(static_cast<unsigned short>(id), value, 4, bytes, bytes + sizeof bytes, format);
-            payload.append(bytes, static_cast<std::size_t>(end - bytes));
+            Writer writer{bytes, bytes + sizeof bytes};
+            ASSERT_TRUE(PackZELField(RuleOf(static_cast<unsigned short>(id)), {value, 4, sizeof value}, writer, format));
+            payload.append(bytes, writer.next);
         }
         type.message->format = static_cast<unsigned short>(format);
         type.message->numFields = static_cast<short>(fields);
-        char header[kPlainHeader];
+        char header[kFixedHeader];
         unsigned short headerLength = 0;
-        ASSERT_NE(BuildZELHeader(type.message, header, &headerLength), nullptr);
+        ASSERT_NE(BuildZELHeader(HeaderRulesInUse(), type.message, header, &headerLength), nullptr);
         const ExactCopy copy(std::string(header, headerLength) + payload);
         ReceivedMessage received;
         short repeatCount = 0;

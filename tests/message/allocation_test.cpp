@@ -4,12 +4,15 @@
 
 #include <algorithm>
 #include <array>
+#include <cstring>
 #include <functional>
 #include <iterator>
 #include <map>
 #include <set>
 
-#include "core/plan_table.h"
+#include "core/tables/dictionary.h"
+#include "core/tables/message_table.h"
+#include "core/tables/tables_in_use.h"
 #include "crush32/crush32.h"
 #include "include/zelmessage.h"
 #include "include/zelstream.h"
@@ -65,42 +68,28 @@ TEST(Allocations, AreNoneToPackAndFewToUnpack) {
     EXPECT_EQ(reports.Take(), Lines{});
 }
 
-// Characters take as much as the dictionary says, few as they may be on the wire.
-TEST(Allocations, FailWhereReceivedCharactersNeedMoreRoom) {
-    const int live = LiveBlocks();
-    {
-        TestTables tables;
-        RecordedReports reports;
-        constexpr short kRepetitions = 40;
-        tables.ChangeField(kLegSymbol).type = kZELChars;
-        tables.ChangeField(kLegSymbol).length = 1000;
-        // A field that is listed twice takes another way than one that is listed once.
-        for (const unsigned short second : {std::uint16_t{kLegQty}, std::uint16_t{kLegSymbol}}) {
-            const ZELFieldListEntry list[] = {{kLegs, 1}, {kLegSymbol, 1}, {second, 1}, {kNote, 1}};
-            tables.ChangeMessage(kPlainGroup).fieldList = list;
-            CZELMessage sent(0, 1);
-            SetNumber(Create(sent, kPlainGroup, kRepetitions), kLegs, kRepetitions);
-            for (short occurrence = 1; occurrence <= kRepetitions; ++occurrence) {
-                sent.setFieldValueBinary(kLegSymbol, "abc", 3, occurrence);
-            }
-            char buffer[kZELMaxFrame];
-            long length = 0;
-            ASSERT_EQ(sent.packMessage(buffer, &length), 0);
-            CZELMessage received(0, 0);
-            const int requests = Allocations([&] { ASSERT_EQ(received.unpackMessage(buffer), 0); });
-            EXPECT_GT(requests, 2);
-            for (int failing = 1; failing <= requests; ++failing) {
-                CZELMessage other(0, 0);
-                FailAllocationsFrom(failing);
-                EXPECT_EQ(other.unpackMessage(buffer), -1) << failing;
-                FailAllocationsFrom(0);
-                EXPECT_NE(reports.TakeText(), "");
-                EXPECT_EQ(other.unpackMessage(buffer), 0);
-                EXPECT_STREQ(static_cast<const char*>(other.getFieldValue(kLegSymbol, kRepetitions)), "abc");
-            }
-        }
+// Empty characters take no more of the heap than empty texts, whatever length the dictionary gives them.
+TEST(Allocations, FollowTheBytesOfReceivedCharacters) {
+    TestTables tables;
+    tables.ChangeField(kLegSymbol).type = kZELChars;
+    tables.ChangeField(kLegSymbol).length = 12000;
+    constexpr short kRepetitions = 2000;
+    CZELMessage sent(0, 1);
+    SetNumber(Create(sent, kPlainGroup, kRepetitions), kLegs, kRepetitions);
+    for (short occurrence = 1; occurrence <= kRepetitions; ++occurrence) {
+        _field_data* slot = sent.getField(kLegSymbol, occurrence);
+        slot->isSet = 1;
+        slot->value = slot->inlineValue;
+        slot->length = occurrence == kRepetitions ? 3 : 0;
+        std::memcpy(slot->inlineValue, "abc", 3);
+        ++sent.message->numFields;
     }
-    EXPECT_EQ(LiveBlocks(), live);
+    char buffer[kZELMaxFrame];
+    long length = 0;
+    ASSERT_EQ(sent.packMessage(buffer, &length), 0);
+    CZELMessage received(0, 0);
+    EXPECT_LE(Allocations([&] { ASSERT_EQ(received.unpackMessage(buffer), 0); }), 3);
+    EXPECT_EQ(received.getFieldLen(kLegSymbol, kRepetitions), 3);
 }
 
 TEST(Allocations, AreOneAtMostToSetAText) {
@@ -182,7 +171,8 @@ struct Objects {
     void AsTheyAre() {}
     // Every plan and every working memory is made anew.
     void Forget() {
-        RetirePlans();
+        StopUsingTables();
+        UseTables(zelGetDataDictionary(), zelGetMessageTable());
         CrushShutDown();
     }
     void PackCompressed() {

@@ -9,8 +9,9 @@
 #include <thread>
 #include <vector>
 
-#include "core/dictionary.h"
-#include "core/message_table.h"
+#include "core/tables/dictionary.h"
+#include "core/tables/message_table.h"
+#include "core/tables/tables_in_use.h"
 #include "include/zelmessage.h"
 #include "include/zelstream.h"
 #include "tests/stream/shown_item.h"
@@ -204,9 +205,11 @@ TEST_F(Exchange, NamesField550WhateverFails) {
     EXPECT_EQ(reports_.With(object.packMessage(buffer, &length)),
               "-1: 1476 Manadatory field(10) not in the list." + named);
     EXPECT_EQ(length, 77);
-    SetDataDictionary(nullptr);
-    object.packMessage(buffer, &length);
-    EXPECT_EQ(reports_.Take().back(), "1435 Cannot build ZEL message: (null) for dest: 42");
+    StopUsingTables();
+    const std::string noDictionary = "1412 Data Dictionary not initialized in shared memory; ";
+    EXPECT_EQ(reports_.With(object.packMessage(buffer, &length)),
+              "-1: " + noDictionary + "1486 Incorrect field version for field[10].; " + noDictionary +
+                  "1435 Cannot build ZEL message: (null) for dest: 42");
 }
 
 TEST_F(Exchange, LeavesTheStateThatEachFailurePromises) {

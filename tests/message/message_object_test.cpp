@@ -1,8 +1,10 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <utility>
 
-#include "core/plan_table.h"
+#include "core/tables/plan_table.h"
+#include "core/tables/tables_in_use.h"
 #include "include/zelmessage.h"
 #include "tests/support/bytes.h"
 #include "tests/support/cases.h"
@@ -78,20 +80,149 @@ TEST_F(MessageObject, SetsValuesByTheirType) {
     EXPECT_EQ(object_.getField(kValue, -1)->ownsValue, 0);
 }
 
-TEST_F(MessageObject, FillsUpWithZerosWhatTheCodecMayRead) {
-    tables_.ChangeField(kCode).length = 40;
-    for (const bool asBytes : {true, false}) {
+// Takes the value from the message and releases it.
+void Drop(_field_data& slot) {
+    ZELFree(std::exchange(slot.value, nullptr));
+    slot.ownsValue = 0;
+}
+
+// Whatever a program or a peer has written into a slot: no more is read than values have, and nothing beyond buffers of
+// the library's goes out.
+TEST_F(MessageObject, BelievesNoLengthThatABufferLacks) {
+    char own[] = "own bytes";
+    struct Row {
+        const char* name;
+        int format;
+        short id;
+        void (*change)(_field_data& slot, char* own);
+        const char* payload;
+    };
+    const Row rows[] = {
+        {"text", 0, kSymbol, [](_field_data& slot, char*) { slot.length = 12; },
+         "00 0E 00 0C 41 42 00 00 00 00 00 00 00 00 00 00"},
+        {"bytes", 2, kBlob, [](_field_data& slot, char*) { slot.length = 10; },
+         "00 14 00 0A 41 42 00 00 00 00 00 00 00 00"},
+        {"characters", 2, kCode, [](_field_data& slot, char*) { slot.length = 9; },
+         "00 0D 00 09 41 42 00 00 00 00 00 00 00"},
+        {"characters of the dictionary's length", 0, kCode, [](_field_data& slot, char*) { slot.length = 1; },
+         "00 0D 41 42 00 00 00 00 00 00"},
+        {"in place", 0, kSymbol,
+         [](_field_data& slot, char*) {
+             Drop(slot);
+             slot.value = std::memset(slot.inlineValue, 'i', 8);
+             slot.length = 10;
+         },
+         "00 0E 00 0A 69 69 69 69 69 69 69 69 00 00"},
+        {"the program's", 0, kSymbol,
+         [](_field_data& slot, char* bytes) {
+             Drop(slot);
+             slot.value = bytes;
+             slot.length = 5;
+         },
+         "00 0E 00 05 6F 77 6E 20 62"},
+        {"none", 0, kSymbol, [](_field_data& slot, char*) { Drop(slot); }, "00 0E 00 00"},
+    };
+    char buffer[kZELMaxFrame];
+    long length = 0;
+    for (const Row& row : rows) {
         Create(object_, kAllTypes);
-        for (int used = 0; used < 20; ++used) {
-            object_.setFieldValueBinary(kBlob, std::string(23, 'x').data(), 23, -1);
-        }
-        Create(object_, kAllTypes);
-        object_.setFieldValue(kSymbol, std::string(63, 's').c_str(), -1);
-        asBytes ? object_.setFieldValueBinary(kCode, "abc", 3, -1) : object_.setFieldValue(kCode, "abc", -1);
-        EXPECT_EQ(ToHex({static_cast<const char*>(object_.getFieldValue(kCode, -1)), 40}),
-                  ToHex("abc" + std::string(37, '\0')));
-        EXPECT_EQ(Value(kSymbol), std::string(63, 's')) << "the value before it";
+        object_.setFieldValueBinary(row.id, "AB", 2, -1);
+        SetNumber(object_, kSide, 1);
+        object_.message->format = static_cast<unsigned short>(row.format);
+        row.change(*object_.getField(row.id, -1), own);
+        ASSERT_EQ(object_.packMessage(buffer, &length), 0) << row.name;
+        const long first = 38 + (row.format == 2 ? 6 : 4);
+        EXPECT_EQ(ToHex({buffer + first, static_cast<std::size_t>(length - first)}), row.payload) << row.name;
     }
+    // A setter stays within both, too.
+    for (const short id : {kBlob, kSide, kStamp, kPrice}) {
+        Create(object_, kAllTypes).setFieldValueBinary(id, "AB", 2, -1);
+        object_.getField(id, -1)->length = 5000;
+        const ExactCopy value(std::string(id == kBlob ? 5000 : id == kSide ? 2 : 8, 'v'));
+        object_.setFieldValue(id, value.data.get(), -1);
+    }
+    // A date-time keeps the length that a peer gave it, and a value of the program's has 8 bytes all the same.
+    for (const std::size_t wireLength : {std::size_t{8}, std::size_t{100}, std::size_t{12000}}) {
+        CZELMessage sent(0, 1);
+        SetNumber(Create(sent, kAllTypes), kSide, 1);
+        sent.packMessage(buffer, &length);
+        buffer[31] = 2;
+        const std::string field = std::string{0, kStamp, static_cast<char>(wireLength >> 8), static_cast<char>(wireLength)};
+        const ExactCopy frame(std::string(buffer + 6, static_cast<std::size_t>(length - 6)) + field +
+                              std::string(wireLength, 'd'));
+        ASSERT_EQ(object_.unpackMessageNoFrame(frame.data.get(), static_cast<long>(frame.size)), 0);
+        EXPECT_EQ(static_cast<std::size_t>(object_.getFieldLen(kStamp, -1)), wireLength);
+        EXPECT_EQ(Value(kStamp), "dddddddd" + std::string(wireLength - 8, '\0'));
+        const ExactCopy stamp("12345678");
+        object_.setFieldValue(kStamp, stamp.data.get(), -1);
+        --object_.message->numFields;
+        ASSERT_EQ(object_.packMessage(buffer, &length), 0);
+        EXPECT_EQ(std::string(buffer + length - 12, 12), std::string("\0\x11\0\b", 4) + "12345678");
+    }
+    EXPECT_EQ(reports_.Take(), Lines{});
+}
+
+TEST_F(MessageObject, CountsItsSlotsItself) {
+    for (const short count : {short{-1}, short{0}, short{32767}}) {
+        ZELDataBuf& buffer = *Create(object_, kPlainGroup, 3).message->dataBuf;
+        object_.setFieldValue(kLegSymbol, "RYE", 3);
+        buffer.count = count;
+        buffer.fields = nullptr;
+        object_.message->dataBuf = nullptr;
+        SetNumber(object_, kLegs, 3);
+        EXPECT_EQ(Value(kLegSymbol, 3), "RYE");
+        char frame[kZELMaxFrame];
+        long length = 0;
+        EXPECT_EQ(object_.packMessage(frame, &length), 0);
+        if (count == 0) {
+            ASSERT_EQ(object_.unpackMessage(frame), 0);
+        } else {
+            object_.createStruct();
+        }
+        EXPECT_TRUE(object_.message->dataBuf->count == 8 && object_.message->dataBuf->fields[7].id == kNote);
+    }
+}
+
+TEST_F(MessageObject, WorksByTheTablesThatItWasCreatedFrom) {
+    char before[kZELMaxFrame];
+    char after[kZELMaxFrame];
+    long lengths[2] = {};
+    SetNumber(Create(object_, kAllTypes), kSide, 1);
+    object_.setFieldValue(kSymbol, "RYE", -1);
+    object_.message->msgIdSeq = 1;
+    ASSERT_EQ(object_.packMessage(before, &lengths[0]), 0);
+    // Characters of so many bytes that packing by them would send what lies behind the text.
+    tables_.ChangeField(kSymbol).type = kZELChars;
+    tables_.ChangeField(kSymbol).length = 3000;
+    tables_.ChangeField(kQty).type = kZELText;
+    tables_.ChangeField(4).type = kZELText;
+    tables_.Install();
+    FailAllocationsFrom(1);
+    ASSERT_EQ(object_.packMessage(after, &lengths[1]), 0);
+    FailAllocationsFrom(0);
+    EXPECT_EQ(std::string(after, static_cast<std::size_t>(lengths[1])),
+              std::string(before, static_cast<std::size_t>(lengths[0])));
+    const ExactCopy number(FromHex("01 02 03 04"));
+    object_.setFieldValue(kQty, number.data.get(), -1);
+    EXPECT_EQ(ToHex(Value(kQty)), "01 02 03 04");
+    EXPECT_EQ(object_.getFieldType(kQty), kZELText) << "by the tables in use";
+    StopUsingTables();
+    object_.setFieldValue(kSymbol, "OAT", -1);
+    EXPECT_EQ(Value(kSymbol), "OAT");
+    EXPECT_EQ(reports_.Take(), Lines{});
+    EXPECT_EQ(object_.packMessage(after, &lengths[1]), -1);
+    reports_.Take();
+    // The same tables again find their plans again.
+    tables_.ChangeField(4).type = kZELInt;
+    int live = 0;
+    for (int start = 0; start < 1000; ++start) {
+        tables_.Install();
+        Create(object_, kAllTypes);
+        ASSERT_EQ(object_.getField(kSymbol, -1)->length, 3000) << "new messages go by new tables";
+        StopUsingTables();
+        live = start == 0 ? LiveBlocks() : live;
+    }
+    EXPECT_EQ(LiveBlocks(), live);
 }
 
 TEST_F(MessageObject, FindsOccurrences) {
@@ -135,6 +266,7 @@ TEST_F(MessageObject, KeepsReplacedValuesUntilTheMessageGoes) {
     object_.createStruct();
     EXPECT_EQ(LiveBlocks(), empty);
     object_.destroyStruct();
+    StopUsingTables();
     ReleasePlans();
     EXPECT_EQ(LiveBlocks(), live);
 }

@@ -46,23 +46,26 @@ TEST(Bounded, FailedCallsMoveNothing) {
     const std::string bytes = FromHex("12 34 56");
     Reader reader{bytes.data(), bytes.data() + 3};
     std::uint16_t value = 7;
-    EXPECT_EQ(Take(reader, 4), nullptr);
-    EXPECT_EQ(Take(reader, SIZE_MAX), nullptr);
+    const char* taken = nullptr;
+    EXPECT_FALSE(Take(reader, 4, taken));
+    EXPECT_FALSE(Skip(reader, SIZE_MAX));
     EXPECT_TRUE(ReadU16Be(reader, value));
     EXPECT_EQ(value, 0x1234);
     EXPECT_FALSE(ReadU16Be(reader, value));
     EXPECT_TRUE(value == 0x1234 && Remaining(reader) == 1);
-    EXPECT_EQ(Take(reader, 1), bytes.data() + 2);
+    EXPECT_TRUE(Take(reader, 1, taken));
+    EXPECT_EQ(taken, bytes.data() + 2);
     char out[7] = "??????";
     Writer writer{out, out + 6};
-    EXPECT_FALSE(WriteU64Be(writer, 1));
-    EXPECT_TRUE(WriteU32Be(writer, 0x01020304));
-    EXPECT_FALSE(WriteU32Be(writer, 5));
-    EXPECT_FALSE(WriteZeros(writer, 3));
+    EXPECT_FALSE(WriteZeros(writer, 7));
+    EXPECT_TRUE(WriteZeros(writer, 3));
     EXPECT_TRUE(WriteU16Be(writer, 0x0506));
-    EXPECT_FALSE(WriteBytes(writer, "x", 1));
-    EXPECT_TRUE(WriteBytes(writer, nullptr, 0));
-    EXPECT_EQ(ToHex({out, 6}), "01 02 03 04 05 06");
+    char* room = nullptr;
+    EXPECT_FALSE(WriteU16Be(writer, 7));
+    EXPECT_FALSE(Reserve(writer, SIZE_MAX, room));
+    EXPECT_TRUE(Reserve(writer, 1, room));
+    EXPECT_EQ(room, out + 5);
+    EXPECT_EQ(ToHex({out, 6}), "00 00 00 05 06 3F");
 }
 
 TEST(ErrorSink, AnswersTheOneBefore) {

@@ -4,7 +4,7 @@
 #include <tuple>
 #include <type_traits>
 
-#include "core/dictionary.h"
+#include "core/tables/dictionary.h"
 #include "tests/stream/open_stream.h"
 #include "tests/stream/shown_item.h"
 #include "tests/support/bytes.h"

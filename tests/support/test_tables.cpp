@@ -3,8 +3,8 @@
 #include <cstring>
 #include <utility>
 
-#include "core/dictionary.h"
-#include "core/plan_table.h"
+#include "core/tables/plan_table.h"
+#include "core/tables/tables_in_use.h"
 
 namespace zel::test {
 
@@ -67,14 +67,13 @@ TestTables::TestTables() : records_(kHighest + 1), types_{} {
 }
 
 TestTables::~TestTables() {
-    SetDataDictionary(nullptr);
-    SetMessageTable(nullptr);
+    UseTables(nullptr, nullptr);
+    StopUsingTables();
     ReleasePlans();
 }
 
 void TestTables::Install() {
-    SetDataDictionary(reinterpret_cast<const ZELDictionaryHeader*>(records_.data()));
-    SetMessageTable(types_);
+    UseTables(reinterpret_cast<const ZELDictionaryHeader*>(records_.data()), types_);
 }
 
 ZELDictionaryField& TestTables::ChangeField(int id) {

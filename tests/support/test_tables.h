@@ -56,12 +56,13 @@ public:
     const ZELDictionaryField& Field(int id) const { return records_[static_cast<std::size_t>(id)]; }
     const ZELSubTypeNode& Message(SubType subType) const { return nodes_[static_cast<std::size_t>(subType) - 1]; }
 
-    // To be changed, before the core is used again.
+    // To be changed, before the core is used again. What changes of the header's fields counts after Install.
     ZELDictionaryField& ChangeField(int id);
     ZELSubTypeNode& ChangeMessage(SubType subType);
 
-private:
     void Install();
+
+private:
     void Define(int id, ZELFieldType type, int length, const char* name, int version = 1);
     void AddMessage(int repeatFieldId, int groupSize, std::vector<ZELFieldListEntry> list);
 

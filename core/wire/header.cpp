@@ -1,0 +1,269 @@
+#include "core/wire/header.h"
+
+#include <cstring>
+
+#include "core/wire/field_codec.h"
+#include "core/wire/user_data.h"
+#include "runtime/allocator.h"
+#include "runtime/reports.h"
+
+namespace zel {
+
+namespace {
+
+// The header's longest form; callers' buffers hold what the message needs of it.
+constexpr std::size_t kMaxHeader = 30 + UINT16_MAX;
+
+// User data of up to this length without a buffer goes as a number.
+constexpr unsigned short kFixedUserDataLength = 4;
+
+// ---- The numbers ----------------------------------------------------------------------------------------------------
+
+// Two 16-bit numbers as one of 32: a negative lower half borrows one from the upper.
+std::uint32_t JoinHalves(short high, short low) noexcept {
+    return static_cast<std::uint32_t>(high) * 65536U + static_cast<std::uint32_t>(low);
+}
+
+short HighHalf(std::uint32_t value) noexcept {
+    return static_cast<short>(value >> 16);
+}
+
+short LowHalf(std::uint32_t value) noexcept {
+    return static_cast<short>(value);
+}
+
+std::uint16_t JoinFlags(const ZelMsgStruct& message) noexcept {
+    const unsigned flags =
+        ((message.encryptFlag * 16U + message.packFlags) * 16U + message.format) * 16U + message.version;
+    return static_cast<std::uint16_t>(flags);
+}
+
+void SplitFlags(std::uint32_t flags, ZelMsgStruct& message) noexcept {
+    message.encryptFlag = flags >> 12 & 0xF;
+    message.packFlags = flags >> 8 & 0xF;
+    message.format = flags >> 4 & 0xF;
+    message.version = flags & 0xF;
+}
+
+std::uint32_t JoinMsgId(const ZelMsgStruct& message) noexcept {
+    return message.msgIdSeq * 65536U + message.msgIdPart2 * 256U + message.msgIdPart3;
+}
+
+void SplitMsgId(std::uint32_t msgId, ZelMsgStruct& message) noexcept {
+    message.msgIdSeq = static_cast<unsigned short>(msgId >> 16);
+    message.msgIdPart2 = msgId >> 8 & 0xFF;
+    message.msgIdPart3 = msgId & 0xFF;
+}
+
+// ---- One field ------------------------------------------------------------------------------------------------------
+//
+// `usual`: the dictionary's rules are, and nothing is looked up in them. Else a field that has another form than the
+// header's cannot be packed or read.
+
+constexpr Shape ShapeOfNumber(HeaderFieldId fieldId) noexcept {
+    return kHeaderFields[fieldId].width == 2 ? Shape::kShort : Shape::kLong;
+}
+
+constexpr FieldRule UsualRule(HeaderFieldId fieldId) noexcept {
+    return {fieldId, kZELShort, static_cast<std::int16_t>(kHeaderFields[fieldId].width), 0};
+}
+
+bool ReportUnpackable(HeaderFieldId fieldId) noexcept {
+    SendReportWith(reports::kHeaderFieldUnpackable, kHeaderFields[fieldId].name);
+    return false;
+}
+
+bool ReportUnreadable(HeaderFieldId fieldId) noexcept {
+    SendReportWith(reports::kHeaderFieldUnreadable, kHeaderFields[fieldId].name);
+    return false;
+}
+
+bool ReportMissing(HeaderFieldId fieldId) noexcept {
+    SendReportWith(reports::kHeaderFieldMissing, kHeaderFields[fieldId].name);
+    return false;
+}
+
+// A type that nobody knows is left to the codec, which reports it.
+[[gnu::noinline]] bool PackByRule(const FieldRule& rule, const void* value, std::uint16_t length, Writer& out) noexcept {
+    const auto fieldId = static_cast<HeaderFieldId>(rule.id);
+    const bool isTried = FitsHeaderField(fieldId, rule.type) || ShapeOf(rule.type) == Shape::kNone;
+    return (isTried && PackZELField(rule, {value, length, length}, out, kIdAndValue)) || ReportUnpackable(fieldId);
+}
+
+template <bool usual, HeaderFieldId fieldId>
+bool PackNumber(const HeaderRules& rules, std::uint32_t value, Writer& out) noexcept {
+    constexpr std::uint16_t width = kHeaderFields[fieldId].width;
+    const auto narrow = static_cast<std::uint16_t>(value);
+    const void* bytes = width == 2 ? static_cast<const void*>(&narrow) : &value;
+    if constexpr (usual) {
+        return EncodeField<kIdAndValue, ShapeOfNumber(fieldId)>(UsualRule(fieldId), PlainValue{bytes, width, width}, out);
+    } else {
+        return PackByRule(rules.rules[fieldId], bytes, width, out);
+    }
+}
+
+template <bool usual, HeaderFieldId fieldId>
+bool UnpackNumber(Reader& in, std::uint32_t& value) noexcept {
+    constexpr Shape shape = ShapeOfNumber(fieldId);
+    char bytes[sizeof value] = {};
+    if constexpr (usual) {
+        WireValue wire{};
+        if (!LocateValue<kIdAndValue, shape>(UsualRule(fieldId), in, wire)) {
+            return ReportUnreadable(fieldId);
+        }
+        DecodeFixed<shape>(wire.bytes, bytes);
+    } else {
+        const FieldRule rule = RuleOf(fieldId);
+        unsigned short length = 0;
+        if (UnpackZELField(rule, in, bytes, sizeof bytes, &length, kIdAndValue) != 0 ||
+            !FitsHeaderField(fieldId, rule.type)) {
+            return ReportUnreadable(fieldId);
+        }
+        // A lost reader is left to whoever reads next.
+        if (GetNextField(in, kIdAndValue) == Step::kPastEnd) {
+            return ReportUnreadable(fieldId);
+        }
+    }
+    value = shape == Shape::kShort ? LoadHost<std::uint16_t>(bytes) : LoadHost<std::uint32_t>(bytes);
+    return true;
+}
+
+// The same for a field that must be the next one.
+template <bool usual, HeaderFieldId fieldId>
+bool ExpectNumber(Reader& in, std::uint32_t& value) noexcept {
+    return UnpackZELFieldId(in) == fieldId ? UnpackNumber<usual, fieldId>(in, value) : ReportMissing(fieldId);
+}
+
+// ---- User data ------------------------------------------------------------------------------------------------------
+
+bool HasFixedUserData(const ZelMsgStruct& message) noexcept {
+    return message.varUserDataLen <= kFixedUserDataLength && message.varUserData == nullptr;
+}
+
+template <bool usual>
+bool PackUserData(const HeaderRules& rules, const ZelMsgStruct& message, Writer& out) noexcept {
+    if (HasFixedUserData(message)) {
+        return PackNumber<usual, kUserData>(rules, static_cast<std::uint32_t>(message.userData), out);
+    }
+    Writer writer = out;
+    const bool isPacked = PackByRule(rules.rules[kVarUserData], message.varUserData, message.varUserDataLen, writer);
+    out = writer;
+    return isPacked;
+}
+
+// The length is read from behind the id, whatever the dictionary says of the field.
+[[gnu::noinline]] bool UnpackVarUserData(Reader& in, ZelMsgStruct& message) noexcept {
+    Reader reader = in;
+    WireValue value{};
+    if (!LocateValue<kIdAndValue, Shape::kCounted>({}, reader, value)) {
+        return ReportUnreadable(kVarUserData);
+    }
+    auto* copy = static_cast<char*>(Allocate(std::size_t{value.length} + 1));
+    if (copy == nullptr) {
+        SendReport(reports::kUserDataAllocation);
+        return false;
+    }
+    std::memcpy(copy, value.bytes, value.length);
+    FreeVarUserData(message);
+    message.varUserData = copy;
+    message.varUserDataLen = value.length;
+    message.varUserDataOwned = 1;
+    return GetNextField(in, kIdAndValue) != Step::kPastEnd || ReportUnreadable(kVarUserData);
+}
+
+template <bool usual>
+bool UnpackUserData(Reader& in, ZelMsgStruct& message) noexcept {
+    const unsigned short fieldId = UnpackZELFieldId(in);
+    if (fieldId == kVarUserData) {
+        Reader reader = in;
+        const bool isUnpacked = UnpackVarUserData(reader, message);
+        in = reader;
+        return isUnpacked;
+    }
+    std::uint32_t userData = 0;
+    if (fieldId != kUserData) {
+        return ReportMissing(kUserData);
+    }
+    if (!UnpackNumber<usual, kUserData>(in, userData)) {
+        return false;
+    }
+    message.userData = static_cast<ZELLong>(userData);
+    message.varUserDataLen = kFixedUserDataLength;
+    return true;
+}
+
+// ---- The whole ------------------------------------------------------------------------------------------------------
+
+// Writes the header at `out`: the address after it, or null, reported.
+template <bool usual>
+char* WriteHeader(const HeaderRules& rules, const ZelMsgStruct& message, char* begin) noexcept {
+    Writer out{begin, begin + kMaxHeader};
+    const bool isWritten = PackNumber<usual, kFlags>(rules, JoinFlags(message), out) &&
+           PackNumber<usual, kMsgType>(rules, JoinHalves(message.msgType, message.subType), out) &&
+           PackNumber<usual, kServiceId>(rules, JoinHalves(message.serviceIdHigh, message.serviceIdLow), out) &&
+           PackNumber<usual, kMsgId>(rules, JoinMsgId(message), out) &&
+           PackNumber<usual, kNumFields>(rules, static_cast<std::uint16_t>(message.numFields), out) &&
+           PackUserData<usual>(rules, message, out);
+    return isWritten ? out.next : nullptr;
+}
+
+constexpr Reader kNoHeader{nullptr, nullptr};
+
+// Reads the header: the reader after it, or none, reported.
+template <bool usual>
+Reader ReadHeader(Reader in, ZelMsgStruct& message) noexcept {
+    std::uint32_t value = 0;
+    if (!ExpectNumber<usual, kFlags>(in, value)) {
+        return kNoHeader;
+    }
+    SplitFlags(value, message);
+    if (!ExpectNumber<usual, kMsgType>(in, value)) {
+        return kNoHeader;
+    }
+    message.msgType = HighHalf(value);
+    message.subType = LowHalf(value);
+    if (!ExpectNumber<usual, kServiceId>(in, value)) {
+        return kNoHeader;
+    }
+    message.serviceIdHigh = HighHalf(value);
+    message.serviceIdLow = LowHalf(value);
+    if (!ExpectNumber<usual, kMsgId>(in, value)) {
+        return kNoHeader;
+    }
+    SplitMsgId(value, message);
+    if (!ExpectNumber<usual, kNumFields>(in, value)) {
+        return kNoHeader;
+    }
+    message.numFields = static_cast<short>(value);
+    return UnpackUserData<usual>(in, message) ? in : kNoHeader;
+}
+
+}  // namespace
+
+bool HasFixedHeader(const HeaderRules& rules, const ZelMsgStruct& message) noexcept {
+    return rules.areUsual && HasFixedUserData(message);
+}
+
+char* BuildZELHeader(const HeaderRules& rules, const ZelMsgStruct* message, char* out,
+                     unsigned short* headerLength) noexcept {
+    if (message == nullptr || out == nullptr || headerLength == nullptr) {
+        SendReport(reports::kBuildHeaderFailed);
+        return nullptr;
+    }
+    char* next = rules.areUsual ? WriteHeader<true>(rules, *message, out) : WriteHeader<false>(rules, *message, out);
+    if (next != nullptr) {
+        *headerLength = static_cast<unsigned short>(next - out);
+    }
+    return next;
+}
+
+Reader UnpackZELHeader(const char* in, long length, ZelMsgStruct* message) noexcept {
+    if (in == nullptr || static_cast<std::uint16_t>(length) == 0 || message == nullptr) {
+        SendReport(reports::kUnpackHeaderFailed);
+        return kNoHeader;
+    }
+    const Reader reader{in, length > 0 ? in + length : in};
+    return HeaderRulesInUse().areUsual ? ReadHeader<true>(reader, *message) : ReadHeader<false>(reader, *message);
+}
+
+}  // namespace zel
