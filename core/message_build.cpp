@@ -25,20 +25,14 @@ enum class SlotFate {
 
 // `newest` is the newest field version that the message carries.
 inline SlotFate JudgeSlot(const PlanEntry& entry, bool isWanted, int newest) noexcept {
+    if (!entry.hasRecord) {
+        return SlotFate::kUnknown;
+    }
     const bool isMissing = !isWanted && entry.presence == kZELMandatory;
-    if (entry.version > newest) {
-        if (!entry.hasRecord) {
-            return SlotFate::kUnknown;
-        }
-        if (isMissing) {
-            return SlotFate::kNewMandatory;
-        }
-        return isWanted ? SlotFate::kTooNew : SlotFate::kLeftOut;
+    if (entry.rule.version > newest) {
+        return isMissing ? SlotFate::kNewMandatory : isWanted ? SlotFate::kTooNew : SlotFate::kLeftOut;
     }
-    if (isMissing) {
-        return SlotFate::kMissing;
-    }
-    return isWanted ? SlotFate::kPacked : SlotFate::kLeftOut;
+    return isMissing ? SlotFate::kMissing : isWanted ? SlotFate::kPacked : SlotFate::kLeftOut;
 }
 
 void ReportFate(const MessagePlan& plan, SlotFate fate, unsigned short fieldId) noexcept {
@@ -77,7 +71,7 @@ struct SlotValue {
 template <short format, bool hasFilter>
 char* PackSlots(const ZelMsgStruct& message, Writer out, int& claimed, int& packed) noexcept {
     const MessageBlock& block = BlockOf(message);
-    const int newest = hasFilter && message.version != 0 ? message.version : kNoVersion - 1;
+    const int newest = hasFilter && message.version != 0 ? message.version : INT16_MAX;
     const _field_data* const end = SlotsOf(block) + block.slotCount;
     int leftOut = 0;
     for (const _field_data* slot = SlotsOf(block); slot != end; ++slot) {
@@ -199,7 +193,7 @@ int BuildZELMessage(ZelMsgStruct* message, char* out, long* outLength, unsigned 
         return -1;
     }
     const MessageBlock& block = BlockOf(*message);
-    if (!TablesAreInUse()) {
+    if (!tablesAreInUse) {
         return RefuseAfterTerminate(block);
     }
     const HeaderRules& rules = block.plan->header;

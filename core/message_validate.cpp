@@ -28,52 +28,48 @@ bool UnpackRepeatCount(const FieldRule& rule, const Reader& in, short format, sh
     return true;
 }
 
-// No field is that of this entry.
-constexpr PlanEntry kNoEntry{{}, 0, kNoId, kNoId, 0, 0, 0, Shape::kNone, kNoPart, false, false};
-
-// The entry that may follow the field; or none if the list has the field not at all or several times, or if there was
-// no memory for the plan.
-const PlanEntry* EntryAfter(const MessagePlan* plan, unsigned short fieldId) noexcept {
-    const PlanId id = plan != nullptr ? FindPlanId(*plan, fieldId) : PlanId{};
-    return id.use == PlanId::kSole ? plan->entries + EntryAt(id.at) + 1 : &kNoEntry;
+// Steps over fields that come as the list has them, and not over the repeat-count field: their number.
+template <short format>
+int StepInOrder(const MessagePlan& plan, int numFields, Reader& in) noexcept {
+    const PlanEntry* next = plan.entries;
+    Reader reader = in;
+    int field = 0;
+    while (field < numFields && IsFieldOf(*next, reader) && next->rule.id != plan.repeatFieldId &&
+           StepOverField<format>(next->rule, reader) == Step::kNext) {
+        ++next;
+        ++field;
+    }
+    in = reader;
+    return field;
 }
 
 // Walks the payload up to the repeat-count field. A payload that ends before it leaves the count as it is.
 template <short format>
 bool WalkToRepeatCount(ReceivedMessage& received, const ZELSubTypeNode& node, short* repeatCount) noexcept {
-    const MessagePlan* plan = received.plan;
-    const PlanEntry* next = plan != nullptr ? plan->entries : &kNoEntry;
-    bool isInOrder = true;
     const int numFields = received.header.numFields;
     Reader payload = received.payload;
-    for (int field = 0; field < numFields; ++field) {
-        FieldRule rule;
-        if (CarriesId(format) && IsFieldOf(*next, payload) && next->rule.id != node.repeatFieldId) {
-            rule = next->rule;
-            ++next;
-        } else {
-            received.inOrder = isInOrder ? field : received.inOrder;
-            isInOrder = false;
-            const bool isLost = payload.next == nullptr;
-            if (!isLost && (Remaining(payload) == 0 || (format == kValueOnly && field >= node.fieldCount))) {
-                return true;
-            }
-            const bool isListed = format == kValueOnly && !isLost;
-            const unsigned short fieldId = isListed ? node.fieldList[field].fieldId : UnpackZELFieldId(payload);
-            if (fieldId == kUnreadableId && !isListed) {
-                SendReport(reports::kFieldIdUnreadable);
-                return false;
-            }
-            const bool isCount = fieldId == node.repeatFieldId;
-            // In format 2 the field itself says how long it is.
-            rule = format == kIdLengthAndValue && !isCount ? FieldRule{fieldId, 0, 0, 0} : RuleOf(fieldId);
-            if (isCount) {
-                return UnpackRepeatCount(rule, payload, format, repeatCount);
-            }
-            next = EntryAfter(plan, fieldId);
+    if (CarriesId(format) && received.plan != nullptr) {
+        received.inOrder = StepInOrder<format>(*received.plan, numFields, payload);
+    }
+    for (int field = received.inOrder; field < numFields; ++field) {
+        const bool isLost = payload.next == nullptr;
+        if (!isLost && (Remaining(payload) == 0 || (format == kValueOnly && field >= node.fieldCount))) {
+            return true;
+        }
+        const bool isListed = format == kValueOnly && !isLost;
+        const unsigned short fieldId = isListed ? node.fieldList[field].fieldId : UnpackZELFieldId(payload);
+        if (fieldId == kUnreadableId && !isListed) {
+            SendReport(reports::kFieldIdUnreadable);
+            return false;
+        }
+        const bool isCount = fieldId == node.repeatFieldId;
+        // In format 2 the field itself says how long it is.
+        const FieldRule rule = format == kIdLengthAndValue && !isCount ? FieldRule{} : RuleOf(fieldId);
+        if (isCount) {
+            return UnpackRepeatCount(rule, payload, format, repeatCount);
         }
         if (StepOverField<format>(rule, payload) == Step::kPastEnd) {
-            return ReportField(reports::kFieldUnreadable, rule.id);
+            return ReportField(reports::kFieldUnreadable, fieldId);
         }
     }
     return true;

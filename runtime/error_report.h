@@ -30,8 +30,9 @@ inline void SendReport(const Report& report) noexcept {
 // Longest text: a money text of 31 characters or a field name of 64 within a sentence.
 inline constexpr int kReportTextSize = 192;
 
+// Out of line: what has nothing to report saves no registers for it and has no text on its stack.
 template <typename... Args>
-void SendReportWith(const Report& report, Args... args) noexcept {
+[[gnu::noinline]] void SendReportWith(const Report& report, Args... args) noexcept {
     if (!HasErrorSink()) {
         return;
     }

@@ -45,7 +45,7 @@ char* CarveFromNewRoom(Slab& slab, std::size_t size) noexcept {
     return CarveAt(slab, room, at, size);
 }
 
-bool EndSlab(Slab& slab, std::int32_t held) noexcept {
+bool EndHeldSlab(Slab& slab, std::int32_t held) noexcept {
     if (held != 0 && ChangeHeld(slab, held) != 0) {
         return false;
     }

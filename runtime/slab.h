@@ -95,7 +95,10 @@ inline bool IsCarvedFrom(const Slab& slab, const void* block) noexcept {
 
 // Ends all blocks but `held` ones. True: the slab is the owner's again, without the rooms added. False: it goes with the
 // last of those that are held.
-[[nodiscard]] bool EndSlab(Slab& slab, std::int32_t held) noexcept;
+[[nodiscard]] bool EndHeldSlab(Slab& slab, std::int32_t held) noexcept;
+[[nodiscard]] inline bool EndSlab(Slab& slab, std::int32_t held) noexcept {
+    return (held == 0 && slab.own.next == nullptr) || EndHeldSlab(slab, held);
+}
 
 // For Release: false if the block is of the heap.
 bool ReleaseCarved(void* block) noexcept;

@@ -74,7 +74,6 @@ PlanEntry NewEntry(const ZELFieldListEntry& listed, Part part, std::uint16_t mar
     PlanEntry entry{};
     entry.rule = FindRule(listed.fieldId);
     entry.hasRecord = FindFldRecord(static_cast<short>(listed.fieldId)) != nullptr;
-    entry.version = entry.hasRecord ? entry.rule.version : kNoVersion;
     entry.soleId = kNoId;
     entry.wireId = kNoId;
     entry.presence = listed.presence;

@@ -24,13 +24,9 @@ enum Part : std::uint8_t { kBeforeGroup, kInGroup, kAfterGroup, kNoPart, kPartCo
 // No 16-bit id.
 inline constexpr std::uint32_t kNoId = 0x10000;
 
-// The version of a field without a record: newer than any message can ask for.
-inline constexpr int kNoVersion = INT32_MAX;
-
 // One entry of the field list.
 struct alignas(16) PlanEntry {
     FieldRule rule;
-    int version;             // the field's, or kNoVersion
     std::uint32_t soleId;    // the id if the dictionary knows it and no other entry has it, else kNoId
     std::uint32_t wireId;    // the same as its bytes lie on the wire, if type and length of the dictionary agree
     std::uint16_t presence;  // of the message table

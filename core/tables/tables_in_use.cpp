@@ -5,28 +5,18 @@
 
 namespace zel {
 
-namespace {
-
-bool areInUse = false;
-
-}  // namespace
-
 void UseTables(const ZELDictionaryHeader* dictionary, const ZELTypeNode* messageTable) noexcept {
-    areInUse = true;
+    tablesAreInUse = true;
     SetDataDictionary(dictionary);
     SetMessageTable(messageTable);
     SetHeaderRules();
 }
 
 void StopUsingTables() noexcept {
-    areInUse = false;
+    tablesAreInUse = false;
     CloseDataDictionary();
     CloseMessageTable();
     SetHeaderRules();
-}
-
-bool TablesAreInUse() noexcept {
-    return areInUse;
 }
 
 }  // namespace zel

@@ -15,8 +15,8 @@ void UseTables(const ZELDictionaryHeader* dictionary, const ZELTypeNode* message
 // The tables are about to go: nothing looks into them from now on.
 void StopUsingTables() noexcept;
 
-// Whether there was a UseTables since the last StopUsingTables.
-bool TablesAreInUse() noexcept;
+// Whether there was a UseTables since the last StopUsingTables. Written by those two.
+inline bool tablesAreInUse = false;
 
 }  // namespace zel
 

@@ -14,9 +14,6 @@ namespace {
 // The header's longest form; callers' buffers hold what the message needs of it.
 constexpr std::size_t kMaxHeader = 30 + UINT16_MAX;
 
-// User data of up to this length without a buffer goes as a number.
-constexpr unsigned short kFixedUserDataLength = 4;
-
 // ---- The numbers ----------------------------------------------------------------------------------------------------
 
 // Two 16-bit numbers as one of 32: a negative lower half borrows one from the upper.
@@ -136,10 +133,6 @@ bool ExpectNumber(Reader& in, std::uint32_t& value) noexcept {
 
 // ---- User data ------------------------------------------------------------------------------------------------------
 
-bool HasFixedUserData(const ZelMsgStruct& message) noexcept {
-    return message.varUserDataLen <= kFixedUserDataLength && message.varUserData == nullptr;
-}
-
 template <bool usual>
 bool PackUserData(const HeaderRules& rules, const ZelMsgStruct& message, Writer& out) noexcept {
     if (HasFixedUserData(message)) {
@@ -239,10 +232,6 @@ Reader ReadHeader(Reader in, ZelMsgStruct& message) noexcept {
 }
 
 }  // namespace
-
-bool HasFixedHeader(const HeaderRules& rules, const ZelMsgStruct& message) noexcept {
-    return rules.areUsual && HasFixedUserData(message);
-}
 
 char* BuildZELHeader(const HeaderRules& rules, const ZelMsgStruct* message, char* out,
                      unsigned short* headerLength) noexcept {

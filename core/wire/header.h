@@ -20,8 +20,17 @@ inline constexpr unsigned short kPackSent = 1;
 // The length of a header without variable user data, whatever its numbers, where the dictionary's rules are usual.
 inline constexpr std::size_t kFixedHeader = 32;
 
+// User data of up to this length without a buffer goes as a number.
+inline constexpr unsigned short kFixedUserDataLength = 4;
+
+inline bool HasFixedUserData(const ZelMsgStruct& message) noexcept {
+    return message.varUserDataLen <= kFixedUserDataLength && message.varUserData == nullptr;
+}
+
 // Whether the message's header will be such a one.
-bool HasFixedHeader(const HeaderRules& rules, const ZelMsgStruct& message) noexcept;
+inline bool HasFixedHeader(const HeaderRules& rules, const ZelMsgStruct& message) noexcept {
+    return rules.areUsual && HasFixedUserData(message);
+}
 
 // Writes the header at `out`, which holds 30 bytes and the variable user data, or 32; returns the address after it and
 // its length, or null. Reports 1001, or 1417 with the name of the field.

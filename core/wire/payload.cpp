@@ -2,7 +2,6 @@
 
 #include <utility>
 
-#include "core/wire/compression.h"
 #include "core/wire/header.h"
 #include "core/wire/transform.h"
 #include "runtime/reports.h"
@@ -38,10 +37,6 @@ bool TransformBack(unsigned short encryptFlag, char* buffer, Reader& payload) no
 }
 
 }  // namespace
-
-bool IsSentPlain(const ZelMsgStruct& message) noexcept {
-    return message.encryptFlag == 0 && !IsCompressed(message.packFlags);
-}
 
 Reader ClosePayload(ZelMsgStruct& message, PayloadBuffers& buffers, int packedLength) noexcept {
     constexpr Reader kFailed{nullptr, nullptr};

@@ -3,6 +3,7 @@
 #ifndef ZEL_CORE_WIRE_PAYLOAD_H
 #define ZEL_CORE_WIRE_PAYLOAD_H
 
+#include "core/wire/compression.h"
 #include "include/zelmessage.h"
 #include "runtime/bounded.h"
 
@@ -15,7 +16,9 @@ struct PayloadBuffers {
 };
 
 // Whether the payload goes out as it is packed.
-bool IsSentPlain(const ZelMsgStruct& message) noexcept;
+inline bool IsSentPlain(const ZelMsgStruct& message) noexcept {
+    return message.encryptFlag == 0 && !IsCompressed(message.packFlags);
+}
 
 // Processes the payload of `length` bytes in `buffers.first` as the message's flags say. Returns what is to be sent, in
 // one of the buffers; or a null reader, reported (1419, 1001). A payload that cannot be compressed goes out plain, and
