@@ -37,10 +37,10 @@ CRUSH_API void CrushShutDown() noexcept;
 // Ordinal 3. 0: ready.
 CRUSH_API short CrushBegin() noexcept;
 
-// Ordinal 5. Compresses `sourceLength` bytes into `destination`: the size of the compressed data, kNotSmaller or kUnable.
-// Without working memory errno is ENOMEM: nothing else tells that from bad arguments.
-// Never writes more than sourceLength - kFramingSize - 1 bytes, so that a destination that can hold the source can hold
-// the result behind its framing.
+// Ordinal 5. Compresses `sourceLength` bytes into `destination`: the size of the compressed data, kNotSmaller or
+// kUnable. Without working memory errno is ENOMEM: nothing else tells that from bad arguments. Never writes more than
+// sourceLength - kFramingSize - 1 bytes, so that a destination that can hold the source can hold the result behind its
+// framing.
 CRUSH_API int CrushCompress(const char* source, char* destination, int sourceLength) noexcept;
 
 // Ordinal 6. Expands `compressedLength` bytes into exactly `expandedLength`: 0 or kNotExpanded. Without working memory

@@ -15,8 +15,8 @@ void EndWhenMemoryIsOut() noexcept;
 // Ends the process so if errno is ENOMEM.
 void EndIfMemoryWasOut() noexcept;
 
-// The result of a call that packs or unpacks. The message library goes on without compression's working memory, as if the
-// data were bad or did not shrink: only errno tells.
+// The result of a call that packs or unpacks. The message library goes on without compression's working memory, as if
+// the data were bad or did not shrink: only errno tells.
 template <typename Call>
 [[nodiscard]] long WithMemory(Call call) {
     errno = 0;
