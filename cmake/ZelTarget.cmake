@@ -23,6 +23,18 @@ function(zel_target target)
     endif()
 endfunction()
 
+# zel_ship(<target> <name>): for a library that ships. It exports what <name>.def or <name>.map says and nothing that the
+# C++ library adds: one of its unique symbols would keep the library in the process for good.
+function(zel_ship target name)
+    if(WIN32)
+        target_sources(${target} PRIVATE ${name}.def ${PROJECT_SOURCE_DIR}/runtime/attach_windows.cpp)
+        return()
+    endif()
+    set(exports ${CMAKE_CURRENT_SOURCE_DIR}/${name}.map)
+    target_link_options(${target} PRIVATE -Wl,--version-script=${exports})
+    set_property(TARGET ${target} APPEND PROPERTY LINK_DEPENDS ${exports})
+endfunction()
+
 # Of instrumented code the libraries are optimised: tests run there. Everywhere else the compiler would take most of the
 # time.
 function(zel_optimise_instrumented target)

@@ -68,42 +68,37 @@ const char* TimeLayout(short format) noexcept {
 }
 
 // At least two digits, a "-" before them.
-char* PutTwoDigits(char* at, int value) noexcept {
+char* PutPadded(char* at, int value) noexcept {
     if (value < 0) {
         *at++ = '-';
         value = -value;
     }
-    if (value >= 100) {
-        return PutNumber(at, value);
-    }
-    *at++ = static_cast<char>('0' + value / 10);
-    *at++ = static_cast<char>('0' + value % 10);
-    return at;
+    return value < 100 ? PutTwoDigits(at, value) : PutNumber(at, value);
 }
 
 char* PutLayout(char* at, const char* layout, const _datetime& value) noexcept {
     for (; *layout != '\0'; ++layout) {
         switch (*layout) {
             case 'D':
-                at = PutTwoDigits(at, value.day);
+                at = PutPadded(at, value.day);
                 break;
             case 'M':
-                at = PutTwoDigits(at, value.month);
+                at = PutPadded(at, value.month);
                 break;
             case 'Y':
-                at = PutTwoDigits(at, value.year >= 100 ? value.year - 100 : value.year);
+                at = PutPadded(at, value.year >= 100 ? value.year - 100 : value.year);
                 break;
             case 'C':
                 at = PutNumber(at, value.year + 1900);
                 break;
             case 'H':
-                at = PutTwoDigits(at, value.hour);
+                at = PutPadded(at, value.hour);
                 break;
             case 'N':
-                at = PutTwoDigits(at, value.minute);
+                at = PutPadded(at, value.minute);
                 break;
             case 'S':
-                at = PutTwoDigits(at, value.second);
+                at = PutPadded(at, value.second);
                 break;
             default:
                 *at++ = *layout;

@@ -1,5 +1,4 @@
-// The text basics of the conversions. Every byte counts as it stands: no locale has a say in what a digit or a space
-// is.
+// The text basics of the conversions. Every byte counts as it stands: no locale has a say in what a space is.
 #ifndef ZEL_CONVERT_TEXT_H
 #define ZEL_CONVERT_TEXT_H
 
@@ -7,13 +6,10 @@
 #include <limits>
 #include <string_view>
 
+#include "runtime/digits.h"
 #include "runtime/error_report.h"
 
 namespace zel {
-
-inline bool IsDigit(char c) noexcept {
-    return c >= '0' && c <= '9';
-}
 
 // The text without its leading and trailing spaces (the byte 0x20 alone).
 [[nodiscard]] std::string_view Trimmed(const char* text) noexcept;

@@ -6,12 +6,10 @@
 
 namespace {
 
-constexpr int kNotSmaller = -14;
-constexpr int kUnable = -16;
-constexpr short kBadData = -1;
-
-// What a message puts in front of compressed data: two lengths of 4 bytes.
-constexpr int kFramingSize = 8;
+using zel::crush::kFramingSize;
+using zel::crush::kNotExpanded;
+using zel::crush::kNotSmaller;
+using zel::crush::kUnable;
 
 const Bytef* AsBytes(const char* text) noexcept {
     return reinterpret_cast<const Bytef*>(text);
@@ -73,18 +71,18 @@ int CrushCompress(const char* source, char* destination, int sourceLength) noexc
 
 short CrushExpand(const char* source, char* destination, int expandedLength, int compressedLength) noexcept {
     if (source == nullptr || destination == nullptr || expandedLength < 0 || compressedLength < 0) {
-        return kBadData;
+        return kNotExpanded;
     }
     zel::crush::State* state = zel::crush::TakeState();
     if (state == nullptr) {
-        return kBadData;
+        return kNotExpanded;
     }
     z_stream& stream = state->inflater;
     inflateReset(&stream);
     const bool ended = RunToEnd(inflate, stream, source, compressedLength, destination, expandedLength);
     const bool exact = stream.avail_in == 0 && stream.avail_out == 0;
     zel::crush::GiveBackState(state);
-    return ended && exact ? short{0} : kBadData;
+    return ended && exact ? short{0} : kNotExpanded;
 }
 
 void CrushEnd() noexcept {}

@@ -12,6 +12,20 @@
 #define CRUSH_API __attribute__((visibility("default")))
 #endif
 
+namespace zel::crush {
+
+// What a message puts in front of compressed data: two lengths of 4 bytes.
+inline constexpr int kFramingSize = 8;
+
+// Results of a compression that are no size.
+inline constexpr int kNotSmaller = -14;  // compressed data with its framing would not be smaller than the source
+inline constexpr int kUnable = -16;      // a null or negative argument, or no working memory
+
+// The result of an expansion that failed: such data is no compressed data, or there is no working memory.
+inline constexpr short kNotExpanded = -1;
+
+}  // namespace zel::crush
+
 extern "C" {
 
 // Ordinal 24. Takes nothing that ordinal 10 must give back; calls are not counted.
@@ -23,15 +37,14 @@ CRUSH_API void CrushShutDown() noexcept;
 // Ordinal 3. 0: ready.
 CRUSH_API short CrushBegin() noexcept;
 
-// Ordinal 5. Compresses `sourceLength` bytes into `destination`: the size of the compressed data, or
-// -14: compressed data and the 8 bytes that a message puts in front of it would not be smaller than the source;
-// -16: a null or negative argument, or no working memory.
-// Never writes more than sourceLength - 9 bytes, so that a destination that can hold the source can hold the result
-// behind those 8 bytes.
+// Ordinal 5. Compresses `sourceLength` bytes into `destination`: the size of the compressed data, kNotSmaller or
+// kUnable. Without working memory errno is ENOMEM: nothing else tells that from bad arguments. Never writes more than
+// sourceLength - kFramingSize - 1 bytes, so that a destination that can hold the source can hold the result behind its
+// framing.
 CRUSH_API int CrushCompress(const char* source, char* destination, int sourceLength) noexcept;
 
-// Ordinal 6. Expands `compressedLength` bytes into exactly `expandedLength`: 0, or -1 when the data is not such data or
-// there is no working memory.
+// Ordinal 6. Expands `compressedLength` bytes into exactly `expandedLength`: 0 or kNotExpanded. Without working memory
+// errno is ENOMEM.
 // Reads nothing behind the one length and writes nothing behind the other.
 CRUSH_API short CrushExpand(const char* source, char* destination, int expandedLength, int compressedLength) noexcept;
 

@@ -3,6 +3,7 @@
 
 #include <array>
 #include <atomic>
+#include <cerrno>
 #include <cstddef>
 #include <new>
 
@@ -82,7 +83,11 @@ State* TakeState() noexcept {
             return state;
         }
     }
-    return CreateState();
+    State* state = CreateState();
+    if (state == nullptr) {
+        errno = ENOMEM;
+    }
+    return state;
 }
 
 void GiveBackState(State* state) noexcept {

@@ -13,7 +13,7 @@ struct State {
     z_stream inflater;
 };
 
-// A state that nobody else has, or null when there is no memory for one.
+// A state that nobody else has, or null with errno at ENOMEM.
 [[nodiscard]] State* TakeState() noexcept;
 
 // Keeps the state for a later pass; frees it when enough are kept.

@@ -349,8 +349,9 @@ ZEL_API int ZELDateToStr(const _datetime* value, char* text, short format) noexc
 ZEL_API int ZELTimeToStr(const _datetime* value, char* text, short format) noexcept;
 
 // Writes date (as in format 1) and time, 99/11/30 09:05:07; or what the record has of the two; or 00:00:00 when it has
-// neither. 18 bytes hold every text: a longer one, from a record with numbers of three digits or below 0, is cut at 17
-// characters. 0, or -1 with report 1001 for a null argument and `text`, if there is one, empty.
+// neither. The text is cut at 17 characters, so that 18 bytes hold it. Date and time of a year from 2100 on make 18:
+// the last digit of the seconds is lost (2100 is 100/11/30 09:05:0). Other numbers of three digits or below 0 cost
+// more. 0, or -1 with report 1001 for a null argument and `text`, if there is one, empty.
 ZEL_API int ZELDateTimeToStr(const _datetime* value, char* text) noexcept;
 
 // Reads a date, the spaces around the text left out, and clears the record's time:

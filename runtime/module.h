@@ -1,6 +1,8 @@
-// Loading of libraries at run time.
+// Libraries at run time: loading them, and finding what lies beside one. One file per platform.
 #ifndef ZEL_RUNTIME_MODULE_H
 #define ZEL_RUNTIME_MODULE_H
+
+#include <cstddef>
 
 namespace zel {
 
@@ -15,6 +17,10 @@ using ModuleSymbol = void (*)();
 [[nodiscard]] ModuleSymbol FindModuleSymbol(ModuleHandle module, const char* symbol) noexcept;
 
 void UnloadModule(ModuleHandle module) noexcept;
+
+// Writes the path of the file `name` in the folder of the library or program that holds `address`; false when that
+// folder is not known or the path does not fit.
+[[nodiscard]] bool PathBeside(const void* address, const char* name, char* path, std::size_t size) noexcept;
 
 }  // namespace zel
 

@@ -16,17 +16,10 @@ void* OpenLibrary(const char* path) noexcept {
 
 // The file `name` in the folder of the library or program that holds this function.
 void* OpenLibraryBesideThis(const char* name) noexcept {
-    Dl_info self;
-    if (dladdr(reinterpret_cast<const void*>(&OpenLibraryBesideThis), &self) == 0 || self.dli_fname == nullptr) {
-        return nullptr;
-    }
-    const char* slash = std::strrchr(self.dli_fname, '/');
-    const int folder = slash == nullptr ? 0 : static_cast<int>(slash - self.dli_fname) + 1;
     char path[PATH_MAX];
-    const int length = std::snprintf(path, sizeof path, "%.*s%s", folder, self.dli_fname, name);
+    const bool found = PathBeside(reinterpret_cast<const void*>(&OpenLibraryBesideThis), name, path, sizeof path);
     // Without a slash dlopen would search again.
-    const bool usable = folder > 0 && length > 0 && length < static_cast<int>(sizeof path);
-    return usable ? OpenLibrary(path) : nullptr;
+    return found && std::strchr(path, '/') != nullptr ? OpenLibrary(path) : nullptr;
 }
 
 }  // namespace
@@ -47,6 +40,17 @@ ModuleSymbol FindModuleSymbol(ModuleHandle module, const char* symbol) noexcept 
 
 void UnloadModule(ModuleHandle module) noexcept {
     dlclose(module);
+}
+
+bool PathBeside(const void* address, const char* name, char* path, std::size_t size) noexcept {
+    Dl_info self;
+    if (dladdr(address, &self) == 0 || self.dli_fname == nullptr) {
+        return false;
+    }
+    const char* slash = std::strrchr(self.dli_fname, '/');
+    const int folder = slash == nullptr ? 0 : static_cast<int>(slash - self.dli_fname) + 1;
+    const int length = std::snprintf(path, size, "%.*s%s", folder, self.dli_fname, name);
+    return length >= 0 && static_cast<std::size_t>(length) < size;
 }
 
 }  // namespace zel

@@ -1,6 +1,7 @@
 #include <windows.h>
 
 #include <cstdio>
+#include <cstring>
 
 #include "runtime/module.h"
 
@@ -21,6 +22,23 @@ ModuleSymbol FindModuleSymbol(ModuleHandle module, const char* symbol) noexcept 
 
 void UnloadModule(ModuleHandle module) noexcept {
     FreeLibrary(static_cast<HMODULE>(module));
+}
+
+bool PathBeside(const void* address, const char* name, char* path, std::size_t size) noexcept {
+    HMODULE self = nullptr;
+    const DWORD flags = GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT;
+    if (GetModuleHandleExA(flags, static_cast<LPCSTR>(address), &self) == 0) {
+        return false;
+    }
+    char file[MAX_PATH];
+    const DWORD fileLength = GetModuleFileNameA(self, file, sizeof file);
+    if (fileLength == 0 || fileLength == sizeof file) {
+        return false;
+    }
+    const char* slash = std::strrchr(file, '\\');
+    const int folder = slash == nullptr ? 0 : static_cast<int>(slash - file) + 1;
+    const int length = std::snprintf(path, size, "%.*s%s", folder, file, name);
+    return length >= 0 && static_cast<std::size_t>(length) < size;
 }
 
 }  // namespace zel

@@ -5,6 +5,7 @@
 
 #include "tools/findings.h"
 #include "tools/message_listing.h"
+#include "tools/out_of_memory.h"
 
 namespace zel::tools {
 
@@ -88,9 +89,11 @@ void CaptureDecoder::DecodeRaw(const Frame& frame, ReceivedMessage& message) {
 bool CaptureDecoder::Unpack(const Frame& frame, ReceivedMessage& message) {
     const std::string_view bytes(frame.bytes + frame.messageAt, frame.size - frame.messageAt);
     reports_.Clear();
-    const long result = message.frame == FrameKind::kNone
-                            ? object_->unpackMessageNoFrame(bytes.data(), static_cast<long>(bytes.size()))
-                            : object_->unpackMessage(frame.bytes);
+    const long result = WithMemory([&] {
+        return message.frame == FrameKind::kNone
+                   ? object_->unpackMessageNoFrame(bytes.data(), static_cast<long>(bytes.size()))
+                   : object_->unpackMessage(frame.bytes);
+    });
     const bool hasHeader = ReadHeader(bytes.data(), bytes.size(), message.header);
     message.kind = catalog_->FindMessage(TypeOf(message.header), SubTypeOf(message.header));
     if (result != 0 || !hasHeader || message.kind == nullptr) {

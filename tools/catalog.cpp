@@ -5,6 +5,7 @@
 #include <cstring>
 #include <set>
 
+#include "runtime/digits.h"
 #include "tools/json_text.h"
 
 namespace zel::tools {
@@ -13,10 +14,6 @@ namespace {
 
 std::uint32_t MessageKey(int type, int subType) {
     return static_cast<std::uint32_t>(static_cast<std::uint16_t>(type)) << 16U | static_cast<std::uint16_t>(subType);
-}
-
-bool IsNumber(const std::string& text) {
-    return !text.empty() && std::all_of(text.begin(), text.end(), [](char c) { return c >= '0' && c <= '9'; });
 }
 
 // Empty when it is not known.
@@ -130,7 +127,7 @@ void Catalog::AddFields(const ZELDictionaryHeader* dictionary) {
         const std::string name(record.name, strnlen(record.name, sizeof record.name));
         const auto fieldId = static_cast<std::uint16_t>(id);
         // Of equal names the first holds.
-        const bool usable = record.type != 0 && !name.empty() && IsUtf8(name) && !IsNumber(name) &&
+        const bool usable = record.type != 0 && !name.empty() && IsUtf8(name) && !HasDigitsOnly(name) &&
                             idByName_.try_emplace(name, fieldId).second;
         fields_.push_back({fieldId, record.type, record.length, record.version, usable ? name : std::to_string(id)});
     }
@@ -148,7 +145,7 @@ void Catalog::AddMessage(const image::ImageView& names, std::int16_t type, const
 }
 
 const CatalogField* Catalog::FindField(const std::string& nameOrId) const {
-    if (!IsNumber(nameOrId)) {
+    if (!HasDigitsOnly(nameOrId)) {
         const auto found = idByName_.find(nameOrId);
         return found == idByName_.end() ? nullptr : &fields_[found->second];
     }

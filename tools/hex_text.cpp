@@ -4,6 +4,8 @@
 #include <utility>
 #include <vector>
 
+#include "runtime/digits.h"
+
 namespace zel::tools {
 
 namespace {
@@ -71,10 +73,24 @@ bool IsBytes(std::string_view rest) {
     return true;
 }
 
+void AppendPairs(std::string& out, const char* bytes, std::size_t size, const char* digits, bool spaced) {
+    std::size_t at = out.size();
+    out.resize(at + size * (spaced ? 3 : 2), ' ');
+    for (std::size_t i = 0; i < size; ++i) {
+        const auto byte = static_cast<unsigned char>(bytes[i]);
+        out[at++] = digits[byte >> 4U];
+        out[at++] = digits[byte & 15U];
+        at += spaced ? 1 : 0;
+    }
+    if (spaced && size != 0) {
+        out.pop_back();
+    }
+}
+
 }  // namespace
 
 int HexDigit(char digit) noexcept {
-    if (digit >= '0' && digit <= '9') {
+    if (IsDigit(digit)) {
         return digit - '0';
     }
     if (digit >= 'a' && digit <= 'f') {
@@ -84,26 +100,11 @@ int HexDigit(char digit) noexcept {
 }
 
 void AppendHex(std::string& out, const char* bytes, std::size_t size) {
-    constexpr char kDigits[] = "0123456789abcdef";
-    std::size_t at = out.size();
-    out.resize(at + 2 * size);
-    for (std::size_t i = 0; i < size; ++i) {
-        const auto byte = static_cast<unsigned char>(bytes[i]);
-        out[at++] = kDigits[byte >> 4U];
-        out[at++] = kDigits[byte & 15U];
-    }
+    AppendPairs(out, bytes, size, kLowerHex, false);
 }
 
-void AppendSpacedHex(std::string& out, const char* bytes, std::size_t size) {
-    constexpr char kDigits[] = "0123456789ABCDEF";
-    for (std::size_t i = 0; i < size; ++i) {
-        const auto byte = static_cast<unsigned char>(bytes[i]);
-        if (i != 0) {
-            out += ' ';
-        }
-        out += kDigits[byte >> 4U];
-        out += kDigits[byte & 15U];
-    }
+void AppendSpacedHex(std::string& out, const char* bytes, std::size_t size, const char* digits) {
+    AppendPairs(out, bytes, size, digits, true);
 }
 
 bool ParseHex(std::string_view digits, std::string& bytes) {

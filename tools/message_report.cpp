@@ -9,8 +9,6 @@ namespace zel::tools {
 
 namespace {
 
-constexpr std::size_t kMostReports = 16;
-
 // What the library reports without a text, and what its text does not say.
 const char* Meaning(int code) {
     switch (code) {
@@ -24,21 +22,6 @@ const char* Meaning(int code) {
 }
 
 }  // namespace
-
-ReportCollector::ReportCollector() {
-    ZELSetErrorSink(Collect, this);
-}
-
-ReportCollector::~ReportCollector() {
-    ZELSetErrorSink(nullptr, nullptr);
-}
-
-void ReportCollector::Collect(int code, const char* text, void* context) {
-    auto& reports = static_cast<ReportCollector*>(context)->reports_;
-    if (reports.size() < kMostReports) {
-        reports.push_back({code, text});
-    }
-}
 
 // Such texts are "FieldId[12]", "Field Received[12] is not in the list of fields", "Manadatory field(12) not in ...".
 std::optional<std::uint16_t> FieldInReport(const std::string& text) {

@@ -8,34 +8,11 @@
 #include <string>
 #include <vector>
 
-#include "include/zelmessage.h"
 #include "tools/byte_output.h"
 #include "tools/catalog.h"
+#include "tools/report_collector.h"
 
 namespace zel::tools {
-
-struct LibraryReport {
-    int code;
-    std::string text;
-};
-
-// Collects the library's reports while the object lives. A message that reports without end is cut short.
-class ReportCollector {
-public:
-    ReportCollector();
-    ~ReportCollector();
-    ReportCollector(const ReportCollector&) = delete;
-    ReportCollector& operator=(const ReportCollector&) = delete;
-
-    void Clear() { reports_.clear(); }
-    // Innermost cause first.
-    [[nodiscard]] const std::vector<LibraryReport>& reports() const { return reports_; }
-
-private:
-    static void Collect(int code, const char* text, void* context);
-
-    std::vector<LibraryReport> reports_;
-};
 
 // A message that cannot be written or read, as the line about it ends.
 struct MessageError : std::runtime_error {

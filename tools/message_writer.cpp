@@ -6,6 +6,7 @@
 
 #include "tools/findings.h"
 #include "tools/json_members.h"
+#include "tools/out_of_memory.h"
 #include "tools/payload_walk.h"
 #include "tools/value_json.h"
 #include "zeldata/field_rules.h"
@@ -289,7 +290,7 @@ std::string_view MessageWriter::Pack(FrameKind frame) {
     object_.shortFrame = frame == FrameKind::kShort ? 1 : 0;
     const std::size_t frameSize = frame == FrameKind::kShort ? kShortFrameSize : kLongFrameSize;
     long length = 0;
-    if (object_.packMessage(buffer_.data(), &length) != 0) {
+    if (WithMemory([&] { return object_.packMessage(buffer_.data(), &length); }) != 0) {
         throw MessageError(reports_.reports().empty() ? "cannot be packed" : Explain(reports_.reports(), &catalog_));
     }
     const auto size = static_cast<std::size_t>(length);

@@ -24,4 +24,10 @@ void EndWhenMemoryIsOut() noexcept {
     (void)std::set_new_handler(&End);
 }
 
+void EndIfMemoryWasOut() noexcept {
+    if (errno == ENOMEM) {
+        End();
+    }
+}
+
 }  // namespace zel::tools

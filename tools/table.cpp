@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "runtime/digits.h"
 #include "tools/terminal.h"
 
 namespace zel::tools {
@@ -28,10 +29,6 @@ std::string CutTo(const std::string& text, std::size_t columns) {
     return text.substr(0, end);
 }
 
-bool IsNumber(const std::string& text) {
-    return std::all_of(text.begin(), text.end(), [](char c) { return c >= '0' && c <= '9'; });
-}
-
 struct Column {
     std::size_t width;
     bool isNumeric;
@@ -43,7 +40,7 @@ std::vector<Column> Measure(const Table& table) {
         Column column{Columns(table.heads[i]), !table.rows.empty()};
         for (const std::vector<std::string>& row : table.rows) {
             column.width = std::max(column.width, Columns(row[i]));
-            column.isNumeric = column.isNumeric && IsNumber(row[i]);
+            column.isNumeric = column.isNumeric && HasDigitsOnly(row[i]);
         }
         columns.push_back(column);
     }

@@ -9,6 +9,9 @@
 #include <string>
 
 #include "include/zelmessage.h"
+#include "runtime/byte_order.h"
+#include "tools/hex_text.h"
+#include "tools/report_collector.h"
 #include "tools/status.h"
 
 namespace zel::tools {
@@ -23,51 +26,11 @@ struct ValueOptions {
 // Room for every text that the library writes, and filled with zero bytes as it asks.
 using TextBuffer = std::array<char, 64>;
 
-// Collects what the library reports while a value is converted, on standard error.
-class Reports {
-public:
-    Reports() : before_(ZELSetErrorSink(&Take, this)) {}
-    ~Reports() { (void)ZELSetErrorSink(before_, nullptr); }
-    Reports(const Reports&) = delete;
-    Reports& operator=(const Reports&) = delete;
-
-    [[nodiscard]] bool any() const { return any_; }
-
-private:
-    static void Take(int code, const char* text, void* self) {
-        static_cast<Reports*>(self)->any_ = true;
-        std::cerr << "zel: error " << code << ": " << text << '\n';
-    }
-
-    ZELErrorSink before_;
-    bool any_ = false;
-};
-
-// The library refuses many texts without a word.
-int Refused(const Reports& reports, const ValueOptions& options, const char* verb) {
-    if (!reports.any()) {
-        std::cerr << "zel: '" << options.text << "': the library refuses it without a report; 'zel value " << verb
-                  << " --help' shows texts that it reads\n";
-    }
-    return kStatusFound;
-}
-
 // Above the longest name.
 constexpr std::size_t kNameWidth = 15;
 
 void ShowLine(const std::string& name, const std::string& value) {
     std::cout << name << std::string(kNameWidth - name.size(), ' ') << value << '\n';
-}
-
-std::string Hex(const unsigned char* bytes, std::size_t size) {
-    constexpr char kDigits[] = "0123456789abcdef";
-    std::string text;
-    for (std::size_t i = 0; i < size; ++i) {
-        text += i == 0 ? "" : " ";
-        text += kDigits[bytes[i] >> 4U];
-        text += kDigits[bytes[i] & 0xFU];
-    }
-    return text;
 }
 
 // One rendering, empty when the library refuses the record.
@@ -85,29 +48,20 @@ void ShowFormats(int (*render)(const Record*, char*, short) noexcept, const Reco
     }
 }
 
-// Money travels with the most significant byte first.
-std::string WireBytes(const _money& money) {
-    const auto amount = static_cast<std::uint32_t>(money.amount);
-    const auto code = static_cast<std::uint16_t>(money.displayCode);
-    std::array<unsigned char, 6> bytes{};
-    for (unsigned i = 0; i < 4; ++i) {
-        bytes[i] = static_cast<unsigned char>(amount >> (24 - 8 * i) & 0xFFU);
-    }
-    bytes[4] = static_cast<unsigned char>(code >> 8U);
-    bytes[5] = static_cast<unsigned char>(code & 0xFFU);
-    return Hex(bytes.data(), bytes.size());
-}
-
-// Dates and times travel as they lie in memory.
-std::string WireBytes(const _datetime& value) {
-    std::array<unsigned char, sizeof value> bytes{};
-    std::memcpy(bytes.data(), &value, sizeof value);
-    return Hex(bytes.data(), bytes.size());
+template <std::size_t size>
+void ShowBytes(const char (&bytes)[size]) {
+    std::string text;
+    AppendSpacedHex(text, bytes, size, kLowerHex);
+    ShowLine("bytes", text);
 }
 
 // False when the library cannot take the record apart, nor show it.
 bool ShowMoneyRecord(const _money& money) {
-    ShowLine("bytes", WireBytes(money));
+    // As it travels.
+    char bytes[6];
+    StoreU32Be(bytes, static_cast<std::uint32_t>(money.amount));
+    StoreU16Be(bytes + 4, static_cast<std::uint16_t>(money.displayCode));
+    ShowBytes(bytes);
     ShowLine("amount", std::to_string(money.amount));
     ShowLine("display code", std::to_string(money.displayCode));
     long whole = 0;
@@ -120,21 +74,20 @@ bool ShowMoneyRecord(const _money& money) {
     return true;
 }
 
-int ShowMoney(const ValueOptions& options) {
-    const Reports reports;
+bool ShowMoney(const ValueOptions& options) {
     _money money{};
     if (ZELStrToMoney(options.text.c_str(), &money) != 0) {
-        return Refused(reports, options, "money");
+        return false;
     }
     if (options.format) {
         std::cout << Rendered(ZELMoneyToStr, money, *options.format) << '\n';
-        return reports.any() ? kStatusFound : kStatusGood;
+        return true;
     }
     if (ShowMoneyRecord(money)) {
         // Every number above 3 shows alike.
         ShowFormats(ZELMoneyToStr, money, std::array<short, 5>{0, 1, 2, 3, 4});
     }
-    return reports.any() ? kStatusFound : kStatusGood;
+    return true;
 }
 
 void ShowDateFormats(const _datetime& value) {
@@ -146,49 +99,49 @@ void ShowTimeFormats(const _datetime& value) {
 }
 
 void ShowDateTimeRecord(const _datetime& value) {
-    ShowLine("bytes", WireBytes(value));
+    // It travels as it lies in memory.
+    char bytes[sizeof value];
+    std::memcpy(bytes, &value, sizeof value);
+    ShowBytes(bytes);
     ShowLine("kind", std::to_string(value.kind));
 }
 
-int ShowDate(const ValueOptions& options) {
-    const Reports reports;
+bool ShowDate(const ValueOptions& options) {
     _datetime value{};
     if (ZELStrToDate(options.text.c_str(), &value, options.format.value_or(0)) != 0) {
-        return Refused(reports, options, "date");
+        return false;
     }
     ShowDateTimeRecord(value);
     ShowDateFormats(value);
-    return reports.any() ? kStatusFound : kStatusGood;
+    return true;
 }
 
-int ShowTime(const ValueOptions& options) {
-    const Reports reports;
+bool ShowTime(const ValueOptions& options) {
     _datetime value{};
     if (ZELStrToTime(options.text.c_str(), &value) != 0) {
-        return Refused(reports, options, "time");
+        return false;
     }
     if (options.format) {
         std::cout << Rendered(ZELTimeToStr, value, *options.format) << '\n';
-        return kStatusGood;
+        return true;
     }
     ShowDateTimeRecord(value);
     ShowTimeFormats(value);
-    return kStatusGood;
+    return true;
 }
 
 // A date, blanks, and a time.
-int ShowDateTime(const ValueOptions& options) {
-    const Reports reports;
+bool ShowDateTime(const ValueOptions& options) {
     const std::size_t last = options.text.find_last_not_of(' ');
     const std::size_t gap = last == std::string::npos ? last : options.text.find_last_of(' ', last);
     if (gap == std::string::npos) {
-        return Refused(reports, options, "datetime");
+        return false;
     }
     _datetime value{};
     constexpr short kFormatThatIsWritten = 1;
     if (ZELStrToDate(options.text.substr(0, gap).c_str(), &value, options.format.value_or(kFormatThatIsWritten)) != 0 ||
         ZELAddStrToTime(options.text.substr(gap + 1).c_str(), &value) != 0) {
-        return Refused(reports, options, "datetime");
+        return false;
     }
     ShowDateTimeRecord(value);
     TextBuffer text{};
@@ -196,22 +149,21 @@ int ShowDateTime(const ValueOptions& options) {
     ShowLine("date and time", text.data());
     ShowDateFormats(value);
     ShowTimeFormats(value);
-    return reports.any() ? kStatusFound : kStatusGood;
+    return true;
 }
 
-int ShowFraction(const ValueOptions& options) {
-    const Reports reports;
+bool ShowFraction(const ValueOptions& options) {
     const std::unique_ptr<char, void (*)(void*)> fraction(ConvertDecimalToFraction(options.text.c_str()),
                                                           [](void* block) { ZELFree(block); });
     if (fraction == nullptr) {
-        return Refused(reports, options, "fraction");
+        return false;
     }
     ShowLine("fraction", fraction.get());
     _money money{};
     if (ZELStrToMoney(fraction.get(), &money) == 0) {
         (void)ShowMoneyRecord(money);
     }
-    return reports.any() ? kStatusFound : kStatusGood;
+    return true;
 }
 
 constexpr char kExitStatus[] =
@@ -223,7 +175,7 @@ struct ValueVerb {
     const char* description;
     const char* formatHelp;  // null: takes no format
     const char* examples;
-    int (*show)(const ValueOptions&);
+    bool (*show)(const ValueOptions&);  // false: the library refuses the text
 };
 
 constexpr ValueVerb kVerbs[] = {
@@ -257,6 +209,19 @@ constexpr ValueVerb kVerbs[] = {
      ShowFraction},
 };
 
+int Convert(const ValueVerb& verb, const ValueOptions& options) {
+    const ReportCollector collector;
+    const bool isRead = verb.show(options);
+    for (const LibraryReport& report : collector.reports()) {
+        std::cerr << "zel: error " << report.code << ": " << report.text << '\n';
+    }
+    if (!isRead && collector.reports().empty()) {
+        std::cerr << "zel: '" << options.text << "': the library refuses it without a report; 'zel value " << verb.name
+                  << " --help' shows texts that it reads\n";
+    }
+    return isRead && collector.reports().empty() ? kStatusGood : kStatusFound;
+}
+
 }  // namespace
 
 void AddValueCommand(CLI::App& app, int& status) {
@@ -274,7 +239,7 @@ void AddValueCommand(CLI::App& app, int& status) {
             command->add_option("--format", options->format, verb.formatHelp)->option_text("N");
         }
         command->footer(std::string(verb.examples) + kExitStatus);
-        command->callback([show = verb.show, options, &status] { status = show(*options); });
+        command->callback([&verb, options, &status] { status = Convert(verb, *options); });
     }
 }
 

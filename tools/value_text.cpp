@@ -2,13 +2,11 @@
 
 #include <cstdint>
 
+#include "runtime/digits.h"
+
 namespace zel::tools {
 
 namespace {
-
-constexpr bool IsDigit(char c) {
-    return c >= '0' && c <= '9';
-}
 
 // The number that `count` digits at the start of the text stand for; -1 for other characters.
 int TakeDigits(std::string_view& text, std::size_t count) {
@@ -29,13 +27,6 @@ bool TakeCharacter(std::string_view& text, std::string_view oneOf) {
     }
     text.remove_prefix(1);
     return true;
-}
-
-// Writes two digits and answers where the next character goes.
-char* PutTwoDigits(char* to, int number) {
-    to[0] = static_cast<char>('0' + number / 10);
-    to[1] = static_cast<char>('0' + number % 10);
-    return to + 2;
 }
 
 constexpr int kFirstYear = 1900;

@@ -5,10 +5,10 @@
 #include <new>
 
 #include "runtime/heap.h"
+#include "runtime/module.h"
 #include "zeldata/image_check.h"
 #include "zeldata/mapped_file.h"
 #include "zeldata/message_table.h"
-#include "zeldata/module_path.h"
 #include "zeldata/name_table.h"
 
 namespace zel::image {

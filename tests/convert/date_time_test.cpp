@@ -109,6 +109,7 @@ TEST(DateTimeTexts, EveryByteAsTheCLibraryPrintsIt) {
     EXPECT_EQ(Date({1, 2, 105, 0, 0, 0, 0, 1}, 1), "05/02/01");
     EXPECT_EQ(Date({1, 2, 105, 0, 0, 0, 0, 1}, 14), "02/01/2005");
     EXPECT_EQ(Date({1, 2, 200, 0, 0, 0, 0, 1}, 1), "100/02/01");
+    EXPECT_EQ(DateTime({30, 11, 200, 9, 5, 7, 0, 3}), "100/11/30 09:05:0");
     EXPECT_EQ(DateTime(kLongest), "155/-128/-128 -12");
     EXPECT_EQ(InFormats(kLongest, 16, 3), "2155/-128/2.2hd -128:-128:-128");
 }

@@ -47,4 +47,11 @@ for file in zel.dll zeldata.dll CRUSH32.dll zel.exe; do
     expect "hardening of $file" $'DYNAMIC_BASE\nNX_COMPAT' \
         "$(headers $file | sed -nE 's/^\t+(DYNAMIC_BASE|NX_COMPAT)$/\1/p')"
 done
+# Nobody tells them of threads, so nothing of a thread's may need releasing. The one object is the C++ library's.
+for file in zel.dll zeldata.dll CRUSH32.dll; do
+    expect "thread-local storage of $file" "00000000 00000000" \
+        "$(headers $file | sed -n 's/^Entry 9 \(.*\) Thread Storage Directory.*/\1/p')"
+    expect "thread-local objects of $file" _ZZN12_GLOBAL__N_110get_globalEvE6global \
+        "$("$objdump" -t "$folder/$file" | sed -n 's/.*__emutls_v\.//p')"
+done
 exit $status

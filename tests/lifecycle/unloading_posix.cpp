@@ -1,0 +1,16 @@
+// The shipped libraries, taken into a process that was not linked to them, leave it again.
+#include <dlfcn.h>
+#include <gtest/gtest.h>
+
+namespace {
+
+TEST(ShippedLibraries, LeaveTheProcess) {
+    for (const char* file : {ZEL_TEST_SHIPPED}) {
+        void* library = dlopen(file, RTLD_NOW | RTLD_LOCAL);
+        ASSERT_NE(library, nullptr) << dlerror();
+        EXPECT_EQ(dlclose(library), 0);
+        EXPECT_EQ(dlopen(file, RTLD_NOW | RTLD_NOLOAD), nullptr) << file;
+    }
+}
+
+}  // namespace
