@@ -9,10 +9,10 @@
 #include <thread>
 #include <vector>
 
-#include "core/wire/compression.h"
-#include "core/wire/header.h"
 #include "core/tables/plan_table.h"
 #include "core/tables/tables_in_use.h"
+#include "core/wire/compression.h"
+#include "core/wire/header.h"
 #include "crush32/crush32.h"
 #include "include/zelmessage.h"
 
@@ -62,9 +62,7 @@ public:
         zel::ReleasePlans();
     }
     // Anew, as if they had changed.
-    void Use() const {
-        zel::UseTables(reinterpret_cast<const ZELDictionaryHeader*>(records_.data()), types_.data());
-    }
+    void Use() const { zel::UseTables(reinterpret_cast<const ZELDictionaryHeader*>(records_.data()), types_.data()); }
     Tables(const Tables&) = delete;
     Tables& operator=(const Tables&) = delete;
 

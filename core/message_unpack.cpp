@@ -28,7 +28,8 @@ bool ReportField(const Report& report, unsigned short fieldId) noexcept {
 
 // Reads the value of the field at the reader into the slot. In format 2 every value has a buffer of its own.
 template <short format, Shape shape>
-[[gnu::always_inline]] inline bool ReceiveValue(MessageBlock& block, _field_data& slot, const FieldRule& rule, Reader& in) noexcept {
+[[gnu::always_inline]] inline bool ReceiveValue(MessageBlock& block, _field_data& slot, const FieldRule& rule,
+                                                Reader& in) noexcept {
     WireValue value;
     if (!LocateValue<format, shape>(rule, in, value)) {
         return ReportField(reports::kFieldUnreadable, rule.id);

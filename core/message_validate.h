@@ -16,7 +16,7 @@ struct ReceivedMessage {
     Reader payload{};
     const MessagePlan* plan = nullptr;  // of its type; null without memory
     int inOrder = 0;                    // so many fields were seen to be the first of the list
-    PayloadBuffers buffers;  // not initialised
+    PayloadBuffers buffers;             // not initialised
 };
 
 // Reads the header and looks into the payload for the repeat count: 0, or -1, reported, with nothing owned.

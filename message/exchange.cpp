@@ -105,9 +105,8 @@ long CZELMessage::unpackMessageNoFrame(const char* buffer, long length) noexcept
         destroyStruct();
     } else {
         const std::size_t room = zel::ValueRoom(received);
-        message = received.plan != nullptr
-                      ? zel::ReplaceZelMsgStruct(message, *received.plan, repeatCount, room)
-                      : zel::ReplaceZelMsgStruct(message, msgType, subType, repeatCount, room);
+        message = received.plan != nullptr ? zel::ReplaceZelMsgStruct(message, *received.plan, repeatCount, room)
+                                           : zel::ReplaceZelMsgStruct(message, msgType, subType, repeatCount, room);
     }
     if (message == nullptr) {
         zel::FreeVarUserData(received.header);

@@ -23,8 +23,8 @@ struct alignas(kCarveStep) SlabRoom {
 };
 
 struct Slab {
-    SlabRoom own;      // `next`: the rooms added
-    SlabRoom* inUse;   // the room in which [next, end) is free: whole steps
+    SlabRoom own;     // `next`: the rooms added
+    SlabRoom* inUse;  // the room in which [next, end) is free: whole steps
     char* next;
     char* end;
     std::int32_t liveBlocks;    // carved, but for those that nobody needs any more
@@ -93,8 +93,8 @@ inline bool IsCarvedFrom(const Slab& slab, const void* block) noexcept {
     return IsCarved(block) && SlabOf(block) == &slab;
 }
 
-// Ends all blocks but `held` ones. True: the slab is the owner's again, without the rooms added. False: it goes with the
-// last of those that are held.
+// Ends all blocks but `held` ones. True: the slab is the owner's again, without the rooms added. False: it goes with
+// the last of those that are held.
 [[nodiscard]] bool EndHeldSlab(Slab& slab, std::int32_t held) noexcept;
 [[nodiscard]] inline bool EndSlab(Slab& slab, std::int32_t held) noexcept {
     return (held == 0 && slab.own.next == nullptr) || EndHeldSlab(slab, held);

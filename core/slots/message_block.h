@@ -28,7 +28,7 @@ struct alignas(kCarveStep) MessageBlock {
     Slab slab;
     const MessagePlan* plan;
     const PlanEntry* entries;  // the plan's
-    _field_data* expected;  // the slot that is set next, if fields are set in slot order
+    _field_data* expected;     // the slot that is set next, if fields are set in slot order
     PartSlots parts;
     ZELDataBuf buffer;
     ZelMsgStruct message;

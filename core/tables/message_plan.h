@@ -27,10 +27,10 @@ inline constexpr std::uint32_t kNoId = 0x10000;
 // One entry of the field list.
 struct alignas(16) PlanEntry {
     FieldRule rule;
-    std::uint32_t soleId;    // the id if the dictionary knows it and no other entry has it, else kNoId
-    std::uint32_t wireId;    // the same as its bytes lie on the wire, if type and length of the dictionary agree
-    std::uint16_t presence;  // of the message table
-    std::uint16_t markers;   // group markers at or before the entry, the group passed once
+    std::uint32_t soleId;      // the id if the dictionary knows it and no other entry has it, else kNoId
+    std::uint32_t wireId;      // the same as its bytes lie on the wire, if type and length of the dictionary agree
+    std::uint16_t presence;    // of the message table
+    std::uint16_t markers;     // group markers at or before the entry, the group passed once
     std::uint16_t memorySize;  // of the type's values; 0 for those that have no one size
     Shape shape;               // of the type
     Part part;
@@ -80,9 +80,9 @@ struct alignas(16) MessagePlan {
     int entryCount;               // entries; never negative
     int groupBegin;               // [groupBegin, groupEnd) is the group; empty when the list does not hold all of it
     int groupEnd;
-    int groupMarkers;             // in one repetition
-    std::uint32_t outsideRoom;    // what the separate values outside the group take, roughly, in bytes
-    std::uint32_t groupRoom;      // and those of one repetition
+    int groupMarkers;           // in one repetition
+    std::uint32_t outsideRoom;  // what the separate values outside the group take, roughly, in bytes
+    std::uint32_t groupRoom;    // and those of one repetition
     bool hasDictionary;
     bool knowsAllFields;  // each entry has a record
     HeaderRules header;

@@ -10,12 +10,6 @@ namespace zel {
 
 namespace {
 
-constexpr int kFraming = 8;
-
-// The compression library's answers for data that it could not compress.
-constexpr int kNotSmaller = -14;
-constexpr int kNotCompressed = -16;
-
 int CopyPayload(const char* source, short length, char* destination, short* resultLength) noexcept {
     std::memcpy(destination, source, static_cast<std::size_t>(length));
     *resultLength = length;
@@ -41,15 +35,15 @@ int zelCompressPayload(unsigned char packFlags, const char* source, short source
         CopyPayload(source, sourceLength, destination, resultLength);
         return -1;
     }
-    const int size = CrushCompress(source, destination + kFraming, sourceLength);
+    const int size = CrushCompress(source, destination + crush::kFramingSize, sourceLength);
     CrushEnd();
-    if (size == kNotSmaller || size == kNotCompressed) {
+    if (size == crush::kNotSmaller || size == crush::kUnable) {
         CopyPayload(source, sourceLength, destination, resultLength);
         return -1;
     }
     // Every other answer counts as a size, negative ones included: peers do the same.
     StoreU32Be(destination + 4, static_cast<std::uint32_t>(size));
-    *resultLength = static_cast<short>(static_cast<unsigned>(size) + kFraming);
+    *resultLength = static_cast<short>(static_cast<unsigned>(size) + crush::kFramingSize);
     return 0;
 }
 
@@ -61,14 +55,14 @@ int zelExpandPayload(unsigned char packFlags, const char* source, short sourceLe
     if (CrushBegin() != 0) {
         return -1;
     }
-    const bool framed = sourceLength >= kFraming;
+    const bool framed = sourceLength >= crush::kFramingSize;
     const std::uint32_t expanded = framed ? LoadU32Be(source) : 0;
     const std::uint32_t compressed = framed ? LoadU32Be(source + 4) : 0;
-    const bool fits =
-        framed && expanded <= kZELMaxPayload && compressed <= static_cast<std::uint32_t>(sourceLength - kFraming);
-    const short status =
-        fits ? CrushExpand(source + kFraming, destination, static_cast<int>(expanded), static_cast<int>(compressed))
-             : static_cast<short>(-1);
+    const bool fits = framed && expanded <= kZELMaxPayload &&
+                      compressed <= static_cast<std::uint32_t>(sourceLength - crush::kFramingSize);
+    const short status = fits ? CrushExpand(source + crush::kFramingSize, destination, static_cast<int>(expanded),
+                                            static_cast<int>(compressed))
+                              : crush::kNotExpanded;
     CrushEnd();
     if (status != 0) {
         return -1;

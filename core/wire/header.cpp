@@ -81,7 +81,8 @@ bool ReportMissing(HeaderFieldId fieldId) noexcept {
 }
 
 // A type that nobody knows is left to the codec, which reports it.
-[[gnu::noinline]] bool PackByRule(const FieldRule& rule, const void* value, std::uint16_t length, Writer& out) noexcept {
+[[gnu::noinline]] bool PackByRule(const FieldRule& rule, const void* value, std::uint16_t length,
+                                  Writer& out) noexcept {
     const auto fieldId = static_cast<HeaderFieldId>(rule.id);
     const bool isTried = FitsHeaderField(fieldId, rule.type) || ShapeOf(rule.type) == Shape::kNone;
     return (isTried && PackZELField(rule, {value, length, length}, out, kIdAndValue)) || ReportUnpackable(fieldId);
@@ -93,7 +94,8 @@ bool PackNumber(const HeaderRules& rules, std::uint32_t value, Writer& out) noex
     const auto narrow = static_cast<std::uint16_t>(value);
     const void* bytes = width == 2 ? static_cast<const void*>(&narrow) : &value;
     if constexpr (usual) {
-        return EncodeField<kIdAndValue, ShapeOfNumber(fieldId)>(UsualRule(fieldId), PlainValue{bytes, width, width}, out);
+        return EncodeField<kIdAndValue, ShapeOfNumber(fieldId)>(UsualRule(fieldId), PlainValue{bytes, width, width},
+                                                                out);
     } else {
         return PackByRule(rules.rules[fieldId], bytes, width, out);
     }
@@ -191,12 +193,13 @@ bool UnpackUserData(Reader& in, ZelMsgStruct& message) noexcept {
 template <bool usual>
 char* WriteHeader(const HeaderRules& rules, const ZelMsgStruct& message, char* begin) noexcept {
     Writer out{begin, begin + kMaxHeader};
-    const bool isWritten = PackNumber<usual, kFlags>(rules, JoinFlags(message), out) &&
-           PackNumber<usual, kMsgType>(rules, JoinHalves(message.msgType, message.subType), out) &&
-           PackNumber<usual, kServiceId>(rules, JoinHalves(message.serviceIdHigh, message.serviceIdLow), out) &&
-           PackNumber<usual, kMsgId>(rules, JoinMsgId(message), out) &&
-           PackNumber<usual, kNumFields>(rules, static_cast<std::uint16_t>(message.numFields), out) &&
-           PackUserData<usual>(rules, message, out);
+    const bool isWritten =
+        PackNumber<usual, kFlags>(rules, JoinFlags(message), out) &&
+        PackNumber<usual, kMsgType>(rules, JoinHalves(message.msgType, message.subType), out) &&
+        PackNumber<usual, kServiceId>(rules, JoinHalves(message.serviceIdHigh, message.serviceIdLow), out) &&
+        PackNumber<usual, kMsgId>(rules, JoinMsgId(message), out) &&
+        PackNumber<usual, kNumFields>(rules, static_cast<std::uint16_t>(message.numFields), out) &&
+        PackUserData<usual>(rules, message, out);
     return isWritten ? out.next : nullptr;
 }
 

@@ -1,5 +1,5 @@
-// What happens to a payload between the fields and the wire: the transform and the compression, in this order when it is
-// sent and in the reverse order when it is received.
+// What happens to a payload between the fields and the wire: the transform and the compression, in this order when it
+// is sent and in the reverse order when it is received.
 #ifndef ZEL_CORE_WIRE_PAYLOAD_H
 #define ZEL_CORE_WIRE_PAYLOAD_H
 

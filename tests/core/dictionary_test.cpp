@@ -76,9 +76,10 @@ TEST(MessageTable, TakesTheFirstMatch) {
             node.next = at + 1 < kSubTypes ? &node + 1 : nullptr;
         }
         // The last type hides behind the first one.
-        types[static_cast<std::size_t>(type)] = {static_cast<std::int16_t>(type % (kTypes - 1) * 7 - 300),
-                                                 &nodes[static_cast<std::size_t>(type * kSubTypes)],
-                                                 type + 1 < kTypes ? &types[static_cast<std::size_t>(type) + 1] : nullptr};
+        types[static_cast<std::size_t>(type)] = {
+            static_cast<std::int16_t>(type % (kTypes - 1) * 7 - 300),
+            &nodes[static_cast<std::size_t>(type * kSubTypes)],
+            type + 1 < kTypes ? &types[static_cast<std::size_t>(type) + 1] : nullptr};
     }
     for (const bool hasMemory : {false, true}) {
         UseTables(nullptr, types.data());
@@ -87,7 +88,8 @@ TEST(MessageTable, TakesTheFirstMatch) {
             for (int subType = -7; subType < kSubTypes; subType += hasMemory ? 1 : 11) {
                 const bool isThere = (type + 300) % 7 == 0 && type >= -300 && type < 7 * (kTypes - 1) - 300 &&
                                      subType >= -5 && subType < kSubTypes - 6;
-                const std::size_t at = isThere ? static_cast<std::size_t>((type + 300) / 7 * kSubTypes + subType + 5) : 0;
+                const std::size_t at =
+                    isThere ? static_cast<std::size_t>((type + 300) / 7 * kSubTypes + subType + 5) : 0;
                 ASSERT_EQ(FindSubType(static_cast<short>(type), static_cast<short>(subType)),
                           isThere ? &nodes[at] : nullptr)
                     << type << ' ' << subType;

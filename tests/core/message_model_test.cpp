@@ -2,9 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include "core/tables/message_table.h"
 #include "core/tables/plan_table.h"
 #include "core/tables/tables_in_use.h"
-#include "core/tables/message_table.h"
 #include "tests/support/failing_heap.h"
 #include "tests/support/recorded_reports.h"
 #include "tests/support/test_tables.h"

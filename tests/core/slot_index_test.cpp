@@ -5,11 +5,11 @@
 
 #include <random>
 
-#include "core/wire/field_codec.h"
-#include "core/wire/header.h"
-#include "core/slots/message_model.h"
 #include "core/message_unpack.h"
 #include "core/message_validate.h"
+#include "core/slots/message_model.h"
+#include "core/wire/field_codec.h"
+#include "core/wire/header.h"
 #include "tests/support/bytes.h"
 #include "tests/support/recorded_reports.h"
 #include "tests/support/test_tables.h"
@@ -167,7 +167,8 @@ TEST(SlotIndex, PutsReceivedFieldsWhereTheyBelong) {
             std::memcpy(value, &fields, sizeof fields);
             char bytes[32];
             Writer writer{bytes, bytes + sizeof bytes};
-            ASSERT_TRUE(PackZELField(RuleOf(static_cast<unsigned short>(id)), {value, 4, sizeof value}, writer, format));
+            ASSERT_TRUE(
+                PackZELField(RuleOf(static_cast<unsigned short>(id)), {value, 4, sizeof value}, writer, format));
             payload.append(bytes, writer.next);
         }
         type.message->format = static_cast<unsigned short>(format);

@@ -147,7 +147,8 @@ TEST_F(MessageObject, BelievesNoLengthThatABufferLacks) {
         SetNumber(Create(sent, kAllTypes), kSide, 1);
         sent.packMessage(buffer, &length);
         buffer[31] = 2;
-        const std::string field = std::string{0, kStamp, static_cast<char>(wireLength >> 8), static_cast<char>(wireLength)};
+        const std::string field =
+            std::string{0, kStamp, static_cast<char>(wireLength >> 8), static_cast<char>(wireLength)};
         const ExactCopy frame(std::string(buffer + 6, static_cast<std::size_t>(length - 6)) + field +
                               std::string(wireLength, 'd'));
         ASSERT_EQ(object_.unpackMessageNoFrame(frame.data.get(), static_cast<long>(frame.size)), 0);
