@@ -73,12 +73,16 @@ struct _datetime {
 // pointing value at it and setting ownsValue to 1: one that it took away, or a text of ConvertDecimalToFraction.
 // Setting a field that owns a buffer releases nothing: the message's own stays until the message goes, and one that was
 // given is the program's again.
+//
+// A program may write isSet, value, length, ownsValue and inlineValue; the other members are the library's. Of a buffer
+// of the library's no more than it holds is read or sent, whatever `length` says: zero bytes go out for the rest. A
+// buffer of the program's has as many bytes as `length` says, and at least those that a value of the field's type has.
 struct _field_data {
     unsigned short id;
     unsigned short presence;  // 2: mandatory; anything else: optional
     unsigned short isSet;     // 1 once a value was given or received
     void* value;              // inlineValue, a separate buffer, or null
-    unsigned short length;    // of the value, in bytes
+    unsigned short length;    // of the value, in bytes; of a date-time received in format 2 what the peer said, from 8 on
     alignas(8) unsigned char inlineValue[8];
     unsigned short ownsValue;  // 1: value is a buffer of the library's that goes with the message; else 0
 
@@ -88,7 +92,8 @@ struct _field_data {
     unsigned int entry;
 };
 
-// The field slots of a message, in the order of the message table with the repeating group expanded.
+// The field slots of a message, in the order of the message table with the repeating group expanded. Both members are the
+// library's: it does not go by what a program writes there, and the next message in the object has them right again.
 struct ZELDataBuf {
     short count;
     _field_data* fields;
@@ -146,16 +151,16 @@ public:
     // Loads the provider library if none is loaded, takes the dictionary and the message table from it, and starts the
     // compression library. Call it once before all other use. Failure is quiet: getVormaZelData then answers null, each
     // construction shows an error box (on Linux a line on standard error), and no message can be created.
-    // Any thread may call it while no other call is in progress. A further call reads the provider's tables again;
-    // objects and messages that are alive stay good, whatever the tables say now.
+    // Any thread may call it while no other call is in progress. A further call reads the provider's tables again:
+    // messages created from then on go by them. A message that is alive goes by the tables that it was created from, as
+    // long as it lives; asking for a field's name or type goes by those in use.
     ZEL_API static void init() noexcept;
 
     // Destroys the provider, unloads its library, shuts the compression library down. Calls of init and terminate are
     // not counted: the first call of terminate ends all. Any thread may call it while no other call is in progress.
-    // Destroy all objects before. One that is left may only be destroyed or have its message freed by destroyStruct:
-    // every other use of its message reads freed memory, and its `provider` is no longer there, after another init
-    // neither. A library built with assertions (without NDEBUG) counts the messages, and ends the program with a line
-    // on standard error when there are any.
+    // Messages that are alive may still be read, set and destroyed; packing them fails like packing without a
+    // dictionary (1412), until the next init. The `provider` of an object from before is no longer there: do not ask it
+    // for names.
     ZEL_API static void terminate() noexcept;
 
     // The provider: null before init, after an init that failed, and after terminate.
@@ -177,7 +182,8 @@ public:
     ZEL_API void destroyStruct() noexcept;
 
     // Sets one field from a value in the form of its dictionary type:
-    //   1 short   2 ZELLong   3 int   6 float   7 double   8 _datetime   9 _money
+    //   1 short   2 ZELLong   3 int   6 float   7 double   8 _datetime   9 _money: as many bytes as the field's current
+    //     length, and never more than such a value has
     //   4 text: cut at the field's length or padded with zero bytes to it
     //   5 text: any length up to 65535 without the terminator; null sets a single zero byte
     //   10, 11 bytes: as many as the field's current length (setFieldValueBinary takes a length)
@@ -192,7 +198,8 @@ public:
     // above of missing fields, null, counting and reports holds here too.
     ZEL_API void setFieldValueBinary(short fieldId, const void* data, short length, short occurrence) noexcept;
 
-    // The field's value, or null if the message has no such field. Texts of type 5 end with a zero byte when they were
+    // The field's value, or null if the message has no such field. A field that is not set has a value of zero bytes if
+    // its type has one size, else null: getField and isSet tell. Texts of type 5 end with a zero byte when they were
     // received and without one when they were set: use getFieldLen.
     ZEL_API void* getFieldValue(short fieldId, short occurrence) noexcept;
 
@@ -202,7 +209,8 @@ public:
     // The slot itself, or null. Its id must not be changed.
     ZEL_API _field_data* getField(short fieldId, short occurrence) noexcept;
 
-    // The length of the field's value in bytes, or 0 if the message has no such field.
+    // The length of the field's value in bytes, or 0 if the message has no such field. A length above 32767 comes as the
+    // negative number that has the same 16 bits.
     ZEL_API short getFieldLen(short fieldId, short occurrence) noexcept;
 
     // The field's type from the dictionary, or -1 if it has no such field. Reports 1001 (id 0), 1412 (no dictionary).
@@ -212,7 +220,8 @@ public:
     // The buffer must hold kZELMaxFrame bytes and the variable user data; after a failure anything may stand in it.
     // Nothing is allocated. Reports 1435 last, before it the cause: 1001 (no message, null argument), 1486, 1485, 1476,
     // 1417, 1027, 1426 (a field), 1418 (header); no cause when the count of the fields set differs from the fields
-    // packed.
+    // packed. With shortFrame, a message of more than 32,767 bytes, which takes variable user data, gets a frame that
+    // says another length, and the result is 0 all the same: peers read that length as a negative one.
     ZEL_API long packMessage(char* buffer, long* length) noexcept;
 
     // Replaces the message by the one received at `buffer`, frame first; the frame's length bounds every read behind
@@ -225,8 +234,8 @@ public:
     ZEL_API long unpackMessageNoFrame(const char* buffer, long length) noexcept;
 
     // Reads the frame at `buffer` (4 bytes; 6 when the second byte's high nibble is not 1): 0 with *length the number
-    // of bytes behind the frame and *frameType 1 (frame of 4 bytes) or 3 (frame of 6 bytes); or -1 with report 1005
-    // and both untouched when the first byte is not 0x01.
+    // of bytes after the frame and *frameType that nibble as it stands, 1 (frame of 4 bytes) or 3 (frame of 6 bytes) in
+    // frames that peers send; or -1 with report 1005 and both untouched when the first byte is not 0x01.
     ZEL_API int getHeaderInfo(const char* buffer, long* length, short* frameType) noexcept;
 
     // The id of the field with this name, or what the provider answers for an unknown name (the reference provider:
@@ -273,8 +282,8 @@ ZEL_API int ProcessRspNoFrame(const char* buffer, long length, short* msgType, s
 // MB (1 MB in 32-bit programs) until the message is freed, and some 0.1 ms, even for a message of 40 bytes. A program
 // that reads from peers it does not trust says here how many repetitions it can use. A message with more is refused by
 // unpackMessage and unpackMessageNoFrame like one that memory fails (1001 "CreateZELDataBuf() failed", 1434; `message`
-// is null). Messages that the program creates are not concerned. Answers the number before; it starts as 32767, which
-// refuses nothing.
+// is null). A negative number counts as 0. Messages without a repeating group and messages that the program creates are
+// not concerned. Returns the number before; it starts as 32767, which refuses nothing.
 ZEL_API short ZELSetMostRepetitions(short most) noexcept;
 
 // ---- Error reports --------------------------------------------------------------------------------------------------

@@ -116,21 +116,53 @@ TEST_F(Header, ReportsTheFieldThatFails) {
     EXPECT_EQ(BuildZELHeader(HeaderRulesInUse(), &header_, nullptr, &length), nullptr);
     EXPECT_EQ(BuildZELHeader(HeaderRulesInUse(), &header_, out, nullptr), nullptr);
     EXPECT_EQ(reports_.Take(), Lines(3, "1001 BuildZELHeader() failed"));
-    // A dictionary that gives a header field another width must not make the library read or write by it.
-    tables_.ChangeField(4).type = kZELText;
-    tables_.Install();
-    EXPECT_EQ(BuildZELHeader(HeaderRulesInUse(), &header_, out, &length), nullptr);
-    EXPECT_EQ(Unpack(good), nullptr);
-    EXPECT_EQ(reports_.TakeText(), "1417 ZEL_HDR_MSGID; 1427 ZEL_HDR_MSGID");
-    tables_.ChangeField(4).type = kZELInt;
-    tables_.ChangeField(7).type = kZELChars;
-    tables_.ChangeField(7).length = -75;
-    tables_.Install();
+}
+
+// A dictionary that says something else of a header field than the header has must not make the library read or write
+// by it.
+TEST_F(Header, IsRefusedByTheRulesOfAnotherDictionary) {
+    struct Row {
+        short id;
+        int type;
+        int length;
+        const char* building;
+        const char* reading;
+    };
+    const Row rows[] = {
+        {4, kZELText, 4, "1417 ZEL_HDR_MSGID", "1427 ZEL_HDR_MSGID"},
+        {1, kZELLong, 2, "1417 ZEL_HDR_FLAGS", "1427 ZEL_HDR_FLAGS"},
+        {2, 12, 4, "1027 Invalid Field[2], FieldType[12] received; 1417 ZEL_HDR_MSG_TYPE",
+         "1027 Invalid Field Type[12] received; 1427 ZEL_HDR_MSG_TYPE"},
+        {7, 0, 0, "1027 Invalid Field[7], FieldType[0] received; 1417 ZEL_HDR_VAR_USER_DATA", ""},
+        {7, kZELChars, -75, "1417 ZEL_HDR_VAR_USER_DATA", "1414 FieldId[7]"},
+        {7, kZELText, -1, "", "1414 FieldId[7]"},
+        {7, kZELText, 9, "", "1427 ZEL_HDR_VAR_USER_DATA"},
+        {2, kZELLong, -1, "", "1414 FieldId[2]; 1001 UnpackZELFieldId() failed; 1413 ZEL_HDR_SERVICEID"},
+        {5, kZELShort, -1, "", "1414 FieldId[5]; 1001 UnpackZELFieldId() failed; 1413 ZEL_HDR_USER_DATA"},
+        {3, kZELInt, 60, "", "1427 ZEL_HDR_SERVICEID"},
+    };
     char userData[] = "six...";
     header_.varUserData = userData;
     header_.varUserDataLen = 6;
-    EXPECT_EQ(BuildZELHeader(HeaderRulesInUse(), &header_, out, &length), nullptr);
-    EXPECT_EQ(reports_.TakeText(), "1417 ZEL_HDR_VAR_USER_DATA");
+    const std::string good = Build(header_);
+    for (const Row& row : rows) {
+        ZELDictionaryField& field = tables_.ChangeField(row.id);
+        const ZELDictionaryField before = field;
+        field.type = static_cast<std::uint16_t>(row.type);
+        field.length = static_cast<std::int16_t>(row.length);
+        tables_.Install();
+        ZelMsgStruct sent{};
+        sent.varUserData = userData;
+        sent.varUserDataLen = 6;
+        char out[64];
+        unsigned short length = 0;
+        EXPECT_EQ(BuildZELHeader(HeaderRulesInUse(), &sent, out, &length) != nullptr, *row.building == '\0') << row.id;
+        EXPECT_EQ(reports_.TakeText(), row.building) << row.id;
+        EXPECT_EQ(Unpack(good) != nullptr, *row.reading == '\0') << row.id;
+        EXPECT_EQ(reports_.TakeText(), row.reading) << row.id;
+        FreeVarUserData(header_);
+        field = before;
+    }
 }
 
 TEST(Frame, WritesAndReadsBothForms) {

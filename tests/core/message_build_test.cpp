@@ -115,6 +115,19 @@ TEST_F(Building, LeavesOutFieldsNewerThanTheMessage) {
         EXPECT_EQ(built_.empty() ? 0 : FieldCount(), std::stoi(row[6])) << row[0];
         EXPECT_TRUE(built_.empty() || object_.message->numFields == FieldCount()) << row[0];
     }
+    for (const int fieldVersion : {-300, -1, 255, 256, 300}) {
+        tables_.ChangeField(kNew2).version = static_cast<std::int16_t>(fieldVersion);
+        for (const int version : {0, 1, 255, 256, 300, 65535}) {
+            Create(kVersions);
+            SetShort(kSide, 1);
+            SetText(kNew2, "x");
+            SetShort(kNew3, 3);
+            object_.message->version = static_cast<unsigned short>(version);
+            ASSERT_EQ(Build(), 0);
+            const int sent = 1 + (version == 0 || fieldVersion <= version ? 1 : 0) + (version != 1 ? 1 : 0);
+            EXPECT_EQ(FieldCount(), sent) << fieldVersion << " in " << version;
+        }
+    }
 }
 
 TEST_F(Building, RefusesWhatItCannotSend) {
@@ -226,6 +239,25 @@ TEST_F(Building, UnpacksWhatItCanAndReportsTheRest) {
             Unpack(static_cast<SubType>(std::stoi(row[1])), -1, std::stoi(row[2]), std::stoi(row[3]), FromHex(row[4]));
         EXPECT_EQ(reports_.With(result), row[5] + (row[6].empty() ? "" : ": ") + row[6]) << row[0];
     }
+    // Ids that the header's fields or nobody may have.
+    static const ZELFieldListEntry kList[] = {{0, 1}, {65535, 1}, {kLegs, 1}, {kLegSymbol, 1}};
+    tables_.ChangeMessage(kPlainGroup) = {kPlainGroup, kLegs, 1, 4, kList, nullptr};
+    const std::string lookUp = "1001 GetFldEntry() Failed; ";
+    Create(kPlainGroup, 1);
+    EXPECT_EQ(reports_.TakeText() + "; ", lookUp) << "one slot has the id 0";
+    const auto unpack = [&](int format, const char* bytes) {
+        const int result = Unpack(kPlainGroup, 1, format, 1, FromHex(bytes));
+        return reports_.With(result).erase(4, lookUp.size());
+    };
+    EXPECT_EQ(unpack(2, "00 00 00 01 00"), "-1: 1001 UnpackZELField() failed; 1427 FieldId[0]");
+    EXPECT_EQ(unpack(0, "00 00 00 01 00"), "-1: " + lookUp + "1027 Field[0]");
+    EXPECT_EQ(reports_.With(Validate(Header(1, 3, kPlainGroup) + FromHex("00 00 00 00"))),
+              "-1: " + lookUp + "1414 FieldId[0]; 1001 UnpackZELFieldId() failed; 1413 UnpackZELMessage");
+    tables_.ChangeMessage(kPlainGroup).fieldList = kList + 1;
+    tables_.ChangeMessage(kPlainGroup).fieldCount = 3;
+    EXPECT_EQ(reports_.With(Validate(Header(1, 2, kPlainGroup) + FromHex("00 00 00 00"))),
+              "-1: 1414 FieldId[65535]; 1001 UnpackZELFieldId() failed; 1413 UnpackZELMessage")
+        << "only on the wire the id is none";
     // Two fields that are expected behind one another but not at first, then one that finds no room.
     Create(kAllTypes);
     const ExactCopy bytes(Header(0, 3, kAllTypes) + FromHex("00 0B 00 00 00 01 00 0C 00 00 00 02 00 0E 2E E0") +

@@ -278,6 +278,10 @@ TEST_F(Exchange, RefusesMoreRepetitionsThanTheProgramAllows) {
     EXPECT_TRUE(object.message == nullptr && object.repeatCount == 3);
     object.createStruct();
     EXPECT_NE(object.message, nullptr) << "its own messages may have as many as they like";
+    ASSERT_EQ(ZELSetMostRepetitions(-2), 2);
+    FillSimple(sender);
+    EXPECT_EQ(Unpack(object, Pack(sender)), 0) << "a message without a group";
+    ASSERT_EQ(ZELSetMostRepetitions(-1), 0);
     ZELSetMostRepetitions(32767);
 }
 

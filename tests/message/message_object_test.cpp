@@ -71,7 +71,7 @@ TEST_F(MessageObject, SetsValuesByTheirType) {
     tables_.ChangeField(kValue).length = 200;
     Create(object_, kAllTypes);
     object_.setFieldValueBinary(kBlob, "a\0b", 3, -1);
-    object_.setFieldValue(kBlob, "xyz", -1);
+    object_.setFieldValue(kBlob, "xyzzy", -1);
     EXPECT_EQ(Value(kBlob), "xyz") << "as many bytes as before";
     object_.setFieldValue(kSymbol, std::string(70000, 'x').c_str(), -1);
     EXPECT_EQ(object_.getField(kSymbol, -1)->length, 65535) << "not cut down to a few characters by 16 bits";
