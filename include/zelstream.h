@@ -7,8 +7,8 @@
 //  - Arguments are read during the call only; the object keeps copies. They must not point into the object's own
 //    stream.
 //  - An object belongs to one thread at a time, also as the source of a copy. Different objects are independent.
-//  - An object that found no memory has no stream: it fails every operation, GetStream answers null.
-//  - A stream grows by whole blocks of 16384 bytes. Growth moves it (what GetStream answered is lost) and sets the read
+//  - An object that found no memory has no stream: it fails every operation, GetStream returns null.
+//  - A stream grows by whole blocks of 16384 bytes. Growth moves it (what GetStream returned is lost) and sets the read
 //    position to byte 2, which lies before the first term or key: Rewind then. Growth that fails costs nothing that was
 //    there. A stream never exceeds 2147483647 bytes.
 //  - The first two bytes of a stream are its length, the next two the number of its terms or keys. Both words hold the
@@ -24,7 +24,7 @@
 #include "zelmessage.h"
 
 namespace zel {
-struct StreamLayout;
+struct StreamBuffer;  // the library's own operations on streams
 }  // namespace zel
 
 // ---- The growing buffer under both ----------------------------------------------------------------------------------
@@ -34,6 +34,17 @@ public:
     // The bytes of the stream, its header included; 0 without a stream. This is the length to send, whatever the length
     // word holds.
     int GetLength() const noexcept { return buffer != nullptr ? static_cast<int>(writePos - start) : 0; }
+
+    // Sets the read position to byte 4: the first term or key.
+    void Rewind() noexcept {
+        if (buffer != nullptr) {
+            readPos = start + 4;
+        }
+    }
+
+    // Filters and sort data are copied; the buffer alone is not.
+    ZELStream(const ZELStream&) = delete;
+    ZELStream& operator=(const ZELStream&) = delete;
 
 protected:
     ZELStream() noexcept
@@ -46,56 +57,14 @@ protected:
           blockCount(0) {}
     ~ZELStream() noexcept { ZELFree(buffer); }
 
-    // A new stream of `size` bytes in all, 2 at the least, of which the length word is written; `size` is also what the
-    // stream grows by. Replaces the stream before, if there is one.
+    // For the constructors of classes that derive from this one; filters and sort data have called it. Gives the object
+    // a stream of the length word alone, in a block of `size` bytes, 2 at the least; `size` is also what the stream
+    // grows by. What the object held before is neither looked at nor released. Without memory `buffer` is null and the
+    // positions are as they were.
     ZEL_API void InitStream(int size) noexcept;
 
-    // From here on the library's own: not exported, the inline ones defined inside the library.
-    ZELStream(const ZELStream& source) noexcept;
-    ZELStream& operator=(const ZELStream& source) noexcept;
-
-    inline int PutShort(short value) noexcept;
-    inline int PutLong(long value) noexcept;
-    inline int PutInt(int value) noexcept;
-    inline int PutFloat(float value) noexcept;
-    inline int PutDouble(double value) noexcept;
-    inline int PutDateTime(const _datetime& value) noexcept;
-    inline int PutMoney(const _money& value) noexcept;
-    inline int PutString(const char* bytes, int length) noexcept;
-
-    inline int GetShort(short& value) noexcept;
-    inline int GetLong(long& value) noexcept;
-    inline int GetInt(int& value) noexcept;
-    inline int GetFloat(float& value) noexcept;
-    inline int GetDouble(double& value) noexcept;
-    inline int GetDateTime(_datetime& value) noexcept;
-    inline int GetMoney(_money& value) noexcept;
-    // `out` holds 65535 bytes.
-    int GetString(char* out, int& length) noexcept;
-    // The same without the copy: the bytes where they lie.
-    inline int GetString(const char*& bytes, int& length) noexcept;
-
-    int Grow() noexcept;
-    void Unwrite(int n) noexcept;
-    char* GetStream() noexcept;
-    int SetStream(const char* bytes, int length) noexcept;
-
-    // What filter and sort data share: a second word, the count, behind the length.
-    void ReserveCount() noexcept;
-    void RewindCounted() noexcept { readPos = buffer != nullptr ? start + 4 : nullptr; }
-    char* FinishCounted(uint32_t count) noexcept;
-    int CopyCounted(const ZELStream& source) noexcept;
-    // Loads a received stream and sets `count` from its header, unless header and length contradict one another.
-    // `countFits` tells whether the count word can stand for `size` bytes behind the header.
-    int LoadCounted(const char* bytes, int length, bool (*countFits)(uint16_t word, int size),
-                    uint32_t& count) noexcept;
-    // Takes over `length` bytes, a header of `headerSize` included, that the caller has checked.
-    int Load(const char* bytes, int length, int headerSize) noexcept;
-
-    inline char* Append(size_t size) noexcept;
-    inline const char* Take(size_t size) noexcept;
-
-    char* buffer;         // the block; null: no memory
+    // The library's own, to read only.
+    char* buffer;         // the block; null: no stream
     char* start;          // first byte of the stream: the block's
     char* writePos;       // end of what is written
     char* end;            // end of the block
@@ -103,10 +72,7 @@ protected:
     uint32_t blockSize;   // what the stream grows by, in bytes
     uint32_t blockCount;  // blocks held, and one more for each growth that failed
 
-private:
-    friend struct zel::StreamLayout;
-    char* WriteLength() const noexcept;
-    void Hold(char* block, size_t size, size_t writeAt, size_t readAt) noexcept;
+    friend struct zel::StreamBuffer;
 };
 
 // ---- Comparisons ----------------------------------------------------------------------------------------------------
@@ -178,7 +144,7 @@ struct FilterValue {
     void SetDouble(double from) noexcept { type = 7, value.doubleValue = from; }
     void SetDateTime(const _datetime& from) noexcept { type = 8, value.dateTimeValue = from; }
     void SetMoney(const _money& from) noexcept { type = 9, value.moneyValue = from; }
-    // Answers the bytes copied, the terminating zero byte included; -1, with nothing changed, for null and for a text
+    // Returns the bytes copied, the terminating zero byte included; -1, with nothing changed, for null and for a text
     // of more than 2047 bytes.
     ZEL_API int SetString(const char* from) noexcept;
 
@@ -228,17 +194,16 @@ public:
     // negative length and for null with a length other than 0.
     ZEL_API int AddFilter(short fieldId, const char* op, const char* text, int length) noexcept;
 
-    // Writes the length and the count into the stream and answers it, or null without a stream. The filter owns it; it
+    // Writes the length and the count into the stream and returns it, or null without a stream. The filter owns it; it
     // stays good until a term makes the stream grow, and the filter may be added to.
     ZEL_API char* GetStream() noexcept;
 
-    // Replaces the stream by the `length` bytes of a received one, of which the first 4 are its header. No byte beyond
-    // is read. -1, with the filter as before, when `bytes` is null, when `length` is below 4, when the length word is
-    // not the low 16 bits of `length`, when more terms are counted than `length` has room for (a term takes 6 bytes at
-    // the least), when none is counted although bytes follow the header, or when memory is out. The count word holds
-    // the low 16 bits of the true number: a 0 in front of as many bytes as 65536 terms take is therefore good. The read
-    // position stays where it is, at the first term in a new filter; Rewind when the filter was used before or when
-    // `length` is above 16384.
+    // Replaces the stream by the first `length` bytes of a received one, its header included. Checks nothing that they
+    // say: the length word may be any number, the count word becomes what GetCount returns, and more may follow the
+    // last term, as in a field that is padded. No byte beyond `length` is read, here or by GetFilterItem. -1, with the
+    // filter as before, when `bytes` is null, when `length` is below 4 (a stream has 4 bytes of header), or when memory
+    // is out. The read position stays where it is, at the first term in a new filter; Rewind when the filter was used
+    // before or when `length` is above 16384.
     ZEL_API int SetStream(const char* bytes, int length) noexcept;
 
     // Reads the term at the read position and goes past it. -1 at the end, and for a term that cannot be read: its
@@ -249,30 +214,10 @@ public:
     // Reports 1001 (field id 0), 1412 (no dictionary).
     ZEL_API int GetFilterItem(ZELFilterItem& item) noexcept;
 
-    // Sets the read position to the first term.
-    void Rewind() noexcept { RewindCounted(); }
-
     // The terms added, or what the received stream counted.
     int GetCount() const noexcept { return static_cast<int>(count); }
 
-protected:
-    // The library's own: terms by the comparison's code, unchecked. The last one writes a character in 4 bytes, as an
-    // int; programs filter characters by the text.
-    int AddFilter(short fieldId, short code, short value) noexcept;
-    int AddFilter(short fieldId, short code, long value) noexcept;
-    int AddFilter(short fieldId, short code, int value) noexcept;
-    int AddFilter(short fieldId, short code, float value) noexcept;
-    int AddFilter(short fieldId, short code, double value) noexcept;
-    int AddFilter(short fieldId, short code, const _money& value) noexcept;
-    int AddFilter(short fieldId, short code, const _datetime& value) noexcept;
-    int AddFilter(short fieldId, short code, const char* text, int length) noexcept;
-    int AddFilter(short fieldId, short code, char value) noexcept;
-
 private:
-    inline int PutTermHead(short fieldId, short code) noexcept;
-    inline int EndTerm(int result) noexcept;
-    inline int GetValue(FilterValue& into, uint16_t fieldType) noexcept;
-
     uint32_t count;
 };
 
@@ -306,20 +251,18 @@ public:
     // As that of ZELFilter.
     ZEL_API char* GetStream() noexcept;
 
-    // As that of ZELFilter, but `length` must be that of whole keys and the count word the low 16 bits of their number.
+    // As that of ZELFilter.
     ZEL_API int SetStream(const char* bytes, int length) noexcept;
 
     // Reads the key at the read position and goes past it. -1 at the end. When only a field id is left, the item has it
     // and the read position is past it.
     ZEL_API int GetSortItem(SortItem& item) noexcept;
 
-    // Sets the read position to the first key.
-    void Rewind() noexcept { RewindCounted(); }
-
     // The keys added, or what the received stream counted.
     int GetCount() const noexcept { return static_cast<int>(count); }
 
 private:
+    // The constructor's second half, exported for programs that have it inlined.
     ZEL_API void InitSortData() noexcept;
 
     uint32_t count;

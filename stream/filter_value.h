@@ -2,16 +2,17 @@
 #ifndef ZEL_STREAM_FILTER_VALUE_H
 #define ZEL_STREAM_FILTER_VALUE_H
 
+#include <cstring>
+
 #include "include/zelprovider.h"
 #include "include/zelstream.h"
-#include "stream/short_copy.h"
 
 namespace zel {
 
 // Makes `into` the text in `length` bytes, which are fewer than a value holds and may be a part of its own.
 inline void SetValueText(FilterValue& into, const char* bytes, int length) noexcept {
     into.type = kZELText;
-    CopyText(into.value.text, bytes, static_cast<std::size_t>(length));
+    std::memmove(into.value.text, bytes, static_cast<std::size_t>(length));
     into.value.text[length] = '\0';
 }
 

@@ -1,6 +1,5 @@
-// The stream's values: how each is appended and read back. Every bound of a stream is checked in Append and Take.
-// Integers are big-endian; float, double and date-time values travel as they lie in memory, little-endian on every
-// platform that peers run on.
+// The buffer under filters and sort data: how each type of value lies in it, and what the library does with it. Every
+// bound of a stream is checked in Append and Take.
 #ifndef ZEL_STREAM_STREAM_BUFFER_H
 #define ZEL_STREAM_STREAM_BUFFER_H
 
@@ -8,10 +7,10 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <type_traits>
 
 #include "include/zelstream.h"
 #include "runtime/byte_order.h"
-#include "stream/short_copy.h"
 
 namespace zel {
 
@@ -22,23 +21,105 @@ inline constexpr int kStreamBlock = 16384;
 
 // The header: the length word, then in filters and sort data the count word.
 inline constexpr int kLengthSize = 2;
-inline constexpr int kCountedHeaderSize = 4;
+inline constexpr int kHeaderSize = 4;
 
-// What a stream may hold, so that every length fits an int and no size wraps where addresses have 32 bits.
+// The most bytes in a stream, so that every length fits an int and no size wraps where addresses have 32 bits.
 inline constexpr std::uint64_t kMaxStream = INT32_MAX;
 
-// Whether `length` bytes hold a header of `headerSize` whose length word does not contradict them. The word has 16 bits
-// and is compared with as many of the length.
-inline bool HeaderHolds(const char* bytes, int length, int headerSize) noexcept {
-    return bytes != nullptr && length >= headerSize && LoadU16Be(bytes) == static_cast<std::uint16_t>(length);
-}
+// ---- Values ---------------------------------------------------------------------------------------------------------
 
-// The count word of a header that holds.
-inline std::uint16_t CountWord(const char* header) noexcept {
-    return LoadU16Be(header + kLengthSize);
-}
+// Float, double and date-time values travel as they lie in memory, little-endian on every platform that peers run on.
+template <typename Value>
+struct Encoding {
+    static_assert(std::is_same_v<Value, float> || std::is_same_v<Value, double> || std::is_same_v<Value, _datetime>);
+    static constexpr std::size_t kSize = sizeof(Value);
+    static void Store(char* at, const Value& value) noexcept { std::memcpy(at, &value, kSize); }
+    static void Load(const char* at, Value& value) noexcept { std::memcpy(&value, at, kSize); }
+};
 
-struct StreamLayout {
+// Whole numbers are big-endian.
+template <>
+struct Encoding<short> {
+    static constexpr std::size_t kSize = 2;
+    static void Store(char* at, short value) noexcept { StoreU16Be(at, static_cast<std::uint16_t>(value)); }
+    static void Load(const char* at, short& value) noexcept { value = static_cast<short>(LoadU16Be(at)); }
+};
+
+template <typename Number>
+struct Encoding32 {
+    static constexpr std::size_t kSize = 4;
+    static void Store(char* at, Number value) noexcept { StoreU32Be(at, static_cast<std::uint32_t>(value)); }
+    static void Load(const char* at, Number& value) noexcept { value = static_cast<std::int32_t>(LoadU32Be(at)); }
+};
+
+template <>
+struct Encoding<int> : Encoding32<int> {};
+
+// The low 32 bits.
+template <>
+struct Encoding<long> : Encoding32<long> {};
+
+// Written as an int; no field of the dictionary is read so.
+template <>
+struct Encoding<char> : Encoding32<char> {};
+
+template <>
+struct Encoding<_money> {
+    static constexpr std::size_t kSize = 6;
+    static void Store(char* at, const _money& value) noexcept {
+        StoreU32Be(at, static_cast<std::uint32_t>(value.amount));
+        StoreU16Be(at + 4, static_cast<std::uint16_t>(value.displayCode));
+    }
+    static void Load(const char* at, _money& value) noexcept {
+        value.amount = static_cast<ZELLong>(LoadU32Be(at));
+        value.displayCode = static_cast<short>(LoadU16Be(at + 4));
+    }
+};
+
+// ---- The buffer -----------------------------------------------------------------------------------------------------
+
+// Results are 0, or -1 with the stream as before; a copy without memory has no stream and no positions.
+struct StreamBuffer {
+    template <typename Value>
+    static int Put(ZELStream& to, const Value& value) noexcept;
+    // A text: its length in 16 bits, of a longer one the low bits, then its bytes. -1 also for a negative length and
+    // for null with a length other than 0.
+    static int Put(ZELStream& to, const char* bytes, int length) noexcept;
+
+    template <typename Value>
+    static int Get(ZELStream& from, Value& value) noexcept;
+    // A text, where it lies. When only its length can be read, `length` has it and the read position is past it.
+    static int Get(ZELStream& from, const char*& bytes, int& length) noexcept;
+
+    // What both terms and keys begin with.
+    static int PutPair(ZELStream& to, short first, short second) noexcept;
+
+    // Adds one block. The read position goes to byte 2.
+    static int Grow(ZELStream& stream) noexcept;
+
+    // Takes back the last `n` bytes, unless that leaves nothing after the length word.
+    static void Unwrite(ZELStream& stream, int n) noexcept;
+
+    // Writes the length word, and the count word where there is one, and returns the stream, or null without one.
+    static char* GetStream(ZELStream& stream) noexcept;
+    static char* GetStream(ZELStream& stream, std::uint32_t count) noexcept;
+
+    // Moves both positions past the count word, which filters and sort data have.
+    static void ReserveCount(ZELStream& stream) noexcept;
+
+    // Replaces the stream by `length` bytes with a header of 4, whatever they say, and sets the count from there. The
+    // read position stays.
+    static int SetStream(ZELStream& stream, std::uint32_t& count, const char* bytes, int length) noexcept;
+
+    // Copies bytes and positions, the header as it stands, to another stream.
+    static int Copy(ZELStream& to, const ZELStream& from) noexcept;
+
+private:
+    static char* Append(ZELStream& to, std::size_t size) noexcept;
+    static const char* Take(ZELStream& from, std::size_t size) noexcept;
+    static void Hold(ZELStream& stream, char* block, std::size_t size, std::size_t writeAt,
+                     std::size_t readAt) noexcept;
+
     static_assert(offsetof(ZELStream, buffer) == 0 && offsetof(ZELStream, start) == sizeof(void*));
     static_assert(offsetof(ZELStream, writePos) == 2 * sizeof(void*) && offsetof(ZELStream, end) == 3 * sizeof(void*));
     static_assert(offsetof(ZELStream, readPos) == 4 * sizeof(void*));
@@ -46,186 +127,94 @@ struct StreamLayout {
     static_assert(offsetof(ZELStream, blockCount) == 5 * sizeof(void*) + 4);
 };
 
-}  // namespace zel
-
 // Room for the next `size` bytes, which then count as written; null when it cannot be had.
-inline char* ZELStream::Append(std::size_t size) noexcept {
-    if (buffer == nullptr) {
+inline char* StreamBuffer::Append(ZELStream& to, std::size_t size) noexcept {
+    if (to.buffer == nullptr) {
         return nullptr;
     }
-    while (size > static_cast<std::size_t>(end - writePos)) {
-        if (Grow() != 0) {
+    while (size > static_cast<std::size_t>(to.end - to.writePos)) {
+        if (Grow(to) != 0) {
             return nullptr;
         }
     }
-    char* bytes = writePos;
-    writePos += size;
+    char* bytes = to.writePos;
+    to.writePos += size;
     return bytes;
 }
 
-// The next `size` bytes, or null when fewer are left. The read position may lie behind the data: loading a shorter
+// The next `size` bytes, or null when fewer are left. The read position may lie after the data: loading a shorter
 // stream does not move it.
-inline const char* ZELStream::Take(std::size_t size) noexcept {
-    if (buffer == nullptr || readPos > writePos || size > static_cast<std::size_t>(writePos - readPos)) {
+inline const char* StreamBuffer::Take(ZELStream& from, std::size_t size) noexcept {
+    if (from.buffer == nullptr || from.readPos > from.writePos ||
+        size > static_cast<std::size_t>(from.writePos - from.readPos)) {
         return nullptr;
     }
-    const char* bytes = readPos;
-    readPos += size;
+    const char* bytes = from.readPos;
+    from.readPos += size;
     return bytes;
 }
 
-inline int ZELStream::PutShort(short value) noexcept {
-    char* bytes = Append(2);
+template <typename Value>
+int StreamBuffer::Put(ZELStream& to, const Value& value) noexcept {
+    char* bytes = Append(to, Encoding<Value>::kSize);
     if (bytes == nullptr) {
         return -1;
     }
-    zel::StoreU16Be(bytes, static_cast<std::uint16_t>(value));
+    Encoding<Value>::Store(bytes, value);
     return 0;
 }
 
-inline int ZELStream::GetShort(short& value) noexcept {
-    const char* bytes = Take(2);
+template <typename Value>
+int StreamBuffer::Get(ZELStream& from, Value& value) noexcept {
+    const char* bytes = Take(from, Encoding<Value>::kSize);
     if (bytes == nullptr) {
         return -1;
     }
-    value = static_cast<short>(zel::LoadU16Be(bytes));
+    Encoding<Value>::Load(bytes, value);
     return 0;
 }
 
-inline int ZELStream::PutInt(int value) noexcept {
-    char* bytes = Append(4);
-    if (bytes == nullptr) {
-        return -1;
-    }
-    zel::StoreU32Be(bytes, static_cast<std::uint32_t>(value));
-    return 0;
-}
-
-inline int ZELStream::GetInt(int& value) noexcept {
-    const char* bytes = Take(4);
-    if (bytes == nullptr) {
-        return -1;
-    }
-    value = static_cast<int>(zel::LoadU32Be(bytes));
-    return 0;
-}
-
-inline int ZELStream::PutLong(long value) noexcept {
-    return PutInt(static_cast<int>(value));
-}
-
-inline int ZELStream::GetLong(long& value) noexcept {
-    int number = 0;
-    const int result = GetInt(number);
-    if (result == 0) {
-        value = number;
-    }
-    return result;
-}
-
-inline int ZELStream::PutFloat(float value) noexcept {
-    char* bytes = Append(sizeof value);
-    if (bytes == nullptr) {
-        return -1;
-    }
-    std::memcpy(bytes, &value, sizeof value);
-    return 0;
-}
-
-inline int ZELStream::GetFloat(float& value) noexcept {
-    const char* bytes = Take(sizeof value);
-    if (bytes == nullptr) {
-        return -1;
-    }
-    std::memcpy(&value, bytes, sizeof value);
-    return 0;
-}
-
-inline int ZELStream::PutDouble(double value) noexcept {
-    char* bytes = Append(sizeof value);
-    if (bytes == nullptr) {
-        return -1;
-    }
-    std::memcpy(bytes, &value, sizeof value);
-    return 0;
-}
-
-inline int ZELStream::GetDouble(double& value) noexcept {
-    const char* bytes = Take(sizeof value);
-    if (bytes == nullptr) {
-        return -1;
-    }
-    std::memcpy(&value, bytes, sizeof value);
-    return 0;
-}
-
-inline int ZELStream::PutDateTime(const _datetime& value) noexcept {
-    char* bytes = Append(sizeof value);
-    if (bytes == nullptr) {
-        return -1;
-    }
-    std::memcpy(bytes, &value, sizeof value);
-    return 0;
-}
-
-inline int ZELStream::GetDateTime(_datetime& value) noexcept {
-    const char* bytes = Take(sizeof value);
-    if (bytes == nullptr) {
-        return -1;
-    }
-    std::memcpy(&value, bytes, sizeof value);
-    return 0;
-}
-
-inline int ZELStream::PutMoney(const _money& value) noexcept {
-    char* bytes = Append(6);
-    if (bytes == nullptr) {
-        return -1;
-    }
-    zel::StoreU32Be(bytes, static_cast<std::uint32_t>(value.amount));
-    zel::StoreU16Be(bytes + 4, static_cast<std::uint16_t>(value.displayCode));
-    return 0;
-}
-
-inline int ZELStream::GetMoney(_money& value) noexcept {
-    const char* bytes = Take(6);
-    if (bytes == nullptr) {
-        return -1;
-    }
-    value.amount = static_cast<ZELLong>(zel::LoadU32Be(bytes));
-    value.displayCode = static_cast<short>(zel::LoadU16Be(bytes + 4));
-    return 0;
-}
-
-inline int ZELStream::PutString(const char* bytes, int length) noexcept {
+inline int StreamBuffer::Put(ZELStream& to, const char* bytes, int length) noexcept {
     if (length < 0 || (bytes == nullptr && length != 0)) {
         return -1;
     }
     const auto size = static_cast<std::size_t>(length);
-    char* room = Append(2 + size);
+    char* room = Append(to, kLengthSize + size);
     if (room == nullptr) {
         return -1;
     }
-    zel::StoreU16Be(room, static_cast<std::uint16_t>(length));
+    StoreU16Be(room, static_cast<std::uint16_t>(length));
     if (size != 0) {
-        zel::CopyText(room + 2, bytes, size);
+        std::memcpy(room + kLengthSize, bytes, size);
     }
     return 0;
 }
 
-// The length is read also when its bytes are missing; the read position is behind it then.
-inline int ZELStream::GetString(const char*& bytes, int& length) noexcept {
-    const char* word = Take(2);
+inline int StreamBuffer::Get(ZELStream& from, const char*& bytes, int& length) noexcept {
+    const char* word = Take(from, kLengthSize);
     if (word == nullptr) {
         return -1;
     }
-    length = zel::LoadU16Be(word);
-    const char* counted = Take(static_cast<std::size_t>(length));
+    length = LoadU16Be(word);
+    const char* counted = Take(from, static_cast<std::size_t>(length));
     if (counted == nullptr) {
         return -1;
     }
     bytes = counted;
     return 0;
 }
+
+inline int StreamBuffer::PutPair(ZELStream& to, short first, short second) noexcept {
+    if (Put(to, first) != 0) {
+        return -1;
+    }
+    if (Put(to, second) != 0) {
+        Unwrite(to, Encoding<short>::kSize);
+        return -1;
+    }
+    return 0;
+}
+
+}  // namespace zel
 
 #endif  // ZEL_STREAM_STREAM_BUFFER_H

@@ -1,6 +1,9 @@
 #include "tools/stream_listing.h"
 
+#include <new>
+
 #include "include/zelstream.h"
+#include "runtime/byte_order.h"
 #include "tools/findings.h"
 #include "tools/json_text.h"
 #include "tools/value_listing.h"
@@ -8,6 +11,20 @@
 namespace zel::tools {
 
 namespace {
+
+// The header is the length of the stream and the number of its terms or keys, 2 bytes each. A key has 4 bytes.
+constexpr std::size_t kLengthSize = 2;
+constexpr std::size_t kHeaderSize = 4;
+constexpr std::size_t kKeySize = 4;
+
+// The stream takes any bytes that have a header.
+template <typename Stream>
+void Load(Stream& stream, const char* bytes, std::size_t length) {
+    if (stream.SetStream(bytes, static_cast<int>(length)) != 0) {
+        throw std::bad_alloc();
+    }
+    stream.Rewind();
+}
 
 void AppendLine(std::string& out, std::string_view indent, std::string_view text) {
     out += indent;
@@ -68,18 +85,19 @@ void AppendKeys(std::string& out, const Catalog& catalog, ZELSortData& sort, std
 }  // namespace
 
 void AppendStream(std::string& out, const Catalog& catalog, std::string_view bytes, std::string_view indent) {
-    const auto length = static_cast<int>(bytes.size());
-    ZELSortData sort;
-    if (sort.SetStream(bytes.data(), length) == 0) {
-        sort.Rewind();
+    const std::size_t length = bytes.size() < kHeaderSize ? 0 : LoadU16Be(bytes.data());
+    if (length < kHeaderSize || length > bytes.size()) {
+        return AppendLine(out, indent, "neither a filter nor sort data");
+    }
+    const std::size_t count = LoadU16Be(bytes.data() + kLengthSize);
+    if (length - kHeaderSize == count * kKeySize) {
+        ZELSortData sort;
+        Load(sort, bytes.data(), length);
         return AppendKeys(out, catalog, sort, indent);
     }
     ZELFilter filter;
-    if (filter.SetStream(bytes.data(), length) == 0) {
-        filter.Rewind();
-        return AppendTerms(out, catalog, filter, indent);
-    }
-    AppendLine(out, indent, "neither a filter nor sort data");
+    Load(filter, bytes.data(), length);
+    AppendTerms(out, catalog, filter, indent);
 }
 
 }  // namespace zel::tools

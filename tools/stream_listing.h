@@ -9,8 +9,9 @@
 
 namespace zel::tools {
 
-// Lines that each begin with `indent`, or one that says that the bytes are neither. No bytes can be read as both, but
-// for an empty stream.
+// Lines that each begin with `indent`, or one that says that the bytes are neither: their length word does not fit. The
+// field may be longer than the stream. Sort data is what has exactly 4 bytes for each that it counts: a term has 6 or
+// more. An empty stream is shown as sort data.
 void AppendStream(std::string& out, const Catalog& catalog, std::string_view bytes, std::string_view indent);
 
 }  // namespace zel::tools

@@ -1,9 +1,42 @@
-// Packs a message and unpacks it: 0 when it came back.
+// Packs a message and unpacks it, and uses stream classes of its own: 0 when all came back.
 #include <zelmessage.h>
 #include <zelprovider.h>
+#include <zelstream.h>
 
 #include <cstdio>
 #include <cstring>
+
+namespace {
+
+// Whatever the header lets a derived class do has to link.
+struct Buffer : ZELStream {
+    Buffer() { InitStream(64); }
+};
+struct Filter : ZELFilter {};
+struct SortKeys : ZELSortData {};
+struct Item : ZELFilterItem {};
+
+template <typename Stream>
+bool Copies(const Stream& stream) {
+    Stream copy(stream);
+    copy = stream;
+    copy.Rewind();
+    Stream loaded;
+    return loaded.SetStream(copy.GetStream(), copy.GetLength()) == 0 && loaded.GetCount() == 1;
+}
+
+bool DerivedStreamsWork() {
+    Buffer buffer;
+    buffer.Rewind();
+    Filter filter;
+    SortKeys keys;
+    Item item;
+    item = Item(item);
+    return buffer.GetLength() == 2 && item.AsText() != nullptr && filter.AddFilter(1, "=", 5) == 0 &&
+           keys.AddSortData(1, 1) == 0 && Copies(filter) && Copies(keys);
+}
+
+}  // namespace
 
 int main() {
     CZELMessage::init();
@@ -21,6 +54,7 @@ int main() {
     const bool same = unpacked && std::strcmp(static_cast<char*>(message.getFieldValue(id, -1)), "A1") == 0;
     message.destroyStruct();
     CZELMessage::terminate();
-    std::printf("%s\n", same ? "the message came back" : "failed");
-    return same ? 0 : 1;
+    const bool good = same && DerivedStreamsWork();
+    std::printf("%s\n", good ? "all came back" : "failed");
+    return good ? 0 : 1;
 }

@@ -152,7 +152,7 @@ std::string ShownSort(const std::string& bytes) {
     std::string shown = sort.SetStream(bytes.data(), static_cast<int>(bytes.size())) == 0 ? "" : "refused";
     SortItem item;
     while (sort.GetSortItem(item) == 0) {
-        shown += std::to_string(item.fieldId) + ' ' + std::to_string(item.sortOrder) + '\n';
+        shown += Shown(item) + '\n';
     }
     return shown;
 }

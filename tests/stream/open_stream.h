@@ -1,4 +1,4 @@
-// Streams whose protected operations and positions a test can reach, with small blocks where that helps.
+// Streams whose positions a test can see.
 #ifndef ZEL_TESTS_STREAM_OPEN_STREAM_H
 #define ZEL_TESTS_STREAM_OPEN_STREAM_H
 
@@ -13,8 +13,7 @@ struct Open : Stream {
     using ZELStream::blockCount;
     using ZELStream::blockSize;
     using ZELStream::buffer;
-    using ZELStream::GetShort;
-    using ZELStream::PutShort;
+    using ZELStream::InitStream;
     using ZELStream::start;
     using ZELStream::writePos;
 
@@ -23,21 +22,13 @@ struct Open : Stream {
     long Room() const { return this->end - this->buffer; }
 };
 
-// The base alone.
-struct OpenStream : Open<ZELStream> {
-    using ZELStream::GetInt;
-    using ZELStream::GetStream;
-    using ZELStream::GetString;
-    using ZELStream::Grow;
-    using ZELStream::InitStream;
-    using ZELStream::PutInt;
-    using ZELStream::PutString;
-    using ZELStream::SetStream;
-    using ZELStream::Unwrite;
-};
-
 using OpenFilter = Open<ZELFilter>;
 using OpenSort = Open<ZELSortData>;
+
+// The base alone.
+struct OpenStream : Open<ZELStream> {
+    char* GetStream() { return StreamBuffer::GetStream(*this); }
+};
 
 // The finished stream's bytes; none without a stream.
 template <typename Stream>

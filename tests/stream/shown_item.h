@@ -1,4 +1,5 @@
-// A term as a line of text: "14 >= text ABC". Every accessor that answers is shown, so a second one would be seen.
+// A term or a key as a line of text: "14 >= text ABC", "14 1". Every accessor that has the value is shown, so a second
+// one would be seen.
 #ifndef ZEL_TESTS_STREAM_SHOWN_ITEM_H
 #define ZEL_TESTS_STREAM_SHOWN_ITEM_H
 
@@ -38,6 +39,10 @@ inline std::string Shown(const ZELFilterItem& item) {
         }
     }
     return line.str();
+}
+
+inline std::string Shown(const SortItem& key) {
+    return std::to_string(key.fieldId) + ' ' + std::to_string(key.sortOrder);
 }
 
 }  // namespace zel::test

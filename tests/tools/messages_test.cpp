@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <fstream>
 #include <map>
+#include <sstream>
 
 #include "include/zelmessage.h"
 #include "include/zelprovider.h"
@@ -49,6 +50,24 @@ TEST_F(Messages, AreShownAsTheGoldenFilesSay) {
         EXPECT_EQ(outcome.status, std::stoi(row[1])) << row[0];
         EXPECT_EQ(outcome.out, Golden(row[2])) << row[0];
         EXPECT_EQ(outcome.err, row[3].empty() ? "" : row[3] + '\n') << row[0];
+    }
+}
+
+TEST_F(Messages, StreamsAreListedBelowTheirField) {
+    for (const test::Cells& row : test::ReadCases("tests/tools/cases/streams.txt", 2)) {
+        std::string hex = row[0];
+        std::erase(hex, ' ');
+        WriteFile("query.jsonl",
+                  R"({"name":"ORDER_QUERY","fields":{"QUERY_REF":"Q","FILTER_STREAM":")" + hex + "\"}}\n");
+        WriteFile("query.zel", Encoded("query.jsonl"));
+        std::istringstream lines(RunZel("decode --streams FILTER_STREAM query.zel").out);
+        std::string listed;
+        for (std::string line; std::getline(lines, line);) {
+            if (line.starts_with("         ")) {
+                listed += (listed.empty() ? "" : "; ") + line.substr(line.find_first_not_of(' '));
+            }
+        }
+        EXPECT_EQ(listed, row[1]) << row[0];
     }
 }
 
