@@ -105,7 +105,7 @@ template <short format>
         StartReceiving(block);
         receiving.isInOrder = false;
     }
-    // The slot before has as many markers at or before it as fields received.
+    // As many markers were received as there are up to the slot of the field before.
     if (!receiving.isLost && receiving.slot != SlotsOf(block)) {
         receiving.groupMarkers = MarkersOf(block, receiving.slot[-1]);
     }

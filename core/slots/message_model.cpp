@@ -83,7 +83,7 @@ const MessagePlan* FindPlanOrReport(short msgType, short subType) noexcept {
 
 // Each slot has its field looked up; where that reports something, it is reported.
 void ReportLookups(const MessageBlock& block) noexcept {
-    if (!block.plan->hasDictionary || FindPlanId(*block.plan, 0).use != PlanId::kNone) {
+    if (!block.plan->hasDictionary || block.plan->hasIdZero) {
         const _field_data* const slots = SlotsOf(block);
         std::for_each(slots, slots + block.slotCount,
                       [&](const _field_data& slot) { ReportLookup(*block.plan, slot.id); });

@@ -210,6 +210,7 @@ MessagePlan* NewMessagePlan(short msgType, const ZELSubTypeNode& node) noexcept 
     PlacePages(node, *plan);
     std::fill_n(arrays.ids, idCount, PlanId{0, kNoPart, PlanId::kNone});
     FillIds(*plan, arrays);
+    plan->hasIdZero = FindPlanId(*plan, 0).use != PlanId::kNone;
     return plan;
 }
 

@@ -85,6 +85,7 @@ struct alignas(16) MessagePlan {
     std::uint32_t groupRoom;    // and those of one repetition
     bool hasDictionary;
     bool knowsAllFields;  // each entry has a record
+    bool hasIdZero;       // an entry, which no dictionary can know
     HeaderRules header;
     const PlanEntry* entries;  // and one after them that no field has
     const _field_data* slots;  // as they start; `value` not null: the slot's inline value
