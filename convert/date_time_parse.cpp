@@ -31,7 +31,7 @@ struct DateParts {
     return ReadSignedNumber(at < text.size() ? text.substr(at, 2) : std::string_view{}, value);
 }
 
-// Reads the pair at `at`, or one later when there is a separator; moves `at` behind it.
+// Reads the pair at `at`, or one later when there is a separator; moves `at` past it.
 [[nodiscard]] bool ReadNextPair(std::string_view text, std::size_t& at, std::int32_t& value) noexcept {
     if (at >= text.size() || !IsDigit(text[at])) {
         ++at;

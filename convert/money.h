@@ -8,7 +8,7 @@
 
 namespace zel {
 
-// Denominator types, as GetDenominatorType answers them.
+// Denominator types, as GetDenominatorType returns them.
 inline constexpr short kInvalidType = 0;
 inline constexpr short kWholeType = 1;
 inline constexpr short kDecimalType = 3;

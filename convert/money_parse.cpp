@@ -62,7 +62,7 @@ unsigned KindOf(char c) noexcept {
     }
 }
 
-// A run of digits. As decimals, those behind the fifth are cut.
+// A run of digits. As decimals, those after the fifth are cut.
 struct Component {
     std::int32_t value;
     std::int32_t decimals;
@@ -70,7 +70,7 @@ struct Component {
 };
 
 struct Scan {
-    Component components[kComponents + 1];  // the last takes what is behind a third separator
+    Component components[kComponents + 1];  // the last takes what is after a third separator
     std::uint32_t separators;
     unsigned kinds;
     bool doubleBang;

@@ -78,7 +78,7 @@ char* PutGrouped(char* at, std::string_view digits) noexcept {
     return at;
 }
 
-// Writes sign and whole units and returns where the part behind them goes. The formats with a "$" leave it to that part
+// Writes sign and whole units and returns where the part after them goes. The formats with a "$" leave it to that part
 // to terminate the text.
 char* PutWhole(char* at, std::int32_t whole, bool negative, short format) noexcept {
     // The most negative amount stays negative when negated, and then brings a "-" of its own among its 11 digits.

@@ -17,7 +17,7 @@ namespace zel {
 // Copies the trimmed source and terminates it; the two may overlap. A null argument leaves the target untouched.
 void TrimSpaces(const char* source, char* target) noexcept;
 
-// Puts one character and a terminator behind the text.
+// Puts one character and a terminator after the text.
 void AppendChar(char* text, char c) noexcept;
 
 // The number with one more digit. What grows beyond 32 bits stays at the largest number.
@@ -30,7 +30,7 @@ inline std::int32_t WithDigit(std::int32_t value, char digit) noexcept {
     return value == kLargest / 10 && added <= kLargest % 10 ? value * 10 + added : kLargest;
 }
 
-// Reads digits, or none, which make 0, behind leading spaces and one "-". False, with `value` as it was, when anything
+// Reads digits, or none, which make 0, after leading spaces and one "-". False, with `value` as it was, when anything
 // else is left.
 [[nodiscard]] inline bool ReadSignedNumber(std::string_view text, std::int32_t& value) noexcept {
     const char* at = text.data();
@@ -54,7 +54,7 @@ inline std::int32_t WithDigit(std::int32_t value, char digit) noexcept {
 // 1 for what ReadSignedNumber takes, else 0.
 [[nodiscard]] int IsSignedNumber(std::string_view text) noexcept;
 
-// Writes the number without a terminator and returns the position behind it: at most 11 characters.
+// Writes the number without a terminator and returns the position after it: at most 11 characters.
 char* PutNumber(char* at, std::int32_t value) noexcept;
 
 // Writes the number and a terminator: at most 7 bytes. Always 0.

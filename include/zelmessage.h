@@ -149,7 +149,7 @@ static_assert(offsetof(ZelMsgStruct, dataBuf) ==
 class CZELMessage {
 public:
     // Loads the provider library if none is loaded, takes the dictionary and the message table from it, and starts the
-    // compression library. Call it once before all other use. Failure is quiet: getVormaZelData then answers null, each
+    // compression library. Call it once before all other use. Failure is quiet: getVormaZelData then returns null, each
     // construction shows an error box (on Linux a line on standard error), and no message can be created.
     // Any thread may call it while no other call is in progress. A further call reads the provider's tables again:
     // messages created from then on go by them. A message that is alive goes by the tables that it was created from, as
@@ -216,7 +216,7 @@ public:
     // The field's type from the dictionary, or -1 if it has no such field. Reports 1001 (id 0), 1412 (no dictionary).
     ZEL_API short getFieldType(short fieldId) noexcept;
 
-    // Packs the message into `buffer` behind a frame. 0 with *length the number of bytes in all, or -1.
+    // Packs the message into `buffer`, after a frame. 0 with *length the number of bytes in all, or -1.
     // The buffer must hold kZELMaxFrame bytes and the variable user data; after a failure anything may stand in it.
     // Nothing is allocated. Reports 1435 last, before it the cause: 1001 (no message, null argument), 1486, 1485, 1476,
     // 1417, 1027, 1426 (a field), 1418 (header); no cause when the count of the fields set differs from the fields
@@ -224,7 +224,7 @@ public:
     // says another length, and the result is 0 all the same: peers read that length as a negative one.
     ZEL_API long packMessage(char* buffer, long* length) noexcept;
 
-    // Replaces the message by the one received at `buffer`, frame first; the frame's length bounds every read behind
+    // Replaces the message by the one received at `buffer`, frame first; the frame's length bounds every read after
     // the frame. 0, or -1 with `message` as it was when the validation failed, and null when anything later failed.
     // Reports 1432 (validation), 1434 (creation) or 1437 (a field) last, before it the cause. A received field that
     // the message type does not have is reported (1425) and passed over.
@@ -238,7 +238,7 @@ public:
     // frames that peers send; or -1 with report 1005 and both untouched when the first byte is not 0x01.
     ZEL_API int getHeaderInfo(const char* buffer, long* length, short* frameType) noexcept;
 
-    // The id of the field with this name, or what the provider answers for an unknown name (the reference provider:
+    // The id of the field with this name, or what the provider returns for an unknown name (the reference provider:
     // -1). -1 when the object was constructed without a provider.
     ZEL_API long getZelIdFromName(const char* name) noexcept;
 
@@ -272,7 +272,7 @@ extern "C" {
 // ---- Responses ------------------------------------------------------------------------------------------------------
 
 // Validates the framed message at `buffer` and tells its type and sub-type: 0, or -1 with both untouched and report
-// 1432 behind its cause. The arguments ignored1 and ignored2 are not read. Any thread, between init and terminate.
+// 1432 after its cause. The arguments ignored1 and ignored2 are not read. Any thread, between init and terminate.
 ZEL_API int ProcessRsp(const char* buffer, long ignored1, short* msgType, short* subType, long ignored2) noexcept;
 
 // The same for `length` bytes without a frame.
@@ -292,7 +292,7 @@ ZEL_API short ZELSetMostRepetitions(short most) noexcept;
 // throw.
 typedef void (*ZELErrorSink)(int code, const char* text, void* context);
 
-// Installs a sink, or none with null; answers the one before. Reports are dropped while there is none.
+// Installs a sink, or none with null; returns the one before. Reports are dropped while there is none.
 ZEL_API ZELErrorSink ZELSetErrorSink(ZELErrorSink sink, void* context) noexcept;
 
 // Hands a report to the sink. `errorWord` is not used.
@@ -323,14 +323,14 @@ ZEL_API short GetDenominatorType(short displayCode) noexcept;
 // Format 2 drops a whole part of 7 or more digits when something follows: 1234567.67 is .67, 1234567 stays.
 // The text ends without a zero byte of its own where nothing follows the whole part: formats 1 and 2 for whole units
 // (when the number has at most 6 digits or the format is 1), 1 to 3 for fractions without a numerator. The sign that
-// format 1 puts behind ends it all the same.
+// format 1 puts at the end ends it all the same.
 // The most negative amount of whole units has its "-" twice: --2147483648.
 // 0, or -1 with `text` empty. Reports 1001 (`money` is null) and 1462 (invalid code); a code below 0 is not reported.
 ZEL_API int ZELMoneyToStr(const _money* money, char* text, short format) noexcept;
 
 // Reads a text of at most 31 characters without the spaces around it:
 //   "", "1234", "-1234", "1234-", "$1,234"    whole units: code 1
-//   "12.5", "$1,234.56", ".25"                decimals: code 10 to 50 by their number; those behind the fifth are cut
+//   "12.5", "$1,234.56", ".25"                decimals: code 10 to 50 by their number; those after the fifth are cut
 //   "25000000.50"                             more than 20,000,000 with two decimals: the large form
 //   "3/4", "3 4", "1 1/2", "-1 1/2"           fractions: code 2 to 256; a denominator of 10 to 100000 gives decimals
 //   "101'16", "101\"16", "101!16", "101!!16"  32nds, 64ths, 128ths, 256ths
@@ -366,7 +366,7 @@ ZEL_API int ZELDateTimeToStr(const _datetime* value, char* text) noexcept;
 // Reads a date, the spaces around the text left out, and clears the record's time:
 //   0  113099, 11/30/99     1  991130, 99/11/30     2  301199, 30/11/99     8, 10  1199, 11/99 (day 0)
 //  11  19991130            12  11301999            14  11/30/1999          15  11/1999 (day 0)
-// For the "/" of the formats 0 to 10 any character that is no digit does. Characters behind the date are passed over.
+// For the "/" of the formats 0 to 10 any character that is no digit does. Characters after the date are passed over.
 // Two digits are a year of the 1900s: 05 is 1905. An empty text is the null date (0, 0, 0) in the formats 12, 14, 15;
 // so is every text in a format that is not listed.
 // 0; also, with report 1463, for a text whose parts are no numbers, which gives the null date. -1 with *value untouched
@@ -389,7 +389,7 @@ ZEL_API int ZELAddStrToTime(const char* text, _datetime* value) noexcept;
 ZEL_API long FindGCF(long a, long b) noexcept;
 
 // Rewrites decimals as a fraction: "0.375" is 3/8, "2.50" is 2 1/2, "1.0" is 1, "0.0" is 0/1, "0.3" is 3/10. The
-// fraction of a negative text is lost: "-5.5" is -5. Answers a text of 32 bytes that the caller releases with ZELFree;
+// fraction of a negative text is lost: "-5.5" is -5. Returns a text of 32 bytes that the caller releases with ZELFree;
 // or null when the reduced denominator is none of those that have a display code ("0.2"), when the text has no decimals
 // ("3", "1 1/2", "abc"), or when memory ran out. Reports what ZELStrToMoney reports, and 1462 for hundredths on fewer
 // than -20,000,000 whole units, which have no display code.

@@ -68,7 +68,7 @@ struct ZELFieldListEntry {
 
 struct ZELSubTypeNode {
     int16_t subType;
-    uint16_t repeatFieldId;  // the field that counts the repetitions of the group right behind it; 0: no group
+    uint16_t repeatFieldId;  // the field that counts the repetitions of the group right after it; 0: no group
     int16_t groupSize;       // entries of the field list that form the group
     int16_t fieldCount;      // entries of the field list, the group counted once
     const ZELFieldListEntry* fieldList;
@@ -117,7 +117,7 @@ public:
     virtual void* reserved14() = 0;
     virtual void* reserved15() = 0;
 
-    // Slot 16. The id of the field with this name; a negative answer means that there is none.
+    // Slot 16. The id of the field with this name; a negative result means that there is none.
     virtual long idFromName(const char* name) = 0;
 
 protected:

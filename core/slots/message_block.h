@@ -1,4 +1,4 @@
-// The block of memory behind a message: its two records, its slots, and a slab with room for the values that do not lie
+// The block of memory that a message lives in: its two records, its slots, and a slab with room for the values that do not lie
 // in their slots. All of it goes with the message: a value that was replaced stays until then, because programs may
 // still hold the pointer.
 #ifndef ZEL_CORE_SLOTS_MESSAGE_BLOCK_H
@@ -22,8 +22,8 @@ struct PartSlots {
     std::uint64_t end[kPartCount];
 };
 
-// The slots lie right behind this record, and behind them one that no field has. What the library needs to know of them
-// stands here: the public records may be written to.
+// The slots follow this record in memory, and after them comes one that no field has. What the library needs to know of
+// them stands here: the public records may be written to.
 struct alignas(kCarveStep) MessageBlock {
     Slab slab;
     const MessagePlan* plan;

@@ -94,7 +94,7 @@ struct alignas(16) MessagePlan {
     std::uint16_t idPages[kIdPages];  // the page's number; 0 is that of all ids that the list lacks
 };
 
-// The pages lie right behind the plan.
+// The pages follow the plan in memory.
 inline const PlanId& FindPlanId(const MessagePlan& plan, unsigned short fieldId) noexcept {
     const auto* ids = reinterpret_cast<const PlanId*>(&plan + 1);
     return ids[plan.idPages[fieldId / kIdsOfPage] * kIdsOfPage + fieldId % kIdsOfPage];

@@ -14,7 +14,7 @@ const ZELTypeNode* zelMessageTable = nullptr;
 // The same while it may be read, else null.
 const ZELTypeNode* tableInUse = nullptr;
 
-// A hash table at most half full, which lies behind this record.
+// A hash table at most half full. Its places follow this record in memory.
 struct MessageIndex {
     std::size_t mask;
     int shift;

@@ -41,7 +41,7 @@ int zelCompressPayload(unsigned char packFlags, const char* source, short source
         CopyPayload(source, sourceLength, destination, resultLength);
         return -1;
     }
-    // Every other answer counts as a size, negative ones included: peers do the same.
+    // Every other result counts as a size, negative ones included: peers do the same.
     StoreU32Be(destination + 4, static_cast<std::uint32_t>(size));
     *resultLength = static_cast<short>(static_cast<unsigned>(size) + crush::kFramingSize);
     return 0;

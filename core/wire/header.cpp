@@ -146,7 +146,7 @@ bool PackUserData(const HeaderRules& rules, const ZelMsgStruct& message, Writer&
     return isPacked;
 }
 
-// The length is read from behind the id, whatever the dictionary says of the field.
+// The length is read from the bytes after the id, whatever the dictionary says of the field.
 [[gnu::noinline]] bool UnpackVarUserData(Reader& in, ZelMsgStruct& message) noexcept {
     Reader reader = in;
     WireValue value{};
