@@ -206,9 +206,8 @@ int BuildZELMessage(ZelMsgStruct* message, char* out, long* outLength, unsigned 
         return -1;
     }
     GiveId(*message, sequence);
-    unsigned short headerLength = 0;
-    (void)BuildZELHeader(rules, message, out, &headerLength);
-    *outLength = static_cast<long>(headerLength) + length;
+    WriteFixedHeader(*message, out);
+    *outLength = static_cast<long>(kFixedHeader) + length;
     return 0;
 }
 

@@ -56,18 +56,19 @@ template <short format, Shape shape>
 template <short format>
 [[gnu::always_inline]] inline bool ReceiveAnyValue(MessageBlock& block, _field_data& slot, const PlanEntry& entry,
                                                    Reader& in) noexcept {
-    return WithShape(entry.shape, [&](auto shape) {
-        if constexpr (shape() == Shape::kNone) {
-            if (format != kIdLengthAndValue) {
-                return RefuseType(*block.plan, entry);
+    return WithShape(
+        entry.shape, [&](auto shape) __attribute__((always_inline)) {
+            if constexpr (shape() == Shape::kNone) {
+                if (format != kIdLengthAndValue) {
+                    return RefuseType(*block.plan, entry);
+                }
+                if (entry.rule.id == 0) {
+                    SendReport(reports::kUnpackFieldFailed);
+                    return ReportField(reports::kFieldUnreadable, entry.rule.id);
+                }
             }
-            if (entry.rule.id == 0) {
-                SendReport(reports::kUnpackFieldFailed);
-                return ReportField(reports::kFieldUnreadable, entry.rule.id);
-            }
-        }
-        return ReceiveValue<format, shape()>(block, slot, entry.rule, in);
-    });
+            return ReceiveValue<format, shape()>(block, slot, entry.rule, in);
+        });
 }
 
 // The same for any field: where type and length of the dictionary disagree, the length tells where the next one is.
@@ -136,9 +137,14 @@ int ReceiveFields(MessageBlock& block, int fieldsLeft, const Reader& payload, in
     Receiving receiving{block, in, slot, 0, true, false};
     // The first of the list were seen by validation.
     const _field_data* const firstUnseen = slot + std::min(inOrder, block.slotCount);
+    for (; slot != firstUnseen; ++slot, --fieldsLeft) {
+        if (!ReceiveAnyValue<format>(block, *slot, EntryOf(block, *slot), in)) {
+            return -1;
+        }
+    }
     for (; fieldsLeft > 0; --fieldsLeft) {
         const PlanEntry& entry = EntryOf(block, *slot);
-        if (slot < firstUnseen || (IsFieldOf(entry, in) && IsFirstFree(block, *slot))) {
+        if (IsFieldOf(entry, in) && IsFirstFree(block, *slot)) {
             if (!ReceiveAnyValue<format>(block, *slot, entry, in)) {
                 return -1;
             }

@@ -1,6 +1,6 @@
-// The block of memory that a message lives in: its two records, its slots, and a slab with room for the values that do not lie
-// in their slots. All of it goes with the message: a value that was replaced stays until then, because programs may
-// still hold the pointer.
+// The block of memory that a message lives in: its two records, its slots, and a slab with room for the values that do
+// not lie in their slots. All of it goes with the message: a value that was replaced stays until then, because programs
+// may still hold the pointer.
 #ifndef ZEL_CORE_SLOTS_MESSAGE_BLOCK_H
 #define ZEL_CORE_SLOTS_MESSAGE_BLOCK_H
 

@@ -189,17 +189,20 @@ bool UnpackUserData(Reader& in, ZelMsgStruct& message) noexcept {
 
 // ---- The whole ------------------------------------------------------------------------------------------------------
 
-// Writes the header at `out`: the address after it, or null, reported.
+template <bool usual>
+bool WriteNumbers(const HeaderRules& rules, const ZelMsgStruct& message, Writer& out) noexcept {
+    return PackNumber<usual, kFlags>(rules, JoinFlags(message), out) &&
+           PackNumber<usual, kMsgType>(rules, JoinHalves(message.msgType, message.subType), out) &&
+           PackNumber<usual, kServiceId>(rules, JoinHalves(message.serviceIdHigh, message.serviceIdLow), out) &&
+           PackNumber<usual, kMsgId>(rules, JoinMsgId(message), out) &&
+           PackNumber<usual, kNumFields>(rules, static_cast<std::uint16_t>(message.numFields), out);
+}
+
+// Writes the header at `begin`: the address after it, or null, reported.
 template <bool usual>
 char* WriteHeader(const HeaderRules& rules, const ZelMsgStruct& message, char* begin) noexcept {
     Writer out{begin, begin + kMaxHeader};
-    const bool isWritten =
-        PackNumber<usual, kFlags>(rules, JoinFlags(message), out) &&
-        PackNumber<usual, kMsgType>(rules, JoinHalves(message.msgType, message.subType), out) &&
-        PackNumber<usual, kServiceId>(rules, JoinHalves(message.serviceIdHigh, message.serviceIdLow), out) &&
-        PackNumber<usual, kMsgId>(rules, JoinMsgId(message), out) &&
-        PackNumber<usual, kNumFields>(rules, static_cast<std::uint16_t>(message.numFields), out) &&
-        PackUserData<usual>(rules, message, out);
+    const bool isWritten = WriteNumbers<usual>(rules, message, out) && PackUserData<usual>(rules, message, out);
     return isWritten ? out.next : nullptr;
 }
 
@@ -235,6 +238,12 @@ Reader ReadHeader(Reader in, ZelMsgStruct& message) noexcept {
 }
 
 }  // namespace
+
+void WriteFixedHeader(const ZelMsgStruct& message, char* out) noexcept {
+    Writer writer{out, out + kFixedHeader};
+    (void)(WriteNumbers<true>({}, message, writer) &&
+           PackNumber<true, kUserData>({}, static_cast<std::uint32_t>(message.userData), writer));
+}
 
 char* BuildZELHeader(const HeaderRules& rules, const ZelMsgStruct* message, char* out,
                      unsigned short* headerLength) noexcept {

@@ -32,6 +32,9 @@ inline bool HasFixedHeader(const HeaderRules& rules, const ZelMsgStruct& message
     return rules.areUsual && HasFixedUserData(message);
 }
 
+// Writes such a one at `out`.
+void WriteFixedHeader(const ZelMsgStruct& message, char* out) noexcept;
+
 // Writes the header at `out`, which holds 30 bytes and the variable user data, or 32; returns the address after it and
 // its length, or null. Reports 1001, or 1417 with the name of the field.
 [[nodiscard]] char* BuildZELHeader(const HeaderRules& rules, const ZelMsgStruct* message, char* out,
