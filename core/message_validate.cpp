@@ -52,13 +52,17 @@ bool WalkToRepeatCount(ReceivedMessage& received, const ZELSubTypeNode& node, sh
         received.inOrder = StepInOrder<format>(*received.plan, numFields, payload);
     }
     for (int field = received.inOrder; field < numFields; ++field) {
-        const bool isLost = payload.next == nullptr;
-        if (!isLost && (Remaining(payload) == 0 || (format == kValueOnly && field >= node.fieldCount))) {
+        if (payload.next == nullptr) {
+            // Nobody knows where the next field is.
+            SendReport(reports::kUnpackFieldIdFailed);
+            SendReport(reports::kFieldIdUnreadable);
+            return false;
+        }
+        if (Remaining(payload) == 0 || (format == kValueOnly && field >= node.fieldCount)) {
             return true;
         }
-        const bool isListed = format == kValueOnly && !isLost;
-        const unsigned short fieldId = isListed ? node.fieldList[field].fieldId : UnpackZELFieldId(payload);
-        if (fieldId == kUnreadableId && !isListed) {
+        const unsigned short fieldId = format == kValueOnly ? node.fieldList[field].fieldId : UnpackZELFieldId(payload);
+        if (CarriesId(format) && fieldId == kUnreadableId) {
             SendReport(reports::kFieldIdUnreadable);
             return false;
         }

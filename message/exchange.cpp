@@ -70,7 +70,8 @@ long CZELMessage::packMessage(char* buffer, long* length) noexcept {
     const int offset = zel::MessageOffset(frameFormat);
     const auto seed = static_cast<unsigned short>(sequence);
     sequence = static_cast<short>(seed + 1U);
-    if (zel::BuildZELMessage(message, buffer != nullptr ? buffer + offset : nullptr, length, seed) != 0) {
+    if (zel::BuildZELMessage(message, buffer != nullptr ? buffer + offset : nullptr, length, seed) != 0 ||
+        buffer == nullptr) {
         const char* name = zel::GetFldName(kReportedField);
         zel::SendReportWith(zel::reports::kMessageNotBuilt, name != nullptr ? name : "(null)", serviceIdLow);
         return -1;
