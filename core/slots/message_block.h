@@ -91,7 +91,7 @@ inline constexpr std::size_t kValueOverhead = sizeof(CarvedHeader) + kCarveStep;
         SendReport(reports::kValueAllocation);
         return nullptr;
     }
-    if (slot.ownsValue != 0 && IsCarvedFrom(block.slab, slot.value)) [[unlikely]] {
+    if (slot.ownsValue != 0 && slot.value != slot.inlineValue && IsCarvedFrom(block.slab, slot.value)) [[unlikely]] {
         --block.slab.liveBlocks;
     }
     slot.value = value;

@@ -141,6 +141,14 @@ TEST_F(MessageObject, BelievesNoLengthThatABufferLacks) {
         const ExactCopy value(std::string(id == kBlob ? 5000 : id == kSide ? 2 : 8, 'v'));
         object_.setFieldValue(id, value.data.get(), -1);
     }
+    // A place in the slot is nobody's to own.
+    for (const short id : {kSide, kQty, kStamp, kPrice}) {
+        Create(object_, kAllTypes).getField(id, -1)->ownsValue = 1;
+        object_.setFieldValueBinary(id, "AB", 2, -1);
+        object_.getField(kSymbol, -1)->ownsValue = 1;
+        object_.createStruct();
+        object_.getField(id, -1)->ownsValue = 1;
+    }
     // A date-time keeps the length that a peer gave it, and a value of the program's has 8 bytes all the same.
     for (const std::size_t wireLength : {std::size_t{8}, std::size_t{100}, std::size_t{12000}}) {
         CZELMessage sent(0, 1);
