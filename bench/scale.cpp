@@ -9,8 +9,7 @@
 #include <thread>
 #include <vector>
 
-#include "core/tables/plan_table.h"
-#include "core/tables/tables_in_use.h"
+#include "bench/made_tables.h"
 #include "core/wire/compression.h"
 #include "core/wire/header.h"
 #include "crush32/crush32.h"
@@ -18,7 +17,19 @@
 
 namespace {
 
+using zel::bench::MadeTables;
+
 constexpr int kRounds = 9;
+
+// Longs, all of them in each message type.
+constexpr int kFields = 20;
+
+class Longs : public MadeTables {
+public:
+    explicit Longs(int types) : MadeTables(std::vector<Field>(kFields, {kZELLong, 4})) {
+        Use({zel::bench::IdsFrom(kFirst, kFields)}, types);
+    }
+};
 
 template <typename Work>
 double BestNanoseconds(long repetitions, Work work) {
@@ -34,63 +45,21 @@ double BestNanoseconds(long repetitions, Work work) {
     return best;
 }
 
-// A dictionary with the header's fields and 20 longs, and a message table of `count` types with the 20 in each.
-class Tables {
-public:
-    explicit Tables(int count)
-        : records_(kFields + kFirst), nodes_(static_cast<std::size_t>(count)), types_(nodes_.size()) {
-        constexpr std::uint16_t kHeader[] = {kZELShort, kZELLong, kZELLong, kZELLong, kZELShort, kZELLong, kZELText};
-        for (int id = 1; id < kFirst + kFields; ++id) {
-            const std::uint16_t type = id <= 7 ? kHeader[id - 1] : static_cast<std::uint16_t>(kZELLong);
-            records_[static_cast<std::size_t>(id)].type = type;
-            records_[static_cast<std::size_t>(id)].length = type == kZELText ? 0 : type == kZELShort ? 2 : 4;
-        }
-        auto* header = reinterpret_cast<ZELDictionaryHeader*>(records_.data());
-        header->count = kFirst + kFields - 1;
-        for (int field = 0; field < kFields; ++field) {
-            list_.push_back({static_cast<std::uint16_t>(kFirst + field), 1});
-        }
-        for (std::size_t at = 0; at < nodes_.size(); ++at) {
-            nodes_[at] = {1, 0, 0, kFields, list_.data(), nullptr};
-            types_[at] = {static_cast<std::int16_t>(at + 1), &nodes_[at],
-                          at + 1 < types_.size() ? &types_[at + 1] : nullptr};
-        }
-        Use();
-    }
-    ~Tables() {
-        zel::StopUsingTables();
-        zel::ReleasePlans();
-    }
-    // Anew, as if they had changed.
-    void Use() const { zel::UseTables(reinterpret_cast<const ZELDictionaryHeader*>(records_.data()), types_.data()); }
-    Tables(const Tables&) = delete;
-    Tables& operator=(const Tables&) = delete;
-
-    static constexpr int kFirst = 10;
-    static constexpr int kFields = 20;
-
-private:
-    std::vector<ZELDictionaryField> records_;
-    std::vector<ZELFieldListEntry> list_;
-    std::vector<ZELSubTypeNode> nodes_;
-    std::vector<ZELTypeNode> types_;
-};
-
 void Fill(CZELMessage& object, short type) {
     object.msgType = type;
     object.subType = 1;
     object.createStruct();
-    for (short id = Tables::kFirst; id < Tables::kFirst + Tables::kFields; ++id) {
+    for (short id = MadeTables::kFirst; id < MadeTables::kFirst + kFields; ++id) {
         const ZELLong value = id;
         object.setFieldValue(id, &value, -1);
     }
 }
 
 void LookUp(int count) {
-    const Tables tables(count);
+    Longs tables(count);
     const auto last = static_cast<short>(count);
     const double first = BestNanoseconds(1, [&tables, last] {
-        tables.Use();
+        tables.UseAgain();
         (void)zel::FindMessage(last, 1);
     });
     // Two types in turn, so that no object finds its own type again.
@@ -172,7 +141,7 @@ int main() {
     LookUp(10);
     LookUp(1000);
     {
-        const Tables tables(1);
+        const Longs tables(1);
         std::puts("Messages of 20 fields, set, packed and unpacked");
         ExchangeByTwo();
     }
