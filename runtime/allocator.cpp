@@ -3,9 +3,7 @@
 #include <cstring>
 #include <new>
 
-#include "include/zelmessage.h"
 #include "runtime/heap.h"
-#include "runtime/slab.h"
 
 namespace zel {
 
@@ -43,14 +41,4 @@ void* AllocateZeroed(std::size_t size) noexcept {
     return block;
 }
 
-void Release(void* block) noexcept {
-    if (!ReleaseCarved(block)) {
-        HeapRelease(block);
-    }
-}
-
 }  // namespace zel
-
-extern "C" void ZELFree(void* block) noexcept {
-    zel::Release(block);
-}

@@ -1,32 +1,44 @@
 #!/usr/bin/env bash
-# The rooms' allowed includes, as docs/architecture.md draws them: a file includes its own room and those named here.
+# Who may include whom, as docs/architecture.md draws it, and no circle: NAME.h and NAME.cpp count as one file.
 set -euo pipefail
 cd "$1"
-declare -A allowed=(
-    [include]=""
-    [runtime]="include"
-    [core]="include runtime crush32"
-    [message]="include runtime core crush32"
-    [convert]="include runtime"
-    [stream]="include runtime core"
-    [crush32]="runtime"
-    [zeldata]="include runtime"
-    [tools]="include runtime zeldata"
-)
-status=0
-for room in "${!allowed[@]}"; do
-    for file in "$room"/*.h "$room"/*.cpp; do
-        [ -e "$file" ] || continue
-        while read -r included; do
-            case " $room ${allowed[$room]} " in
-            *" ${included%%/*} "*) ;;
-            *) echo "$file includes $included"; status=1 ;;
-            esac
-        done < <(sed -nE 's/^#include "([^"]+\/[^"]+)".*/\1/p' "$file")
-    done
-done
-# The streams know the dictionary, not the rest of the core.
-if grep -HE '#include "core/' stream/* 2>/dev/null | grep -v '"core/dictionary.h"'; then
-    status=1
+
+# Each room and what its files may include beside one another: rooms, or single files.
+rooms='
+include
+runtime      include
+crush32      runtime
+core/tables  include runtime
+core/wire    include runtime crush32 core/tables
+core/slots   include runtime core/tables core/wire/user_data
+core         include runtime core/tables core/wire core/slots
+message      include runtime crush32 core core/tables core/wire core/slots
+convert      include runtime
+stream       include runtime core/tables
+zeldata      include runtime
+tools        include runtime zeldata core/tables core/wire
+'
+
+# Pairs of files without their endings. A name without a folder is that of a neighbour.
+includes=$(grep -rHE --include='*.h' --include='*.cpp' '^#include "' include runtime crush32 core message convert stream \
+    zeldata tools | awk -F '[:"]' '{
+        from = $1; sub(/\.[a-z]+$/, "", from)
+        to = $3; sub(/\.[a-z]+$/, "", to)
+        folder = from; sub("[^/]*$", "", folder)
+        if (to !~ "/") to = folder to
+        if (from != to) print from, to }')
+
+# A file is in the deepest room that it lies in.
+awk '
+    function room_of(file) { do sub("/[^/]*$", "", file); while (!(file in known) && file ~ "/"); return file }
+    NR == FNR { for (i = 1; i <= NF; ++i) { known[$1] = 1; may[$1, $i] = 1 } next }
+    !((room_of($1), room_of($2)) in may || (room_of($1), $2) in may) { print $1 " includes " $2; bad = 1 }
+    END { exit bad }' <(echo "$rooms") <(echo "$includes")
+
+# The comparison of dictionaries calls that of messages, which appends to the record of changes in its header.
+known='^tools/message_diff tools/dictionary_diff$'
+if ! circle=$(grep -v "$known" <<<"$includes" | tsort 2>&1 >/dev/null); then
+    echo "These files include one another in a circle:"
+    grep -oE '[^ ]+/[^ ]+$' <<<"$circle"
+    exit 1
 fi
-exit $status

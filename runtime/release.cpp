@@ -1,0 +1,19 @@
+// The end of every block, whether it is one of the heap or was carved from a slab.
+#include "include/zelmessage.h"
+#include "runtime/allocator.h"
+#include "runtime/heap.h"
+#include "runtime/slab.h"
+
+namespace zel {
+
+void Release(void* block) noexcept {
+    if (!ReleaseCarved(block)) {
+        HeapRelease(block);
+    }
+}
+
+}  // namespace zel
+
+extern "C" void ZELFree(void* block) noexcept {
+    zel::Release(block);
+}
