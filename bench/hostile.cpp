@@ -125,7 +125,7 @@ public:
         time_ = std::min(time_, spent.count() / static_cast<double>(repetitions));
     }
     void Print(const char* what, const Cost& beside) const {
-        std::printf("  %-58s %6zu bytes %9.0f ns %8.2f %9.0f KB %8.2f%s\n", what, message_.size(), time_,
+        std::printf("  %-58s %6zu bytes %9.0f ns %8.2f %9.1f KB %8.2f%s\n", what, message_.size(), time_,
                     time_ / beside.time_, heap_ / 1000, heap_ / beside.heap_, result_ == 0 ? "" : "  refused");
     }
 
