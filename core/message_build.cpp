@@ -165,7 +165,9 @@ void GiveId(ZelMsgStruct& message, unsigned short sequence) noexcept {
         return -1;
     }
     unsigned short headerLength = 0;
-    char* afterHeader = BuildZELHeader(rules, &message, out, &headerLength);
+    // What was received and is still the message's may have got a longer length from the program.
+    const std::size_t held = message.varUserDataOwned != 0 ? BlockOf(message).userDataHeld : SIZE_MAX;
+    char* afterHeader = BuildZELHeader(rules, &message, out, &headerLength, held);
     if (afterHeader == nullptr) {
         SendReport(reports::kHeaderNotBuilt);
         return -1;

@@ -184,6 +184,7 @@ int ReceiveValues(MessageBlock& block, int numFields, Reader in) noexcept {
 
 int ReceiveZELPayload(ZelMsgStruct& message, const Reader& payload, int inOrder) noexcept {
     MessageBlock& block = BlockOf(message);
+    block.userDataHeld = message.varUserDataLen;
     switch (message.format) {
         case kIdAndValue:
             return ReceiveFields<kIdAndValue>(block, message.numFields, payload, inOrder);

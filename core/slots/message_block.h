@@ -33,8 +33,9 @@ struct alignas(kCarveStep) MessageBlock {
     ZELDataBuf buffer;
     ZelMsgStruct message;
     int slotCount;
-    int repetitions;    // of the group
-    short repeatCount;  // that the slots were created for
+    int repetitions;              // of the group
+    short repeatCount;            // that the slots were created for
+    unsigned short userDataHeld;  // bytes of variable user data that were received
     bool hasKeptSlots;
     _field_data* keptSlots;  // room for the slots as they start, or null
     std::uint16_t* passed;   // receiving: how many slots of each entry's id cannot take a value any more

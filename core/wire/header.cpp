@@ -81,11 +81,10 @@ bool ReportMissing(HeaderFieldId fieldId) noexcept {
 }
 
 // A type that nobody knows is left to the codec, which reports it.
-[[gnu::noinline]] bool PackByRule(const FieldRule& rule, const void* value, std::uint16_t length,
-                                  Writer& out) noexcept {
+[[gnu::noinline]] bool PackByRule(const FieldRule& rule, const PlainValue& value, Writer& out) noexcept {
     const auto fieldId = static_cast<HeaderFieldId>(rule.id);
     const bool isTried = FitsHeaderField(fieldId, rule.type) || ShapeOf(rule.type) == Shape::kNone;
-    return (isTried && PackZELField(rule, {value, length, length}, out, kIdAndValue)) || ReportUnpackable(fieldId);
+    return (isTried && PackZELField(rule, value, out, kIdAndValue)) || ReportUnpackable(fieldId);
 }
 
 template <bool usual, HeaderFieldId fieldId>
@@ -97,7 +96,7 @@ bool PackNumber(const HeaderRules& rules, std::uint32_t value, Writer& out) noex
         return EncodeField<kIdAndValue, ShapeOfNumber(fieldId)>(UsualRule(fieldId), PlainValue{bytes, width, width},
                                                                 out);
     } else {
-        return PackByRule(rules.rules[fieldId], bytes, width, out);
+        return PackByRule(rules.rules[fieldId], {bytes, width, width}, out);
     }
 }
 
@@ -136,12 +135,13 @@ bool ExpectNumber(Reader& in, std::uint32_t& value) noexcept {
 // ---- User data ------------------------------------------------------------------------------------------------------
 
 template <bool usual>
-bool PackUserData(const HeaderRules& rules, const ZelMsgStruct& message, Writer& out) noexcept {
+bool PackUserData(const HeaderRules& rules, const ZelMsgStruct& message, std::size_t held, Writer& out) noexcept {
     if (HasFixedUserData(message)) {
         return PackNumber<usual, kUserData>(rules, static_cast<std::uint32_t>(message.userData), out);
     }
     Writer writer = out;
-    const bool isPacked = PackByRule(rules.rules[kVarUserData], message.varUserData, message.varUserDataLen, writer);
+    const bool isPacked =
+        PackByRule(rules.rules[kVarUserData], {message.varUserData, message.varUserDataLen, held}, writer);
     out = writer;
     return isPacked;
 }
@@ -200,9 +200,9 @@ bool WriteNumbers(const HeaderRules& rules, const ZelMsgStruct& message, Writer&
 
 // Writes the header at `begin`: the address after it, or null, reported.
 template <bool usual>
-char* WriteHeader(const HeaderRules& rules, const ZelMsgStruct& message, char* begin) noexcept {
+char* WriteHeader(const HeaderRules& rules, const ZelMsgStruct& message, std::size_t held, char* begin) noexcept {
     Writer out{begin, begin + kMaxHeader};
-    const bool isWritten = WriteNumbers<usual>(rules, message, out) && PackUserData<usual>(rules, message, out);
+    const bool isWritten = WriteNumbers<usual>(rules, message, out) && PackUserData<usual>(rules, message, held, out);
     return isWritten ? out.next : nullptr;
 }
 
@@ -245,13 +245,14 @@ void WriteFixedHeader(const ZelMsgStruct& message, char* out) noexcept {
            PackNumber<true, kUserData>({}, static_cast<std::uint32_t>(message.userData), writer));
 }
 
-char* BuildZELHeader(const HeaderRules& rules, const ZelMsgStruct* message, char* out,
-                     unsigned short* headerLength) noexcept {
+char* BuildZELHeader(const HeaderRules& rules, const ZelMsgStruct* message, char* out, unsigned short* headerLength,
+                     std::size_t userDataHeld) noexcept {
     if (message == nullptr || out == nullptr || headerLength == nullptr) {
         SendReport(reports::kBuildHeaderFailed);
         return nullptr;
     }
-    char* next = rules.areUsual ? WriteHeader<true>(rules, *message, out) : WriteHeader<false>(rules, *message, out);
+    char* next = rules.areUsual ? WriteHeader<true>(rules, *message, userDataHeld, out)
+                                : WriteHeader<false>(rules, *message, userDataHeld, out);
     if (next != nullptr) {
         *headerLength = static_cast<unsigned short>(next - out);
     }

@@ -36,9 +36,10 @@ inline bool HasFixedHeader(const HeaderRules& rules, const ZelMsgStruct& message
 void WriteFixedHeader(const ZelMsgStruct& message, char* out) noexcept;
 
 // Writes the header at `out`, which holds 30 bytes and the variable user data, or 32; returns the address after it and
-// its length, or null. Reports 1001, or 1417 with the name of the field.
+// its length, or null. Of the variable user data there are `userDataHeld` bytes; zero bytes go out for what is missing.
+// Reports 1001, or 1417 with the name of the field.
 [[nodiscard]] char* BuildZELHeader(const HeaderRules& rules, const ZelMsgStruct* message, char* out,
-                                   unsigned short* headerLength) noexcept;
+                                   unsigned short* headerLength, std::size_t userDataHeld = SIZE_MAX) noexcept;
 
 // Reads the header at `in` into the message; returns the rest of the `length` bytes, or a null reader. Reports 1001
 // (also for a length whose low 16 bits are zero), 1413 or 1427 with the name of the field, 1414, or the system's error

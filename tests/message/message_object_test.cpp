@@ -141,6 +141,14 @@ TEST_F(MessageObject, BelievesNoLengthThatABufferLacks) {
         const ExactCopy value(std::string(id == kBlob ? 5000 : id == kSide ? 2 : 8, 'v'));
         object_.setFieldValue(id, value.data.get(), -1);
     }
+    char user[] = "user data";
+    SetNumber(Create(object_, kAllTypes), kSide, 1);
+    object_.message->varUserData = user;
+    object_.message->varUserDataLen = 4;
+    const std::string frame = Pack(object_);
+    ASSERT_EQ(Unpack(object_, frame), 0);
+    object_.message->varUserDataLen = 9;
+    EXPECT_EQ(ToHex(std::string_view(Pack(object_)).substr(32, 13)), "00 07 00 09 75 73 65 72 00 00 00 00 00");
     // A place in the slot is nobody's to own.
     for (const short id : {kSide, kQty, kStamp, kPrice}) {
         Create(object_, kAllTypes).getField(id, -1)->ownsValue = 1;
