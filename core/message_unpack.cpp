@@ -184,7 +184,6 @@ int ReceiveValues(MessageBlock& block, int numFields, Reader in) noexcept {
 
 int ReceiveZELPayload(ZelMsgStruct& message, const Reader& payload, int inOrder) noexcept {
     MessageBlock& block = BlockOf(message);
-    block.userDataHeld = message.varUserDataLen;
     switch (message.format) {
         case kIdAndValue:
             return ReceiveFields<kIdAndValue>(block, message.numFields, payload, inOrder);
@@ -209,7 +208,11 @@ int UnpackZELMessage(const char* in, long length, ZelMsgStruct* message) noexcep
     }
     PayloadBuffers buffers;
     Reader payload;
-    return OpenPayload(in, length, message, buffers, payload) ? ReceiveZELPayload(*message, payload, 0) : -1;
+    if (!OpenPayload(in, length, message, buffers, payload)) {
+        return -1;
+    }
+    BlockOf(*message).userDataHeld = message->varUserDataLen;
+    return ReceiveZELPayload(*message, payload, 0);
 }
 
 }  // namespace zel

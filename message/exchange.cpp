@@ -49,6 +49,7 @@ void TakeHeader(const ZelMsgStruct& received, ZelMsgStruct& message) noexcept {
     ZELDataBuf* const dataBuf = message.dataBuf;
     const short repeatCount = message.repeatCount;
     message = received;
+    zel::BlockOf(message).userDataHeld = received.varUserDataLen;
     message.dataBuf = dataBuf;
     message.repeatCount = repeatCount;
 }

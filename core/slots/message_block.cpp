@@ -31,17 +31,19 @@ MessageBlock* TakeBlock(MessageBlock* previous, std::size_t size) noexcept {
     return block;
 }
 
+// Whether what the slot owns was carved from this message. Its own place for values is nobody's to own.
+bool IsOfMessage(const MessageBlock& block, const _field_data& slot) noexcept {
+    return slot.value != slot.inlineValue && IsCarvedFrom(block.slab, slot.value);
+}
+
 // Ends a value outside the block's own room: whether it is one of the message's all the same. Else it is released, if
 // it is a separate one.
 [[gnu::noinline]] bool EndOtherValue(const MessageBlock& block, const _field_data& slot) noexcept {
-    if (slot.value == slot.inlineValue) {
-        return false;
+    const bool isOfMessage = IsOfMessage(block, slot);
+    if (!isOfMessage && slot.value != slot.inlineValue) {
+        Release(slot.value);
     }
-    if (IsCarvedFrom(block.slab, slot.value)) {
-        return true;
-    }
-    Release(slot.value);
-    return false;
+    return isOfMessage;
 }
 
 }  // namespace
@@ -95,6 +97,12 @@ void RestartMessageBlock(MessageBlock& block) noexcept {
     block.message = {};
     block.buffer = {static_cast<short>(block.slotCount), SlotsOf(block)};
     block.expected = SlotsOf(block);
+}
+
+void ForgetValue(MessageBlock& block, const _field_data& slot) noexcept {
+    if (IsOfMessage(block, slot)) {
+        --block.slab.liveBlocks;
+    }
 }
 
 void FreeMessageBlock(MessageBlock* block) noexcept {

@@ -83,6 +83,9 @@ void FreeMessageBlock(MessageBlock* block) noexcept;
 // What a received value may take of the room beside its bytes.
 inline constexpr std::size_t kValueOverhead = sizeof(CarvedHeader) + kCarveStep;
 
+// For the one below: nobody needs what the slot owns any more, if it was carved from this message.
+void ForgetValue(MessageBlock& block, const _field_data& slot) noexcept;
+
 // Gives the slot a buffer of its own for `length` bytes, which the caller fills; zero bytes follow to the end of the
 // buffer, one at the least. Returns it, or null, reported, with the slot as it was. The buffer before is of no more use
 // if it was carved from this message; any other goes back to the program.
@@ -92,8 +95,8 @@ inline constexpr std::size_t kValueOverhead = sizeof(CarvedHeader) + kCarveStep;
         SendReport(reports::kValueAllocation);
         return nullptr;
     }
-    if (slot.ownsValue != 0 && slot.value != slot.inlineValue && IsCarvedFrom(block.slab, slot.value)) [[unlikely]] {
-        --block.slab.liveBlocks;
+    if (slot.ownsValue != 0) [[unlikely]] {
+        ForgetValue(block, slot);
     }
     slot.value = value;
     slot.ownsValue = 1;

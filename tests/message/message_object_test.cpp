@@ -145,8 +145,7 @@ TEST_F(MessageObject, BelievesNoLengthThatABufferLacks) {
     SetNumber(Create(object_, kAllTypes), kSide, 1);
     object_.message->varUserData = user;
     object_.message->varUserDataLen = 4;
-    const std::string frame = Pack(object_);
-    ASSERT_EQ(Unpack(object_, frame), 0);
+    ASSERT_EQ(Unpack(object_, Pack(object_)), 0);
     object_.message->varUserDataLen = 9;
     EXPECT_EQ(ToHex(std::string_view(Pack(object_)).substr(32, 13)), "00 07 00 09 75 73 65 72 00 00 00 00 00");
     // A place in the slot is nobody's to own.
