@@ -74,6 +74,8 @@ const Verb kVerbs[] = {
     {"dict show sample.json 10/2"},
     {"dict diff small.img newer.json"},
     {"dict diff --json small.json newer.json"},
+    {"dict wireshark small.img"},
+    {"dict wireshark small.json -o old.img", true},
     {"value money 101'16"},
     {"value date 11/30/99"},
     {"value time 09:05:07"},
@@ -213,7 +215,7 @@ TEST_F(StarvedCommand, LeavesNoPartOfAFileBehind) {
         EXPECT_EQ(Files(), before) << verb.arguments;
         ++refused;
     }
-    EXPECT_EQ(refused, 4);
+    EXPECT_EQ(refused, 5);
 }
 
 }  // namespace
