@@ -7,6 +7,7 @@
 
 #include "tools/dict_diff.h"
 #include "tools/dict_show.h"
+#include "tools/dict_wireshark.h"
 #include "tools/dictionary_file.h"
 #include "tools/dictionary_image.h"
 #include "tools/file_output.h"
@@ -18,6 +19,10 @@ namespace zel::tools {
 
 namespace {
 
+constexpr const char* kDictionary =
+    "Dictionary: an image, or a source whose name ends with .json. Without it, the image that the provider serves: "
+    "what ZELDATA_IMAGE names, else zeldata.img beside the provider library";
+
 struct BuildOptions {
     std::string source;
     std::string image;
@@ -28,10 +33,6 @@ DictionarySource LoadSource(const std::string& source, Findings& findings) {
     DictionarySource dictionary = ReadSourceFile(source, findings);
     PrintFindings(std::cerr, source, findings);
     return dictionary;
-}
-
-std::string Summary(const DictionarySource& dictionary) {
-    return Counted(dictionary.fields.size(), "field") + ", " + Counted(dictionary.messages.size(), "message");
 }
 
 int CheckSource(const std::string& source) {
@@ -95,9 +96,7 @@ void AddCheck(CLI::App& dict, int& status) {
 void AddShow(CLI::App& dict, int& status) {
     CLI::App* show = dict.add_subcommand("show", "Show the fields and messages of a dictionary");
     auto options = std::make_shared<ShowOptions>();
-    show->add_option("IMAGE", options->dictionary,
-                     "Dictionary: an image, or a source whose name ends with .json. Without it, the image that the "
-                     "provider serves: what ZELDATA_IMAGE names, else zeldata.img beside the provider library");
+    show->add_option("IMAGE", options->dictionary, kDictionary);
     show->add_option("WHAT", options->subject,
                      "Name of a field or a message, id of a field, or TYPE/SUBTYPE of a message. Without it, "
                      "everything");
@@ -129,10 +128,27 @@ void AddDiff(CLI::App& dict, int& status) {
     diff->callback([options, &status] { status = DiffDictionaries(*options); });
 }
 
+void AddWireshark(CLI::App& dict, int& status) {
+    CLI::App* wireshark = dict.add_subcommand("wireshark", "Write a dissector for Wireshark that knows a dictionary");
+    auto options = std::make_shared<WiresharkOptions>();
+    wireshark->add_option("IMAGE", options->dictionary, kDictionary);
+    wireshark->add_option("-o,--output", options->output, "Lua file to write; without it, standard output")
+        ->option_text("FILE");
+    wireshark->footer(
+        std::string("The file is a whole dissector, for Wireshark and tshark from 3.6 on. To install it, copy it to ") +
+        kPluginFolders +
+        ". To try it out, name it: tshark -X lua_script:FILE.\n"
+        "Examples:\n"
+        "  zel dict wireshark zeldata/sample.json -o zel.lua\n"
+        "Exit status: 0 written, 2 wrong usage, no usable dictionary or the file cannot be written.");
+    wireshark->callback([options, &status] { status = WriteDissector(*options); });
+}
+
 }  // namespace
 
 void AddDictCommand(CLI::App& app, int& status) {
-    CLI::App* dict = app.add_subcommand("dict", "Check, build, show and compare dictionaries");
+    CLI::App* dict =
+        app.add_subcommand("dict", "Check, build, show and compare dictionaries, and show them to Wireshark");
     dict->require_subcommand(1);
     dict->footer(
         "Examples:\n"
@@ -143,6 +159,7 @@ void AddDictCommand(CLI::App& app, int& status) {
     AddCheck(*dict, status);
     AddShow(*dict, status);
     AddDiff(*dict, status);
+    AddWireshark(*dict, status);
 }
 
 }  // namespace zel::tools

@@ -1,4 +1,4 @@
-// The verbs of `zel dict`: build, check, show, diff.
+// The verbs of `zel dict`: build, check, show, diff, wireshark.
 #ifndef ZEL_TOOLS_DICT_COMMAND_H
 #define ZEL_TOOLS_DICT_COMMAND_H
 

@@ -20,7 +20,7 @@ namespace zel::tools {
 namespace {
 
 struct Request {
-    std::string path;
+    std::string path;     // empty: what is served
     std::string subject;  // name, id or TYPE/SUBTYPE; empty: all
 };
 
@@ -31,13 +31,10 @@ bool NamesDictionary(const std::string& argument) {
 }
 
 Request ReadRequest(const ShowOptions& options) {
-    if (options.dictionary.empty()) {
-        return {ServedImage(), ""};
-    }
-    if (!options.subject.empty() || NamesDictionary(options.dictionary)) {
+    if (options.dictionary.empty() || !options.subject.empty() || NamesDictionary(options.dictionary)) {
         return {options.dictionary, options.subject};
     }
-    return {ServedImage(), options.dictionary};
+    return {"", options.dictionary};
 }
 
 std::string TypeName(const FieldSource& field) {
@@ -173,31 +170,25 @@ int ShowSource(const DictionaryFile& file) {
 
 int ShowDictionary(const ShowOptions& options) {
     const Request request = ReadRequest(options);
-    if (request.path.empty()) {
-        std::cerr << "zel: no dictionary image is known here; name one, or set ZELDATA_IMAGE\n";
-        return kStatusUnable;
-    }
     if (options.json && !request.subject.empty()) {
         std::cerr << "zel: --json shows the whole dictionary; leave out " << request.subject << '\n';
         return kStatusUnable;
     }
-    Findings findings;
-    const DictionaryFile file = ReadDictionaryFile(request.path, findings);
-    if (CountErrors(findings) != 0) {
-        PrintFindings(std::cerr, request.path, findings);
+    const std::optional<DictionaryFile> file = OpenDictionaryFile(request.path);
+    if (!file) {
         return kStatusUnable;
     }
     if (options.json) {
-        return ShowSource(file);
+        return ShowSource(*file);
     }
     const Style style = OutputStyle();
     if (request.subject.empty()) {
-        ShowAll(file.dictionary, style);
+        ShowAll(file->dictionary, style);
         return kStatusGood;
     }
-    if (!ShowSubject(file.dictionary, request.subject, style)) {
-        std::cerr << request.path << ": has no field or message " << request.subject << "; 'zel dict show "
-                  << request.path << "' lists what it has\n";
+    if (!ShowSubject(file->dictionary, request.subject, style)) {
+        std::cerr << file->path << ": has no field or message " << request.subject << "; 'zel dict show " << file->path
+                  << "' lists what it has\n";
         return kStatusFound;
     }
     return kStatusGood;

@@ -1,5 +1,7 @@
 #include "tools/dictionary_file.h"
 
+#include <iostream>
+
 #include "include/zelmessage.h"
 #include "runtime/module.h"
 #include "tools/dictionary_check.h"
@@ -40,6 +42,18 @@ void ReadImageFile(DictionaryFile& read, Findings& findings) {
     read.dictionary = SourceOfImage(view);
 }
 
+// The path of the image that the provider library on this machine serves, or nothing when that is not known. The
+// message library looks for the provider where the platform searches, then beside itself.
+std::string ServedImage() {
+    ModuleHandle provider = LoadModule("zeldata");
+    ModuleSymbol entry = provider == nullptr ? nullptr : FindModuleSymbol(provider, "VORMA_DLL_ENTRY");
+    const auto* address =
+        entry == nullptr ? reinterpret_cast<const void*>(&ZELSetErrorSink) : reinterpret_cast<const void*>(entry);
+    char buffer[image::kImagePathSize];
+    const char* path = image::FindServedImage(address, buffer);
+    return path == nullptr ? "" : path;
+}
+
 }  // namespace
 
 bool IsSourceName(const std::string& path) {
@@ -66,15 +80,19 @@ DictionaryFile ReadDictionaryFile(const std::string& path, Findings& findings) {
     return read;
 }
 
-// The message library looks for the provider where the platform searches, then beside itself.
-std::string ServedImage() {
-    ModuleHandle provider = LoadModule("zeldata");
-    ModuleSymbol entry = provider == nullptr ? nullptr : FindModuleSymbol(provider, "VORMA_DLL_ENTRY");
-    const auto* address =
-        entry == nullptr ? reinterpret_cast<const void*>(&ZELSetErrorSink) : reinterpret_cast<const void*>(entry);
-    char buffer[image::kImagePathSize];
-    const char* path = image::FindServedImage(address, buffer);
-    return path == nullptr ? "" : path;
+std::optional<DictionaryFile> OpenDictionaryFile(const std::string& path) {
+    const std::string chosen = path.empty() ? ServedImage() : path;
+    if (chosen.empty()) {
+        std::cerr << "zel: no dictionary image is known here; name one, or set ZELDATA_IMAGE\n";
+        return std::nullopt;
+    }
+    Findings findings;
+    DictionaryFile file = ReadDictionaryFile(chosen, findings);
+    if (CountErrors(findings) != 0) {
+        PrintFindings(std::cerr, chosen, findings);
+        return std::nullopt;
+    }
+    return file;
 }
 
 }  // namespace zel::tools

@@ -2,6 +2,7 @@
 #ifndef ZEL_TOOLS_DICTIONARY_FILE_H
 #define ZEL_TOOLS_DICTIONARY_FILE_H
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -22,10 +23,11 @@ struct DictionaryFile {
 // Either kind of file; what an error would keep from being built or served is an error in the findings here too.
 [[nodiscard]] DictionaryFile ReadDictionaryFile(const std::string& path, Findings& findings);
 
-[[nodiscard]] bool IsSourceName(const std::string& path);
+// The same for a verb, of the image that is served here when the path is empty. Nothing when there is none that can be
+// used: standard error says why.
+[[nodiscard]] std::optional<DictionaryFile> OpenDictionaryFile(const std::string& path);
 
-// The path of the image that the provider library on this machine serves, or nothing when that is not known.
-[[nodiscard]] std::string ServedImage();
+[[nodiscard]] bool IsSourceName(const std::string& path);
 
 }  // namespace zel::tools
 

@@ -191,4 +191,8 @@ const FieldSource* FindField(const DictionarySource& dictionary, const std::stri
     return found == dictionary.fieldByName.end() ? nullptr : &dictionary.fields[found->second];
 }
 
+std::string Summary(const DictionarySource& dictionary) {
+    return Counted(dictionary.fields.size(), "field") + ", " + Counted(dictionary.messages.size(), "message");
+}
+
 }  // namespace zel::tools

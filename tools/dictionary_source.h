@@ -52,6 +52,9 @@ struct DictionarySource {
 // The field with this name, or null.
 [[nodiscard]] const FieldSource* FindField(const DictionarySource& dictionary, const std::string& name);
 
+// "12 fields, 2 messages"
+[[nodiscard]] std::string Summary(const DictionarySource& dictionary);
+
 }  // namespace zel::tools
 
 #endif  // ZEL_TOOLS_DICTIONARY_SOURCE_H

@@ -1,0 +1,241 @@
+-- The fields of a payload in the order in which they stand, each under the repetition into which a receiver puts it.
+-- What the library would refuse or pass over is told at its bytes.
+local payload = {}
+do
+    local format = string.format
+    local read_word = values.read_word
+
+    local ID_AND_VALUE, VALUE_ONLY, ID_LENGTH_AND_VALUE = 0, 1, 2
+    local NO_ID = 65535
+
+    -- Where a walk over the fields stands. Data and tvb hold the same bytes, counted from 1 and from 0; the next field
+    -- begins at `at`, the last byte is `last`. Without `slots` the message is unknown, and every field stands by itself.
+    local function new_walk(tree, tvb, data, at, header)
+        return {tree = tree, tvb = tvb, data = data, at = at, last = #data, header = header, branches = {},
+            has_lengths = header.format == ID_LENGTH_AND_VALUE}
+    end
+
+    -- The range of data[first] to data[last].
+    local function range_of(walk, first, last)
+        return walk.tvb(first - 1, last - first + 1)
+    end
+
+    -- Adds the bytes from `first` to the end as what they are not, and tells why.
+    local function give_up(walk, first, problem, text)
+        local item = walk.tree:add(filter_fields.undecoded, range_of(walk, first, walk.last))
+        item:add_proto_expert_info(problem, text)
+        return false
+    end
+
+    -- The place and size of what is behind the id at `at`, or in the format 1 of the value there; nil for a length that is
+    -- not all there. The length stands in front of every value of the format 2, and of those of variable length. An id that
+    -- is not in use below the highest one passes for one of them.
+    local function locate(walk, at, field)
+        local length = walk.has_lengths and 0 or field and field.length or 0
+        if length ~= 0 then
+            return at, length
+        end
+        return at + 2, read_word(walk.data, at)
+    end
+
+    -- Whether nobody knows where the field behind one of this id begins.
+    local function hides_next(walk, id, field)
+        return not field and walk.header.format == ID_AND_VALUE and (id > dictionary.highest_id or id == 0)
+    end
+
+    local function title(id, field)
+        return field and field.name or "Field " .. id
+    end
+
+    -- The tree of a repetition, made when its first field comes.
+    local function branch_of(walk, repetition, first, last)
+        if not repetition or repetition == 0 then
+            return walk.tree
+        end
+        local branch = walk.branches[repetition]
+        if not branch then
+            local count_field = dictionary.fields[walk.slots.message.count_id]
+            local item = walk.tree:add(filter_fields.repetition, range_of(walk, first, last), repetition,
+                format("Repetition %d of %s", repetition, count_field.name))
+            branch = {item = item, first = first}
+            walk.branches[repetition] = branch
+        end
+        branch.last = last
+        return branch.item
+    end
+
+    local function close_branches(walk)
+        for _, branch in pairs(walk.branches) do
+            branch.item:set_len(branch.last - branch.first + 1)
+        end
+    end
+
+    -- A message of this many repetitions cannot be received: told at the field that counts them.
+    local function check_repetitions(walk, item, id)
+        if walk.message and id == walk.message.count_id and not walk.has_count then
+            walk.has_count = true
+            if not walk.slots then
+                item:add_proto_expert_info(problems.repetitions_bad,
+                    format("A message of %d repetitions cannot be received", walk.repetitions))
+            end
+        end
+    end
+
+    local function add_unknown(tree, walk, id, at, size)
+        local item = tree:add(filter_fields.unknown_field, range_of(walk, at, at + size - 1))
+        item:set_text(format("Field %d: %s", id, value_text.bytes(walk.data, at, size)))
+        return item
+    end
+
+    -- Adds the field whose bytes begin at `first`, with its value of `size` bytes at `at`.
+    local function add_field(walk, id, field, first, at, size, repetition)
+        local tree = branch_of(walk, repetition, first, at + size - 1)
+        if not field then
+            local item = add_unknown(tree, walk, id, at, size)
+            item:add_proto_expert_info(problems.field_unknown, format("The dictionary does not have the field %d", id))
+            return item
+        end
+        if field.size and size < field.size then
+            local item = add_unknown(tree, walk, id, at, size)
+            item:add_proto_expert_info(repetition and problems.field_short or problems.field_unlisted,
+                format("%s has a value of %d bytes; its type has %d", field.name, size, field.size))
+            return item
+        end
+        local item = field.add(tree, range_of(walk, first, at + size - 1), field, walk.data, at, size, walk.tvb)
+        if field.size and size > field.size then
+            item:add_proto_expert_info(problems.field_long,
+                format("%s has a value of %d bytes; cut to its type", field.name, size))
+        end
+        if field.holds_stream then
+            streams.add(item, walk.tvb, walk.data, at, at + size - 1)
+        end
+        return item
+    end
+
+    -- A field of an id that nobody can step over.
+    local function lose(walk, first, id, found)
+        local text = format("The dictionary does not have the field %d: what it and those behind it hold is lost", id)
+        -- Nobody reads a message whose number of repetitions may stand behind such a field.
+        local has_more = found + 1 < walk.header.field_count
+        local hides_count = walk.message and walk.message.count_id and not walk.has_count and has_more
+        return give_up(walk, first, hides_count and problems.field_lost or problems.field_unknown, text)
+    end
+
+    -- Reads the field at the walk's place in the formats 0 and 2; false when the walk ends there, told.
+    local function read_field(walk, found)
+        local first = walk.at
+        local id = read_word(walk.data, first)
+        if not id or id == NO_ID then
+            return give_up(walk, first, problems.field_cut, id and "The id 65535 is none" or "The payload ends within an id")
+        end
+        local field = dictionary.fields[id]
+        if hides_next(walk, id, field) then
+            return lose(walk, first, id, found)
+        end
+        local at, size = locate(walk, first + 2, field)
+        if not size or at + size - 1 > walk.last then
+            return give_up(walk, first, problems.field_cut, format("%s runs past the end of the payload", title(id, field)))
+        end
+        local repetition = walk.slots and slots.take(walk.slots, id)
+        local item = add_field(walk, id, field, first, at, size, repetition)
+        if walk.slots and not repetition then
+            item:add_proto_expert_info(problems.field_unlisted,
+                format("%s has no place in %s, or one too few", title(id, field), walk.message.name))
+        end
+        check_repetitions(walk, item, id)
+        walk.at = at + size
+        return true
+    end
+
+    -- The same in the format 1: the value of the next slot.
+    local function read_value(walk, found)
+        local first = walk.at
+        if not walk.slots then
+            return give_up(walk, first, walk.message and problems.repetitions_bad or problems.fields_rest,
+                "Values that nobody can tell apart")
+        end
+        if found >= walk.slots.count then
+            return give_up(walk, first, problems.field_unlisted, "Values behind the last field of the message")
+        end
+        local id, repetition = slots.at(walk.slots, found)
+        local field = dictionary.fields[id]
+        local at, size = locate(walk, first, field)
+        if not size or at + size - 1 > walk.last then
+            return give_up(walk, first, problems.field_cut, format("%s runs past the end of the payload", field.name))
+        end
+        local item = add_field(walk, id, field, first, at, size, repetition)
+        check_repetitions(walk, item, id)
+        walk.at = at + size
+        return true
+    end
+
+    -- The number that the field counting the repetitions holds. It may stand anywhere in the formats 0 and 2, and fields
+    -- of the group before it. 0 when it is not there; what is wrong on the way is told by the walk that follows.
+    local function find_repetitions(walk)
+        local message, data, at = walk.message, walk.data, walk.at
+        local has_ids = walk.header.format ~= VALUE_ONLY
+        for i = 1, has_ids and walk.header.field_count or math.min(#message.fields, walk.header.field_count) do
+            local id = has_ids and read_word(data, at) or message.fields[i]
+            local field = dictionary.fields[id]
+            if not id or at > walk.last or hides_next(walk, id, field) then
+                return 0
+            end
+            local value_at, size = locate(walk, has_ids and at + 2 or at, field)
+            if not size or value_at + size - 1 > walk.last then
+                return 0
+            end
+            if id == message.count_id then
+                return size >= field.size and values.read_short(data, value_at + field.size - 2) or 0
+            end
+            at = value_at + size
+        end
+        return 0
+    end
+
+    -- What is left when all announced fields are read, or none is left of the payload.
+    local function tell_rest(walk, found)
+        local header = walk.header
+        if found ~= header.field_count then
+            header.item:add_proto_expert_info(problems.fields_few,
+                format("The header announces %d fields, the payload has %d", header.field_count, found))
+        end
+        if walk.at <= walk.last then
+            give_up(walk, walk.at, problems.fields_rest,
+                format("%d bytes behind the last field", walk.last - walk.at + 1))
+        end
+        local packed = header.format == VALUE_ONLY and walk.slots and slots.packed(walk.slots, header.version)
+        if packed and packed ~= found then
+            header.item:add_proto_expert_info(problems.fields_few,
+                format("The header announces %d fields, the message has %d", found, packed))
+        end
+    end
+
+    -- A negative number of slots, and one above the bound, is nobody's: the fields are shown one behind the other.
+    local function find_slots(walk, message)
+        walk.message = message
+        walk.repetitions = message.count_id and find_repetitions(walk) or 0
+        walk.slots = slots.new(message, walk.repetitions)
+    end
+
+    -- Adds the fields in data[at] and behind it below `tree`. The message is nil when it is unknown.
+    function payload.add(tree, tvb, data, at, header, message)
+        local walk = new_walk(tree, tvb, data, at, header)
+        local count = header.field_count
+        if header.format > ID_LENGTH_AND_VALUE and count > 0 and at <= walk.last then
+            return give_up(walk, at, problems.format_bad, format("There is no field format %d", header.format))
+        end
+        if message then
+            find_slots(walk, message)
+        end
+        local read = header.format == VALUE_ONLY and read_value or read_field
+        local found, good = 0, true
+        while good and found < count and walk.at <= walk.last do
+            good = read(walk, found)
+            found = found + 1
+        end
+        if good then
+            tell_rest(walk, found)
+        end
+        close_branches(walk)
+    end
+end
