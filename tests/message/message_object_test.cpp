@@ -1,8 +1,11 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <functional>
+#include <set>
 #include <utility>
 
+#include "core/slots/message_block.h"
 #include "core/tables/plan_table.h"
 #include "core/tables/tables_in_use.h"
 #include "include/zelmessage.h"
@@ -239,6 +242,34 @@ TEST_F(MessageObject, WorksByTheTablesThatItWasCreatedFrom) {
         live = start == 0 ? LiveBlocks() : live;
     }
     EXPECT_EQ(LiveBlocks(), live);
+}
+
+// Tables that differ in one word from earlier ones give plans of their own.
+TEST_F(MessageObject, TakesNoPlanOfOtherTables) {
+    static const ZELFieldListEntry kList[] = {{kLegs, 1}, {kLegSymbol, 1}, {kLegQty, 1}, {kNote, 2}, {kSide, 1}};
+    ZELSubTypeNode& node = tables_.ChangeMessage(kPlainGroup);
+    const std::function<void()> changes[] = {
+        [] {},
+        [&] { node.fieldList = kList; },
+        [&] { node.fieldCount = 5; },
+        [&] { node.groupSize = 1; },
+        [&] { node.repeatFieldId = 0; },
+        [&] { tables_.ChangeField(kNote).type = kZELShort; },
+        [&] { tables_.ChangeField(kNote).length = 2; },
+        [&] { tables_.ChangeField(kNote).version = 3; },
+        [&] { tables_.ChangeField(2).type = kZELText; },
+        [&] { reinterpret_cast<ZELDictionaryHeader&>(tables_.ChangeField(0)).count = kLegQty; },
+    };
+    std::set<const MessagePlan*> plans;
+    for (const auto& change : changes) {
+        change();
+        for (int time = 0; time < 2; ++time) {
+            tables_.Install();
+            const std::size_t before = plans.size();
+            plans.insert(BlockOf(*Create(object_, kPlainGroup, 2).message).plan);
+            EXPECT_EQ(plans.size() - before, time == 0 ? 1U : 0U) << &change - changes;
+        }
+    }
 }
 
 TEST_F(MessageObject, FindsOccurrences) {
