@@ -82,7 +82,7 @@ struct _field_data {
     unsigned short presence;  // 2: mandatory; anything else: optional
     unsigned short isSet;     // 1 once a value was given or received
     void* value;              // inlineValue, a separate buffer, or null
-    unsigned short length;    // of the value, in bytes; of a date-time received in format 2 what the peer said, from 8 on
+    unsigned short length;  // of the value, in bytes; of a date-time received in format 2 what the peer said, from 8 on
     alignas(8) unsigned char inlineValue[8];
     unsigned short ownsValue;  // 1: value is a buffer of the library's that goes with the message; else 0
 
@@ -92,8 +92,9 @@ struct _field_data {
     unsigned int entry;
 };
 
-// The field slots of a message, in the order of the message table with the repeating group expanded. Both members are the
-// library's: it does not go by what a program writes there, and the next message in the object has them right again.
+// The field slots of a message, in the order of the message table with the repeating group expanded. Both members are
+// the library's: it does not go by what a program writes there, and the next message in the object has them right
+// again.
 struct ZELDataBuf {
     short count;
     _field_data* fields;
@@ -209,8 +210,8 @@ public:
     // The slot itself, or null. Its id must not be changed.
     ZEL_API _field_data* getField(short fieldId, short occurrence) noexcept;
 
-    // The length of the field's value in bytes, or 0 if the message has no such field. A length above 32767 comes as the
-    // negative number that has the same 16 bits.
+    // The length of the field's value in bytes, or 0 if the message has no such field. A length above 32767 comes as
+    // the negative number that has the same 16 bits.
     ZEL_API short getFieldLen(short fieldId, short occurrence) noexcept;
 
     // The field's type from the dictionary, or -1 if it has no such field. Reports 1001 (id 0), 1412 (no dictionary).
