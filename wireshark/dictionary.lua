@@ -49,6 +49,11 @@ do
             end
             message.markers[i - 1] = markers
         end
+        for _, places in pairs(message.places) do
+            local first = places.before[1]
+            places.is_single = first and message.markers[first] == 0
+                and #places.before == 1 and #places.inside == 0 and #places.behind == 0
+        end
     end
 
     -- The message of a type and sub-type, or nil.
@@ -115,11 +120,16 @@ do
             all.received = all.received + 1
         end
         local places = all.message.places[id]
-        local n = places and all.passed[id] or 0
-        local repetition, entry
-        if places then
-            repetition, entry = find_slot(all, places, n)
+        if not places then
+            return nil
         end
+        local n = all.passed[id] or 0
+        -- Most fields: one slot, in front of the group and of all markers.
+        if places.is_single and all.received == 0 then
+            all.passed[id] = 1
+            return n == 0 and 0 or nil
+        end
+        local repetition, entry = find_slot(all, places, n)
         while entry do
             local markers = markers_at(all, places, repetition, entry)
             if markers > all.received then

@@ -77,18 +77,18 @@ do
 
     -- Adds the sixth field, of two kinds: where the payload begins, or nil.
     local function add_user_data(tree, tvb, data, at)
-        local id, size = read_word(data, at), 4
+        local id = read_word(data, at)
         if id == USER_DATA then
             if at + 5 > #data then
                 return refuse(tree, tvb, at, "ZEL_HDR_USER_DATA is not all there")
             end
             tree:add(filter_fields.user_data, tvb(at + 1, 4), read_long(data, at + 2))
-            return at + 2 + size
+            return at + 6
         end
         if id ~= VAR_USER_DATA then
             return refuse(tree, tvb, at, "ZEL_HDR_USER_DATA is missing")
         end
-        size = read_word(data, at + 2)
+        local size = read_word(data, at + 2)
         if not size or at + 3 + size > #data then
             return refuse(tree, tvb, at, "ZEL_HDR_VAR_USER_DATA is not all there")
         end

@@ -6,7 +6,7 @@ do
 
     local LONGEST_CODE = 15
     local END_OF_BLOCK = 256
-    -- Of the 288 and 30 symbols that the fixed codes have room for.
+    -- A block with codes of its own has words for no more symbols than these.
     local MOST_LENGTH_CODES, MOST_DISTANCE_CODES = 286, 30
 
     -- Lengths and distances of copies: the least that each symbol stands for, and how many bits are added to it.
@@ -260,7 +260,7 @@ do
         end
         local code = make_code(orders, 19)
         local lengths = code and code.is_complete and read_lengths(state, code, length_count + distance_count)
-        if not lengths or lengths[END_OF_BLOCK] == 0 then
+        if not lengths then
             return false
         end
         local distances = {}

@@ -49,12 +49,9 @@ do
 
     -- The tree of a repetition, made when its first field comes.
     local function branch_of(walk, repetition, first, last)
-        if not repetition or repetition == 0 then
-            return walk.tree
-        end
         local branch = walk.branches[repetition]
         if not branch then
-            local count_field = dictionary.fields[walk.slots.message.count_id]
+            local count_field = dictionary.fields[walk.count_id]
             local item = walk.tree:add(filter_fields.repetition, range_of(walk, first, last), repetition,
                 format("Repetition %d of %s", repetition, count_field.name))
             branch = {item = item, first = first}
@@ -71,14 +68,12 @@ do
     end
 
     -- A message of this many repetitions cannot be received: told at the field that counts them.
-    local function check_repetitions(walk, item, id)
-        if walk.message and id == walk.message.count_id and not walk.has_count then
-            walk.has_count = true
-            if not walk.slots then
-                item:add_proto_expert_info(problems.repetitions_bad,
-                    format("A message of %d repetitions cannot be received", walk.repetitions))
-            end
+    local function check_repetitions(walk, item)
+        if not walk.has_count and not walk.slots then
+            item:add_proto_expert_info(problems.repetitions_bad,
+                format("A message of %d repetitions cannot be received", walk.repetitions))
         end
+        walk.has_count = true
     end
 
     local function add_unknown(tree, walk, id, at, size)
@@ -89,20 +84,24 @@ do
 
     -- Adds the field whose bytes begin at `first`, with its value of `size` bytes at `at`.
     local function add_field(walk, id, field, first, at, size, repetition)
-        local tree = branch_of(walk, repetition, first, at + size - 1)
+        local tree = walk.tree
+        if repetition and repetition > 0 then
+            tree = branch_of(walk, repetition, first, at + size - 1)
+        end
         if not field then
             local item = add_unknown(tree, walk, id, at, size)
             item:add_proto_expert_info(problems.field_unknown, format("The dictionary does not have the field %d", id))
             return item
         end
-        if field.size and size < field.size then
+        local type_size = field.size or size
+        if size < type_size then
             local item = add_unknown(tree, walk, id, at, size)
             item:add_proto_expert_info(repetition and problems.field_short or problems.field_unlisted,
-                format("%s has a value of %d bytes; its type has %d", field.name, size, field.size))
+                format("%s has a value of %d bytes; its type has %d", field.name, size, type_size))
             return item
         end
         local item = field.add(tree, range_of(walk, first, at + size - 1), field, walk.data, at, size, walk.tvb)
-        if field.size and size > field.size then
+        if size > type_size then
             item:add_proto_expert_info(problems.field_long,
                 format("%s has a value of %d bytes; cut to its type", field.name, size))
         end
@@ -117,8 +116,25 @@ do
         local text = format("The dictionary does not have the field %d: what it and those behind it hold is lost", id)
         -- Nobody reads a message whose number of repetitions may stand behind such a field.
         local has_more = found + 1 < walk.header.field_count
-        local hides_count = walk.message and walk.message.count_id and not walk.has_count and has_more
+        local hides_count = walk.count_id and not walk.has_count and has_more
         return give_up(walk, first, hides_count and problems.field_lost or problems.field_unknown, text)
+    end
+
+    -- Adds the field of this id that begins at the walk's place, its value or the length of it at `at`, and steps over it.
+    -- Nil: it runs past the end, told.
+    local function take_field(walk, id, field, at, repetition)
+        local first = walk.at
+        local value_at, size = locate(walk, at, field)
+        if not size or value_at + size - 1 > walk.last then
+            give_up(walk, first, problems.field_cut, format("%s runs past the end of the payload", title(id, field)))
+            return nil
+        end
+        local item = add_field(walk, id, field, first, value_at, size, repetition)
+        if id == walk.count_id then
+            check_repetitions(walk, item)
+        end
+        walk.at = value_at + size
+        return item
     end
 
     -- Reads the field at the walk's place in the formats 0 and 2; false when the walk ends there, told.
@@ -132,19 +148,13 @@ do
         if hides_next(walk, id, field) then
             return lose(walk, first, id, found)
         end
-        local at, size = locate(walk, first + 2, field)
-        if not size or at + size - 1 > walk.last then
-            return give_up(walk, first, problems.field_cut, format("%s runs past the end of the payload", title(id, field)))
-        end
         local repetition = walk.slots and slots.take(walk.slots, id)
-        local item = add_field(walk, id, field, first, at, size, repetition)
-        if walk.slots and not repetition then
+        local item = take_field(walk, id, field, first + 2, repetition)
+        if item and walk.slots and not repetition then
             item:add_proto_expert_info(problems.field_unlisted,
-                format("%s has no place in %s, or one too few", title(id, field), walk.message.name))
+                format("%s is no field of %s, or is there once too often", title(id, field), walk.message.name))
         end
-        check_repetitions(walk, item, id)
-        walk.at = at + size
-        return true
+        return item ~= nil
     end
 
     -- The same in the format 1: the value of the next slot.
@@ -158,15 +168,7 @@ do
             return give_up(walk, first, problems.field_unlisted, "Values behind the last field of the message")
         end
         local id, repetition = slots.at(walk.slots, found)
-        local field = dictionary.fields[id]
-        local at, size = locate(walk, first, field)
-        if not size or at + size - 1 > walk.last then
-            return give_up(walk, first, problems.field_cut, format("%s runs past the end of the payload", field.name))
-        end
-        local item = add_field(walk, id, field, first, at, size, repetition)
-        check_repetitions(walk, item, id)
-        walk.at = at + size
-        return true
+        return take_field(walk, id, dictionary.fields[id], first, repetition) ~= nil
     end
 
     -- The number that the field counting the repetitions holds. It may stand anywhere in the formats 0 and 2, and fields
@@ -184,7 +186,7 @@ do
             if not size or value_at + size - 1 > walk.last then
                 return 0
             end
-            if id == message.count_id then
+            if id == walk.count_id then
                 return size >= field.size and values.read_short(data, value_at + field.size - 2) or 0
             end
             at = value_at + size
@@ -212,8 +214,8 @@ do
 
     -- A negative number of slots, and one above the bound, is nobody's: the fields are shown one behind the other.
     local function find_slots(walk, message)
-        walk.message = message
-        walk.repetitions = message.count_id and find_repetitions(walk) or 0
+        walk.message, walk.count_id = message, message.count_id
+        walk.repetitions = walk.count_id and find_repetitions(walk) or 0
         walk.slots = slots.new(message, walk.repetitions)
     end
 

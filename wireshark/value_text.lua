@@ -120,6 +120,11 @@ do
     -- That many digits serve most numbers, with zeros behind those that are needed; below the least normal number of the
     -- type there may be fewer.
     local function shortest(number, most_digits, least_normal, means)
+        -- No scientific form has fewer than 5 characters.
+        local plain = format("%.6g", number)
+        if #plain <= 5 and not find(plain, "e", 1, true) and means(tonumber(plain)) then
+            return plain
+        end
         for precision = math.abs(number) < least_normal and 0 or most_digits - 1, 16 do
             local text = format("%." .. precision .. "e", number)
             if means(tonumber(text)) then
@@ -128,7 +133,7 @@ do
                 power = tonumber(power)
                 local scientific = in_scientific_form(digits, power)
                 -- Beyond that the plain form is longer, and it may be as long as 300 zeros.
-                local plain = math.abs(power) <= 25 and in_plain_form(digits, power, math.abs(number)) or scientific
+                plain = math.abs(power) <= 25 and in_plain_form(digits, power, math.abs(number)) or scientific
                 return sign .. (#plain <= #scientific and plain or scientific)
             end
         end
@@ -170,12 +175,12 @@ do
         end)
     end
 
-    -- What the amounts of each display code are divided by, and for decimals how many digits that makes.
+    -- What the amounts of each display code are divided by, and how decimals are written.
     local denominators = {
         [1] = 1, [2] = 2, [4] = 4, [8] = 8, [16] = 16, [32] = 32, [64] = 64, [128] = 128, [256] = 256,
         [10] = 10, [20] = 100, [30] = 1000, [40] = 10000, [50] = 100000,
     }
-    local decimals = {[10] = 1, [20] = 2, [30] = 3, [40] = 4, [50] = 5}
+    local decimal_formats = {[10] = "%s%d.%01d", [20] = "%s%d.%02d", [30] = "%s%d.%03d", [40] = "%s%d.%04d", [50] = "%s%d.%05d"}
 
     -- From this code on the amount is whole units, and the code tells the hundredths.
     local LARGE_FORM = 512
@@ -203,7 +208,7 @@ do
         local denominator = denominators[code]
         local magnitude = math.abs(amount)
         local whole = floor(magnitude / denominator)
-        local text = format("%s%d.%0" .. decimals[code] .. "d", amount < 0 and "-" or "", whole, magnitude % denominator)
+        local text = format(decimal_formats[code], amount < 0 and "-" or "", whole, magnitude % denominator)
         return text, amount / denominator, code ~= 20 or whole <= LARGEST_WHOLE
     end
 
@@ -225,7 +230,7 @@ do
         if code == 1 then
             return whole_text(amount), amount, amount ~= LEAST_AMOUNT
         end
-        if decimals[code] then
+        if decimal_formats[code] then
             return decimal_money(amount, code)
         end
         if denominators[code] then

@@ -1,4 +1,4 @@
-#!/usr/bin/env python3
+#!/usr/bin/env -S python3 -B
 """Holds what tshark shows with the dissector against what `zel decode` says of the same bytes.
 
     check.py ZEL SOURCE_FOLDER WORK_FOLDER
@@ -15,6 +15,7 @@ import re
 import shutil
 import subprocess
 import sys
+import zlib
 
 import generated
 from captures import ERROR, PORT, WARNING, Capture, Tshark
@@ -168,12 +169,45 @@ def check_labels(tshark, dictionary, capture, stream):
     """Short values that the command lists stand in the tree as it writes them; long ones are cut."""
     def is_short(value):
         return len(value.encode()) <= 100 and not value.endswith("...")
-    listing = subprocess.run([tshark.zel, "decode", "-d", dictionary.path], input=stream, capture_output=True).stdout.decode()
+    numbers = ",".join(str(each["id"]) for each in dictionary.source["fields"] if each["type"].startswith("bytes"))
+    listing = subprocess.run([tshark.zel, "decode", "-d", dictionary.path, "--streams", numbers], input=stream,
+                             capture_output=True).stdout.decode()
     listed = re.findall(r"^ {4,}(\d+)  (\S+) +(\w+) +(.*)$", listing, flags=re.M)
-    lines = re.findall(r"^ +(.+?): (.*) \[(\d+), (\w+), version .*\]$", tshark.run(capture, "-V", "-O", "zel"), flags=re.M)
+    tree = tshark.run(capture, "-V", "-O", "zel", "-o", f"zel.streams:{numbers}")
+    lines = re.findall(r"^ +(.+?): (.*) \[(\d+), (\w+), version .*\]$", tree, flags=re.M)
     shown = [(number, name, kind, value) for name, value, number, kind in lines]
+    # The terms and keys of streams, and what is wrong with them.
+    for pattern in (r"^ +()()(\S+ [=!<>]=?) (.*)$", r"^ +()(.*) (order) (-?\d+)$",
+                    r"()()()(next term cannot be read|terms than the filter announces)"):
+        listed += re.findall(pattern, listing, flags=re.M)
+        shown += re.findall(pattern, tree, flags=re.M)
     expected, found = (collections.Counter(row for row in rows if is_short(row[3])) for rows in (listed, shown))
     assert not expected - found and len(expected) > 400, (len(expected), expected - found)
+
+
+def header_size(message):
+    return 32 if message[27] == 6 else 30 + int.from_bytes(message[28:30], "big")
+
+
+def lengthened(message):
+    """In the format 2, the first field with a value that is a byte longer."""
+    at = header_size(message)
+    size = int.from_bytes(message[at + 2:at + 4], "big")
+    return message[:at + 2] + (size + 1).to_bytes(2, "big") + message[at + 4:at + 4 + size] + b"\0" + message[at + 4 + size:]
+
+
+def recompressed(rng, message):
+    """A message whose payload is compressed in any way that zlib knows, and perhaps damaged, or announced otherwise."""
+    at = header_size(message)
+    plain = message[at:] * rng.choice([1, 1, 5])
+    squeeze = zlib.compressobj(rng.choice([0, 1, 9]), zlib.DEFLATED, -15, 9, rng.randrange(5))
+    data = bytearray(squeeze.compress(plain) + squeeze.flush())
+    if rng.random() < 0.4:
+        data[rng.randrange(min(len(data), rng.choice([5, 1000])))] ^= 1 << rng.randrange(8)
+    data += rng.choice([b"", b"", b"x"])
+    sizes = [len(plain) + rng.choice([0, 0, 0, 1, -1]), len(data) + rng.choice([0, 0, 0, -1, 1])]
+    framing = b"".join(size.to_bytes(4, "big") for size in sizes)
+    return message[:2] + b"\5" + message[3:at] + framing + bytes(data)
 
 
 def verdict(is_refused, is_told):
@@ -181,7 +215,8 @@ def verdict(is_refused, is_told):
 
 
 def check_against_decode(tshark, dictionary, rng):
-    """Random messages of a dictionary, whole, truncated at every length, and damaged, each behind a frame that fits."""
+    """Random messages of a dictionary, whole, truncated at every length, damaged, and compressed by another, each behind a
+    frame that fits."""
     text = "\n".join(generated.lines(rng, dictionary.source, 250))
     encoded = subprocess.run([tshark.zel, "encode", "-d", dictionary.path], input=text.encode(), capture_output=True)
     frames = [whole for _, whole in split_frames(encoded.stdout)]
@@ -193,6 +228,9 @@ def check_against_decode(tshark, dictionary, rng):
     short = min((m for m in messages if 80 < len(m)), key=len)
     frames += [frame(short[:size]) for size in range(len(short))]
     frames += [frame(mutated(rng, rng.choice(messages)), rng.random() < 0.5) for _ in range(MUTANTS // 4)]
+    plain = [message for message in messages if not message[2] & 4 and len(message) > header_size(message)]
+    frames += [frame(lengthened(message)) for message in plain if message[3] >> 4 == 2]
+    frames += [frame(recompressed(rng, message)) for message in plain for _ in range(3)]
     decoded, told = decode(tshark.zel, dictionary, b"".join(frames))
     capture = Capture()
     for first in range(0, len(frames), 100):

@@ -1,5 +1,6 @@
 """Random dictionaries and messages."""
 import json
+import struct
 
 HEADER = [(1, "short"), (2, "long"), (3, "int"), (4, "long"), (5, "short"), (6, "int"), (7, "bytes11")]
 TYPES = ["short", "long", "int", "chars", "text", "float", "double", "datetime", "money", "bytes10", "bytes11"]
@@ -56,7 +57,26 @@ def number(random, bits):
                           random.randrange(-(2 ** (bits - 1)), 2 ** (bits - 1))])
 
 
-def value(random, field):
+def counted(count, items):
+    return (4 + len(items)).to_bytes(2, "big") + count.to_bytes(2, "big") + items
+
+
+def stream(random, fields):
+    """Sort data or a filter, which may end within a term, announce another number of terms, or hold what cannot be read."""
+    chosen = random.sample(list(fields.values()), 3)
+    if random.random() < 0.3:
+        return counted(3, b"".join(struct.pack(">Hh", each["id"], random.randrange(-2, 3)) for each in chosen))
+    terms = b""
+    for each in chosen:
+        sizes = {"short": 2, "long": 4, "int": 4, "float": 4, "double": 8, "datetime": 8, "money": 6}
+        size = sizes.get(each["type"])
+        data = bytes_of(random, 20) if size is None else bytes(random.choice([0, 1, 20, 64]) for _ in range(size))
+        prefix = len(data).to_bytes(2, "big") if size is None else b""
+        terms += struct.pack(">HH", each["id"], random.randint(1, 6)) + prefix + data
+    return counted(random.choice([3, 3, 3, 2]), terms[:random.choice([None, None, -1])])
+
+
+def value(random, field, fields):
     kind = field["type"]
     if kind in ("short", "long", "int"):
         return number(random, 16 if kind == "short" else 32)
@@ -67,7 +87,7 @@ def value(random, field):
     if kind == "datetime":
         record = {key: random.randint(0, most) for key, most in
                   [("day", 32), ("month", 13), ("year", 255), ("hour", 25), ("minute", 60), ("second", 60), ("kind", 4)]}
-        return random.choice(["2024-05-17T09:30:00", "1999-11-30", "09:05:07", "", record])
+        return random.choice(["2024-05-17T09:30:00", "1999-11-30", "24:00:59", "", record])
     if kind == "money":
         codes = [1, 2, 4, 8, 16, 32, 64, 128, 256, 10, 20, 30, 40, 50, 512, 550, 611, 612, 32767, 0, 3, 100, -5]
         amount = random.choice([number(random, 32), number(random, 32), 25000000, 20000000, 2000000100])
@@ -76,7 +96,7 @@ def value(random, field):
         return text(random, field["length"]) if random.random() < 0.9 else ""
     if kind == "text":
         return text(random, random.choice([3, 20, 200]))
-    return bytes_of(random, random.choice([4, 60])).hex()
+    return (stream(random, fields) if random.random() < 0.3 else bytes_of(random, random.choice([4, 60]))).hex()
 
 
 def values(random, fields, entries, version, dense):
@@ -88,7 +108,7 @@ def values(random, fields, entries, version, dense):
         is_new = version and fields[name].get("version", 1) > version
         needed = isinstance(entry, dict) or dense
         if not is_new and (needed or random.random() < 0.7 and seen[name] == 1):
-            made[name if seen[name] == 1 else f"{name}[{seen[name]}]"] = value(random, fields[name])
+            made[name if seen[name] == 1 else f"{name}[{seen[name]}]"] = value(random, fields[name], fields)
     return made
 
 
@@ -114,4 +134,9 @@ def lines(random, source, count):
             marked = any(fields[e["field"] if isinstance(e, dict) else e]["id"] == MARKER for e in group["fields"])
             made["group"] = [values(random, fields, group["fields"], version, not marked)
                              for _ in range(random.randrange(1, 5))]
+        if made["format"] != 1 and random.random() < 0.2:
+            members = [key.split("[")[0] for part in [made["fields"], *made.get("group", [])] for key in part]
+            members += [group["count"]["field"]] if group else []
+            made["packFlags"] = 1
+            made["order"] = [fields[name]["id"] for name in random.sample(members, len(members))]
         yield json.dumps(made)
