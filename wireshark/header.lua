@@ -158,7 +158,7 @@ do
             return nil
         end
         if last < #data then
-            item:add_proto_expert_info(problems.compression_odd, format("%d bytes behind the compressed data", #data - last))
+            item:add_proto_expert_info(problems.compression_odd, format("%d bytes after the compressed data", #data - last))
         end
         return ByteArray.new(bytes, true):tvb("Expanded payload"), bytes
     end

@@ -113,7 +113,7 @@ do
 
     -- A field of an id that nobody can step over.
     local function lose(walk, first, id, found)
-        local text = format("The dictionary does not have the field %d: what it and those behind it hold is lost", id)
+        local text = format("The dictionary does not have the field %d: what it and those after it hold is lost", id)
         -- Nobody reads a message whose number of repetitions may stand behind such a field.
         local has_more = found + 1 < walk.header.field_count
         local hides_count = walk.count_id and not walk.has_count and has_more
@@ -165,7 +165,7 @@ do
                 "Values that nobody can tell apart")
         end
         if found >= walk.slots.count then
-            return give_up(walk, first, problems.field_unlisted, "Values behind the last field of the message")
+            return give_up(walk, first, problems.field_unlisted, "Values after the last field of the message")
         end
         local id, repetition = slots.at(walk.slots, found)
         return take_field(walk, id, dictionary.fields[id], first, repetition) ~= nil
@@ -203,7 +203,7 @@ do
         end
         if walk.at <= walk.last then
             give_up(walk, walk.at, problems.fields_rest,
-                format("%d bytes behind the last field", walk.last - walk.at + 1))
+                format("%d bytes after the last field", walk.last - walk.at + 1))
         end
         local packed = header.format == VALUE_ONLY and walk.slots and slots.packed(walk.slots, header.version)
         if packed and packed ~= found then

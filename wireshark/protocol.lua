@@ -53,7 +53,7 @@ do
         {"message_unknown", expert.group.MALFORMED, expert.severity.ERROR, "Message that the dictionary does not have"},
         {"format_bad", expert.group.MALFORMED, expert.severity.ERROR, "Field format that is none"},
         {"compression_bad", expert.group.MALFORMED, expert.severity.ERROR, "Payload that cannot be expanded"},
-        {"compression_odd", expert.group.PROTOCOL, expert.severity.NOTE, "Bytes behind the compressed data"},
+        {"compression_odd", expert.group.PROTOCOL, expert.severity.NOTE, "Bytes after the compressed data"},
         {"field_cut", expert.group.MALFORMED, expert.severity.ERROR, "Field that runs past the end"},
         {"field_short", expert.group.MALFORMED, expert.severity.ERROR, "Value shorter than its type"},
         {"field_long", expert.group.PROTOCOL, expert.severity.WARN, "Value longer than its type"},
@@ -62,7 +62,7 @@ do
         {"field_unlisted", expert.group.PROTOCOL, expert.severity.WARN, "Field that the message does not have room for"},
         {"repetitions_bad", expert.group.MALFORMED, expert.severity.ERROR, "Number of repetitions that cannot be"},
         {"fields_few", expert.group.PROTOCOL, expert.severity.WARN, "Number of fields that is not that of the payload"},
-        {"fields_rest", expert.group.UNDECODED, expert.severity.WARN, "Bytes behind the last field"},
+        {"fields_rest", expert.group.UNDECODED, expert.severity.WARN, "Bytes after the last field"},
         {"value_odd", expert.group.PROTOCOL, expert.severity.NOTE, "Value that is none of its type"},
         {"stream_bad", expert.group.PROTOCOL, expert.severity.NOTE, "Filter or sort data that cannot be read"},
     }

@@ -17,7 +17,7 @@ local function note_name(name)
     end
 end
 
--- A segment may be handed over in parts, each of which puts its names behind those of the one before.
+-- A segment may be handed over in parts, each of which puts its names after those of the one before.
 local function show_names(cols)
     if #packet_names > 0 then
         local info = cols.info
@@ -40,7 +40,7 @@ end
 local function add_frame(tree, tvb, data, head, length)
     local format, range = data:byte(2), tvb(1, 1)
     local branch = tree:add(filter_fields.frame, tvb(0, head))
-    branch:set_text("Frame: " .. frame_names[head] .. ", " .. length .. " bytes behind it")
+    branch:set_text("Frame: " .. frame_names[head] .. ", " .. length .. " bytes after it")
     branch:add(filter_fields.frame_soh, tvb(0, 1), 1)
     local item = branch:add(filter_fields.frame_format, range, format)
     if format % 16 ~= 0 then

@@ -2,8 +2,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cstring>
-#include <latch>
 #include <sstream>
 #include <string>
 #include <thread>
@@ -24,6 +24,22 @@
 
 namespace zel::test {
 namespace {
+
+// Threads wait here for one another. std::latch can sleep for ever where the C++ library has no futex: MinGW's looks at
+// the count before it takes the lock under which it then waits.
+class StartLine {
+public:
+    explicit StartLine(int threads) : missing_(threads) {}
+    void ArriveAndWait() {
+        --missing_;
+        while (missing_ > 0) {
+            std::this_thread::yield();
+        }
+    }
+
+private:
+    std::atomic<int> missing_;
+};
 
 class Exchange : public testing::Test {
 protected:
@@ -380,11 +396,11 @@ TEST_F(Exchange, RunsInSeveralThreadsAtOnce) {
     for (int start = 0; start < 20; ++start) {
         // New tables: no plan is there yet.
         tables_.ChangeField(kSide);
-        std::latch ready(kThreads);
+        StartLine ready(kThreads);
         std::vector<std::thread> threads;
         for (int seed = 1; seed <= kThreads; ++seed) {
             threads.emplace_back([this, seed, &ready, &alone] {
-                ready.arrive_and_wait();
+                ready.ArriveAndWait();
                 ExchangeEachType(TablesInUse(), tables_, static_cast<unsigned>(seed));
                 EXPECT_EQ(ConvertAndBuild(seed), alone[static_cast<std::size_t>(seed) - 1]);
             });
@@ -410,15 +426,15 @@ TEST_F(Exchange, ReleasesValuesTakenAwayInAnyThread) {
             slot->ownsValue = 0;
             taken[occurrence % 2].push_back(slot->value);
         }
-        std::latch ready(3);
+        StartLine ready(3);
         std::vector<std::thread> threads;
         for (const std::vector<void*>& values : taken) {
             threads.emplace_back([&ready, &values] {
-                ready.arrive_and_wait();
+                ready.ArriveAndWait();
                 std::for_each(values.begin(), values.end(), ZELFree);
             });
         }
-        ready.arrive_and_wait();
+        ready.ArriveAndWait();
         object.destroyStruct();
         for (std::thread& thread : threads) {
             thread.join();
