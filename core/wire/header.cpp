@@ -139,11 +139,7 @@ bool PackUserData(const HeaderRules& rules, const ZelMsgStruct& message, std::si
     if (HasFixedUserData(message)) {
         return PackNumber<usual, kUserData>(rules, static_cast<std::uint32_t>(message.userData), out);
     }
-    Writer writer = out;
-    const bool isPacked =
-        PackByRule(rules.rules[kVarUserData], {message.varUserData, message.varUserDataLen, held}, writer);
-    out = writer;
-    return isPacked;
+    return PackByRule(rules.rules[kVarUserData], {message.varUserData, message.varUserDataLen, held}, out);
 }
 
 // The length is read from the bytes after the id, whatever the dictionary says of the field.
@@ -170,10 +166,7 @@ template <bool usual>
 bool UnpackUserData(Reader& in, ZelMsgStruct& message) noexcept {
     const unsigned short fieldId = UnpackZELFieldId(in);
     if (fieldId == kVarUserData) {
-        Reader reader = in;
-        const bool isUnpacked = UnpackVarUserData(reader, message);
-        in = reader;
-        return isUnpacked;
+        return UnpackVarUserData(in, message);
     }
     std::uint32_t userData = 0;
     if (fieldId != kUserData) {
