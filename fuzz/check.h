@@ -4,14 +4,25 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
+
+#include "include/zelmessage.h"
 
 namespace zel::fuzz {
 
+inline char lastReport[256];
+
 inline void Check(bool isMet, const char* demand) {
     if (!isMet) {
-        (void)std::fprintf(stderr, "not met: %s\n", demand);
+        (void)std::fprintf(stderr, "not met: %s (last report: %s)\n", demand, lastReport);
         std::abort();
     }
+}
+
+// A sink that reads each report, which shows where one has no end.
+inline void KeepReport(int /*code*/, const char* text, void* /*context*/) {
+    Check(std::strlen(text) < sizeof lastReport, "a report is terminated");
+    std::strcpy(lastReport, text);
 }
 
 }  // namespace zel::fuzz

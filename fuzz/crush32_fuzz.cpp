@@ -1,227 +1,133 @@
 // The compression library, alone and behind the framing of payloads: hostile data with hostile lengths expand within
 // their bounds or not at all, and what was compressed expands to what it was. zlib itself is not built with the
 // sanitizers: writes behind a buffer show in guard bytes, reads behind one by what is read there changing the outcome.
-#include <algorithm>
-#include <climits>
-#include <cstring>
-#include <string>
-
 #include "core/wire/compression.h"
-#include "core/wire/header.h"
 #include "crush32/crush32.h"
 #include "fuzz/check.h"
 #include "fuzz/damage.h"
-#include "fuzz/exact_copy.h"
-#include "fuzz/input.h"
-#include "include/zelmessage.h"
+#include "runtime/byte_order.h"
+#include "tests/support/bytes.h"
 
 namespace zel::fuzz {
 
 namespace {
 
-constexpr int kMostSteps = 6;
-constexpr int kMostPieces = 40;
-constexpr std::size_t kLongestSource = 40000;
-constexpr int kNotSmaller = -14;
-constexpr std::size_t kFramingSize = 8;
+using test::ExactCopy;
+using test::Random;
+
 constexpr std::size_t kGuard = 64;
-constexpr char kGuardByte = '\x5A';
 
-void AppendNoise(std::string& source, std::size_t size, std::uint32_t seed) {
-    std::uint32_t state = seed | 1U;
-    for (; size > 0; --size) {
-        state = state * 1664525U + 1013904223U;
-        source += static_cast<char>(state >> 24U);
-    }
-}
-
-// Appends what lies `distance` bytes back, overlapping what it appends.
-void AppendRepeat(std::string& source, std::size_t size, std::size_t distance) {
-    if (source.empty()) {
-        return;
-    }
-    distance = distance % source.size() + 1;
-    for (; size > 0; --size) {
-        source += source[source.size() - distance];
-    }
-}
-
-std::string MakeSource(Input& input) {
+// A few pieces: bytes, noise, and what was there before, overlapping.
+std::string MakeSource(Random& input) {
     std::string source;
-    for (int piece = input.Below(kMostPieces); piece >= 0 && source.size() < kLongestSource; --piece) {
+    for (int piece = input.Below(4); piece >= 0; --piece) {
         const int kind = input.Below(4);
-        const std::size_t size = kind == 0 ? input.Byte() : input.Short() % 8192U;
-        switch (kind) {
-            case 0:
-                source += input.Bytes(size);
-                break;
-            case 1:
-                AppendNoise(source, size, input.Byte());
-                break;
-            case 2:
-                source.append(size, static_cast<char>(input.Byte()));
-                break;
-            default:
-                AppendRepeat(source, size, input.Short());
+        const int size = kind == 0 ? input.Below(64) : input.Short() % 2048;
+        if (kind == 0) {
+            source += input.Bytes(size);
+        } else if (kind == 1) {
+            source += Random(input.Byte()).Bytes(size);
+        } else {
+            source += source.empty() ? "x" : "";
+            const std::size_t back = input.Short() % source.size() + 1;
+            for (int i = 0; i < size; ++i) {
+                source += source[source.size() - back];
+            }
         }
     }
-    source.resize(std::min(source.size(), kLongestSource));
     return source;
 }
 
-// The expanded bytes, or "" with *isGood false.
+// The data expanded to exactly `size` bytes, or "" with *isGood false.
 std::string Expand(const std::string& data, std::size_t size, bool* isGood) {
-    const auto exactSource = ExactCopy(data);
-    const auto exact = std::make_unique<char[]>(size);
-    Check(CrushBegin() == 0, "a pass can begin");
-    const short status =
-        CrushExpand(exactSource.get(), exact.get(), static_cast<int>(size), static_cast<int>(data.size()));
-    CrushEnd();
-    Check(status == 0 || status == -1, "expanding answers 0 or -1");
-
-    const std::string followed = data + std::string(kGuard, '\xFF');
-    std::string guarded(size + kGuard, kGuardByte);
-    (void)CrushBegin();
-    const short again =
-        CrushExpand(followed.data(), guarded.data(), static_cast<int>(size), static_cast<int>(data.size()));
-    CrushEnd();
-    Check(again == status, "what lies behind the data has no say");
-    Check(guarded.find_first_not_of(kGuardByte, size) == std::string::npos, "expanding stays within its destination");
-    Check(status != 0 || std::memcmp(exact.get(), guarded.data(), size) == 0, "expanding twice gives the same");
-    *isGood = status == 0;
-    return *isGood ? std::string(exact.get(), size) : "";
-}
-
-void ExpandHostile(Input& input, const std::string& data) {
-    const std::size_t size = input.OneIn(4) ? input.Short() & 0xFF00U : input.Short();
-    bool isGood = false;
-    const std::string expanded = Expand(data, size, &isGood);
-    if (isGood) {
-        (void)Expand(data, size + 1, &isGood);
-        Check(!isGood, "data expands to one length alone");
+    std::string expanded[2];
+    short status[2] = {};
+    for (const bool isAgain : {false, true}) {
+        // With other bytes behind the data.
+        const ExactCopy source(data + std::string(isAgain ? kGuard : 0, '\xFF'));
+        std::string& to = expanded[isAgain ? 1 : 0];
+        to.assign(size + kGuard, '\x5A');
+        Check(CrushBegin() == 0, "a pass can begin");
+        status[isAgain ? 1 : 0] =
+            CrushExpand(source.data.get(), to.data(), static_cast<int>(size), static_cast<int>(data.size()));
+        CrushEnd();
+        Check(to.find_first_not_of('\x5A', size) == std::string::npos, "expanding stays within its destination");
     }
-}
-
-// Lengths that no buffer has, and no buffers.
-void RefuseSenseless(Input& input) {
-    char byte = kGuardByte;
-    const int senseless = input.OneIn(2) ? INT_MIN : -1 - input.Below(256);
-    Check(CrushExpand(&byte, &byte, senseless, 1) == -1 && CrushExpand(&byte, &byte, 1, senseless) == -1 &&
-              CrushExpand(nullptr, &byte, 1, 1) == -1 && CrushExpand(&byte, nullptr, 1, 1) == -1,
-          "senseless arguments are refused by expanding");
-    Check(CrushCompress(&byte, &byte, senseless) == -16 && CrushCompress(nullptr, &byte, 100) == -16 &&
-              CrushCompress(&byte, nullptr, 100) == -16,
-          "senseless arguments are refused by compressing");
-    Check(byte == kGuardByte, "what refuses writes nothing");
+    Check(status[0] == status[1] && (status[0] == 0 || status[0] == crush::kNotExpanded), "expanding is 0 or -1");
+    Check(status[0] != 0 || expanded[0] == expanded[1], "what lies behind the data has no say");
+    *isGood = status[0] == 0;
+    return expanded[0].substr(0, size);
 }
 
 // "" when the source cannot be compressed.
 std::string Compress(const std::string& source) {
-    const std::size_t room = source.size() > kFramingSize ? source.size() - kFramingSize - 1 : 0;
-    const auto exactSource = ExactCopy(source);
-    std::string guarded(room + kGuard, kGuardByte);
+    const std::size_t room = source.size() > crush::kFramingSize ? source.size() - crush::kFramingSize - 1 : 0;
+    const ExactCopy bytes(source);
+    std::string data(room + kGuard, '\x5A');
     Check(CrushBegin() == 0, "a pass can begin");
-    const int size = CrushCompress(exactSource.get(), guarded.data(), static_cast<int>(source.size()));
+    const int size = CrushCompress(bytes.data.get(), data.data(), static_cast<int>(source.size()));
     CrushEnd();
-    Check(size == kNotSmaller || (size > 0 && static_cast<std::size_t>(size) <= room),
-          "compressed data is smaller by its framing at least");
-    Check(guarded.find_first_not_of(kGuardByte, room) == std::string::npos, "compressing stays within its room");
-
-    const auto exact = std::make_unique<char[]>(room);
-    const int again = CrushCompress(exactSource.get(), exact.get(), static_cast<int>(source.size()));
-    Check(again == size && (size < 0 || std::memcmp(exact.get(), guarded.data(), static_cast<std::size_t>(size)) == 0),
-          "compressing twice gives the same");
-    return size < 0 ? "" : guarded.substr(0, static_cast<std::size_t>(size));
+    Check(size == crush::kNotSmaller || (size > 0 && static_cast<std::size_t>(size) <= room), "smaller by its framing");
+    Check(data.find_first_not_of('\x5A', room) == std::string::npos, "compressing stays within its room");
+    return size < 0 ? "" : data.substr(0, static_cast<std::size_t>(size));
 }
 
-// Compresses and expands; answers the compressed data, or "".
-std::string RoundTrip(const std::string& source) {
-    std::string data = Compress(source);
-    if (data.empty()) {
-        return "";
+void RoundTrip(Random& input) {
+    const std::string source = MakeSource(input);
+    const std::string data = Compress(source);
+    if (!data.empty()) {
+        bool isGood = false;
+        Check(Expand(data, source.size(), &isGood) == source && isGood, "what was compressed expands to what it was");
+        (void)Expand(data, source.size() + 2 * static_cast<std::size_t>(input.Below(2)) - 1, &isGood);
+        Check(!isGood, "data expands to one length alone");
+        (void)Expand(input.Below(2) == 0 ? data + '\0' : data.substr(1), source.size(), &isGood);
+        Check(!isGood, "data cut short or with more behind it is refused");
     }
+}
+
+std::string SomeData(Random& input) {
+    return Compress(std::string(static_cast<std::size_t>(input.Below(200)), 'x') + "abcdefgh");
+}
+
+void ExpandHostile(Random& input) {
+    std::string data = SomeData(input);
+    const int size = input.OneIn(4) ? input.Short() : input.Below(256);
+    Damage(input, data);
     bool isGood = false;
-    Check(Expand(data, source.size(), &isGood) == source && isGood, "what was compressed expands to what it was");
-    (void)Expand(data, source.size() - 1, &isGood);
-    Check(!isGood, "a length too small is refused");
-    (void)Expand(data.substr(0, data.size() - 1), source.size(), &isGood);
-    Check(!isGood, "data cut short is refused");
-    (void)Expand(data + '\0', source.size(), &isGood);
-    Check(!isGood, "data with more behind it is refused");
-    return data;
+    (void)Expand(data, static_cast<std::size_t>(size), &isGood);
 }
 
-void ExpandPayload(unsigned char flags, const std::string& payload) {
-    const auto exact = ExactCopy(payload);
+void RoundTripPayload(Random& input) {
+    const auto flags = static_cast<unsigned char>(input.OneIn(4) ? input.Byte() : kPackCompressed);
+    const ExactCopy source(MakeSource(input));
+    const std::string_view bytes(source.data.get(), source.size);
     const auto destination = std::make_unique<char[]>(kZELMaxPayload);
     short length = -7;
     const int result =
-        zelExpandPayload(flags, exact.get(), static_cast<short>(payload.size()), destination.get(), &length);
-    Check(result == 0 || result == -1, "expanding a payload answers 0 or -1");
-    Check(result == -1 || (length >= 0 && length <= kZELMaxPayload), "an expanded payload fits its buffer");
-}
-
-void RoundTripPayload(unsigned char flags, const std::string& source) {
-    const auto exact = ExactCopy(source);
-    const auto destination = std::make_unique<char[]>(kZELMaxPayload);
-    short length = -7;
-    const int result =
-        zelCompressPayload(flags, exact.get(), static_cast<short>(source.size()), destination.get(), &length);
-    if (source.size() > kZELMaxPayload) {
-        Check(result == -1 && length == -7 && destination[0] == '\0', "an overlong payload is refused untouched");
-        return;
+        zelCompressPayload(flags, source.data.get(), static_cast<short>(source.size), destination.get(), &length);
+    const ExactCopy sent(std::string_view(destination.get(), static_cast<std::size_t>(length)));
+    if (result != 0 || !IsCompressed(flags)) {
+        return Check(bytes == std::string_view(sent.data.get(), sent.size), "what is not compressed goes out plain");
     }
-    const std::string sent(destination.get(), static_cast<std::size_t>(length));
-    if (result == -1 || !IsCompressed(flags)) {
-        Check(sent == source && (result == 0) == !IsCompressed(flags), "what is not compressed goes out plain");
-        return;
-    }
-    Check(sent.size() < source.size(), "a compressed payload is smaller");
-    const auto exactSent = ExactCopy(sent);
-    short expanded = -7;
-    Check(zelExpandPayload(flags, exactSent.get(), length, destination.get(), &expanded) == 0 &&
-              source == std::string(destination.get(), static_cast<std::size_t>(expanded)),
+    Check(sent.size < source.size, "a compressed payload is smaller");
+    Check(zelExpandPayload(flags, sent.data.get(), length, destination.get(), &length) == 0 &&
+              bytes == std::string_view(destination.get(), static_cast<std::size_t>(length)),
           "a compressed payload expands to what it was");
 }
 
-// A payload with lengths of its own in front.
-std::string HostilePayload(Input& input, const std::string& data) {
-    const std::uint32_t expanded = input.OneIn(4) ? input.Long() : input.Short() % 16384U;
-    const bool lies = input.OneIn(4);
-    const std::uint32_t compressed = lies ? input.Long() : static_cast<std::uint32_t>(data.size());
-    std::string payload(kFramingSize, '\0');
-    StoreU32Be(payload.data(), expanded);
-    StoreU32Be(payload.data() + 4, compressed);
-    payload += data;
-    payload.resize(std::min(payload.size(), std::size_t{kMaxCompressedPayload}));
-    if (input.OneIn(8)) {
-        payload.resize(payload.size() % (2 * kFramingSize));
-    }
-    return payload;
-}
-
-void Step(Input& input) {
-    const int choice = input.Below(8);
-    if (choice == 0) {
-        RefuseSenseless(input);
-        return;
-    }
-    if (choice <= 2) {
-        const std::string data = input.Bytes(input.Short() % 2048U);
-        choice == 1 ? ExpandHostile(input, data) : ExpandPayload(kPackCompressed, HostilePayload(input, data));
-        return;
-    }
-    std::string source = MakeSource(input);
-    if (choice == 3) {
-        source.resize(std::min(source.size(), std::size_t{kMaxCompressedPayload}));
-        RoundTripPayload(static_cast<unsigned char>(input.OneIn(4) ? input.Byte() : kPackCompressed), source);
-        return;
-    }
-    std::string data = RoundTrip(source);
-    if (choice >= 6) {
-        Damage(input, data, 0);
-        choice == 6 ? ExpandHostile(input, data) : ExpandPayload(kPackCompressed, HostilePayload(input, data));
-    }
+// Data with lengths of its own in front.
+void ExpandPayload(Random& input) {
+    std::string data = SomeData(input);
+    std::string payload(crush::kFramingSize, '\0');
+    StoreU32Be(payload.data(), input.OneIn(4) ? input.Long() : static_cast<std::uint32_t>(input.Below(16384)));
+    StoreU32Be(payload.data() + 4, input.OneIn(4) ? input.Long() : static_cast<std::uint32_t>(data.size()));
+    Damage(input, data);
+    const ExactCopy bytes(payload + data);
+    const auto destination = std::make_unique<char[]>(kZELMaxPayload);
+    short length = -7;
+    const int result =
+        zelExpandPayload(kPackCompressed, bytes.data.get(), static_cast<short>(bytes.size), destination.get(), &length);
+    Check(result == -1 || (result == 0 && length >= 0 && length <= kZELMaxPayload), "it fits, or is refused");
 }
 
 }  // namespace
@@ -229,9 +135,9 @@ void Step(Input& input) {
 }  // namespace zel::fuzz
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    zel::fuzz::Input input(data, size);
-    for (int step = 0; step < zel::fuzz::kMostSteps && !input.IsEmpty(); ++step) {
-        zel::fuzz::Step(input);
-    }
+    constexpr void (*kKinds[])(zel::test::Random&) = {zel::fuzz::RoundTrip, zel::fuzz::ExpandHostile,
+                                                      zel::fuzz::RoundTripPayload, zel::fuzz::ExpandPayload};
+    zel::test::Random input(data, size);
+    input.Pick(kKinds)(input);
     return 0;
 }

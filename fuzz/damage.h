@@ -4,14 +4,14 @@
 
 #include <string>
 
-#include "fuzz/input.h"
+#include "tests/support/random.h"
 
 namespace zel::fuzz {
 
-// Changes, cuts, inserts and takes out bytes from the position `from` on.
-inline void Damage(Input& input, std::string& bytes, std::size_t from) {
-    for (int n = input.Below(6); n >= 0 && bytes.size() > from; --n) {
-        const std::size_t at = from + input.Short() % (bytes.size() - from);
+// Changes, cuts, inserts and takes out bytes, until the input is empty.
+inline void Damage(test::Random& input, std::string& bytes) {
+    while (!input.IsEmpty() && !bytes.empty()) {
+        const std::size_t at = input.Short() % bytes.size();
         switch (input.Below(4)) {
             case 0:
                 bytes[at] = static_cast<char>(input.Byte());
@@ -20,10 +20,10 @@ inline void Damage(Input& input, std::string& bytes, std::size_t from) {
                 bytes.resize(at);
                 break;
             case 2:
-                bytes.insert(at, input.Bytes(static_cast<std::size_t>(input.Below(8))));
+                bytes.insert(at, input.Bytes(1 + input.Below(8)));
                 break;
             default:
-                bytes.erase(at, static_cast<std::size_t>(input.Below(8)));
+                bytes.erase(at, static_cast<std::size_t>(1 + input.Below(8)));
         }
     }
 }

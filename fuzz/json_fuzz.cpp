@@ -1,5 +1,6 @@
-// Messages as JSON over the sample dictionary and generated ones, written and read back: what encodes decodes to JSON
-// that encodes to the same bytes. Captures and hex dumps of any bytes, shown in every form.
+// Messages as JSON over the sample dictionary: what encodes decodes to JSON that encodes to the same bytes, and so do
+// random messages. Captures and hex dumps of any bytes are shown in every form.
+#include <algorithm>
 #include <cstring>
 #include <memory>
 #include <optional>
@@ -8,8 +9,8 @@
 #include "core/tables/tables_in_use.h"
 #include "fuzz/check.h"
 #include "fuzz/damage.h"
-#include "fuzz/generated_message.h"
-#include "fuzz/generated_source.h"
+#include "tests/support/made_message.h"
+#include "tests/support/random_message.h"
 #include "tools/capture/capture_decoder.h"
 #include "tools/capture/message_writer.h"
 #include "tools/dictionary/dictionary_file.h"
@@ -25,283 +26,187 @@ namespace zel::fuzz {
 
 namespace {
 
-constexpr unsigned kMostFrames = 64;
+using test::Random;
 
+// The sample dictionary, in use from the first time on.
 class Dictionary {
 public:
-    explicit Dictionary(const tools::DictionarySource& source) : image_(tools::BuildDictionaryImage(source)) {
+    Dictionary() {
+        tools::Findings findings;
+        const tools::DictionarySource source = tools::ReadSourceFile(ZEL_SOURCE_DIR "/zeldata/sample.json", findings);
+        image_ = tools::BuildDictionaryImage(source);
         image::ImageView view;
         image::ImageFault fault{};
         Check(image::CheckImage(image_.data(), image_.size(), view, fault), fault.text);
         nodes_ = std::make_unique<char[]>(image::MessageTableSize(view));
-        tables_ = {view.dictionary, image::LinkMessageTable(view, nodes_.get()), view};
-        catalog_.emplace(tables_);
-        for (const ZELTypeNode* type = tables_.messages; type != nullptr; type = type->next) {
-            for (const ZELSubTypeNode* node = type->subTypes; node != nullptr; node = node->next) {
-                kinds_.push_back(catalog_->FindMessage(type->type, node->subType));
-            }
-        }
+        tables_ = {view.dictionary, image::LinkMessageTable(view, nodes_.get())};
+        catalog_.emplace(tools::DictionaryTables{tables_.dictionary, tables_.messages, view});
+        UseTables(tables_.dictionary, tables_.messages);
     }
-    const tools::DictionaryTables& tables() const { return tables_; }
+
+    static const Dictionary& Get() {
+        static const Dictionary dictionary;
+        return dictionary;
+    }
+
+    const test::Tables& tables() const { return tables_; }
     const tools::Catalog& catalog() const { return *catalog_; }
-    const std::vector<const tools::CatalogMessage*>& kinds() const { return kinds_; }
 
 private:
     std::vector<char> image_;
     std::unique_ptr<char[]> nodes_;
-    tools::DictionaryTables tables_{};
+    test::Tables tables_{};
     std::optional<tools::Catalog> catalog_;
-    std::vector<const tools::CatalogMessage*> kinds_;
 };
 
-const Dictionary& SampleDictionary() {
-    static const Dictionary dictionary = [] {
-        tools::Findings findings;
-        const tools::DictionarySource source = tools::ReadSourceFile(ZEL_SOURCE_DIR "/zeldata/sample.json", findings);
-        Check(CountErrors(findings) == 0, "the sample dictionary can be read");
-        return Dictionary(source);
-    }();
-    return dictionary;
+// The bytes of a line, or nothing when it cannot be written.
+std::optional<std::string> Encode(const std::string& line) {
+    tools::Findings findings;
+    const nlohmann::json json = tools::ParseJson(line, findings);
+    if (!findings.empty()) {
+        return std::nullopt;
+    }
+    tools::MessageWriter writer(Dictionary::Get().catalog());
+    try {
+        return std::string(writer.Write(json));
+    } catch (const tools::MessageError& error) {
+        Check(error.what()[0] != '\0', "a refused line has a reason");
+        return std::nullopt;
+    }
 }
 
-class Run {
-public:
-    Run(Input& input, const Dictionary& dictionary)
-        : input_(input), catalog_(dictionary.catalog()), kinds_(dictionary.kinds()) {
-        UseTables(dictionary.tables().fields, dictionary.tables().messages);
-    }
-    ~Run() {
-        StopUsingTables();
-        ReleasePlans();
-    }
-    Run(const Run&) = delete;
-    Run& operator=(const Run&) = delete;
+// In a form; `isTold`: something was wrong with it.
+std::string Decode(const tools::Frame& frame, tools::DecodedForm form, bool* isTold) {
+    tools::ByteOutput output{tools::kStandardError, ""};
+    tools::ErrorLines errors("", output);
+    tools::CaptureDecoder decoder(&Dictionary::Get().catalog(), form, {201, 202}, output, errors);
+    decoder.Decode(frame);
+    decoder.Finish();
+    *isTold = errors.any();
+    return output.text;
+}
 
-    void Go() {
-        const int kind = input_.Below(8);
-        if (kind == 0) {
-            return CheckLine(input_.Bytes(6000));
-        }
-        if (kind < 6) {
-            std::string line = Line();
-            if (kind == 5) {
-                Damage(input_, line, 0);
-            }
-            return CheckLine(line);
-        }
-        std::string capture = Capture();
-        if (kind == 6) {
-            return Read(Memory(capture));
-        }
-        CheckHex(capture);
-        Read(tools::HexInput(Memory(Dump(capture)), [](const std::string& /*text*/) {}));
-    }
+// In format 1 no id tells the receiver what is missing. What one of the later slots of an id held comes back in the
+// first: where the later one is mandatory, nobody can send that.
+bool LosesNothing(const tools::HeaderNumbers& header) {
+    const unsigned format = tools::FieldFormat(header.flags);
+    const tools::CatalogMessage* kind =
+        Dictionary::Get().catalog().FindMessage(static_cast<std::int16_t>(tools::HighHalf(header.msgType)),
+                                                static_cast<std::int16_t>(tools::LowHalf(header.msgType)));
+    return std::none_of(kind->entries.begin(), kind->entries.end(), [&](const tools::CatalogEntry& entry) {
+        return format == 1 ? entry.field->type == kZELBytes10 || tools::Version(header.flags) != 0
+                           : format > 2 || entry.rank > 1 || entry.before > 0;
+    });
+}
 
-private:
-    std::string Line() {
-        if (kinds_.empty()) {
-            return "{}";
-        }
-        return GenerateMessage(input_, *kinds_[input_.Byte() % kinds_.size()]);
+// What a frame decodes to encodes to the same bytes.
+void CheckBytes(const std::string& bytes, bool isOurs) {
+    tools::FrameHead head{};
+    const bool isFramed = bytes[0] == 1 &&
+                          tools::ReadFrameHead(bytes.data(), bytes.size(), head) == tools::FrameHeadState::kGood &&
+                          head.size + static_cast<std::size_t>(head.length) == bytes.size();
+    const std::size_t messageAt = isFramed ? head.size : 0;
+    tools::HeaderNumbers header{};
+    Check(tools::ReadHeader(bytes.data() + messageAt, bytes.size() - messageAt, header), "each message has a header");
+    bool isTold = false;
+    const std::string line = Decode({bytes.data(), bytes.size(), messageAt, 0, 1}, tools::DecodedForm::kJson, &isTold);
+    Check(!isTold || !isOurs, "what an object packed decodes");
+    if (!isTold && LosesNothing(header)) {
+        Check(Encode(line) == bytes, "what a message decodes to encodes to the same bytes");
     }
+}
 
-    // The bytes of a line, or nothing when it cannot be written.
-    std::optional<std::string> Encode(const std::string& line) {
-        tools::Findings findings;
-        const nlohmann::json json = tools::ParseJson(line, findings);
-        if (!findings.empty()) {
-            return std::nullopt;
-        }
-        tools::MessageWriter writer(catalog_);
-        try {
-            return std::string(writer.Write(json));
-        } catch (const tools::MessageError& error) {
-            Check(error.what()[0] != '\0', "a refused line has a reason");
-            return std::nullopt;
+void CheckLine(const std::string& line) {
+    if (const std::optional<std::string> bytes = Encode(line)) {
+        CheckBytes(*bytes, false);
+    }
+}
+
+std::string RandomFrame(Random& input) {
+    std::vector<std::pair<short, const ZELSubTypeNode*>> kinds;
+    for (const ZELTypeNode* type = Dictionary::Get().tables().messages; type != nullptr; type = type->next) {
+        for (const ZELSubTypeNode* node = type->subTypes; node != nullptr; node = node->next) {
+            kinds.emplace_back(type->type, node);
         }
     }
+    const auto& [type, node] = kinds[input.Byte() % kinds.size()];
+    const int format = input.Below(3);
+    CZELMessage object(0, 0);
+    test::FillRandomly(object, Dictionary::Get().tables(), type, *node, static_cast<short>(input.Below(4)), format == 1,
+                       input);
+    object.message->format = static_cast<unsigned short>(format);
+    object.message->userData = input.Byte();
+    object.shortFrame = input.Below(2);
+    object.sequence = 1;
+    return test::Pack(object);
+}
 
-    struct Decoded {
-        std::string text;
-        bool isTold;  // something was wrong with it
+// Shows each frame of a capture, which comes in pieces, in a form.
+void Read(Random& input, const std::string& capture, bool isHex) {
+    const auto form = static_cast<tools::DecodedForm>(input.Below(4));
+    const bool isUnframed = input.OneIn(8);
+    const auto most = static_cast<std::size_t>(input.Byte()) + 1;
+    tools::ByteInput bytes = [&capture, most, at = std::size_t{0}](char* to, std::size_t size) mutable {
+        const std::size_t count = capture.copy(to, std::min(size, most), at);
+        at += count;
+        return count;
     };
-
-    Decoded Decode(const tools::Frame& frame, tools::DecodedForm form) {
-        tools::ByteOutput output{tools::kStandardError, ""};
-        tools::ErrorLines errors("", output);
-        const std::set<std::uint16_t> streams = {201, 202, 9, 10};
-        tools::CaptureDecoder decoder(&catalog_, form, streams, output, errors);
-        decoder.Decode(frame);
-        decoder.Finish();
-        return {output.text, errors.any()};
-    }
-
-    // In format 1 no id tells the receiver what is missing. What one of the later slots of an id held comes back in the
-    // first: where the later one is mandatory, nobody can send that.
-    static bool LosesNothing(const tools::Catalog& catalog, const tools::HeaderNumbers& header) {
-        const unsigned format = tools::FieldFormat(header.flags);
-        const tools::CatalogMessage* kind =
-            catalog.FindMessage(static_cast<std::int16_t>(tools::HighHalf(header.msgType)),
-                                static_cast<std::int16_t>(tools::LowHalf(header.msgType)));
-        const auto isAgain = [](const tools::CatalogEntry& entry) { return entry.rank > 1 || entry.before > 0; };
-        if (format != 1) {
-            return format < 3 && std::none_of(kind->entries.begin(), kind->entries.end(), isAgain);
-        }
-        const auto isEmpty = [](const tools::CatalogEntry& entry) { return entry.field->type == kZELBytes10; };
-        return tools::Version(header.flags) == 0 && std::none_of(kind->entries.begin(), kind->entries.end(), isEmpty);
-    }
-
-    static tools::Frame FrameOf(const std::string& bytes, std::size_t messageAt) {
-        return {bytes.data(), bytes.size(), messageAt, 0, 1};
-    }
-
-    void CheckLine(const std::string& line) {
-        const std::optional<std::string> bytes = Encode(line);
-        if (!bytes) {
+    tools::FrameReader reader(isHex ? tools::HexInput(bytes, [](const std::string& /*text*/) {}) : bytes);
+    for (int frames = 0; frames < 64; ++frames) {
+        tools::Frame frame{};
+        std::string fault;
+        const tools::FrameState state = isUnframed ? reader.Rest(frame, fault) : reader.Next(frame, fault);
+        if (state == tools::FrameState::kEnd) {
             return;
         }
-        tools::FrameHead head{};
-        const bool isFramed =
-            (*bytes)[0] == 1 &&
-            tools::ReadFrameHead(bytes->data(), bytes->size(), head) == tools::FrameHeadState::kGood &&
-            head.size + static_cast<std::size_t>(head.length) == bytes->size();
-        tools::HeaderNumbers header{};
-        const std::size_t messageAt = isFramed ? head.size : 0;
-        Check(tools::ReadHeader(bytes->data() + messageAt, bytes->size() - messageAt, header),
-              "each message has a header");
-        const Decoded decoded = Decode(FrameOf(*bytes, messageAt), tools::DecodedForm::kJson);
-        if (decoded.isTold || !LosesNothing(catalog_, header)) {
-            return;
-        }
-        const std::optional<std::string> again = Encode(decoded.text);
-        Check(again.has_value(), "what a message decodes to can be encoded");
-        Check(again == bytes, "what a message decodes to encodes to the same bytes");
-    }
-
-    std::string Capture() {
-        std::string capture;
-        for (int count = input_.Below(4); count >= 0; --count) {
-            const int kind = input_.Below(4);
-            std::string frame = kind == 0 ? input_.Bytes(input_.Byte()) : Encode(Line()).value_or("");
-            if (kind > 1) {
-                Damage(input_, frame, 0);
-                // The length is right again.
-                if (frame.size() > 6 && input_.Below(8) != 0) {
-                    const std::size_t size = frame.size() - (frame[1] == 0x10 ? 4 : 6);
-                    frame[2] = static_cast<char>(size);
-                    frame[3] = static_cast<char>(size >> 8U);
-                }
-            }
-            capture += frame;
-        }
-        return capture;
-    }
-
-    tools::ByteInput Memory(std::string bytes) {
-        return [this, bytes = std::move(bytes), at = std::size_t{0}](char* to, std::size_t size) mutable {
-            const std::size_t few = static_cast<std::size_t>(input_.Byte()) + 1;
-            const std::size_t count = bytes.copy(to, input_.IsEmpty() ? size : std::min(size, few), at);
-            at += count;
-            return count;
-        };
-    }
-
-    void Read(tools::ByteInput bytes) {
-        const auto form = static_cast<tools::DecodedForm>(input_.Below(4));
-        const bool isUnframed = input_.OneIn(8);
-        tools::FrameReader reader(std::move(bytes));
-        for (unsigned frames = 0; frames < kMostFrames; ++frames) {
-            tools::Frame frame{};
-            std::string fault;
-            const tools::FrameState state = isUnframed ? reader.Rest(frame, fault) : reader.Next(frame, fault);
-            if (state == tools::FrameState::kEnd) {
-                return;
-            }
-            if (state == tools::FrameState::kFrame) {
-                Show(frame, form);
-                continue;
-            }
+        if (state != tools::FrameState::kFrame) {
             Check(!fault.empty(), "a refused frame has a reason");
             if (state == tools::FrameState::kLost && (isUnframed || !reader.Resynchronise())) {
                 return;
             }
+            continue;
         }
-    }
-
-    void Show(const tools::Frame& read, tools::DecodedForm form) {
         // Not a byte more than the frame has.
-        const auto exact = std::make_unique<char[]>(read.size);
-        std::memcpy(exact.get(), read.bytes, read.size);
-        tools::Frame frame = read;
-        frame.bytes = exact.get();
-        const Decoded decoded = Decode(frame, form);
-        if (form != tools::DecodedForm::kJson || decoded.isTold) {
-            return;
+        const test::ExactCopy exact(std::string_view(frame.bytes, frame.size));
+        frame.bytes = exact.data.get();
+        bool isTold = false;
+        const std::string text = Decode(frame, form, &isTold);
+        if (form == tools::DecodedForm::kJson && !isTold) {
+            // Whoever built it by other rules, what was read from it once is read from it again.
+            CheckLine(text);
         }
-        tools::Findings findings;
-        const nlohmann::json json = tools::ParseJson(decoded.text, findings);
-        Check(findings.empty(), "what a message decodes to is JSON");
-        // Whoever built it by other rules, what was read from it once is read from it again.
-        CheckLine(decoded.text);
     }
+}
 
-    // As dumps have it.
-    std::string Dump(const std::string& bytes) {
-        std::string text;
-        const std::size_t width = static_cast<std::size_t>(input_.Below(32)) + 1;
-        const bool hasOffsets = input_.Below(2) == 0;
-        for (std::size_t at = 0; at < bytes.size(); at += width) {
-            const std::string line = bytes.substr(at, width);
-            if (hasOffsets) {
-                const char offset[] = {static_cast<char>(at >> 8U), static_cast<char>(at)};
-                tools::AppendHex(text, offset, 2);
-                text += ": ";
-            }
-            tools::AppendSpacedHex(text, line.data(), line.size());
-            if (input_.OneIn(4)) {
-                text += "  " + std::string(line.size(), '.');
-            }
-            text += '\n';
-        }
-        if (input_.Below(2) == 0) {
-            Damage(input_, text, 0);
-        }
-        return text;
+void Run(Random& input) {
+    const int kind = input.Below(8);
+    if (kind == 0) {
+        return CheckLine(input.Rest());
     }
-
-    static void CheckHex(const std::string& bytes) {
-        std::string digits;
-        std::string parsed;
-        std::string fault;
-        tools::AppendHex(digits, bytes.data(), bytes.size());
-        Check(tools::ParseHex(digits, parsed) && parsed == bytes, "hex digits are those of their bytes");
-        digits.clear();
-        parsed.clear();
-        tools::AppendSpacedHex(digits, bytes.data(), bytes.size());
-        Check(tools::HexLines().Read(digits, parsed, fault) && parsed == bytes, "a line of hex is that of its bytes");
+    const std::string frame = RandomFrame(input);
+    if (kind < 3) {
+        return frame.empty() ? void() : CheckBytes(frame, true);
     }
-
-    Input& input_;
-    const tools::Catalog& catalog_;
-    const std::vector<const tools::CatalogMessage*>& kinds_;
-};
+    bool isTold = false;
+    std::string text = frame;
+    if (kind == 3 && !frame.empty()) {
+        text =
+            Decode({frame.data(), frame.size(), frame[1] == 0x10 ? 4U : 6U, 0, 1}, tools::DecodedForm::kJson, &isTold);
+    } else if (kind > 5) {
+        text.clear();
+        tools::AppendSpacedHex(text, frame.data(), frame.size());
+    }
+    Random choices(input.Long());
+    Damage(input, text);
+    kind == 3 ? CheckLine(text) : Read(choices, text + frame, kind > 5);
+}
 
 }  // namespace
 
 }  // namespace zel::fuzz
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    using namespace zel::fuzz;
-    Input input(data, size);
-    if (input.Below(4) != 3) {
-        Run(input, SampleDictionary()).Go();
-        return 0;
-    }
-    zel::tools::Findings findings;
-    const zel::tools::DictionarySource source = CheckedSource(GenerateSource(input, false), findings);
-    if (CountErrors(findings) == 0) {
-        const Dictionary dictionary(source);
-        Run(input, dictionary).Go();
-    }
+    zel::test::Random input(data, size);
+    zel::fuzz::Run(input);
     return 0;
 }

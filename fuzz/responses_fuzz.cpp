@@ -1,195 +1,91 @@
-// Frames as a peer could send them, packed or made up and then damaged: ProcessRsp, getHeaderInfo and unpacking, with
-// the frame and without it, agree on what they are.
-#include <cstring>
-#include <memory>
-#include <string>
-#include <string_view>
-
+// Frames as a peer could send them: ProcessRsp, getHeaderInfo, validating and unpacking, with the frame and without it,
+// agree on what they are, down to the reports.
 #include "core/message_validate.h"
+#include "core/wire/frame.h"
 #include "fuzz/check.h"
-#include "fuzz/damage.h"
-#include "fuzz/exact_copy.h"
-#include "fuzz/generated_tables.h"
-#include "fuzz/input.h"
-#include "fuzz/received_bytes.h"
-#include "fuzz/transcript.h"
-#include "include/zelmessage.h"
+#include "fuzz/received_message.h"
+#include "tests/support/made_message.h"
+#include "tests/support/recorded_reports.h"
 
 namespace zel::fuzz {
 
 namespace {
 
-constexpr int kMostSteps = 8;
 constexpr short kUntouched = -7;
 
-// Tables by the number that they are made from. Those of the run before stay in use while the number is the same: to
-// make them costs more than a run.
-const GeneratedTables& UseTables(std::uint8_t number) {
-    static std::unique_ptr<const GeneratedTables> tables;
-    static std::uint8_t madeFrom = 0;
-    if (tables == nullptr || madeFrom != number) {
-        std::string noise;
-        std::uint32_t state = number;
-        for (int i = 0; i < 512; ++i) {
-            state = state * 1664525U + 1013904223U;
-            noise += static_cast<char>(state >> 24U);
-        }
-        Input input(reinterpret_cast<const std::uint8_t*>(noise.data()), noise.size());
-        tables.reset();
-        tables = std::make_unique<const GeneratedTables>(input);
-        madeFrom = number;
+// The message in a frame, mostly a good one.
+std::string Framed(test::Random& input, const std::string& message) {
+    const int nibble = input.OneIn(16) ? input.Below(16) : input.Below(2) == 0 ? 1 : 3;
+    const int shorter = input.OneIn(16) ? input.Byte() : 0;
+    std::string framed(nibble == 1 ? 4 : 6, input.OneIn(32) ? '\x02' : '\x01');
+    framed[1] = static_cast<char>(nibble << 4);
+    // Only the long frame is known to take 6 bytes.
+    const auto behind = static_cast<int>(message.size()) + (framed.size() == 6 && nibble != 3 ? 2 : 0);
+    if (nibble == 1) {
+        StoreU16Le(framed.data() + 2, static_cast<std::uint16_t>(behind - shorter));
+    } else {
+        StoreU32Le(framed.data() + 2, static_cast<std::uint32_t>(behind - shorter));
     }
-    return *tables;
-}
-
-// A message that an object packed, or "".
-std::string PackedMessage(Input& input, int subType) {
-    CZELMessage object(static_cast<short>(input.Below(4)), input.Below(2));
-    object.msgType = GeneratedTables::kType;
-    object.subType = static_cast<short>(subType);
-    object.repeatCount = static_cast<short>(input.Below(6));
-    object.compressMode = input.OneIn(4) ? input.Below(4) : 0;
-    object.shortFrame = input.OneIn(4) ? 1 : 0;
-    object.createStruct();
-    if (object.message == nullptr) {
-        return "";
-    }
-    const std::string value = input.Bytes(40) + std::string(300, '\0');
-    int passed[256] = {};
-    for (int i = 0; i < object.message->dataBuf->count && i < kMostShown; ++i) {
-        const _field_data& slot = object.message->dataBuf->fields[i];
-        const auto occurrence = static_cast<short>(++passed[slot.id % 256U]);
-        if (slot.length <= 256) {
-            object.setFieldValue(static_cast<short>(slot.id), value.data() + i % 30, occurrence);
-        }
-    }
-    const auto buffer = std::make_unique<char[]>(kZELMaxFrame);
-    long length = 0;
-    return object.packMessage(buffer.get(), &length) == 0 ? std::string(buffer.get(), static_cast<std::size_t>(length))
-                                                          : "";
-}
-
-std::size_t MessageAt(std::string_view framed) {
-    return static_cast<unsigned char>(framed[1]) >> 4U == 3 ? 6 : 4;
+    return framed + message;
 }
 
 struct Response {
-    int result;
-    short msgType;
-    short subType;
+    int result = 0;
+    short types[2] = {kUntouched, kUntouched};
+    std::string reports{};
+
+    bool operator==(const Response&) const = default;
 };
 
-// `framed` is a whole frame whose length holds, or is below that, or is negative.
+void CheckObject(const CZELMessage& object, const Response& response, const short (&numbers)[6]) {
+    Check(object.msgType == response.types[0] && object.subType == response.types[1], "the type of its response");
+    Check(numbers[1] == object.serviceIdHigh && numbers[2] == object.serviceIdLow && numbers[3] == object.msgType &&
+              numbers[4] == object.subType && numbers[5] == object.repeatCount,
+          "an object has the numbers of what it received");
+    Check(object.message == nullptr ||
+              (object.message->format == numbers[0] && object.message->msgType == object.msgType &&
+               object.message->subType == object.subType && object.message->serviceIdLow == object.serviceIdLow),
+          "a message agrees with its object");
+}
+
 void Receive(const std::string& framed) {
-    const auto exact = ExactCopy(framed);
-    CZELMessage object(0, 0);
+    static CZELMessage with(0, 0);
+    static CZELMessage without(0, 0);
+    test::RecordedReports reports;
+    const test::ExactCopy bytes(framed[0] == kSoh ? framed : framed.substr(0, 1));
     long length = kUntouched;
     short frameType = kUntouched;
-    const int isFrame = object.getHeaderInfo(exact.get(), &length, &frameType);
-    Check(framed[0] == 1 ? isFrame == 0 && frameType == static_cast<unsigned char>(framed[1]) >> 4U
-                         : isFrame == -1 && length == kUntouched && frameType == kUntouched,
-          "a frame begins with SOH");
-
-    Transcript reports;
-    ZELSetErrorSink(&Transcript::Record, &reports);
-    Response response{0, kUntouched, kUntouched};
-    response.result = ProcessRsp(exact.get(), 0, &response.msgType, &response.subType, 0);
-    ZELSetErrorSink(nullptr, nullptr);
-    Check((reports.text().find(" !1005 ") == 0) == (isFrame != 0), "a missing SOH is reported first");
-    if (isFrame != 0) {
-        Check(response.result == -1, "without a frame there is no message");
+    const bool isFrame = with.getHeaderInfo(bytes.data.get(), &length, &frameType) == 0;
+    Check(isFrame == (framed[0] == kSoh) && isFrame == (frameType != kUntouched), "a frame begins with SOH");
+    Response response;
+    reports.Take();
+    response.result = ProcessRsp(bytes.data.get(), 0, response.types, response.types + 1, 0);
+    response.reports = reports.TakeText();
+    const long unpacked = with.unpackMessage(bytes.data.get());
+    if (!isFrame) {
+        return Check(response.result == -1 && unpacked == -1, "without a frame there is no message");
     }
-
-    object.compressMode = kUntouched;
-    const long unpacked = object.unpackMessage(exact.get());
-    Check(response.result == 0 || unpacked == -1, "what is no response cannot be unpacked");
-    Check(response.result == 0 ? response.msgType == object.msgType && response.subType == object.subType
-                               : response.msgType == kUntouched && response.subType == kUntouched,
-          "a response has the type of its message");
-    Check(unpacked == 0 ? object.message != nullptr && object.message->msgType == object.msgType &&
-                              object.message->subType == object.subType
-                        : object.compressMode == kUntouched,
-          "an object and its message agree");
-    if (isFrame != 0) {
-        return;
-    }
-
-    // The same without its frame, as far as getHeaderInfo says that it reaches.
-    const std::string_view behind = std::string_view(framed).substr(MessageAt(framed));
-    const auto reach = static_cast<std::size_t>(std::max(length, 0L));
-    Check(length <= static_cast<long>(behind.size()), "a frame's length holds");
-    const auto message = ExactCopy(behind.substr(0, reach));
-    Transcript reportsWithout;
-    ZELSetErrorSink(&Transcript::Record, &reportsWithout);
-    Response without{0, kUntouched, kUntouched};
-    without.result = ProcessRspNoFrame(message.get(), length, &without.msgType, &without.subType);
-    ZELSetErrorSink(nullptr, nullptr);
-    Check(std::memcmp(&without, &response, sizeof response) == 0 && reportsWithout.text() == reports.text(),
-          "a response is the same with and without its frame");
-    short outputs[6] = {kUntouched, kUntouched, kUntouched, kUntouched, kUntouched, kUntouched};
-    Check(ValidateZELMsg(message.get(), length, outputs, outputs + 1, outputs + 2, outputs + 3, outputs + 4,
-                         outputs + 5) == response.result,
+    // The same without its frame, as far as the frame says that it reaches.
+    const test::ExactCopy message(
+        std::string_view(framed).substr(frameType == 3 ? 6 : 4, static_cast<std::size_t>(std::max(length, 0L))));
+    Response same;
+    reports.Take();
+    same.result = ProcessRspNoFrame(message.data.get(), length, same.types, same.types + 1);
+    same.reports = reports.TakeText();
+    Check(same == response, "a response is the same with and without its frame");
+    short numbers[6] = {};
+    Check(ValidateZELMsg(message.data.get(), length, numbers, numbers + 1, numbers + 2, numbers + 3, numbers + 4,
+                         numbers + 5) == response.result,
           "a response is a valid message");
+    Check(without.unpackMessageNoFrame(message.data.get(), length) == unpacked, "both are unpacked, or neither");
+    Check(response.result == 0 || unpacked == -1, "what is no response cannot be unpacked");
     if (response.result == 0) {
-        Check(outputs[1] == object.serviceIdHigh && outputs[2] == object.serviceIdLow && outputs[3] == object.msgType &&
-                  outputs[4] == object.subType && outputs[5] == object.repeatCount,
-              "an object has the numbers of what it received");
+        CheckObject(with, response, numbers);
+        CheckObject(without, response, numbers);
+        Check(unpacked != 0 || test::HasSameFields(*with.message, *without.message), "both have the same fields");
     }
-
-    CZELMessage other(0, 0);
-    other.compressMode = object.compressMode;
-    Check(other.unpackMessageNoFrame(message.get(), length) == unpacked,
-          "a message is unpacked with and without its frame, or neither way");
-    Transcript shown;
-    shown.Show(object);
-    Transcript shownWithout;
-    shownWithout.Show(other);
-    Check(shown.text() == shownWithout.text(), "a message is the same with and without its frame");
-    Check(unpacked != 0 || object.message->format == static_cast<unsigned short>(outputs[0]), "the format is known");
-}
-
-void RawBytes(Input& input) {
-    std::string framed(1, input.OneIn(8) ? static_cast<char>(input.Byte()) : '\x01');
-    const int nibble = input.Below(input.OneIn(8) ? 16 : 4);
-    if (framed[0] != '\x01') {
-        // Of what is no frame, no byte more is read.
-        const auto exact = ExactCopy(framed);
-        short type = kUntouched;
-        Check(ProcessRsp(exact.get(), 0, &type, &type, 0) == -1 && type == kUntouched, "no frame, no message");
-        framed.resize(6);
-        return Receive(framed);
-    }
-    framed += static_cast<char>(nibble << 4 | input.Below(16));
-    framed += input.Bytes(nibble == 1 ? 2 : 4);
-    framed += input.Bytes(input.Byte());
-    (void)SetFrameLength(framed);
-    // Less than there is, or nothing.
-    if (input.OneIn(4)) {
-        const std::size_t last = FrameSize(framed) - 1;
-        framed[2] = static_cast<char>(input.Byte() % (static_cast<unsigned char>(framed[2]) + 1U));
-        framed[last] = static_cast<char>(framed[last] | (input.OneIn(4) ? 0x80 : 0));
-    }
-    Receive(framed);
-}
-
-void Step(Input& input, const GeneratedTables& tables) {
-    const int choice = input.Below(8);
-    if (choice == 0) {
-        return RawBytes(input);
-    }
-    const int subType = input.Below(GeneratedTables::kSubTypes);
-    std::string framed = choice <= 3 ? PackedMessage(input, subType) : ForeignMessage(input, tables, subType);
-    if (framed.empty()) {
-        return;
-    }
-    if (choice == 1 || choice == 4) {
-        Damage(input, framed, MessageAt(framed));
-    } else if (choice == 2 || choice == 5) {
-        framed.resize(MessageAt(framed) + input.Short() % (framed.size() - MessageAt(framed) + 1));
-    }
-    if (SetFrameLength(framed)) {
-        Receive(framed);
-    }
+    with.destroyStruct();
+    without.destroyStruct();
 }
 
 }  // namespace
@@ -197,10 +93,10 @@ void Step(Input& input, const GeneratedTables& tables) {
 }  // namespace zel::fuzz
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    zel::fuzz::Input input(data, size);
-    const zel::fuzz::GeneratedTables& tables = zel::fuzz::UseTables(input.Byte());
-    for (int step = 0; step < zel::fuzz::kMostSteps && !input.IsEmpty(); ++step) {
-        zel::fuzz::Step(input, tables);
-    }
+    ZELSetMostRepetitions(500);
+    zel::test::Random input(data, size);
+    const zel::test::RandomTables& tables = zel::fuzz::UseTablesOf(input.Byte());
+    const std::string message = zel::fuzz::MakeReceived(input, tables).bytes;
+    zel::fuzz::Receive(zel::fuzz::Framed(input, message));
     return 0;
 }

@@ -3,44 +3,37 @@
 
 #include <gtest/gtest.h>
 
-#include <random>
-
 #include "core/message_unpack.h"
 #include "core/message_validate.h"
 #include "core/slots/message_model.h"
 #include "core/wire/field_codec.h"
 #include "core/wire/header.h"
 #include "tests/support/bytes.h"
+#include "tests/support/random.h"
 #include "tests/support/recorded_reports.h"
 #include "tests/support/test_tables.h"
 
 namespace zel::test {
 namespace {
 
-using Random = std::mt19937;
-
 constexpr unsigned short kIds[] = {kSide, kQty, kCode, kSymbol, kPrice, kLegs, kMark};
-
-int Below(Random& random, int limit) {
-    return static_cast<int>(random() % static_cast<unsigned>(limit));
-}
 
 // A message type with any list: ids several times, markers anywhere, groups that do not fit.
 class RandomType {
 public:
-    RandomType(TestTables& tables, Random& random) : list_(static_cast<std::size_t>(Below(random, 9))) {
+    RandomType(TestTables& tables, Random& random) : list_(static_cast<std::size_t>(random.Below(9))) {
         ZELSubTypeNode& node = tables.ChangeMessage(kVersions);
-        const bool distinct = Below(random, 2) == 0;
-        const int first = Below(random, 7);
+        const bool distinct = random.Below(2) == 0;
+        const int first = random.Below(7);
         for (std::size_t at = 0; at < list_.size(); ++at) {
             const std::size_t id = distinct ? (at + static_cast<std::size_t>(first)) % 7 : random() % 7;
             list_[at] = {kIds[id], 1};
         }
         node.fieldList = list_.data();
         node.fieldCount = static_cast<std::int16_t>(list_.size());
-        node.repeatFieldId = Below(random, 4) == 0 ? std::uint16_t{0} : kIds[random() % 7];
-        node.groupSize = static_cast<std::int16_t>(Below(random, 6) - 1);
-        repeatCount = static_cast<short>(Below(random, 5));
+        node.repeatFieldId = random.Below(4) == 0 ? std::uint16_t{0} : kIds[random() % 7];
+        node.groupSize = static_cast<std::int16_t>(random.Below(6) - 1);
+        repeatCount = static_cast<short>(random.Below(5));
         ids_ = Expand(node);
         message = CreateZelMsgStruct(1, kVersions, repeatCount);
     }
@@ -154,9 +147,9 @@ TEST(SlotIndex, PutsReceivedFieldsWhereTheyBelong) {
         int fields = 0;
         std::size_t next = 0;
         // Mostly in order, some left out, some anywhere.
-        for (; fields < 20 && (next < ids.size() || Below(random, 4) != 0); ++fields) {
-            next += Below(random, 6) == 0 ? 1U : 0U;
-            const bool inOrder = next < ids.size() && Below(random, 8) != 0;
+        for (; fields < 20 && (next < ids.size() || random.Below(4) != 0); ++fields) {
+            next += random.Below(6) == 0 ? 1U : 0U;
+            const bool inOrder = next < ids.size() && random.Below(8) != 0;
             const int id = inOrder ? ids[next++] : kIds[random() % 7];
             markers += id == kMark ? 1 : 0;
             const int slot = FreeSlot(ids, arrivals, id, markers);

@@ -7,24 +7,12 @@ namespace zel::test {
 
 namespace {
 
-int Below(Random& random, int limit) {
-    return static_cast<int>(random() % static_cast<unsigned>(limit));
-}
-
-std::string RandomBytes(Random& random, int length) {
-    std::string bytes;
-    for (int i = 0; i < length; ++i) {
-        bytes += static_cast<char>(Below(random, 256));
-    }
-    return bytes;
-}
-
 // Letters, or any bytes but 0.
 std::string RandomText(Random& random, int length) {
-    const bool anyBytes = Below(random, 4) == 0;
+    const bool anyBytes = random.Below(4) == 0;
     std::string text;
     for (int i = 0; i < length; ++i) {
-        text += static_cast<char>(anyBytes ? 1 + Below(random, 255) : 'A' + Below(random, 26));
+        text += static_cast<char>(anyBytes ? 1 + random.Below(255) : 'A' + random.Below(26));
     }
     return text;
 }
@@ -32,15 +20,15 @@ std::string RandomText(Random& random, int length) {
 // Records that have a text, now and then: random bytes hardly ever do.
 std::string RandomRecord(Random& random, std::uint16_t type) {
     constexpr short kCodes[] = {1, 2, 4, 8, 16, 32, 64, 128, 256, 10, 20, 30, 40, 50, 512, 599};
-    std::string bytes = RandomBytes(random, 8);
-    if (type == kZELMoney && Below(random, 2) == 0) {
-        const short code = kCodes[Below(random, std::size(kCodes))];
+    std::string bytes = random.Bytes(8);
+    if (type == kZELMoney && random.Below(2) == 0) {
+        const short code = random.Pick(kCodes);
         std::memcpy(bytes.data() + offsetof(_money, displayCode), &code, sizeof code);
     }
-    if (type == kZELDateTime && Below(random, 2) == 0) {
+    if (type == kZELDateTime && random.Below(2) == 0) {
         constexpr int kLimits[] = {32, 13, 256, 25, 60, 60, 1, 4};
         for (std::size_t i = 0; i < bytes.size(); ++i) {
-            bytes[i] = static_cast<char>(Below(random, kLimits[i]));
+            bytes[i] = static_cast<char>(random.Below(kLimits[i]));
         }
     }
     return bytes;
@@ -48,11 +36,11 @@ std::string RandomRecord(Random& random, std::uint16_t type) {
 
 void SetRandomly(CZELMessage& object, const ZELDictionaryField& field, short id, short occurrence, Random& random) {
     if (field.type == kZELText || field.type == kZELChars) {
-        const std::string text = RandomText(random, Below(random, 30) + (field.type == kZELChars ? 1 : 0));
+        const std::string text = RandomText(random, random.Below(30) + (field.type == kZELChars ? 1 : 0));
         return object.setFieldValue(id, text.c_str(), occurrence);
     }
     if (field.type == kZELBytes10 || field.type == kZELBytes11) {
-        const std::string bytes = RandomBytes(random, 1 + Below(random, 30));
+        const std::string bytes = random.Bytes(1 + random.Below(30));
         return object.setFieldValueBinary(id, bytes.data(), static_cast<short>(bytes.size()), occurrence);
     }
     object.setFieldValue(id, RandomRecord(random, field.type).data(), occurrence);
@@ -96,7 +84,7 @@ void FillRandomly(CZELMessage& object, const Tables& tables, short msgType, cons
         // that is there. The empty value of type 10 takes no byte, so positional receivers cannot see it.
         const bool needed = slot.presence == 2 || id == 140 || (positional && field.type == kZELBytes10);
         const bool dense = set[id] == occurrence - 1;
-        if (needed || (dense && Below(random, 4) != 0)) {
+        if (needed || (dense && random.Below(4) != 0)) {
             ++set[id];
             SetRandomly(object, field, id, occurrence, random);
         }

@@ -2,20 +2,13 @@
 #ifndef ZEL_TESTS_SUPPORT_RANDOM_MESSAGE_H
 #define ZEL_TESTS_SUPPORT_RANDOM_MESSAGE_H
 
-#include <random>
 #include <string>
 
 #include "include/zelmessage.h"
-#include "include/zelprovider.h"
+#include "tests/support/installed_tables.h"
+#include "tests/support/random.h"
 
 namespace zel::test {
-
-using Random = std::mt19937;
-
-struct Tables {
-    const ZELDictionaryHeader* dictionary;
-    const ZELTypeNode* messages;
-};
 
 const ZELDictionaryField& FieldOf(const Tables& tables, int id);
 

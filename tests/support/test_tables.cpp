@@ -1,21 +1,10 @@
 #include "tests/support/test_tables.h"
 
-#include <cstring>
-#include <utility>
-
 #include "core/tables/plan_table.h"
-#include "core/tables/tables_in_use.h"
 
 namespace zel::test {
 
-TestTables::TestTables() : records_(kHighest + 1), types_{} {
-    auto* header = reinterpret_cast<ZELDictionaryHeader*>(records_.data());
-    header->count = kHighest;
-    constexpr ZELFieldType kHeaderTypes[] = {kZELShort, kZELLong, kZELLong, kZELInt, kZELShort, kZELLong, kZELBytes11};
-    constexpr int kHeaderLengths[] = {2, 4, 4, 4, 2, 4, 0};
-    for (int id = 1; id <= 7; ++id) {
-        Define(id, kHeaderTypes[id - 1], kHeaderLengths[id - 1], "HDR");
-    }
+TestTables::TestTables() : InstalledTables(kHighest, 1) {
     Define(kSide, kZELShort, 2, "SIDE");
     Define(kQty, kZELLong, 4, "QTY");
     Define(kCount, kZELInt, 4, "COUNT");
@@ -34,11 +23,11 @@ TestTables::TestTables() : records_(kHighest + 1), types_{} {
     Define(kNote, kZELText, 0, "NOTE");
     Define(kNew2, kZELText, 0, "NEW2", 2);
     Define(kNew3, kZELShort, 2, "NEW3", 3);
-    Define(kOdd, static_cast<ZELFieldType>(12), 4, "ODD");
+    Define(kOdd, 12, 4, "ODD");
     Define(kMark, kZELShort, 2, "MARK");
     Define(kDest, kZELText, 0, "DEST");
 
-    AddMessage(0, 0,
+    AddMessage(kAllTypes, 0, 0,
                {{kSide, 2},
                 {kQty, 1},
                 {kCount, 0},
@@ -50,60 +39,28 @@ TestTables::TestTables() : records_(kHighest + 1), types_{} {
                 {kPrice, 1},
                 {kKey, 1},
                 {kBlob, 1}});
-    AddMessage(kLegs, 3, {{kSide, 2}, {kLegs, 1}, {kMark, 1}, {kLegSymbol, 1}, {kLegQty, 1}, {kNote, 1}});
-    AddMessage(kLegs, 2, {{kLegs, 1}, {kLegSymbol, 1}, {kLegQty, 1}, {kNote, 1}});
-    AddMessage(0, 0, {{kSide, 1}, {kNew2, 1}, {kNew3, 2}});
-    AddMessage(0, 0, {{kSide, 1}, {kOdd, 1}, {kHighest + 1, 1}});
-    AddMessage(kLegs, 9, {{kLegs, 1}, {kLegSymbol, 1}});
-    AddMessage(kQty, 1, {{kQty, 1}, {kLegSymbol, 1}});
-    for (std::size_t i = 0; i < nodes_.size(); ++i) {
-        nodes_[i].fieldList = lists_[i].data();
-        nodes_[i].next = i + 1 < nodes_.size() ? &nodes_[i + 1] : nullptr;
-    }
-    // The second node of the same type is never reached.
-    types_[0] = {1, &nodes_.front(), &types_[1]};
-    types_[1] = {1, nullptr, nullptr};
+    AddMessage(kMarkedGroup, kLegs, 3, {{kSide, 2}, {kLegs, 1}, {kMark, 1}, {kLegSymbol, 1}, {kLegQty, 1}, {kNote, 1}});
+    AddMessage(kPlainGroup, kLegs, 2, {{kLegs, 1}, {kLegSymbol, 1}, {kLegQty, 1}, {kNote, 1}});
+    AddMessage(kVersions, 0, 0, {{kSide, 1}, {kNew2, 1}, {kNew3, 2}});
+    AddMessage(kOddFields, 0, 0, {{kSide, 1}, {kOdd, 1}, {kHighest + 1, 1}});
+    AddMessage(kBadTable, kLegs, 9, {{kLegs, 1}, {kLegSymbol, 1}});
+    AddMessage(kLongCount, kQty, 1, {{kQty, 1}, {kLegSymbol, 1}});
     Install();
 }
 
 TestTables::~TestTables() {
-    UseTables(nullptr, nullptr);
     StopUsingTables();
     ReleasePlans();
 }
 
-void TestTables::Install() {
-    UseTables(reinterpret_cast<const ZELDictionaryHeader*>(records_.data()), types_);
-}
-
 ZELDictionaryField& TestTables::ChangeField(int id) {
     Install();
-    return records_[static_cast<std::size_t>(id)];
+    return Record(id);
 }
 
 ZELSubTypeNode& TestTables::ChangeMessage(SubType subType) {
     Install();
     return nodes_[static_cast<std::size_t>(subType) - 1];
-}
-
-void TestTables::Define(int id, ZELFieldType type, int length, const char* name, int version) {
-    ZELDictionaryField& field = records_[static_cast<std::size_t>(id)];
-    field.version = static_cast<std::int16_t>(version);
-    field.type = type;
-    field.length = static_cast<std::int16_t>(length);
-    std::strncpy(field.name, name, sizeof field.name - 1);
-    std::strncpy(field.text, "text of ", sizeof field.text - 1);
-    std::strncat(field.text, name, sizeof field.text - 10);
-}
-
-void TestTables::AddMessage(int repeatFieldId, int groupSize, std::vector<ZELFieldListEntry> list) {
-    ZELSubTypeNode node{};
-    node.subType = static_cast<std::int16_t>(nodes_.size() + 1);
-    node.repeatFieldId = static_cast<std::uint16_t>(repeatFieldId);
-    node.groupSize = static_cast<std::int16_t>(groupSize);
-    node.fieldCount = static_cast<std::int16_t>(list.size());
-    lists_.push_back(std::move(list));
-    nodes_.push_back(node);
 }
 
 }  // namespace zel::test

@@ -2,10 +2,7 @@
 #ifndef ZEL_TESTS_SUPPORT_TEST_TABLES_H
 #define ZEL_TESTS_SUPPORT_TEST_TABLES_H
 
-#include <deque>
-#include <vector>
-
-#include "include/zelprovider.h"
+#include "tests/support/installed_tables.h"
 
 namespace zel::test {
 
@@ -46,30 +43,16 @@ enum SubType : short {
     kLongCount = 7     // a group counted by a long
 };
 
-class TestTables {
+class TestTables : public InstalledTables {
 public:
     TestTables();
     ~TestTables();
-    TestTables(const TestTables&) = delete;
-    TestTables& operator=(const TestTables&) = delete;
 
-    const ZELDictionaryField& Field(int id) const { return records_[static_cast<std::size_t>(id)]; }
     const ZELSubTypeNode& Message(SubType subType) const { return nodes_[static_cast<std::size_t>(subType) - 1]; }
 
     // To be changed, before the core is used again. What changes of the header's fields counts after Install.
     ZELDictionaryField& ChangeField(int id);
     ZELSubTypeNode& ChangeMessage(SubType subType);
-
-    void Install();
-
-private:
-    void Define(int id, ZELFieldType type, int length, const char* name, int version = 1);
-    void AddMessage(int repeatFieldId, int groupSize, std::vector<ZELFieldListEntry> list);
-
-    std::vector<ZELDictionaryField> records_;
-    std::deque<std::vector<ZELFieldListEntry>> lists_;
-    std::deque<ZELSubTypeNode> nodes_;
-    ZELTypeNode types_[2];
 };
 
 }  // namespace zel::test
