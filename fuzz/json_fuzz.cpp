@@ -93,10 +93,11 @@ bool LosesNothing(const tools::HeaderNumbers& header) {
     const tools::CatalogMessage* kind =
         Dictionary::Get().catalog().FindMessage(static_cast<std::int16_t>(tools::HighHalf(header.msgType)),
                                                 static_cast<std::int16_t>(tools::LowHalf(header.msgType)));
-    return std::none_of(kind->entries.begin(), kind->entries.end(), [&](const tools::CatalogEntry& entry) {
-        return format == 1 ? entry.field->type == kZELBytes10 || tools::Version(header.flags) != 0
-                           : format > 2 || entry.rank > 1 || entry.before > 0;
-    });
+    return format < 3 &&
+           std::none_of(kind->entries.begin(), kind->entries.end(), [&](const tools::CatalogEntry& entry) {
+               return format == 1 ? entry.field->type == kZELBytes10 || tools::Version(header.flags) != 0
+                                  : entry.rank > 1 || entry.before > 0;
+           });
 }
 
 // What a frame decodes to encodes to the same bytes.
