@@ -1,5 +1,6 @@
 // Dictionary images as the provider opens them: of generated dictionaries with numbers and bytes changed, or any bytes,
 // the checksum made right again. What opens is read whole without fault, its messages travel, and it has a source.
+#include <algorithm>
 #include <cstring>
 #include <memory>
 
@@ -117,6 +118,11 @@ void Walk(const image::ImageView& view) {
             for (int i = 0; i < node->fieldCount; ++i) {
                 Check(FindFldRecord(static_cast<short>(node->fieldList[i].fieldId)) != nullptr, "lists have records");
             }
+            const auto* end = node->fieldList + node->fieldCount;
+            const auto* count = std::find_if(node->fieldList, end, [&](const ZELFieldListEntry& entry) {
+                return entry.fieldId == node->repeatFieldId;
+            });
+            Check(node->repeatFieldId == 0 || end - count > node->groupSize, "a group lies in its list");
             if (++messages <= kMostMessages && node->fieldCount <= kMostFields) {
                 Travel(type->type, *node);
             }

@@ -1,5 +1,6 @@
 #include "fuzz/received_message.h"
 
+#include <algorithm>
 #include <optional>
 #include <vector>
 
@@ -36,6 +37,12 @@ std::vector<std::uint16_t> SlotIds(const ZELSubTypeNode& node, int repetitions) 
     return ids;
 }
 
+// A field and where it begins in the payload.
+struct Field {
+    std::uint16_t id;
+    std::size_t begin;
+};
+
 class Maker {
 public:
     Maker(Random& input, const RandomTables& tables)
@@ -63,10 +70,12 @@ public:
             AddField(isOther ? tables_.FieldId(input_, subType_) : id, repetitions);
         }
         Header();
+        Swap();
         made_.bytes += made_.payload;
         if (input_.OneIn(16)) {
             made_.isInOrder = false;
             made_.bytes.resize(input_.Short() % (made_.bytes.size() + 1));
+            made_.swapped.clear();
         }
         return made_;
     }
@@ -79,8 +88,31 @@ private:
         return lies;
     }
 
+    // Markers and the count of repetitions stay where they are: they say where other fields belong.
+    bool Moves(const Field& field) const {
+        return field.id != kZELGroupMarker && field.id != tables_.Node(subType_).repeatFieldId;
+    }
+
+    void Swap() {
+        if (!made_.isInOrder || format_ == 1 || starts_.size() < 2) {
+            return;
+        }
+        const std::size_t at = input_.Byte() % (starts_.size() - 1);
+        const Field& one = starts_[at];
+        const Field& other = starts_[at + 1];
+        if (one.id != other.id && Moves(one) && Moves(other)) {
+            const std::size_t end = at + 2 < starts_.size() ? starts_[at + 2].begin : made_.payload.size();
+            made_.swapped = made_.payload;
+            const auto begin = made_.swapped.begin();
+            std::rotate(begin + static_cast<std::ptrdiff_t>(one.begin),
+                        begin + static_cast<std::ptrdiff_t>(other.begin), begin + static_cast<std::ptrdiff_t>(end));
+            made_.swapped.insert(0, made_.bytes);
+        }
+    }
+
     void AddField(std::uint16_t id, int repetitions) {
         ++fields_;
+        starts_.push_back({id, made_.payload.size()});
         const unsigned type = tables_.FieldOrNone(id).type;
         const int fixed = type < std::size(test::kWireSizes) && id != 0 ? test::kWireSizes[type] : 0;
         if (format_ != 1) {
@@ -125,6 +157,7 @@ private:
     int subType_;
     int format_;
     int fields_ = 0;
+    std::vector<Field> starts_;
     ReceivedMessage made_;
 };
 

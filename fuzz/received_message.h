@@ -12,6 +12,8 @@ namespace zel::fuzz {
 struct ReceivedMessage {
     std::string bytes;
     std::string payload;
+    std::string
+        swapped;  // of bytes in order: the same with two neighbours swapped, where that changes no slot; or empty
     bool isInOrder = true;  // each field of the list is there, in its place, and nothing is wrong with it
 };
 
