@@ -4,7 +4,7 @@
 
 #include <ctime>
 
-#include "include/zelmessage.h"
+#include "include/zelvalues.h"
 
 namespace zel {
 

@@ -4,7 +4,7 @@
 
 #include <cstdint>
 
-#include "include/zelmessage.h"
+#include "include/zelvalues.h"
 
 namespace zel {
 

@@ -3,7 +3,7 @@
 #ifndef ZEL_CONVERT_MONEY_DOUBLE_H
 #define ZEL_CONVERT_MONEY_DOUBLE_H
 
-#include "include/zelmessage.h"
+#include "include/zelvalues.h"
 
 namespace zel {
 

@@ -2,7 +2,7 @@
 #ifndef ZEL_CONVERT_MONEY_PARSE_H
 #define ZEL_CONVERT_MONEY_PARSE_H
 
-#include "include/zelmessage.h"
+#include "include/zelvalues.h"
 
 namespace zel {
 

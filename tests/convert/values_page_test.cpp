@@ -1,5 +1,5 @@
 // The examples of docs/values.md are what the library does.
-#include "include/zelmessage.h"
+#include "include/zelvalues.h"
 #include "tests/support/cases.h"
 
 namespace zel::test {

@@ -15,7 +15,7 @@ core         include runtime core/tables core/wire core/slots
 message      include runtime crush32 core core/tables core/wire core/slots
 convert      include runtime
 stream       include runtime core/tables
-zeldata      include runtime
+zeldata      include runtime core/tables/field_shape
 tools        include runtime zeldata core/tables core/wire
 '
 
