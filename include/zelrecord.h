@@ -137,7 +137,8 @@ typedef struct ZELGroup {
     uint32_t stride;       // from one repetition to the next
     uint32_t capacity;     // repetitions that the array has room for
     uint32_t countOffset;  // of a uint32_t: repetitions in use. The repeat-count field is sent from it, and the group's
-                           // markers are counted from 1: they are no members
+                           // markers are counted from 1: they are no members. With none in use the message has no
+                           // place for the fields after the group, and they are not sent
     const ZELMember* members;
     uint32_t memberCount;
 } ZELGroup;
@@ -223,7 +224,7 @@ typedef struct ZELReading {
                         // dictionary's list; or null
     uint32_t absentCapacity;
     uint32_t absentCount;   // out: how many there are, also beyond the capacity; 0 after a failure
-    ZELEnvelope* envelope;  // out, or null: written when the result is 0
+    ZELEnvelope* envelope;  // out, or null: written when the result is 0, but for `sequence`
     size_t used;            // out: bytes of the frame, also when its message is bad or of another type; else 0
 } ZELReading;
 

@@ -93,6 +93,31 @@ inline std::size_t BaseOf(const ZELBinding& binding, const PlanEntry& entry, std
     return entry.part == kInGroup ? binding.groupOffset + std::size_t{repetition} * binding.groupStride : 0;
 }
 
+// Steps that follow one another, and where their members lie in the record.
+struct StepRange {
+    const FieldStep* begin;
+    const FieldStep* end;
+    std::size_t base;
+    int repetition;  // -1 outside the group
+    Part part;
+};
+
+// The range after this one, of a message with so many repetitions. False: it was the last.
+inline bool NextRange(const ZELBinding& binding, std::uint32_t repetitions, StepRange& range) noexcept {
+    const MessagePlan& plan = *binding.plan;
+    const auto next = static_cast<std::uint32_t>(range.repetition + 1);
+    if (range.part == kAfterGroup) {
+        return false;
+    }
+    if (next < repetitions) {
+        range = {binding.steps + plan.groupBegin, binding.steps + plan.groupEnd,
+                 binding.groupOffset + std::size_t{next} * binding.groupStride, static_cast<int>(next), kInGroup};
+    } else {
+        range = {binding.steps + plan.groupEnd, binding.steps + plan.entryCount, 0, -1, kAfterGroup};
+    }
+    return true;
+}
+
 // Calls `handle` with each step, its entry, and its repetition, in the order of a message's slots, as long as it
 // returns 0; returns what it returned last. Without a repetition the fields after the group have no slots.
 template <typename Handle>

@@ -242,9 +242,14 @@ inline bool ClearMember(const FieldStep& step, char* base) noexcept {
         return true;
     }
     const bool isView = step.move == Move::kCharsView || step.move == Move::kBytesView;
-    std::memset(base + step.offset, 0, isView ? sizeof(void*) : step.size);
-    if (isView || step.move == Move::kBytes) {
-        std::memset(base + step.lengthOffset, 0, isView ? sizeof(std::size_t) : sizeof(std::uint32_t));
+    if (isView) {
+        StoreHost<const void*>(base + step.offset, nullptr);
+        StoreHost(base + step.lengthOffset, std::size_t{0});
+    } else {
+        std::memset(base + step.offset, 0, step.size);
+    }
+    if (step.move == Move::kBytes) {
+        StoreHost(base + step.lengthOffset, std::uint32_t{0});
     }
     if (step.presenceOffset == ZEL_NOWHERE) {
         return false;

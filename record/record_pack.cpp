@@ -57,58 +57,50 @@ template <short format>
     return out.next != nullptr ? 0 : kLeftToSlots;
 }
 
-// Packs the steps: those in front of the group, the group's once for each repetition, and those after it. 0, or
-// kLeftToSlots, or what is wrong with a member. `hasFilter`: fields may be too new.
+// Packs what the record has for the step: 0, or kLeftToSlots, or what is wrong with the member. `hasFilter`: fields may
+// be too new.
+template <short format, bool hasFilter>
+[[gnu::always_inline]] inline int PackStep(const FieldStep& step, const char* base, std::uint32_t number, int newest,
+                                           Writer& out, int& packed) noexcept {
+    const bool isTooNew = hasFilter && step.rule.version > newest;
+    const auto encode = [&](auto shape, const PlainValue& value) __attribute__((always_inline)) {
+        return Encode<format, shape()>(step.rule, value, out) ? 0 : kLeftToSlots;
+    };
+    const bool hasValue = step.move != Move::kNone || step.isNumber;
+    if (!IsPresent(step, base) || !hasValue) {
+        return PackUnset<format>(step, isTooNew, out, packed);
+    }
+    if (isTooNew) {
+        --packed;
+        return 0;
+    }
+    return step.move != Move::kNone ? UseMember(step, base, encode) : UseNumber(step, number, encode);
+}
+
+// Packs the steps: those in front of the group, the group's once for each repetition, and those after it.
 template <short format, bool hasFilter>
 int PackSteps(Packing& packing) noexcept {
     const ZELBinding& binding = packing.binding;
     const MessagePlan& plan = *binding.plan;
-    const std::uint32_t repetitions = packing.repetitions;
-    // Without a repetition the fields after the group have no place in the message.
-    const bool hasRest = repetitions != 0 || plan.groupBegin == plan.groupEnd;
     Writer out = packing.out;
     int packed = 0;
-    const FieldStep* step = binding.steps;
-    const FieldStep* end = step + plan.groupBegin;
-    const char* base = packing.record;
-    std::uint32_t number = repetitions;
-    for (std::uint32_t part = 0;;) {
-        packed += static_cast<int>(end - step);
-        for (; step != end; ++step) {
-            int result = 0;
-            const bool isTooNew = hasFilter && step->rule.version > packing.newest;
-            const auto encode = [&](auto shape, const PlainValue& value) __attribute__((always_inline)) {
-                return Encode<format, shape()>(step->rule, value, out) ? 0 : kLeftToSlots;
-            };
-            if (!IsPresent(*step, base)) {
-                result = PackUnset<format>(*step, isTooNew, out, packed);
-            } else if (isTooNew && (step->move != Move::kNone || step->isNumber)) {
-                --packed;
-            } else if (step->move != Move::kNone) {
-                result = UseMember(*step, base, encode);
-            } else {
-                result =
-                    step->isNumber ? UseNumber(*step, number, encode) : PackUnset<format>(*step, isTooNew, out, packed);
-            }
+    StepRange range{binding.steps, binding.steps + plan.groupBegin, 0, -1, kBeforeGroup};
+    std::uint32_t number = packing.repetitions;
+    do {
+        const char* const base = packing.record + range.base;
+        packed += static_cast<int>(range.end - range.begin);
+        for (const FieldStep* step = range.begin; step != range.end; ++step) {
+            const int result = PackStep<format, hasFilter>(*step, base, number, packing.newest, out, packed);
             if (result != 0) [[unlikely]] {
                 packing.at.fieldId = step->rule.id;
-                packing.at.repetition = part != 0 && part <= repetitions ? static_cast<int>(part) - 1 : -1;
+                packing.at.repetition = range.repetition;
                 return result;
             }
         }
-        number = ++part;
-        if (part <= repetitions) {
-            step = binding.steps + plan.groupBegin;
-            end = binding.steps + plan.groupEnd;
-            base = packing.record + binding.groupOffset + std::size_t{part - 1} * binding.groupStride;
-        } else if (part == repetitions + 1 && hasRest) {
-            step = binding.steps + plan.groupEnd;
-            end = binding.steps + plan.entryCount;
-            base = packing.record;
-        } else {
-            break;
-        }
-    }
+        number = static_cast<std::uint32_t>(range.repetition + 2);
+        // Without a repetition the fields after the group have no place in the message.
+    } while ((packing.repetitions != 0 || plan.groupBegin == plan.groupEnd) &&
+             NextRange(binding, packing.repetitions, range));
     packing.out = out;
     packing.packed = packed;
     return 0;

@@ -94,6 +94,50 @@ bool PassCount(Walk& walk, const FieldStep& step) noexcept {
            FitSlots(*walk.binding.plan, walk.repetitions);
 }
 
+// Takes the field at the reader for its step; false where the way of the message object is to look.
+template <short format>
+[[gnu::always_inline]] inline bool TakeField(const FieldStep& step, char* base, Reader& in) noexcept {
+    OnTheWire<format> source{in, {}};
+    if (FillMember(step, base, source) != 0) [[unlikely]] {
+        return false;
+    }
+    MarkPresent(step, base);
+    return true;
+}
+
+// Whether the field that is at the reader in place of the step's may come there.
+template <short format>
+bool MayLack(const FieldStep& step, const Reader& in) noexcept {
+    // Where a marker is missing nobody knows which repetition the next field is of.
+    return (format != kValueOnly && !step.isMarker) || Remaining(in) == 0;
+}
+
+// A group without markers leaves it to the fields which repetition they are of: each goes to the first that lacks it.
+// So none may come that an earlier repetition lacked.
+bool IsInPlace(const StepRange& range, FieldSet lacking, FieldSet& lacked) noexcept {
+    const bool isInPlace = (lacked & ~lacking) == 0 && (lacked == 0 || range.end - range.begin <= kMostInSet);
+    lacked |= lacking;
+    return isInPlace;
+}
+
+// Between the fields in front of the group and the group; nothing without one.
+template <short format>
+bool StartGroup(Walk& walk, char* record) noexcept {
+    const ZELBinding& binding = walk.binding;
+    const MessagePlan& plan = *binding.plan;
+    if (plan.groupBegin == plan.groupEnd) {
+        return true;
+    }
+    if (!PassCount<format>(walk, binding.steps[plan.groupBegin - 1])) {
+        return false;
+    }
+    if (binding.hasGroup) {
+        StoreHost(record + binding.countOffset, walk.repetitions);
+    }
+    // Without a repetition the slots of the message are of another order.
+    return walk.repetitions != 0 || Remaining(walk.in) == 0;
+}
+
 // Passes the steps, each once: a field that is the step's is taken, any other step's field did not arrive. False: the
 // way of the message object is to look. What the header says of the number of fields is looked at when all is done.
 template <short format>
@@ -101,72 +145,38 @@ bool PassSteps(Walk& walk, char* record) noexcept {
     const ZELBinding& binding = walk.binding;
     const MessagePlan& plan = *binding.plan;
     const bool hasCount = plan.groupBegin != plan.groupEnd;
-    Reader in = walk.in;
-    // A group without markers leaves it to the fields which repetition they are of: each goes to the first that lacks
-    // it. So none may come that an earlier repetition lacked.
-    const bool isUnmarked = plan.groupMarkers == 0;
     FieldSet lacked = 0;
-    int taken = 0;
-    int repetition = -1;
     // The count field is the last one in front of the group.
-    const FieldStep* begin = binding.steps;
-    const FieldStep* end = begin + plan.groupBegin - (hasCount ? 1 : 0);
-    char* base = record;
-    for (std::uint32_t part = 0;; ++part) {
+    StepRange range{binding.steps, binding.steps + plan.groupBegin - (hasCount ? 1 : 0), 0, -1, kBeforeGroup};
+    std::uint32_t repetitions = 0;
+    do {
+        char* const base = record + range.base;
+        Reader in = walk.in;
         FieldSet lacking = 0;
-        taken += static_cast<int>(end - begin);
-        for (const FieldStep* step = begin; step != end; ++step) {
+        int taken = static_cast<int>(range.end - range.begin);
+        for (const FieldStep* step = range.begin; step != range.end; ++step) {
             const char* const field = in.next;
-            if (IsOfStep<format>(*step, in)) [[likely]] {
-                OnTheWire<format> source{in, {}};
-                if (FillMember(*step, base, source) != 0) [[unlikely]] {
-                    return GiveUp(walk, field, *step, repetition);
-                }
-                MarkPresent(*step, base);
-                continue;
+            const bool isNext = IsOfStep<format>(*step, in);
+            if (isNext ? !TakeField<format>(*step, base, in) : !MayLack<format>(*step, in)) [[unlikely]] {
+                return GiveUp(walk, field, *step, range.repetition);
             }
-            // Where a marker is missing nobody knows which repetition the next field is of.
-            if ((format == kValueOnly || step->isMarker) && Remaining(in) != 0) {
-                return GiveUp(walk, field, *step, repetition);
+            if (!isNext) [[unlikely]] {
+                --taken;
+                NoteAbsent(*step, base, range.repetition, walk.reading);
+                lacking |= FieldSet{1} << (static_cast<std::size_t>(step - range.begin) % kMostInSet);
             }
-            --taken;
-            NoteAbsent(*step, base, repetition, walk.reading);
-            lacking |= FieldSet{1} << (static_cast<std::size_t>(step - begin) % kMostInSet);
         }
-        const bool isOutOfPlace = (lacked & ~lacking) != 0 || (lacked != 0 && end - begin > kMostInSet);
-        if (repetition >= 0 && isUnmarked && isOutOfPlace) {
-            return GiveUp(walk, in.next, *begin, repetition);
-        }
-        lacked |= repetition >= 0 ? lacking : 0;
         walk.in = in;
-        if (part == 0 && hasCount) {
-            if (!PassCount<format>(walk, binding.steps[plan.groupBegin - 1])) {
-                return false;
-            }
-            in = walk.in;
-            if (binding.hasGroup) {
-                StoreHost(record + binding.countOffset, walk.repetitions);
-            }
-            if (walk.repetitions == 0 && Remaining(in) != 0) {
-                // The slots of such a message are of another order.
-                return false;
-            }
+        walk.taken += taken;
+        const bool isLoose = range.part == kInGroup && plan.groupMarkers == 0;
+        if ((isLoose && !IsInPlace(range, lacking, lacked)) ||
+            (range.part == kBeforeGroup && !StartGroup<format>(walk, record))) {
+            return false;
         }
-        if (part < walk.repetitions && (binding.hasGroup || Remaining(in) != 0)) {
-            repetition = static_cast<int>(part);
-            begin = binding.steps + plan.groupBegin;
-            end = binding.steps + plan.groupEnd;
-            base = record + binding.groupOffset + std::size_t{part} * binding.groupStride;
-        } else if (end != binding.steps + plan.entryCount) {
-            repetition = -1;
-            begin = binding.steps + plan.groupEnd;
-            end = binding.steps + plan.entryCount;
-            base = record;
-        } else {
-            walk.taken += taken;
-            return true;
-        }
-    }
+        // Nobody wants to know what a group lacks that the layout has not.
+        repetitions = binding.hasGroup || Remaining(walk.in) != 0 ? walk.repetitions : 0;
+    } while (NextRange(binding, repetitions, range));
+    return true;
 }
 
 // Reads a payload by steps: 0, or kLeftToSlots.
