@@ -102,7 +102,7 @@ public:
     // Slot 2. The data dictionary, or null.
     virtual const ZELDictionaryHeader* dataDictionary() = 0;
 
-    // Slots 3 to 15: called by nobody.
+    // Slots 3 to 15: never called.
     virtual void* reserved3() = 0;
     virtual void* reserved4() = 0;
     virtual void* reserved5() = 0;

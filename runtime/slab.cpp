@@ -12,7 +12,7 @@ namespace {
 constexpr std::size_t kAddedRoom = 4096;
 static_assert(kAddedRoom % kCarveStep == 0);
 
-// Returns how many blocks are held then.
+// Returns the new number of held blocks.
 std::int32_t ChangeHeld(Slab& slab, std::int32_t change) noexcept {
     return std::atomic_ref<std::int32_t>(slab.heldAfterEnd).fetch_add(change, std::memory_order_acq_rel) + change;
 }

@@ -53,7 +53,7 @@ const Element* FindPart(const ImageHeader& header, const char* part, std::uint32
         Refuse(fault, "has its %s at the unaligned offset %u", part, offset);
         return nullptr;
     }
-    // Counts stay below 2^33 and elements below 2^8 bytes: no overflow.
+    // No overflow: counts are below 2^33, elements below 2^8 bytes.
     if (offset < sizeof header || offset > header.fileSize || count * sizeof(Element) > header.fileSize - offset) {
         Refuse(fault, "has its %s outside the file (offset %u, %llu elements)", part, offset,
                static_cast<unsigned long long>(count));
@@ -140,7 +140,7 @@ bool IsUsed(const ImageView& view, std::uint16_t id) noexcept {
     return id >= 1 && id <= view.dictionary->count && FieldRecord(view.dictionary, id).type != 0;
 }
 
-// The group must begin right behind the first entry of its repeat-count field and end within the list.
+// The group must follow the first entry of its repeat-count field directly and end within the list.
 bool CheckGroup(const ImageView& view, std::uint32_t number, ImageFault& fault) noexcept {
     const ImageSubType& message = view.subTypes[number];
     if (message.repeatFieldId == 0) {
@@ -180,7 +180,8 @@ bool CheckSubType(const ImageView& view, std::uint32_t number, std::uint32_t fir
     return CheckGroup(view, number, fault);
 }
 
-// Types take the sub-types in turn and sub-types the field lists, each to the last one. Messages are numbered from 0.
+// Every sub-type must belong to one type, and every field-list entry to one sub-type, in order. Messages are numbered
+// from 0.
 bool CheckMessages(const ImageView& view, ImageFault& fault) noexcept {
     std::uint32_t nextSubType = 0;
     for (std::uint32_t i = 0; i < view.header->typeCount; ++i) {
@@ -207,8 +208,8 @@ bool CheckMessages(const ImageView& view, ImageFault& fault) noexcept {
     return true;
 }
 
-// As many slots are taken as there are fields, and each field is found by its name: so the names differ, and no slot
-// holds anything else.
+// Each field must be found by its name, and as many slots be taken as there are fields. Then no two names are equal,
+// and no slot holds anything else.
 bool CheckNames(const ImageView& view, ImageFault& fault) noexcept {
     const std::uint32_t slotCount = view.header->nameSlotCount;
     if (slotCount == 0 || (slotCount & (slotCount - 1)) != 0) {

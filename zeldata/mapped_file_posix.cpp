@@ -50,7 +50,7 @@ bool MapDescriptor(int descriptor, MappedFile& file, MapFault& fault) noexcept {
 }  // namespace
 
 bool MapFile(const char* path, MappedFile& file, MapFault& fault) noexcept {
-    // Opening a named pipe must not wait for a writer.
+    // O_NONBLOCK: opening a named pipe must not wait for a writer.
     const int descriptor = open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK);
     if (descriptor < 0) {
         return RefuseWithErrno(fault, "cannot be opened");

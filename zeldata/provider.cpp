@@ -17,7 +17,7 @@ namespace {
 
 constexpr char kImageName[] = "zeldata.img";
 
-// Lies at the start of one block with its message-table nodes behind it.
+// One block: the object, then its message-table nodes.
 class ImageProvider final : public VormaZelData {
 public:
     ImageProvider(const MappedFile& file, const ImageView& view) noexcept
