@@ -119,7 +119,7 @@ bool IsSlash(std::string_view text, std::size_t at) noexcept {
     }
 }
 
-// Stores the time. `date` goes to day, month and year: 0 clears them, -1 keeps them.
+// Stores the time. `date` goes to day, month and year: kCleared or kKept.
 int StoreTime(const char* source, int date, unsigned char kind, _datetime* value) noexcept {
     if (source == nullptr || std::strlen(source) < 4) {
         return -1;

@@ -15,9 +15,9 @@ namespace {
 
 // Values of the format argument. All others print like kPlain, with a "-" after negative amounts as well.
 constexpr short kPlain = 0;
-constexpr short kGroupedSignBehind = 1;
+constexpr short kGroupedSignLast = 1;
 constexpr short kDollarShort = 2;
-constexpr short kGroupedSignAhead = 3;
+constexpr short kGroupedSignFirst = 3;
 
 // Whether (2h + 1) / 200, which is halfway between two hundredths, rounds up to h + 1 hundredths. The C library prints
 // the nearest double, which is above or below the half, or exactly the half: then the even neighbour is taken.
@@ -84,7 +84,7 @@ char* PutWhole(char* at, std::int32_t whole, bool negative, short format) noexce
     // The most negative amount stays negative when negated: its 11 characters include a "-".
     char digitText[11];
     const std::string_view digits{digitText, static_cast<std::size_t>(PutNumber(digitText, whole) - digitText)};
-    if (negative && format != kGroupedSignBehind) {
+    if (negative && format != kGroupedSignLast) {
         *at++ = '-';
     }
     if (format == kDollarShort && digits.size() >= 7) {
@@ -92,7 +92,7 @@ char* PutWhole(char* at, std::int32_t whole, bool negative, short format) noexce
         *PutText(at, digits) = '\0';
         return at;
     }
-    if (format == kGroupedSignBehind || format == kDollarShort || format == kGroupedSignAhead) {
+    if (format == kGroupedSignLast || format == kDollarShort || format == kGroupedSignFirst) {
         *at++ = '$';
         return PutGrouped(at, digits);
     }
@@ -103,7 +103,7 @@ char* PutWhole(char* at, std::int32_t whole, bool negative, short format) noexce
 
 char* PutDecimals(char* at, const MoneyParts& parts, short displayCode, short format) noexcept {
     *at++ = '.';
-    if (format == kGroupedSignAhead) {
+    if (format == kGroupedSignFirst) {
         at = PutPadded(at, RoundedHundredths(parts), 2);
     } else if (displayCode >= kLargeFormCode) {
         at = PutPadded(at, parts.numerator, 2);
@@ -139,7 +139,7 @@ char* PutPart(char* text, char* at, const MoneyParts& parts, const _money& money
         case kFractionType:
             return PutFraction(text, at, parts, negative);
         default:
-            if (format == kGroupedSignAhead) {
+            if (format == kGroupedSignFirst) {
                 at = PutText(at, ".00");
                 *at = '\0';
             }
@@ -169,7 +169,7 @@ extern "C" int ZELMoneyToStr(const _money* money, char* text, short format) noex
     }
     char* at = zel::PutWhole(text, parts.whole, negative, format);
     at = zel::PutPart(text, at, parts, *money, negative, format);
-    if (negative && format != zel::kPlain && format != zel::kDollarShort && format != zel::kGroupedSignAhead) {
+    if (negative && format != zel::kPlain && format != zel::kDollarShort && format != zel::kGroupedSignFirst) {
         *at++ = '-';
         *at = '\0';
     }

@@ -1,4 +1,4 @@
--- The protocol as Wireshark knows it: its filter fields, those of the dictionary among them, and its expert infos.
+-- What Wireshark knows of the protocol: the filter fields, with those of the dictionary, and the expert infos.
 local zel = Proto("zel", "ZEL message protocol")
 local filter_fields = {
     frame = ProtoField.none("zel.frame", "Frame"),
@@ -35,10 +35,10 @@ local filter_fields = {
     no_frame = ProtoField.bytes("zel.noframe", "No frame"),
 }
 
--- Errors: the library refuses the message. Warnings: it passes over something. Notes: odd, and taken as it is.
+-- Errors: the library refuses the message. Warnings: it skips something. Notes: odd, but accepted.
 local problems = {}
 
--- What a field is, behind its value.
+-- The description of a field, shown after its value.
 local function describe(id, field, type_name)
     local text = field.text ~= "" and ": " .. field.text or ""
     return " [" .. id .. ", " .. type_name .. ", version " .. field.version .. text .. "]"
@@ -81,7 +81,7 @@ do
     local MONEY = 9
 
     local used = {}
-    -- In lower case, of letters, digits and "_" alone; the id behind it tells those apart that would be the same.
+    -- Lower case, with letters, digits and "_" only; the id is appended to a name that is taken.
     local function filter_name(id, name)
         local filter = "zel.field." .. name:lower():gsub("[^%w_]", "_")
         if used[filter] then
