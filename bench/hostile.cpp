@@ -124,9 +124,9 @@ public:
         const std::chrono::duration<double, std::nano> spent = std::chrono::steady_clock::now() - begin;
         time_ = std::min(time_, spent.count() / static_cast<double>(repetitions));
     }
-    void Print(const char* what, const Cost& beside) const {
+    void Print(const char* what, const Cost& usual) const {
         std::printf("  %-58s %6zu bytes %9.0f ns %8.2f %9.1f KB %8.2f%s\n", what, message_.size(), time_,
-                    time_ / beside.time_, heap_ / 1000, heap_ / beside.heap_, result_ == 0 ? "" : "  refused");
+                    time_ / usual.time_, heap_ / 1000, heap_ / usual.heap_, result_ == 0 ? "" : "  refused");
     }
 
 private:
@@ -141,14 +141,14 @@ private:
     double heap_ = 0;
 };
 
-void Compare(const char* what, const Made& made, const Made& meansWell) {
+void Compare(const char* what, const Made& made, const Made& usualMessage) {
     Cost cost(made.Message());
-    Cost beside(meansWell.Message());
+    Cost usual(usualMessage.Message());
     for (int round = 0; round < kRounds; ++round) {
-        beside.Round();
+        usual.Round();
         cost.Round();
     }
-    cost.Print(what, beside);
+    cost.Print(what, usual);
 }
 
 void Quote(Made& made, std::uint32_t /*repetition*/) {
@@ -233,7 +233,7 @@ void CompareEmptyTexts() {
 }  // namespace
 
 int main() {
-    std::puts("What messages cost beside the first of each group: time, and bytes asked of the heap");
+    std::puts("What messages cost compared with the first of each group: time, and bytes of the heap");
     CZELMessage::init();
     CompareQuotes();
     CompareUnlistedIds();

@@ -41,7 +41,7 @@ enum Kind : unsigned {
 };
 constexpr unsigned kSeparators = kSpace | kSlash | kPoint | kApostrophe | kQuote | kBang;
 
-unsigned KindOf(char c) noexcept {
+unsigned KindOfCharacter(char c) noexcept {
     switch (c) {
         case ' ':
             return kSpace;
@@ -91,7 +91,7 @@ Scan ScanText(std::string_view text) noexcept {
             current.decimals = current.count <= kMostDecimals ? current.value : current.decimals;
             continue;
         }
-        const unsigned kind = KindOf(c);
+        const unsigned kind = KindOfCharacter(c);
         scan.kinds |= kind;
         const bool firstOfTwo = kind == kBang && i + 1 < text.size() && text[i + 1] == '!';
         scan.doubleBang = scan.doubleBang || firstOfTwo;

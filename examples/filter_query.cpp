@@ -139,7 +139,7 @@ int main() {
     CZELMessage::init();
     const bool ready = CZELMessage::getVormaZelData() != nullptr;
     if (!ready) {
-        std::fprintf(stderr, "no dictionary provider: is zeldata beside the library, with its image?\n");
+        std::fprintf(stderr, "no dictionary provider: is zeldata in the folder of the library, with its image?\n");
     }
     const bool done = ready && Query();
     CZELMessage::terminate();

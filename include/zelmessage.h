@@ -108,7 +108,7 @@ static_assert(offsetof(ZelMsgStruct, dataBuf) ==
 // `occurrence` is the 1-based number of a field that a repeating group holds several times; -1 means the first slot
 // with the id; 0, other negative numbers and numbers beyond the repetitions find nothing.
 //
-// The getters hand out pointers into the message. They stay good until the field is set again, the message is
+// The getters return pointers into the message. They are valid until the field is set again, the message is
 // destroyed, or another one is created or unpacked in the same object.
 class CZELMessage {
 public:

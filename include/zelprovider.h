@@ -1,4 +1,4 @@
-// The dictionary provider's interface, for authors of providers: the object that the entry point hands over, and the
+// The dictionary provider's interface, for authors of providers: the object that the entry point returns, and the
 // layouts of the data dictionary and the message table that it points to.
 //
 // A provider is a library named zeldata.dll (Windows) or libzeldata.so (Linux) that exports VORMA_DLL_ENTRY. The

@@ -80,7 +80,7 @@ do
         local id = read_word(data, at)
         if id == USER_DATA then
             if at + 5 > #data then
-                return refuse(tree, tvb, at, "ZEL_HDR_USER_DATA is not all there")
+                return refuse(tree, tvb, at, "ZEL_HDR_USER_DATA is cut off")
             end
             tree:add(filter_fields.user_data, tvb(at + 1, 4), read_long(data, at + 2))
             return at + 6
@@ -90,7 +90,7 @@ do
         end
         local size = read_word(data, at + 2)
         if not size or at + 3 + size > #data then
-            return refuse(tree, tvb, at, "ZEL_HDR_VAR_USER_DATA is not all there")
+            return refuse(tree, tvb, at, "ZEL_HDR_VAR_USER_DATA is cut off")
         end
         local item = tree:add(filter_fields.var_user_data, tvb(at + 3, size))
         local _, shown = value_text.text(sub(data, at + 4, at + 3 + size))
@@ -108,7 +108,7 @@ do
                 return refuse(tree, tvb, at, name .. " is missing")
             end
             if at + 1 + size > #data then
-                return refuse(tree, tvb, at, name .. " is not all there")
+                return refuse(tree, tvb, at, name .. " is cut off")
             end
             add_number[name](tree, tvb, data, at + 2, header)
             at = at + 2 + size
@@ -122,7 +122,7 @@ do
 
     local function compression_fault(data, at, expanded, compressed)
         if not expanded then
-            return "The lengths in front of the compressed data are not all there"
+            return "The lengths before the compressed data are cut off"
         end
         if expanded > MOST_PAYLOAD then
             return format("%d bytes before compression; a payload has at most %d", expanded, MOST_PAYLOAD)
@@ -130,7 +130,7 @@ do
         if compressed > #data - at + 1 - FRAMING then
             return format("%d bytes of compressed data announced, %d are there", compressed, #data - at + 1 - FRAMING)
         end
-        return format("The compressed data are damaged, or do not make %d bytes", expanded)
+        return format("The compressed data are damaged, or do not expand to %d bytes", expanded)
     end
 
     -- The unsigned lengths before compressed data; nil when they are cut off.

@@ -113,7 +113,7 @@ do
 
     -- A field whose length is unknown.
     local function lose(walk, first, id, found)
-        local text = format("The dictionary does not have the field %d: what it and those after it hold is lost", id)
+        local text = format("The dictionary does not have the field %d: it and the fields after it cannot be read", id)
         -- A receiver refuses the message if the number of repetitions may follow this field.
         local has_more = found + 1 < walk.header.field_count
         local hides_count = walk.count_id and not walk.has_count and has_more
@@ -142,7 +142,7 @@ do
         local first = walk.at
         local id = read_word(walk.data, first)
         if not id or id == NO_ID then
-            return give_up(walk, first, problems.field_cut, id and "The id 65535 is none" or "The payload ends within an id")
+            return give_up(walk, first, problems.field_cut, id and "The id 65535 is invalid" or "The payload ends within an id")
         end
         local field = dictionary.fields[id]
         if hides_next(walk, id, field) then
@@ -162,7 +162,7 @@ do
         local first = walk.at
         if not walk.slots then
             return give_up(walk, first, walk.message and problems.repetitions_bad or problems.fields_rest,
-                "Values that nobody can tell apart")
+                "Values of unknown types")
         end
         if found >= walk.slots.count then
             return give_up(walk, first, problems.field_unlisted, "Values after the last field of the message")

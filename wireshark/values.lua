@@ -85,7 +85,7 @@ do
             return item
         end
         local item = tree:add(field.text_filter, range, text, label)
-        item:add_proto_expert_info(problems.value_odd, field.name .. " has the display code " .. code .. ", which is none")
+        item:add_proto_expert_info(problems.value_odd, field.name .. " has the display code " .. code .. ", which is invalid")
         return item
     end
 

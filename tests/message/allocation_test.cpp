@@ -373,14 +373,14 @@ TEST(Allocations, FailAsDocumentedAndLoseNothing) {
         TestTables tables;
         RecordedReports reports;
         const Operations operations = AllOperations();
-        std::set<std::string> untold;
+        std::set<std::string> unlisted;
         for (const auto& [name, run] : operations) {
-            untold.insert(name);
+            unlisted.insert(name);
         }
         for (const Cells& row : ReadCases("tests/message/cases/failures.txt", 7)) {
             SCOPED_TRACE(row[0] + ", " + row[1]);
             ASSERT_TRUE(operations.contains(row[0]) && kPreparations.contains(row[1]));
-            untold.erase(row[0]);
+            unlisted.erase(row[0]);
             Failing operation(operations, row, reports);
             const int requests = operation.requests();
             EXPECT_EQ(requests, std::stoi(row[2]));
@@ -392,7 +392,7 @@ TEST(Allocations, FailAsDocumentedAndLoseNothing) {
             }
             EXPECT_EQ(seen, expected);
         }
-        EXPECT_EQ(untold, std::set<std::string>{});
+        EXPECT_EQ(unlisted, std::set<std::string>{});
         CrushShutDown();
     }
     EXPECT_EQ(LiveBlocks(), live);

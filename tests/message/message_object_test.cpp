@@ -308,7 +308,7 @@ TEST_F(MessageObject, KeepsReplacedValuesUntilTheMessageEnds) {
     object_.setFieldValueBinary(kSide, "\1\2", 2, -1);
     object_.setFieldValueBinary(kSide, "\3\4", 2, -1);
     EXPECT_EQ(std::string(first, 5), "first");
-    EXPECT_GT(LiveBlocks(), empty) << "the long text has found no room beside the slots";
+    EXPECT_GT(LiveBlocks(), empty) << "the long text found no room after the slots";
     EXPECT_EQ(object_.message->numFields, 4) << "every call counts";
     object_.createStruct();
     EXPECT_EQ(LiveBlocks(), empty);
