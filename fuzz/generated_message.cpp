@@ -91,7 +91,7 @@ private:
         }
     }
 
-    // The ids of the entries, each before or after the earlier ones.
+    // The ids of the entries in a random order, as JSON.
     std::string Order() {
         std::vector<std::string> ids;
         for (const tools::CatalogEntry& entry : kind_.entries) {

@@ -120,7 +120,7 @@ void Travel(Input& input, short msgType, const ZELSubTypeNode& node) {
     if (sent.message == nullptr) {
         return;
     }
-    // As many bytes as any type reads; short as a text.
+    // As many bytes as any type reads, but a text of at most four.
     std::string value(kZELMaxPayload, '\0');
     value.replace(0, 4, input.Bytes(4));
     for (int i = 0; i < node.fieldCount; ++i) {

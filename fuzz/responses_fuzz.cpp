@@ -151,7 +151,7 @@ void RawBytes(Input& input) {
     std::string framed(1, input.OneIn(8) ? static_cast<char>(input.Byte()) : '\x01');
     const int nibble = input.Below(input.OneIn(8) ? 16 : 4);
     if (framed[0] != '\x01') {
-        // Bytes that are not a frame are not read to their end.
+        // An exact copy: nothing may be read after bytes that are not a frame.
         const auto exact = ExactCopy(framed);
         short type = kUntouched;
         Check(ProcessRsp(exact.get(), 0, &type, &type, 0) == -1 && type == kUntouched, "no frame, no message");
