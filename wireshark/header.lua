@@ -16,7 +16,7 @@ do
     -- Packing: the payload is compressed, unless it is also marked as uncompressed.
     local COMPRESSED, MARKED_PLAIN = 4, 8
 
-    -- A bit or a digit of the flags is what is left when those above are taken away.
+    -- One hex digit of the flags.
     local function nibble(flags, shift)
         return floor(flags / shift) % 16
     end

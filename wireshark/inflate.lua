@@ -57,14 +57,14 @@ do
         return value
     end
 
-    -- Takes bytes that were read ahead first.
+    -- The place of the next byte. Bytes that were only read ahead come again.
     local function next_byte(state)
         return state.at - floor(state.left / 8)
     end
 
-    -- A code made of the length of each symbol's word, lengths[0] to lengths[count - 1]: how many words there are of each
-    -- length, and the symbols in the order of their words. Nil when the lengths make no code, or one that is not complete:
-    -- a single word of one bit may be, and no words at all, which fails when a word is read.
+    -- Makes a code from the length of each symbol's word, lengths[0] to lengths[count - 1]: the number of words of each
+    -- length, and the symbols in the order of their words. Nil when the lengths do not make a complete code. A single word
+    -- of one bit is allowed, and so is no word at all: then reading a word fails.
     local function make_code(lengths, count)
         local counts, offsets, symbols = {}, {0}, {}
         for length = 0, LONGEST_CODE do

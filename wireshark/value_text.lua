@@ -138,7 +138,7 @@ do
         end
     end
 
-    -- What is no number, or nothing, in a value of `digits` hex digits.
+    -- The text of a NaN, an infinity or a zero; nil for other numbers. `nan` are the hex digits of the usual NaN.
     local function special(number, bits, nan)
         if number ~= number then
             return bits == nan and '"NaN"' or '{"hex":"' .. bits .. '"}'

@@ -3,7 +3,7 @@
 
     check.py ZEL SOURCE_FOLDER WORK_FOLDER
 
-Exit status 77: nothing was tested, because tshark is not here.
+Exit status 77: nothing was tested, because tshark is not installed.
 """
 import collections
 import json
