@@ -138,21 +138,28 @@ private:
 
     // In format 1 no id tells the receiver what is missing. What one of the later slots of an id held comes back in the
     // first: where the later one is mandatory, nobody can send that.
-    static bool LosesNothing(const tools::Catalog& catalog, const tools::HeaderNumbers& header) {
-        const unsigned format = tools::FieldFormat(header.flags);
-        const tools::CatalogMessage* kind =
-            catalog.FindMessage(static_cast<std::int16_t>(tools::HighHalf(header.msgType)),
-                                static_cast<std::int16_t>(tools::LowHalf(header.msgType)));
-        const auto isAgain = [](const tools::CatalogEntry& entry) { return entry.rank > 1 || entry.before > 0; };
-        if (format != 1) {
-            return format < 3 && std::none_of(kind->entries.begin(), kind->entries.end(), isAgain);
+    static bool LosesNothing(const tools::Catalog& catalog, const ZelMsgStruct& header) {
+        const tools::CatalogMessage* kind = catalog.FindMessage(header.msgType, header.subType);
+        if (header.format != kValueOnly) {
+            std::set<const tools::CatalogField*> listed;
+            for (const tools::CatalogEntry& entry : kind->entries) {
+                listed.insert(entry.field);
+            }
+            return header.format <= kIdLengthAndValue && listed.size() == kind->entries.size();
         }
         const auto isEmpty = [](const tools::CatalogEntry& entry) { return entry.field->type == kZELBytes10; };
-        return tools::Version(header.flags) == 0 && std::none_of(kind->entries.begin(), kind->entries.end(), isEmpty);
+        return header.version == 0 && std::none_of(kind->entries.begin(), kind->entries.end(), isEmpty);
     }
 
-    static tools::Frame FrameOf(const std::string& bytes, std::size_t messageAt) {
-        return {bytes.data(), bytes.size(), messageAt, 0, 1};
+    // A message without a frame may look like one by chance, but the length hardly fits.
+    static tools::Frame FrameOf(const std::string& bytes) {
+        const short format = FrameFormatOf(bytes.data());
+        auto kind = tools::FrameKind::kNone;
+        if (bytes[0] == kSoh && (format == kShortFrame || format == kLongFrame) &&
+            MessageOffset(format) + FrameLengthOf(bytes.data(), format) == static_cast<long>(bytes.size())) {
+            kind = format == kShortFrame ? tools::FrameKind::kShort : tools::FrameKind::kLong;
+        }
+        return {bytes.data(), bytes.size(), kind, 0, 1};
     }
 
     void CheckLine(const std::string& line) {
@@ -160,17 +167,12 @@ private:
         if (!bytes) {
             return;
         }
-        tools::FrameHead head{};
-        const bool isFramed =
-            (*bytes)[0] == 1 &&
-            tools::ReadFrameHead(bytes->data(), bytes->size(), head) == tools::FrameHeadState::kGood &&
-            head.size + static_cast<std::size_t>(head.length) == bytes->size();
-        tools::HeaderNumbers header{};
-        const std::size_t messageAt = isFramed ? head.size : 0;
-        Check(tools::ReadHeader(bytes->data() + messageAt, bytes->size() - messageAt, header),
-              "each message has a header");
-        const Decoded decoded = Decode(FrameOf(*bytes, messageAt), tools::DecodedForm::kJson);
-        if (decoded.isTold || !LosesNothing(catalog_, header)) {
+        const tools::Frame frame = FrameOf(*bytes);
+        Reader message{frame.Message().data(), bytes->data() + bytes->size()};
+        HeaderView header{};
+        Check(ViewHeader(message, header), "each message has a header");
+        const Decoded decoded = Decode(frame, tools::DecodedForm::kJson);
+        if (decoded.isTold || !LosesNothing(catalog_, header.numbers)) {
             return;
         }
         const std::optional<std::string> again = Encode(decoded.text);

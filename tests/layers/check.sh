@@ -18,9 +18,9 @@ stream           include runtime core/tables
 zeldata          include runtime
 tools/io         include
 tools/text       include runtime zeldata tools/io
-tools/dictionary include runtime zeldata tools/io tools/text
-tools/capture    include runtime zeldata tools/io tools/text tools/dictionary
-tools/verbs      include runtime zeldata tools/io tools/text tools/dictionary tools/capture
+tools/dictionary include runtime zeldata core/tables tools/io tools/text
+tools/capture    include runtime zeldata core/tables core/wire tools/io tools/text tools/dictionary
+tools/verbs      include runtime zeldata core/tables core/wire tools/io tools/text tools/dictionary tools/capture
 tools            tools/io tools/verbs
 '
 

@@ -8,6 +8,7 @@
 #include <unordered_map>
 #include <utility>
 
+#include "core/tables/header_fields.h"
 #include "include/zelmessage.h"
 #include "tools/text/json_members.h"
 #include "zeldata/field_rules.h"
@@ -19,23 +20,12 @@ namespace {
 
 constexpr std::size_t kMaxTextLength = sizeof(ZELDictionaryField::text) - 1;
 
-struct HeaderField {
-    std::uint16_t id;
-    std::vector<std::uint16_t> types;
-    const char* expected;
-};
-
-const std::vector<HeaderField>& HeaderFields() {
-    static const std::vector<HeaderField> fields = {
-        {1, {kZELShort}, "short"},
-        {2, {kZELLong, kZELInt}, "long or int"},
-        {3, {kZELLong, kZELInt}, "long or int"},
-        {4, {kZELLong, kZELInt}, "long or int"},
-        {5, {kZELShort}, "short"},
-        {6, {kZELLong, kZELInt}, "long or int"},
-        {7, {kZELText, kZELBytes10, kZELBytes11}, "text, bytes10 or bytes11"},
-    };
-    return fields;
+// The types that a header field may have.
+const char* TypesOfHeaderField(HeaderFieldId id) {
+    if (id == kVarUserData) {
+        return "text, bytes10 or bytes11";
+    }
+    return kHeaderFields[id].width == 2 ? "short" : "long or int";
 }
 
 bool IsControl(char character) {
@@ -89,20 +79,18 @@ FieldById CheckFields(const DictionarySource& dictionary, Findings& findings) {
 }
 
 void CheckHeaderFields(const FieldById& byId, Findings& findings) {
-    for (const HeaderField& header : HeaderFields()) {
-        const auto found = byId.find(header.id);
+    for (std::uint16_t id = kFlags; id <= kHeaderFieldCount; ++id) {
+        const std::string expected = TypesOfHeaderField(static_cast<HeaderFieldId>(id));
+        const auto found = byId.find(id);
         if (found == byId.end()) {
             AddError(findings, "fields",
-                     "the header field " + std::to_string(header.id) + " is missing; expected one of type " +
-                         header.expected);
+                     "the header field " + std::to_string(id) + " is missing; expected one of type " + expected);
             continue;
         }
         const FieldSource& field = *found->second;
-        const bool fits = std::find(header.types.begin(), header.types.end(), field.type) != header.types.end();
-        if (!fits && field.type != 0) {
-            AddError(
-                findings, field.place + ".type",
-                "the header field " + std::to_string(header.id) + " has the wrong type; expected " + header.expected);
+        if (!FitsHeaderField(id, field.type) && field.type != 0) {
+            AddError(findings, field.place + ".type",
+                     "the header field " + std::to_string(id) + " has the wrong type; expected " + expected);
         }
     }
 }
@@ -120,7 +108,7 @@ void CheckEntry(const DictionarySource& dictionary, const EntrySource& entry, Fi
                    entry.field + " is mandatory and of version " + version +
                        ": a message of an older version that leaves it out cannot be sent");
     }
-    if (field->id >= 1 && field->id <= HeaderFields().back().id) {
+    if (field->id >= 1 && field->id <= kHeaderFieldCount) {
         AddWarning(findings, entry.place, entry.field + " is a header field, which every message carries anyway");
     }
 }

@@ -1,14 +1,12 @@
 #include <array>
-#include <cstdint>
-#include <cstring>
 #include <iostream>
 #include <memory>
 #include <optional>
 #include <string>
 #include <utility>
 
+#include "core/wire/value_bytes.h"
 #include "include/zelmessage.h"
-#include "runtime/byte_order.h"
 #include "tools/capture/library_reports.h"
 #include "tools/io/status.h"
 #include "tools/text/hex_text.h"
@@ -48,20 +46,19 @@ void ShowFormats(int (*render)(const Record*, char*, short) noexcept, const Reco
     }
 }
 
-template <std::size_t size>
-void ShowBytes(const char (&bytes)[size]) {
+// The record as it travels.
+template <Shape shape, typename Record>
+void ShowBytes(const Record& record) {
+    char bytes[FixedWireSize(shape)];
+    EncodeFixed<shape>(&record, bytes);
     std::string text;
-    AppendSpacedHex(text, bytes, size, kLowerHex);
+    AppendSpacedHex(text, bytes, sizeof bytes, kLowerHex);
     ShowLine("bytes", text);
 }
 
 // False when the library cannot take the record apart, nor show it.
 bool ShowMoneyRecord(const _money& money) {
-    // As it travels.
-    char bytes[6];
-    StoreU32Be(bytes, static_cast<std::uint32_t>(money.amount));
-    StoreU16Be(bytes + 4, static_cast<std::uint16_t>(money.displayCode));
-    ShowBytes(bytes);
+    ShowBytes<Shape::kMoney>(money);
     ShowLine("amount", std::to_string(money.amount));
     ShowLine("display code", std::to_string(money.displayCode));
     long whole = 0;
@@ -99,10 +96,7 @@ void ShowTimeFormats(const _datetime& value) {
 }
 
 void ShowDateTimeRecord(const _datetime& value) {
-    // It travels as it lies in memory.
-    char bytes[sizeof value];
-    std::memcpy(bytes, &value, sizeof value);
-    ShowBytes(bytes);
+    ShowBytes<Shape::kDateTime>(value);
     ShowLine("kind", std::to_string(value.kind));
 }
 
