@@ -64,7 +64,7 @@ protected:
     test::WorkFolder folder_{"zeldata/sample.json", "tests/tools/cases/small.json", "tests/tools/cases/newer.json"};
 };
 
-// The transcript has each command behind "$ " and below it all that it writes.
+// The transcript has each command after "$ ", and below it all that it writes.
 TEST_F(Verbs, WriteWhatTheTranscriptSays) {
     const std::string expected = test::ReadFile(CasePath("transcript.txt"));
     std::string written;

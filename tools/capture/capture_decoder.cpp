@@ -36,7 +36,7 @@ CaptureDecoder::CaptureDecoder(const Catalog* catalog, DecodedForm form, std::se
 }
 
 void CaptureDecoder::Complain(const Frame& frame, const std::string& text) {
-    errors_.AboutMessage(frame.offset, frame.number, text);
+    errors_.AddForMessage(frame.offset, frame.number, text);
 }
 
 void CaptureDecoder::Decode(const Frame& frame) {

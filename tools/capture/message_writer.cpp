@@ -136,7 +136,7 @@ void MessageWriter::ReadObject(const Json& object, std::size_t repetition, const
     const auto& others = repetition == 0 ? kind_->inside : kind_->outside;
     for (const auto& item : object.items()) {
         const std::string place = MemberPlace(where, item.key().c_str());
-        // What is behind the name or the id tells the fields of one id apart.
+        // The number in brackets tells the fields of one id apart.
         const std::size_t bracket = std::min(item.key().find('['), item.key().size());
         const CatalogField* field = catalog_.FindField(item.key());
         std::string key = item.key();

@@ -52,7 +52,7 @@ std::string LostFields(std::uint16_t announced, std::size_t found) {
 }
 
 std::string LostBytes(std::size_t count) {
-    return Counted(count, "byte") + " behind the last field left out";
+    return Counted(count, "byte") + " after the last field left out";
 }
 
 // The fields that a sender of this version packs in format 1: all that the version has.

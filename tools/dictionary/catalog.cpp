@@ -45,7 +45,7 @@ std::string MessageJson(const CatalogMessage& message) {
     return json;
 }
 
-// The group stands behind the first entry of the field that counts it.
+// The group follows the first entry of the field that counts it.
 void FindGroup(const ZELSubTypeNode& node, CatalogMessage& message) {
     message.groupStart = message.entries.size();
     const auto isCount = [&node](const CatalogEntry& entry) { return entry.field->id == node.repeatFieldId; };

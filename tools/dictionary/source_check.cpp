@@ -113,7 +113,7 @@ void CheckEntry(const DictionarySource& dictionary, const EntrySource& entry, Fi
     }
 }
 
-// The group begins behind the first entry of its repeat-count field, which therefore stands in the list once.
+// The group follows the first entry of its repeat-count field, so that field must be listed once.
 void CheckListedTwice(const MessageSource& message, Findings& findings) {
     const std::string countField = message.groupStart == 0 ? "" : message.entries[message.groupStart - 1].field;
     std::unordered_map<std::string, const EntrySource*> listed;
@@ -161,7 +161,7 @@ void CheckGroup(const DictionarySource& dictionary, const MessageSource& message
     const EntrySource& count = message.entries[message.groupStart - 1];
     const FieldSource* field = FindField(dictionary, count.field);
     if (message.groupSize == 0) {
-        AddError(findings, count.place, "the group behind it has no fields; expected one or more");
+        AddError(findings, count.place, "the group after it has no fields; expected one or more");
     }
     if (field != nullptr && field->type != 0 && !image::IsInteger(field->type)) {
         AddError(findings, count.place,
@@ -173,7 +173,7 @@ void CheckGroup(const DictionarySource& dictionary, const MessageSource& message
         AddWarning(findings, count.place,
                    count.field +
                        " is optional: a message without it is read as one of 0 repetitions, and what "
-                       "stands behind the group is lost");
+                       "stands after the group is lost");
     }
     CheckMarker(dictionary, message, findings);
 }

@@ -8,7 +8,7 @@
 
 namespace zel::tools {
 
-// The reader of the output has gone: nothing is left to do, and nobody to tell.
+// The reader closed the pipe. The verb ends without a complaint.
 struct OutputClosed : std::exception {};
 
 // Append to `text`, then call FlushWhenLarge. Both throw OutputClosed, and std::runtime_error for other failures.

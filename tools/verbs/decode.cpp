@@ -62,7 +62,7 @@ ByteInput OpenInput(const DecodeOptions& options, InputFile& file, ByteOutput& o
     if (!options.hex) {
         return flushed;
     }
-    return HexInput(std::move(flushed), [&errors](const std::string& text) { errors.About(text); });
+    return HexInput(std::move(flushed), [&errors](const std::string& text) { errors.Add(text); });
 }
 
 std::set<std::uint16_t> FindStreams(const std::vector<std::string>& names, const Catalog& catalog) {
@@ -92,12 +92,12 @@ void DecodeFrames(const DecodeOptions& options, FrameReader& reader, CaptureDeco
             continue;
         }
         if (state == FrameState::kLost && !(options.resync && !options.unframed && reader.Resynchronise())) {
-            errors.AboutMessage(frame.offset, frame.number,
-                                fault + "; stopped at offset " + std::to_string(frame.offset));
+            errors.AddForMessage(frame.offset, frame.number,
+                                 fault + "; stopped at offset " + std::to_string(frame.offset));
             return;
         }
-        errors.AboutMessage(frame.offset, frame.number,
-                            fault + "; goes on at offset " + std::to_string(reader.offset()));
+        errors.AddForMessage(frame.offset, frame.number,
+                             fault + "; goes on at offset " + std::to_string(reader.offset()));
     }
 }
 
@@ -119,11 +119,11 @@ int Decode(const DecodeOptions& options) {
     try {
         DecodeFrames(options, reader, decoder, errors, progress);
     } catch (const InputError& error) {
-        errors.About(error.what());
+        errors.Add(error.what());
     }
     decoder.Finish();
     Flush(output);
-    return errors.any() ? kStatusFound : kStatusGood;
+    return errors.any() ? kStatusDiffers : kStatusGood;
 }
 
 }  // namespace

@@ -35,7 +35,7 @@ int BuildImage(const BuildOptions& options) {
     const std::size_t errors = CountErrors(findings);
     if (errors != 0) {
         std::cerr << options.source << ": " << Counted(errors, "error") << "; no image written\n";
-        return kStatusFound;
+        return kStatusDiffers;
     }
     const std::vector<char> bytes = BuildDictionaryImage(dictionary);
     VerifyImage(bytes);

@@ -17,7 +17,7 @@ int CheckSource(const std::string& source) {
     const std::size_t errors = CountErrors(findings);
     std::cout << source << ": " << Summary(dictionary) << ": " << Counted(errors, "error") << ", "
               << Counted(findings.size() - errors, "warning") << '\n';
-    return errors == 0 ? kStatusGood : kStatusFound;
+    return errors == 0 ? kStatusGood : kStatusDiffers;
 }
 
 }  // namespace

@@ -25,19 +25,19 @@ struct DiffOptions {
 
 struct KindStyle {
     const char* name;
-    Ink ink;
+    Highlight highlight;
 };
 
 KindStyle StyleOf(ChangeKind kind) {
     switch (kind) {
         case ChangeKind::kAdded:
-            return {"added", Ink::kGreen};
+            return {"added", Highlight::kGreen};
         case ChangeKind::kRemoved:
-            return {"removed", Ink::kYellow};
+            return {"removed", Highlight::kYellow};
         case ChangeKind::kChanged:
             break;
     }
-    return {"changed", Ink::kBold};
+    return {"changed", Highlight::kBold};
 }
 
 std::vector<int> FormatList(Formats formats) {
@@ -63,13 +63,14 @@ std::string FormatNames(Formats formats) {
 
 void PrintChange(const Change& change, const Style& style) {
     const KindStyle kind = StyleOf(change.kind);
-    std::cout << Inked(style, kind.ink, kind.name) << ' ' << Harmless(change.subject + ": " + change.text) << '\n';
+    std::cout << Highlighted(style, kind.highlight, kind.name) << ' ' << Printable(change.subject + ": " + change.text)
+              << '\n';
     if (change.breaks != kNoFormat) {
-        std::cout << "    " << Inked(style, Ink::kRed, "breaks " + FormatNames(change.breaks)) << ": ";
+        std::cout << "    " << Highlighted(style, Highlight::kRed, "breaks " + FormatNames(change.breaks)) << ": ";
     } else if (!change.reason.empty()) {
         std::cout << "    ";
     }
-    std::cout << Harmless(change.reason) << (change.reason.empty() ? "" : "\n");
+    std::cout << Printable(change.reason) << (change.reason.empty() ? "" : "\n");
 }
 
 void PrintJson(const std::vector<Change>& changes) {
@@ -113,7 +114,7 @@ int DiffDictionaries(const DiffOptions& options) {
     }
     if (options.json) {
         PrintJson(changes);
-        return changes.empty() ? kStatusGood : kStatusFound;
+        return changes.empty() ? kStatusGood : kStatusDiffers;
     }
     const Style style = OutputStyle();
     for (const Change& change : changes) {
@@ -121,7 +122,7 @@ int DiffDictionaries(const DiffOptions& options) {
     }
     const auto breaking = std::count_if(changes.begin(), changes.end(), Breaks);
     std::cout << Counted(changes.size(), "change") << ", " << breaking << " that break peers\n";
-    return changes.empty() ? kStatusGood : kStatusFound;
+    return changes.empty() ? kStatusGood : kStatusDiffers;
 }
 
 }  // namespace

@@ -80,7 +80,9 @@ void ShowMessages(const std::vector<const MessageSource*>& messages, const Style
 
 // One message in the order of the wire; the fields of its group stand under their count.
 void ShowMessage(const DictionarySource& dictionary, const MessageSource& message, const Style& style) {
-    std::cout << Inked(style, Ink::kBold, Harmless("message " + TypeAndSubType(message) + ' ' + message.name)) << '\n';
+    std::cout << Highlighted(style, Highlight::kBold,
+                             Printable("message " + TypeAndSubType(message) + ' ' + message.name))
+              << '\n';
     Table table{{"id", "field", "presence", "type", "length", "version", "text"}, {}};
     for (std::size_t i = 0; i < message.entries.size(); ++i) {
         const EntrySource& entry = message.entries[i];
@@ -172,7 +174,7 @@ int ShowSource(const DictionaryFile& file) {
     if (errors != 0) {
         PrintFindings(std::cerr, file.path, findings);
     }
-    return errors == 0 ? kStatusGood : kStatusFound;
+    return errors == 0 ? kStatusGood : kStatusDiffers;
 }
 
 int ShowDictionary(const ShowOptions& options) {
@@ -196,7 +198,7 @@ int ShowDictionary(const ShowOptions& options) {
     if (!ShowSubject(file->dictionary, request.subject, style)) {
         std::cerr << file->path << ": has no field or message " << request.subject << "; 'zel dict show " << file->path
                   << "' lists what it has\n";
-        return kStatusFound;
+        return kStatusDiffers;
     }
     return kStatusGood;
 }

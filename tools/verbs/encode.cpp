@@ -56,7 +56,7 @@ void EncodeLines(const EncodeOptions& options, LineReader& reader, MessageWriter
             }
             FlushWhenLarge(output);
         } catch (const MessageError& error) {
-            errors.AboutMessage(line.offset, number, error.what());
+            errors.AddForMessage(line.offset, number, error.what());
         }
         progress.Show(line.offset);
     }
@@ -78,10 +78,10 @@ int Encode(const EncodeOptions& options) {
     try {
         EncodeLines(options, reader, writer, output, errors, progress);
     } catch (const InputError& error) {
-        errors.About(error.what());
+        errors.Add(error.what());
     }
     Flush(output);
-    return errors.any() ? kStatusFound : kStatusGood;
+    return errors.any() ? kStatusDiffers : kStatusGood;
 }
 
 }  // namespace

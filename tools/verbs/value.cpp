@@ -213,7 +213,7 @@ int Convert(const Conversion& conversion, const ValueOptions& options) {
         std::cerr << "zel: '" << options.text << "': the library refuses it without a report; 'zel value "
                   << conversion.name << " --help' shows texts that it reads\n";
     }
-    return isRead && collector.reports().empty() ? kStatusGood : kStatusFound;
+    return isRead && collector.reports().empty() ? kStatusGood : kStatusDiffers;
 }
 
 }  // namespace
