@@ -10,13 +10,14 @@
 #include "fuzz/damage.h"
 #include "fuzz/generated_message.h"
 #include "fuzz/generated_source.h"
-#include "tools/capture_decoder.h"
-#include "tools/descriptor.h"
-#include "tools/dictionary_file.h"
-#include "tools/dictionary_image.h"
-#include "tools/hex_text.h"
-#include "tools/json_file.h"
-#include "tools/message_writer.h"
+#include "tools/capture/capture_decoder.h"
+#include "tools/capture/message_writer.h"
+#include "tools/dictionary/dictionary_file.h"
+#include "tools/dictionary/image_builder.h"
+#include "tools/io/descriptor.h"
+#include "tools/text/hex_text.h"
+#include "tools/text/json_file.h"
+#include "tools/text/message_error.h"
 #include "zeldata/image_check.h"
 #include "zeldata/message_table.h"
 
@@ -127,31 +128,38 @@ private:
 
     Decoded Decode(const tools::Frame& frame, tools::DecodedForm form) {
         tools::ByteOutput output{tools::kStandardError, ""};
-        tools::Complaints complaints("", output);
+        tools::ErrorLines errors("", output);
         const std::set<std::uint16_t> streams = {201, 202, 9, 10};
-        tools::CaptureDecoder decoder(&catalog_, form, streams, output, complaints);
+        tools::CaptureDecoder decoder(&catalog_, form, streams, output, errors);
         decoder.Decode(frame);
         decoder.Finish();
-        return {output.text, complaints.any()};
+        return {output.text, errors.any()};
     }
 
-    // In format 1 there are no ids, so a receiver cannot tell what is missing. The value of a later slot of an id comes
-    // back in the first one. If the later one is mandatory, that message cannot be sent.
-    static bool LosesNothing(const tools::Catalog& catalog, const tools::HeaderNumbers& header) {
-        const unsigned format = tools::FieldFormat(header.flags);
-        const tools::CatalogMessage* kind =
-            catalog.FindMessage(static_cast<std::int16_t>(tools::HighHalf(header.msgType)),
-                                static_cast<std::int16_t>(tools::LowHalf(header.msgType)));
-        const auto isAgain = [](const tools::CatalogEntry& entry) { return entry.rank > 1 || entry.before > 0; };
-        if (format != 1) {
-            return format < 3 && std::none_of(kind->entries.begin(), kind->entries.end(), isAgain);
+    // In format 1 no id tells the receiver what is missing. What one of the later slots of an id held comes back in the
+    // first: where the later one is mandatory, nobody can send that.
+    static bool LosesNothing(const tools::Catalog& catalog, const ZelMsgStruct& header) {
+        const tools::CatalogMessage* kind = catalog.FindMessage(header.msgType, header.subType);
+        if (header.format != kValueOnly) {
+            std::set<const tools::CatalogField*> listed;
+            for (const tools::CatalogEntry& entry : kind->entries) {
+                listed.insert(entry.field);
+            }
+            return header.format <= kIdLengthAndValue && listed.size() == kind->entries.size();
         }
         const auto isEmpty = [](const tools::CatalogEntry& entry) { return entry.field->type == kZELBytes10; };
-        return tools::Version(header.flags) == 0 && std::none_of(kind->entries.begin(), kind->entries.end(), isEmpty);
+        return header.version == 0 && std::none_of(kind->entries.begin(), kind->entries.end(), isEmpty);
     }
 
-    static tools::Frame FrameOf(const std::string& bytes, std::size_t messageAt) {
-        return {bytes.data(), bytes.size(), messageAt, 0, 1};
+    // A message without a frame may look like one by chance, but the length hardly fits.
+    static tools::Frame FrameOf(const std::string& bytes) {
+        const short format = FrameFormatOf(bytes.data());
+        auto kind = tools::FrameKind::kNone;
+        if (bytes[0] == kSoh && (format == kShortFrame || format == kLongFrame) &&
+            MessageOffset(format) + FrameLengthOf(bytes.data(), format) == static_cast<long>(bytes.size())) {
+            kind = format == kShortFrame ? tools::FrameKind::kShort : tools::FrameKind::kLong;
+        }
+        return {bytes.data(), bytes.size(), kind, 0, 1};
     }
 
     void CheckLine(const std::string& line) {
@@ -159,17 +167,12 @@ private:
         if (!bytes) {
             return;
         }
-        tools::FrameHead head{};
-        const bool isFramed =
-            (*bytes)[0] == 1 &&
-            tools::ReadFrameHead(bytes->data(), bytes->size(), head) == tools::FrameHeadState::kGood &&
-            head.size + static_cast<std::size_t>(head.length) == bytes->size();
-        tools::HeaderNumbers header{};
-        const std::size_t messageAt = isFramed ? head.size : 0;
-        Check(tools::ReadHeader(bytes->data() + messageAt, bytes->size() - messageAt, header),
-              "each message has a header");
-        const Decoded decoded = Decode(FrameOf(*bytes, messageAt), tools::DecodedForm::kJson);
-        if (decoded.isTold || !LosesNothing(catalog_, header)) {
+        const tools::Frame frame = FrameOf(*bytes);
+        Reader message{frame.Message().data(), bytes->data() + bytes->size()};
+        HeaderView header{};
+        Check(ViewHeader(message, header), "each message has a header");
+        const Decoded decoded = Decode(frame, tools::DecodedForm::kJson);
+        if (decoded.isTold || !LosesNothing(catalog_, header.numbers)) {
             return;
         }
         const std::optional<std::string> again = Encode(decoded.text);

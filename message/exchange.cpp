@@ -7,6 +7,7 @@
 #include "core/message_unpack.h"
 #include "core/message_validate.h"
 #include "core/slots/message_model.h"
+#include "core/wire/compression.h"
 #include "core/wire/frame.h"
 #include "core/wire/header.h"
 #include "core/wire/user_data.h"
@@ -14,9 +15,6 @@
 #include "runtime/reports.h"
 
 namespace {
-
-// compressMode.
-enum CompressMode { kPlain = 0, kCompressed = 1, kMarked = 2 };
 
 // The field whose name every failed build reports, whatever failed. Peers' logs are searched for it.
 constexpr short kReportedField = 550;
@@ -37,9 +35,9 @@ void CopyHeaderMembers(const CZELMessage& object, ZelMsgStruct& message) noexcep
         message.format = 2;
     }
     message.packFlags = zel::kPackSent;
-    if ((object.compressMode & kMarked) != 0) {
+    if ((object.compressMode & zel::kSendMarked) != 0) {
         message.packFlags += zel::kPackMarked;
-    } else if ((object.compressMode & kCompressed) != 0) {
+    } else if ((object.compressMode & zel::kSendCompressed) != 0) {
         message.packFlags += zel::kPackCompressed;
     }
 }
@@ -52,13 +50,6 @@ void TakeHeader(const ZelMsgStruct& received, ZelMsgStruct& message) noexcept {
     zel::BlockOf(message).userDataHeld = received.varUserDataLen;
     message.dataBuf = dataBuf;
     message.repeatCount = repeatCount;
-}
-
-int CompressModeOf(unsigned short packFlags) noexcept {
-    if ((packFlags & zel::kPackMarked) != 0) {
-        return kMarked;
-    }
-    return (packFlags & zel::kPackCompressed) != 0 ? kCompressed : kPlain;
 }
 
 }  // namespace
@@ -88,7 +79,7 @@ long CZELMessage::unpackMessage(const char* buffer) noexcept {
     if (unpackMessageNoFrame(frame.message, frame.length) != 0) {
         return -1;
     }
-    compressMode = CompressModeOf(message->packFlags);
+    compressMode = zel::CompressModeOf(message->packFlags);
     return 0;
 }
 
