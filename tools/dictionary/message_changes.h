@@ -5,7 +5,6 @@
 #include <vector>
 
 #include <string>
-#include <vector>
 
 #include "tools/dictionary/change.h"
 #include "tools/dictionary/dictionary_source.h"
