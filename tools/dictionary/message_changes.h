@@ -2,9 +2,8 @@
 #ifndef ZEL_TOOLS_DICTIONARY_MESSAGE_CHANGES_H
 #define ZEL_TOOLS_DICTIONARY_MESSAGE_CHANGES_H
 
-#include <vector>
-
 #include <string>
+#include <vector>
 
 #include "tools/dictionary/change.h"
 #include "tools/dictionary/dictionary_source.h"
