@@ -56,7 +56,7 @@ constexpr FieldRule UsualRule(HeaderFieldId fieldId) noexcept {
     return {fieldId, kZELShort, static_cast<std::int16_t>(kHeaderFields[fieldId].width), 0};
 }
 
-// A number of a header field in the message's byte order, with its width in memory.
+// The number of a header field as it lies in memory.
 inline std::uint32_t NumberAt(Shape shape, const char* bytes) noexcept {
     return shape == Shape::kShort ? LoadHost<std::uint16_t>(bytes) : LoadHost<std::uint32_t>(bytes);
 }
