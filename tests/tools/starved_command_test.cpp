@@ -1,6 +1,6 @@
 // The command without memory and without room for its output: it says so, has the status for that, and leaves no file
-// unfinished. In each run one request for memory fails: some of them in turn, spread over all, other ones for each verb;
-// every one with ZEL_FAIL_EVERY_REQUEST in the environment, which takes minutes.
+// unfinished. In each run one request for memory fails: some of them in turn, spread over all; every one with
+// ZEL_FAIL_EVERY_REQUEST in the environment, which takes minutes.
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/mman.h>
@@ -51,7 +51,7 @@ extern "C" short __wrap_CrushBegin() noexcept {
 namespace zel::tools {
 namespace {
 
-// How many runs for each verb. Under the sanitizers, which look for another kind of fault, one takes seven times as long.
+// How many runs for each verb. Under the sanitizers, which look for other faults, one takes seven times as long.
 #ifdef __SANITIZE_ADDRESS__
 constexpr int kRuns = 15;
 #else
