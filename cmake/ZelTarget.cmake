@@ -1,6 +1,19 @@
 # Settings of every target.
 set(ZEL_SANITIZE "" CACHE STRING "Sanitizers to build with, as -fsanitize= takes them")
 
+# Compiled again and again, only what changed is compiled: where the compiler cache is installed, it does the rest.
+option(ZEL_COMPILER_CACHE "Use ccache if it is installed" OFF)
+if(ZEL_COMPILER_CACHE)
+    find_program(ZEL_CCACHE ccache)
+    if(ZEL_CCACHE)
+        set(CMAKE_CXX_COMPILER_LAUNCHER ${ZEL_CCACHE})
+    endif()
+endif()
+# It knows no precompiled headers, and what they save it saves, too.
+if(CMAKE_CXX_COMPILER_LAUNCHER MATCHES ccache)
+    set(CMAKE_DISABLE_PRECOMPILE_HEADERS ON)
+endif()
+
 # Programs are linked to run at any address.
 include(CheckPIESupported)
 check_pie_supported()

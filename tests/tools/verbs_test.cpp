@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstring>
 #include <filesystem>
+#include <nlohmann/json.hpp>
 #include <sstream>
 #include <string>
 
@@ -147,7 +148,7 @@ TEST(DictionaryDiff, NamesEachChangeAndTheFormatsThatItBreaks) {
     const nlohmann::json before = ReadJsonFile(CasePath("small.json"), findings);
     EXPECT_EQ(Changes(before, before), "");
     for (const test::Cells& row : test::ReadCases("tests/tools/cases/changes.txt", 3)) {
-        const nlohmann::json after = before.patch(nlohmann::json::parse(row[1]));
+        const nlohmann::json after = before.patch(ParseJson(row[1], findings));
         EXPECT_EQ(Changes(before, after), row[2]) << row[0];
     }
 }

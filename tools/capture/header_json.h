@@ -2,7 +2,7 @@
 #ifndef ZEL_TOOLS_CAPTURE_HEADER_JSON_H
 #define ZEL_TOOLS_CAPTURE_HEADER_JSON_H
 
-#include <nlohmann/json.hpp>
+#include <nlohmann/json_fwd.hpp>
 #include <string>
 
 #include "core/wire/header_numbers.h"

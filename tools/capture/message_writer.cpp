@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <nlohmann/json.hpp>
 #include <unordered_map>
 
 #include "core/wire/compression.h"

@@ -3,7 +3,7 @@
 #define ZEL_TOOLS_CAPTURE_MESSAGE_WRITER_H
 
 #include <cstddef>
-#include <nlohmann/json.hpp>
+#include <nlohmann/json_fwd.hpp>
 #include <string>
 #include <string_view>
 #include <vector>

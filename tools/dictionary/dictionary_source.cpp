@@ -1,5 +1,6 @@
 #include "tools/dictionary/dictionary_source.h"
 
+#include <nlohmann/json.hpp>
 #include <utility>
 
 #include "tools/text/json_members.h"

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <map>
+#include <nlohmann/json.hpp>
 #include <set>
 #include <string>
 #include <unordered_map>

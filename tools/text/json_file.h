@@ -2,7 +2,7 @@
 #ifndef ZEL_TOOLS_TEXT_JSON_FILE_H
 #define ZEL_TOOLS_TEXT_JSON_FILE_H
 
-#include <nlohmann/json.hpp>
+#include <nlohmann/json_fwd.hpp>
 #include <string>
 
 #include "tools/text/findings.h"

@@ -1,4 +1,5 @@
 #include <memory>
+#include <nlohmann/json.hpp>
 #include <string>
 
 #include "tools/capture/message_writer.h"
