@@ -5,8 +5,8 @@
 #include <vector>
 
 #include "fuzz/generated_source.h"
-#include "tools/hex_text.h"
-#include "tools/json_text.h"
+#include "tools/text/hex_text.h"
+#include "tools/text/json_text.h"
 
 namespace zel::fuzz {
 

@@ -5,7 +5,7 @@
 #include <string>
 
 #include "fuzz/input.h"
-#include "tools/catalog.h"
+#include "tools/dictionary/catalog.h"
 
 namespace zel::fuzz {
 

@@ -4,7 +4,7 @@
 #include <vector>
 
 #include "include/zelprovider.h"
-#include "tools/dictionary_check.h"
+#include "tools/dictionary/source_check.h"
 #include "zeldata/field_rules.h"
 
 namespace zel::fuzz {

@@ -7,8 +7,8 @@
 #include <string>
 
 #include "fuzz/input.h"
-#include "tools/dictionary_source.h"
-#include "tools/findings.h"
+#include "tools/dictionary/dictionary_source.h"
+#include "tools/text/findings.h"
 
 namespace zel::fuzz {
 

@@ -10,13 +10,14 @@
 #include "fuzz/damage.h"
 #include "fuzz/generated_message.h"
 #include "fuzz/generated_source.h"
-#include "tools/capture_decoder.h"
-#include "tools/descriptor.h"
-#include "tools/dictionary_file.h"
-#include "tools/dictionary_image.h"
-#include "tools/hex_text.h"
-#include "tools/json_file.h"
-#include "tools/message_writer.h"
+#include "tools/capture/capture_decoder.h"
+#include "tools/capture/message_writer.h"
+#include "tools/dictionary/dictionary_file.h"
+#include "tools/dictionary/image_builder.h"
+#include "tools/io/descriptor.h"
+#include "tools/text/hex_text.h"
+#include "tools/text/json_file.h"
+#include "tools/text/message_error.h"
 #include "zeldata/image_check.h"
 #include "zeldata/message_table.h"
 
@@ -127,12 +128,12 @@ private:
 
     Decoded Decode(const tools::Frame& frame, tools::DecodedForm form) {
         tools::ByteOutput output{tools::kStandardError, ""};
-        tools::Complaints complaints("", output);
+        tools::ErrorLines errors("", output);
         const std::set<std::uint16_t> streams = {201, 202, 9, 10};
-        tools::CaptureDecoder decoder(&catalog_, form, streams, output, complaints);
+        tools::CaptureDecoder decoder(&catalog_, form, streams, output, errors);
         decoder.Decode(frame);
         decoder.Finish();
-        return {output.text, complaints.any()};
+        return {output.text, errors.any()};
     }
 
     // In format 1 no id tells the receiver what is missing. What one of the later slots of an id held comes back in the

@@ -5,9 +5,10 @@
 #include "fuzz/check.h"
 #include "fuzz/damage.h"
 #include "fuzz/generated_source.h"
-#include "tools/dictionary_image.h"
-#include "tools/image_source.h"
-#include "tools/json_file.h"
+#include "tools/dictionary/image_builder.h"
+#include "tools/dictionary/image_reader.h"
+#include "tools/dictionary/source_text.h"
+#include "tools/text/json_file.h"
 #include "zeldata/image_check.h"
 
 namespace zel::fuzz {

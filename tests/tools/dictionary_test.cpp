@@ -5,8 +5,8 @@
 #include <string>
 
 #include "tests/support/cases.h"
-#include "tools/dictionary_check.h"
-#include "tools/json_file.h"
+#include "tools/dictionary/source_check.h"
+#include "tools/text/json_file.h"
 
 namespace zel::tools {
 namespace {

@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "tools/command.h"
+#include "tools/verbs/command.h"
 
 namespace zel::tools {
 

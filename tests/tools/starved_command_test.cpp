@@ -22,8 +22,8 @@
 #include "tests/support/failing_heap.h"
 #include "tests/support/work_folder.h"
 #include "tests/tools/run_command.h"
-#include "tools/out_of_memory.h"
-#include "tools/status.h"
+#include "tools/io/out_of_memory.h"
+#include "tools/io/status.h"
 
 void* operator new(std::size_t size) {
     void* block = zel::Allocate(size);

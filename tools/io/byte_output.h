@@ -1,0 +1,35 @@
+// What a verb writes to standard output or standard error: collected in memory, written in large blocks.
+#ifndef ZEL_TOOLS_IO_BYTE_OUTPUT_H
+#define ZEL_TOOLS_IO_BYTE_OUTPUT_H
+
+#include <cstddef>
+#include <exception>
+#include <functional>
+#include <string>
+
+namespace zel::tools {
+
+// The reader of the output has gone: nothing is left to do, and nobody to tell.
+struct OutputClosed : std::exception {};
+
+// Append to `text`, then call FlushWhenLarge. Both throw OutputClosed, and std::runtime_error for other failures.
+struct ByteOutput {
+    int descriptor;
+    std::string text;
+};
+
+void Flush(ByteOutput& output);
+
+inline void FlushWhenLarge(ByteOutput& output) {
+    constexpr std::size_t kBlock = std::size_t{256} << 10U;
+    if (output.text.size() >= kBlock) {
+        Flush(output);
+    }
+}
+
+// Runs a verb; its exit status, that of success when the reader has gone.
+[[nodiscard]] int UntilReaderGoes(const std::function<int()>& verb);
+
+}  // namespace zel::tools
+
+#endif  // ZEL_TOOLS_IO_BYTE_OUTPUT_H
