@@ -4,7 +4,6 @@
 
 #include <cstddef>
 #include <exception>
-#include <functional>
 #include <string>
 
 namespace zel::tools {
@@ -26,9 +25,6 @@ inline void FlushWhenLarge(ByteOutput& output) {
         Flush(output);
     }
 }
-
-// Runs a verb; its exit status, that of success when the reader has gone.
-[[nodiscard]] int UntilReaderGoes(const std::function<int()>& verb);
 
 }  // namespace zel::tools
 

@@ -1,19 +1,27 @@
-#include "tools/verbs/dict_diff.h"
-
 #include <algorithm>
 #include <iostream>
+#include <memory>
 #include <nlohmann/json.hpp>
+#include <string>
 
 #include "tools/dictionary/dictionary_changes.h"
 #include "tools/dictionary/dictionary_file.h"
 #include "tools/io/status.h"
 #include "tools/text/text_table.h"
+#include "tools/verbs/all_verbs.h"
 
 namespace zel::tools {
 
 namespace {
 
 using Json = nlohmann::ordered_json;
+
+struct DiffOptions {
+    std::string before;
+    std::string after;
+    bool breakingOnly = false;
+    bool json = false;
+};
 
 struct KindStyle {
     const char* name;
@@ -91,8 +99,6 @@ bool ReadSide(const std::string& path, DictionaryFile& file) {
     return false;
 }
 
-}  // namespace
-
 int DiffDictionaries(const DiffOptions& options) {
     DictionaryFile before;
     DictionaryFile after;
@@ -116,6 +122,27 @@ int DiffDictionaries(const DiffOptions& options) {
     const auto breaking = std::count_if(changes.begin(), changes.end(), Breaks);
     std::cout << Counted(changes.size(), "change") << ", " << breaking << " that break peers\n";
     return changes.empty() ? kStatusGood : kStatusFound;
+}
+
+}  // namespace
+
+Verb DictDiffVerb() {
+    auto options = std::make_shared<DiffOptions>();
+    return {.name = "diff",
+            .summary = "Compare two dictionaries and tell what breaks peers",
+            .options = {{"OLD", &options->before, "Image, or source whose name ends with .json", "", true},
+                        {"NEW", &options->after, "Image, or source whose name ends with .json", "", true},
+                        {"--breaking", &options->breakingOnly, "Tell only what breaks peers"},
+                        {"--json", &options->json, "Write the changes as a JSON array"}},
+            .footer =
+                "A change breaks peers when a program with the one dictionary and a program with the other "
+                "cannot exchange a message, or read other values than were sent, in the field formats that are "
+                "named.\n"
+                "Examples:\n"
+                "  zel dict diff zeldata/sample.json zeldata/sample.json\n"
+                "  zel dict diff --breaking zeldata/sample.json sample.img\n"
+                "Exit status: 0 no changes to tell, 1 changes, 2 wrong usage or no usable dictionary.",
+            .run = [options] { return DiffDictionaries(*options); }};
 }
 
 }  // namespace zel::tools

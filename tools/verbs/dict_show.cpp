@@ -1,10 +1,11 @@
-#include "tools/verbs/dict_show.h"
-
 #include <algorithm>
 #include <cstdint>
 #include <filesystem>
 #include <iostream>
 #include <map>
+#include <memory>
+#include <optional>
+#include <string>
 
 #include "tools/dictionary/dictionary_file.h"
 #include "tools/dictionary/image_builder.h"
@@ -13,11 +14,19 @@
 #include "tools/io/status.h"
 #include "tools/text/json_file.h"
 #include "tools/text/text_table.h"
+#include "tools/verbs/all_verbs.h"
+#include "tools/verbs/dictionary_option.h"
 #include "zeldata/field_rules.h"
 
 namespace zel::tools {
 
 namespace {
+
+struct ShowOptions {
+    std::string dictionary;  // either may be empty; one argument alone stands here, whichever it is
+    std::string subject;
+    bool json = false;
+};
 
 struct Request {
     std::string path;     // empty: what is served
@@ -166,8 +175,6 @@ int ShowSource(const DictionaryFile& file) {
     return errors == 0 ? kStatusGood : kStatusFound;
 }
 
-}  // namespace
-
 int ShowDictionary(const ShowOptions& options) {
     const Request request = ReadRequest(options);
     if (options.json && !request.subject.empty()) {
@@ -192,6 +199,28 @@ int ShowDictionary(const ShowOptions& options) {
         return kStatusFound;
     }
     return kStatusGood;
+}
+
+}  // namespace
+
+Verb DictShowVerb() {
+    auto options = std::make_shared<ShowOptions>();
+    return {
+        .name = "show",
+        .summary = "Show the fields and messages of a dictionary",
+        .options = {DictionaryArgument(&options->dictionary),
+                    {"WHAT", &options->subject,
+                     "Name of a field or a message, id of a field, or TYPE/SUBTYPE of a message. Without it, "
+                     "everything"},
+                    {"--json", &options->json, "Write the whole dictionary as a source that builds to the same image"}},
+        .footer =
+            "Examples:\n"
+            "  zel dict show zeldata/sample.json\n"
+            "  zel dict show zeldata/sample.json LIMIT_PRICE\n"
+            "  zel dict show zeldata/sample.json 10/2\n"
+            "  zel dict show zeldata/sample.json --json\n"
+            "Exit status: 0 shown, 1 nothing has that name or number, 2 wrong usage or no usable dictionary.",
+        .run = [options] { return ShowDictionary(*options); }};
 }
 
 }  // namespace zel::tools
