@@ -143,17 +143,23 @@ void WriteMember(Writer& writer, const EntrySource& entry, std::size_t indent) {
                           writer.NameOf(field) + (entry.mandatory ? "{};" : ";"), indent + kIndent);
 }
 
-// zel::Field(fields::kSymbol, &NewOrder::symbol),
+// zel::Field(fields::kSymbol, &NewOrder::symbol), on as many lines as it takes.
 void WriteLayoutField(Writer& writer, const EntrySource& entry, const std::string& owner, std::size_t indent) {
     const FieldSource& field = writer.Field(entry);
-    const std::string start = "zel::Field(";
-    const std::string constant = start + "fields::" + writer.ConstantOf(field) + ',';
+    const std::string start = std::string(indent, ' ') + "zel::Field(";
+    const std::string constant = "fields::" + writer.ConstantOf(field) + ',';
     const std::string path = '&' + owner + "::";
     const std::string name = writer.NameOf(field) + "),";
-    const std::size_t inside = indent + start.size();
-    writer.text += indent + constant.size() + 1 + path.size() + name.size() <= kLineWidth
-                       ? std::string(indent, ' ') + constant + ' ' + path + name + '\n'
-                       : std::string(indent, ' ') + constant + '\n' + Fitted(inside, path, "", name, inside + kIndent);
+    const std::size_t size = path.size() + name.size();
+    const std::string further(indent + kIndent, ' ');
+    const std::string aligned(start.size(), ' ');
+    if (start.size() + constant.size() + 1 + size <= kLineWidth) {
+        writer.text += start + constant + ' ' + path + name + '\n';
+    } else if (aligned.size() + size > kLineWidth && further.size() + size <= kLineWidth) {
+        writer.text += start + '\n' + further + constant + '\n' + further + path + name + '\n';
+    } else {
+        writer.text += start + constant + '\n' + Fitted(aligned.size(), path, "", name, aligned.size() + kIndent);
+    }
 }
 
 // LEG_COUNT counts the array `legs` of the struct Leg; any other name the array `repetitions`.
@@ -219,7 +225,8 @@ void WriteMessage(Writer& writer, const MessageSource& message) {
 std::string Guard(const std::string& space) {
     std::string guard;
     for (const char c : space) {
-        guard += c == ':' ? "_" : Capitalised(std::string(1, c));
+        // Of "::" one "_": two are the compiler's own.
+        guard += c != ':' ? Capitalised(std::string(1, c)) : guard.ends_with('_') ? "" : "_";
     }
     return "ZEL_DICTIONARY_" + guard + "_HPP";
 }
