@@ -28,6 +28,7 @@ std::uint64_t Bits(const T& value) {
 }
 
 // Each appends its own ways. Only those of the libraries that are installed are linked.
+void AddRecord(std::vector<Contender>& contenders);
 void AddProtobuf(std::vector<Contender>& contenders);
 void AddFlatbuffers(std::vector<Contender>& contenders);
 void AddCapnProto(std::vector<Contender>& contenders);

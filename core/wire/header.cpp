@@ -57,6 +57,13 @@ void SplitMsgId(std::uint32_t msgId, ZelMsgStruct& message) noexcept {
 // `usual`: the dictionary's rules are, and nothing is looked up in them. Else a field that has another form than the
 // header's cannot be packed or read.
 
+// How a header is read.
+enum class Reading {
+    kByRules,
+    kUsual,
+    kQuietly  // usual, without a report and without a copy of variable user data
+};
+
 constexpr Shape ShapeOfNumber(HeaderFieldId fieldId) noexcept {
     return kHeaderFields[fieldId].width == 2 ? Shape::kShort : Shape::kLong;
 }
@@ -100,14 +107,14 @@ bool PackNumber(const HeaderRules& rules, std::uint32_t value, Writer& out) noex
     }
 }
 
-template <bool usual, HeaderFieldId fieldId>
+template <Reading reading, HeaderFieldId fieldId>
 bool UnpackNumber(Reader& in, std::uint32_t& value) noexcept {
     constexpr Shape shape = ShapeOfNumber(fieldId);
     char bytes[sizeof value] = {};
-    if constexpr (usual) {
+    if constexpr (reading != Reading::kByRules) {
         WireValue wire{};
         if (!LocateValue<kIdAndValue, shape>(UsualRule(fieldId), in, wire)) {
-            return ReportUnreadable(fieldId);
+            return reading != Reading::kQuietly && ReportUnreadable(fieldId);
         }
         DecodeFixed<shape>(wire.bytes, bytes);
     } else {
@@ -126,10 +133,23 @@ bool UnpackNumber(Reader& in, std::uint32_t& value) noexcept {
     return true;
 }
 
+// The id of the next field; kUnreadableId, if need be reported, when there is none.
+template <Reading reading>
+unsigned short NextId(const Reader& in) noexcept {
+    if constexpr (reading == Reading::kQuietly) {
+        return Remaining(in) < 2 ? kUnreadableId : LoadU16Be(in.next);
+    } else {
+        return UnpackZELFieldId(in);
+    }
+}
+
 // The same for a field that must be the next one.
-template <bool usual, HeaderFieldId fieldId>
+template <Reading reading, HeaderFieldId fieldId>
 bool ExpectNumber(Reader& in, std::uint32_t& value) noexcept {
-    return UnpackZELFieldId(in) == fieldId ? UnpackNumber<usual, fieldId>(in, value) : ReportMissing(fieldId);
+    if (NextId<reading>(in) == fieldId) {
+        return UnpackNumber<reading, fieldId>(in, value);
+    }
+    return reading != Reading::kQuietly && ReportMissing(fieldId);
 }
 
 // ---- User data ------------------------------------------------------------------------------------------------------
@@ -166,20 +186,33 @@ bool PackUserData(const HeaderRules& rules, const ZelMsgStruct& message, std::si
     return GetNextField(in, kIdAndValue) != Step::kPastEnd || ReportUnreadable(kVarUserData);
 }
 
-template <bool usual>
+// The same, left where it lies. Only where the dictionary has no other opinion of its length.
+bool FindVarUserData(Reader& in, ZelMsgStruct& message) noexcept {
+    WireValue value{};
+    if (HeaderRulesInUse().rules[kVarUserData].length != 0 ||
+        !LocateValue<kIdAndValue, Shape::kCounted>({}, in, value)) {
+        return false;
+    }
+    message.varUserData = const_cast<char*>(value.bytes);
+    message.varUserDataLen = value.length;
+    return true;
+}
+
+template <Reading reading>
 bool UnpackUserData(Reader& in, ZelMsgStruct& message) noexcept {
-    const unsigned short fieldId = UnpackZELFieldId(in);
+    const unsigned short fieldId = NextId<reading>(in);
     if (fieldId == kVarUserData) {
         Reader reader = in;
-        const bool isUnpacked = UnpackVarUserData(reader, message);
+        const bool isUnpacked =
+            reading == Reading::kQuietly ? FindVarUserData(reader, message) : UnpackVarUserData(reader, message);
         in = reader;
         return isUnpacked;
     }
     std::uint32_t userData = 0;
     if (fieldId != kUserData) {
-        return ReportMissing(kUserData);
+        return reading != Reading::kQuietly && ReportMissing(kUserData);
     }
-    if (!UnpackNumber<usual, kUserData>(in, userData)) {
+    if (!UnpackNumber<reading, kUserData>(in, userData)) {
         return false;
     }
     message.userData = static_cast<ZELLong>(userData);
@@ -209,32 +242,32 @@ char* WriteHeader(const HeaderRules& rules, const ZelMsgStruct& message, std::si
 constexpr Reader kNoHeader{nullptr, nullptr};
 
 // Reads the header: the reader after it, or none, reported.
-template <bool usual>
+template <Reading reading>
 Reader ReadHeader(Reader in, ZelMsgStruct& message) noexcept {
     std::uint32_t value = 0;
-    if (!ExpectNumber<usual, kFlags>(in, value)) {
+    if (!ExpectNumber<reading, kFlags>(in, value)) {
         return kNoHeader;
     }
     SplitFlags(value, message);
-    if (!ExpectNumber<usual, kMsgType>(in, value)) {
+    if (!ExpectNumber<reading, kMsgType>(in, value)) {
         return kNoHeader;
     }
     message.msgType = HighHalf(value);
     message.subType = LowHalf(value);
-    if (!ExpectNumber<usual, kServiceId>(in, value)) {
+    if (!ExpectNumber<reading, kServiceId>(in, value)) {
         return kNoHeader;
     }
     message.serviceIdHigh = HighHalf(value);
     message.serviceIdLow = LowHalf(value);
-    if (!ExpectNumber<usual, kMsgId>(in, value)) {
+    if (!ExpectNumber<reading, kMsgId>(in, value)) {
         return kNoHeader;
     }
     SplitMsgId(value, message);
-    if (!ExpectNumber<usual, kNumFields>(in, value)) {
+    if (!ExpectNumber<reading, kNumFields>(in, value)) {
         return kNoHeader;
     }
     message.numFields = static_cast<short>(value);
-    return UnpackUserData<usual>(in, message) ? in : kNoHeader;
+    return UnpackUserData<reading>(in, message) ? in : kNoHeader;
 }
 
 }  // namespace
@@ -265,7 +298,13 @@ Reader UnpackZELHeader(const char* in, long length, ZelMsgStruct* message) noexc
         return kNoHeader;
     }
     const Reader reader{in, length > 0 ? in + length : in};
-    return HeaderRulesInUse().areUsual ? ReadHeader<true>(reader, *message) : ReadHeader<false>(reader, *message);
+    return HeaderRulesInUse().areUsual ? ReadHeader<Reading::kUsual>(reader, *message)
+                                       : ReadHeader<Reading::kByRules>(reader, *message);
+}
+
+Reader PeekZELHeader(const char* in, long length, ZelMsgStruct& message) noexcept {
+    const bool isTried = HeaderRulesInUse().areUsual && length > 0 && static_cast<std::uint16_t>(length) != 0;
+    return isTried ? ReadHeader<Reading::kQuietly>({in, in + length}, message) : kNoHeader;
 }
 
 }  // namespace zel

@@ -1,0 +1,341 @@
+// Unpacking by steps.
+#include "core/tables/message_table.h"
+#include "core/tables/tables_in_use.h"
+#include "core/wire/frame.h"
+#include "message/exchange.h"
+#include "record/frame_run.h"
+#include "record/member.h"
+#include "record/record_general.h"
+
+namespace zel {
+
+namespace {
+
+// A message that the way of the message object has to read.
+constexpr int kLeftToSlots = -1;
+
+// A value as it lies on the wire.
+template <short format>
+struct OnTheWire {
+    Reader& in;
+    WireValue value;
+
+    template <Shape shape>
+    bool Find(const FieldStep& step) noexcept {
+        return LocateValue<format, shape>(step.rule, in, value);
+    }
+    template <Shape shape>
+    void Store(void* out) const noexcept {
+        (void)StoreValue<shape>(value, out);
+    }
+    const char* Bytes() const noexcept { return value.bytes; }
+    std::size_t Length() const noexcept { return value.length; }
+    bool Pass(const FieldStep& step) noexcept {
+        if constexpr (format == kIdLengthAndValue) {
+            return WithShape(step.shape, [&](auto shape) { return Find<shape()>(step); });
+        } else {
+            // Of a field with such a step the dictionary's length is that of its type.
+            return StepOverField<format>(step.rule, in) == Step::kNext;
+        }
+    }
+};
+
+// Fields of a group that a repetition lacked: one bit for each, or for several. A group without markers leaves it to
+// the fields which repetition they are of: each goes to the first that lacks it. So none may come again that an earlier
+// repetition lacked; and after a marker that did not come, nobody knows where a field belongs.
+using FieldSet = std::uint64_t;
+constexpr FieldSet kAllFields = ~FieldSet{0};
+
+struct Walk {
+    const ZELBinding& binding;
+    ZELReading& reading;
+    Reader in;
+    int fieldsLeft;
+    std::uint32_t repetitions;
+    FieldSet lacking;
+    FailedAt& at;
+
+    bool IsOver() const noexcept { return fieldsLeft <= 0 || Remaining(in) == 0; }
+};
+
+constexpr FieldSet BitOf(std::ptrdiff_t at) noexcept {
+    return FieldSet{1} << (static_cast<std::size_t>(at) % 64);
+}
+
+// Whether the field at the reader is the step's.
+template <short format>
+bool IsOfStep(const FieldStep& step, const Reader& in) noexcept {
+    return format == kValueOnly ? step.wireId != kNoId && Remaining(in) != 0 : IsNextField(step.wireId, in);
+}
+
+// At the field that begins at `field`.
+[[gnu::noinline]] bool GiveUp(Walk& walk, const char* field, const FieldStep& step, int repetition) noexcept {
+    walk.in.next = field;
+    walk.at.fieldId = step.rule.id;
+    walk.at.repetition = repetition;
+    return false;
+}
+
+// Passes the steps, each once: a field that is the step's is taken, any other step's field did not arrive. False: the
+// way of the message object is to look.
+template <short format>
+bool PassSteps(Walk& walk, const FieldStep* const begin, const FieldStep* end, char* base, int repetition,
+               bool isUnmarkedGroup) noexcept {
+    Reader in = walk.in;
+    const FieldStep* step = begin;
+    while (step != end) {
+        const FieldStep* const runBegin = step;
+        const FieldStep* const runEnd = step + std::min<std::ptrdiff_t>(end - step, walk.fieldsLeft);
+        while (step != runEnd && IsOfStep<format>(*step, in)) {
+            const char* const field = in.next;
+            OnTheWire<format> source{in, {}};
+            const bool isLost = walk.lacking != 0 && (walk.lacking & BitOf(step - begin)) != 0;
+            if (isLost || FillMember(*step, base, source) != 0) [[unlikely]] {
+                return GiveUp(walk, field, *step, repetition);
+            }
+            MarkPresent(*step, base);
+            ++step;
+        }
+        walk.fieldsLeft -= static_cast<int>(step - runBegin);
+        walk.in = in;
+        if (step == end) {
+            break;
+        }
+        if (format == kValueOnly && !walk.IsOver()) {
+            return GiveUp(walk, in.next, *step, repetition);
+        }
+        NoteAbsent(*step, base, repetition, walk.reading);
+        if (step->isMarker) {
+            walk.lacking = kAllFields;
+        } else if (isUnmarkedGroup) {
+            walk.lacking |= BitOf(step - begin);
+        }
+        ++step;
+    }
+    return true;
+}
+
+// Reads the repeat count, as validation does: the low 16 bits of the first 32. Without the field there is none.
+template <short format>
+bool PassCount(Walk& walk, const FieldStep& step) noexcept {
+    if (walk.fieldsLeft <= 0 || !IsOfStep<format>(step, walk.in)) {
+        return format != kValueOnly || walk.IsOver();
+    }
+    OnTheWire<format> source{walk.in, {}};
+    std::uint32_t count = 0;
+    if (step.shape == Shape::kShort) {
+        if (!source.template Find<Shape::kShort>(step)) {
+            return false;
+        }
+        source.template Store<Shape::kShort>(&count);
+    } else {
+        if (!source.template Find<Shape::kLong>(step)) {
+            return false;
+        }
+        source.template Store<Shape::kLong>(&count);
+    }
+    --walk.fieldsLeft;
+    walk.repetitions = count & UINT16_MAX;
+    const bool fits = !walk.binding.hasGroup || walk.repetitions <= walk.binding.mostRepetitions;
+    return walk.lacking == 0 && fits && walk.repetitions <= static_cast<std::uint32_t>(mostRepetitions);
+}
+
+template <short format>
+bool PassGroup(Walk& walk, char* record) noexcept {
+    const ZELBinding& binding = walk.binding;
+    const MessagePlan& plan = *binding.plan;
+    const FieldStep* const begin = binding.steps + plan.groupBegin;
+    const FieldStep* const end = binding.steps + plan.groupEnd;
+    const FieldSet lacking = walk.lacking;
+    char* base = record + binding.groupOffset;
+    for (std::uint32_t at = 0; at < walk.repetitions && (binding.hasGroup || !walk.IsOver()); ++at) {
+        if (!PassSteps<format>(walk, begin, end, base, static_cast<int>(at), plan.groupMarkers == 0)) {
+            return false;
+        }
+        base += binding.groupStride;
+    }
+    walk.lacking = plan.groupMarkers == 0 ? lacking : walk.lacking;
+    return true;
+}
+
+template <short format>
+bool PassAll(Walk& walk, char* record) noexcept {
+    const ZELBinding& binding = walk.binding;
+    const MessagePlan& plan = *binding.plan;
+    const FieldStep* const steps = binding.steps;
+    const bool hasCount = plan.groupBegin != plan.groupEnd;
+    // The count field is the last one in front of the group.
+    if (!PassSteps<format>(walk, steps, steps + plan.groupBegin - (hasCount ? 1 : 0), record, -1, false) ||
+        (hasCount && !PassCount<format>(walk, steps[plan.groupBegin - 1]))) {
+        return false;
+    }
+    if (binding.hasGroup) {
+        StoreHost(record + binding.countOffset, walk.repetitions);
+    }
+    if (hasCount && walk.repetitions == 0 && !walk.IsOver()) {
+        // The slots of such a message are of another order.
+        return false;
+    }
+    // What is left at the end is a field out of order, one that came again, or one that the message does not have.
+    return PassGroup<format>(walk, record) &&
+           PassSteps<format>(walk, steps + plan.groupEnd, steps + plan.entryCount, record, -1, false) && walk.IsOver();
+}
+
+// Reads a payload by steps: 0, or kLeftToSlots.
+int PassPayload(const ZELBinding& binding, const Unpacking& unpacking, const ZelMsgStruct& header,
+                const Reader& payload, const Reader& message, FailedAt& at) noexcept {
+    Walk walk{binding, unpacking.reading, payload, std::max<int>(header.numFields, 0), 0, 0, at};
+    bool isDone = false;
+    switch (header.format) {
+        case kIdAndValue:
+            isDone = PassAll<kIdAndValue>(walk, unpacking.record);
+            break;
+        case kValueOnly:
+            isDone = PassAll<kValueOnly>(walk, unpacking.record);
+            break;
+        case kIdLengthAndValue:
+            isDone = PassAll<kIdLengthAndValue>(walk, unpacking.record);
+            break;
+        default:
+            break;
+    }
+    // A payload that was expanded lies elsewhere: of what is received, its beginning is to blame.
+    const bool isReceived = walk.in.end == message.end;
+    at.offset = static_cast<std::size_t>((isReceived ? walk.in.next : message.next) - unpacking.message);
+    return isDone ? 0 : kLeftToSlots;
+}
+
+// Likewise for one that has to be expanded or transformed back. Apart for the room that the buffers take.
+[[gnu::noinline]] int PassWrapped(const ZELBinding& binding, const Unpacking& unpacking, const ZelMsgStruct& header,
+                                  const Reader& received, FailedAt& at) noexcept {
+    PayloadBuffers buffers;
+    Reader payload = received;
+    if (UnwrapPayload(header, buffers, payload) != Unwrapped::kDone ||
+        !KeepForViews(binding, unpacking.scratch, payload)) {
+        return kLeftToSlots;
+    }
+    return PassPayload(binding, unpacking, header, payload, received, at);
+}
+
+bool IsKnownMessage(short msgType, short subType) noexcept {
+    return FindIndexedMessage(msgType, subType) != nullptr || FindSubType(msgType, subType) != nullptr;
+}
+
+int UnpackBySteps(const ZELBinding& binding, const Unpacking& unpacking, FailedAt& at) noexcept {
+    if (!tablesAreInUse) {
+        return kLeftToSlots;
+    }
+    ZelMsgStruct header{};
+    const Reader payload = PeekZELHeader(unpacking.message, unpacking.length, header);
+    if (payload.next == nullptr) {
+        return kLeftToSlots;
+    }
+    if (header.msgType != binding.plan->msgType || header.subType != binding.plan->subType) {
+        return IsKnownMessage(header.msgType, header.subType) ? ZEL_OTHER_MESSAGE : kLeftToSlots;
+    }
+    if (!binding.unpacksByStep) {
+        return kLeftToSlots;
+    }
+    const int result = IsSentPlain(header) ? PassPayload(binding, unpacking, header, payload, payload, at)
+                                           : PassWrapped(binding, unpacking, header, payload, at);
+    if (result == 0) {
+        TakeEnvelope(header, unpacking.reading);
+    }
+    return result;
+}
+
+// After a failure nothing in the record looks like something received.
+void ClearRecord(const ZELBinding& binding, char* record) noexcept {
+    (void)ForEachSlot(binding, 0, [&](const FieldStep& step, const PlanEntry& /*entry*/, std::uint32_t /*repetition*/) {
+        (void)ClearMember(step, record);
+        return 0;
+    });
+    for (int at = binding.plan->groupEnd; at < binding.plan->entryCount; ++at) {
+        (void)ClearMember(binding.steps[at], record);
+    }
+    if (binding.hasGroup) {
+        StoreHost(record + binding.countOffset, std::uint32_t{0});
+    }
+}
+
+}  // namespace
+
+int UnpackMessage(const ZELBinding& binding, const Unpacking& unpacking, FailedAt& at) noexcept {
+    ZELReading& reading = unpacking.reading;
+    const Scratch scratch = unpacking.scratch;
+    reading.absentCount = 0;
+    int result = UnpackBySteps(binding, unpacking, at);
+    if (result == kLeftToSlots) {
+        unpacking.scratch = scratch;
+        reading.absentCount = 0;
+        result = UnpackBySlots(binding, unpacking, at);
+    }
+    if (result != 0) {
+        unpacking.scratch = scratch;
+        reading.absentCount = 0;
+        if (result != ZEL_OTHER_MESSAGE) {
+            ClearRecord(binding, unpacking.record);
+        }
+    }
+    return result;
+}
+
+}  // namespace zel
+
+namespace {
+
+// Starts what the caller asks for; `none` for those who ask for nothing.
+ZELReading& StartReading(ZELReading* reading, ZELReading& none) noexcept {
+    ZELReading& asked = reading != nullptr ? *reading : none;
+    asked.absentCount = 0;
+    asked.used = 0;
+    return asked;
+}
+
+zel::Scratch ScratchOf(const ZELReading& reading) noexcept {
+    return {static_cast<char*>(reading.scratch), reading.scratch != nullptr ? reading.scratchSize : 0};
+}
+
+}  // namespace
+
+extern "C" int ZELUnpackRecord(const ZELBinding* binding, const void* bytes, size_t length, void* record,
+                               ZELReading* reading, ZELFailure* failure) noexcept {
+    using namespace zel;
+    ZELReading none{};
+    ZELReading& asked = StartReading(reading, none);
+    Scratch scratch = ScratchOf(asked);
+    FailedAt at;
+    if (binding == nullptr || bytes == nullptr || record == nullptr) {
+        return Explain(failure, binding, ZEL_BAD_ARGUMENT, at);
+    }
+    std::size_t size = 0;
+    int result = ZELFindFrame(bytes, length, &size);
+    if (result == 0) {
+        result = UnpackFrame(*binding, static_cast<const char*>(bytes), static_cast<char*>(record), asked, scratch, at);
+        asked.used = size;
+    }
+    return result == 0 ? 0 : Explain(failure, binding, result, at);
+}
+
+extern "C" int ZELUnpackRecordNoFrame(const ZELBinding* binding, const void* bytes, size_t length, void* record,
+                                      ZELReading* reading, ZELFailure* failure) noexcept {
+    using namespace zel;
+    ZELReading none{};
+    ZELReading& asked = StartReading(reading, none);
+    Scratch scratch = ScratchOf(asked);
+    FailedAt at;
+    if (binding == nullptr || bytes == nullptr || record == nullptr || length > INT32_MAX) {
+        return Explain(failure, binding, ZEL_BAD_ARGUMENT, at);
+    }
+    const int result = UnpackMessage(
+        *binding,
+        {static_cast<const char*>(bytes), static_cast<long>(length), static_cast<char*>(record), asked, scratch}, at);
+    asked.used = length;
+    if (result != 0) {
+        return Explain(failure, binding, result, at);
+    }
+    if (asked.envelope != nullptr) {
+        asked.envelope->frameKind = ZEL_FRAME_NONE;
+    }
+    return 0;
+}
