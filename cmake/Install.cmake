@@ -1,5 +1,5 @@
-# What `cmake --install` lays down: headers, libraries, the sample dictionary's image beside its provider, the command
-# with its manual page and completion, a CMake package and a pkg-config file. Nothing in it depends on the place.
+# What `cmake --install` installs: headers, libraries, the sample dictionary's image next to its provider, the command with
+# its manual page and completion, a CMake package and a pkg-config file. The installed tree can be moved.
 include(CMakePackageConfigHelpers)
 
 install(TARGETS zel crush32 zel_command EXPORT zel_targets

@@ -1,5 +1,5 @@
-// Messages as JSON over the sample dictionary and generated ones, written and read back: what encodes decodes to JSON
-// that encodes to the same bytes. Captures and hex dumps of any bytes, shown in every form.
+// JSON messages for the sample dictionary and generated ones: if a message can be encoded, it decodes to JSON that
+// encodes to the same bytes. Also captures and hex dumps of any bytes, shown in every form.
 #include <cstring>
 #include <memory>
 #include <optional>
@@ -123,7 +123,7 @@ private:
 
     struct Decoded {
         std::string text;
-        bool isTold;  // something was wrong with it
+        bool isTold;  // a fault was reported
     };
 
     Decoded Decode(const tools::Frame& frame, tools::DecodedForm form) {
@@ -136,8 +136,8 @@ private:
         return {output.text, errors.any()};
     }
 
-    // In format 1 no id tells the receiver what is missing. What one of the later slots of an id held comes back in the
-    // first: where the later one is mandatory, nobody can send that.
+    // In format 1 there are no ids, so a receiver cannot tell what is missing. The value of a later slot of an id comes
+    // back in the first one. If the later one is mandatory, that message cannot be sent.
     static bool LosesNothing(const tools::Catalog& catalog, const tools::HeaderNumbers& header) {
         const unsigned format = tools::FieldFormat(header.flags);
         const tools::CatalogMessage* kind =
@@ -185,7 +185,7 @@ private:
             std::string frame = kind == 0 ? input_.Bytes(input_.Byte()) : Encode(Line()).value_or("");
             if (kind > 1) {
                 Damage(input_, frame, 0);
-                // The length is right again.
+                // Corrects the length.
                 if (frame.size() > 6 && input_.Below(8) != 0) {
                     const std::size_t size = frame.size() - (frame[1] == 0x10 ? 4 : 6);
                     frame[2] = static_cast<char>(size);
@@ -229,7 +229,7 @@ private:
     }
 
     void Show(const tools::Frame& read, tools::DecodedForm form) {
-        // Not a byte more than the frame has.
+        // Exactly the size of the frame.
         const auto exact = std::make_unique<char[]>(read.size);
         std::memcpy(exact.get(), read.bytes, read.size);
         tools::Frame frame = read;
@@ -241,11 +241,11 @@ private:
         tools::Findings findings;
         const nlohmann::json json = tools::ParseJson(decoded.text, findings);
         Check(findings.empty(), "what a message decodes to is JSON");
-        // Whoever built it by other rules, what was read from it once is read from it again.
+        // The message may not be one of ours, but its JSON must encode and decode to the same JSON.
         CheckLine(decoded.text);
     }
 
-    // As dumps have it.
+    // As in a hex dump.
     std::string Dump(const std::string& bytes) {
         std::string text;
         const std::size_t width = static_cast<std::size_t>(input_.Below(32)) + 1;

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Two builds write their files and read each other's; they must also compile the same image.
-#   check.sh <folder> <dictionary source> <folder of a build's programs, and what runs them> <the same of another build>
+#   check.sh <folder> <dictionary source> <programs of a build> <what runs them> <programs of another build> <what runs them>
 set -euo pipefail
 work=$1 source=$2
 shift 2
