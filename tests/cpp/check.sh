@@ -13,8 +13,8 @@ complain() {
 }
 
 compile() {  # compiler, file: what the compiler says
-    "$1" -std=c++20 -Wall -Wextra -Wconversion -Wshadow -Wsign-conversion -Wpedantic -Werror -fsyntax-only \
-        -I"$source/include" -I"$work" "$2" 2>&1
+    $1 -std=c++20 -Wall -Wextra -Wconversion -Wshadow -Wsign-conversion -Wpedantic -Werror -fsyntax-only \
+        -I"$source/include" "$2" 2>&1
 }
 
 compilers=
@@ -27,16 +27,17 @@ for dictionary in zeldata/sample.json tests/tools/cases/odd_names.json; do
     "$zel" dict header "$source/$dictionary" -o "$header" >"$work/said.txt"
     printf '#include "%s"\n#include "%s"\n' "$header" "$header" >"$work/includes.cpp"
     for compiler in $compilers; do
-        said=$(compile $compiler "$work/includes.cpp") || complain "$dictionary, $compiler: $said"
+        said=$(compile "$compiler" "$work/includes.cpp") || complain "$dictionary, $compiler: $said"
     done
     if command -v clang-format >/dev/null; then
         said=$(clang-format "$header" | diff "$header" -) || complain "$dictionary is not formatted: $said"
     fi
 done
 
-# Each row: what the compiler names, or nothing where the declaration is good | the declaration.
-while IFS='|' read -r expected declaration; do
-    cat - >"$work/row.cpp" <<CPP
+# Each row: what the compiler names, or nothing where it takes the layout | what stands in the layout. All rows are one
+# file, a line each; what a compiler says belongs to the row that it named last.
+rows=$work/rows.cpp
+cat >"$rows" <<'CPP'
 #include <zel.hpp>
 struct Leg {
     int ratio;
@@ -52,16 +53,25 @@ struct Record {
     bool isThere;
 };
 constexpr zel::Message<Record> kMessage{10, 1};
-[[maybe_unused]] constexpr zel::DictionaryField<25, kZELLong> kQuantity{"QUANTITY"};
-[[maybe_unused]] constexpr zel::DictionaryField<300, kZELChars, 3> kCurrency{"CURRENCY"};
-[[maybe_unused]] constexpr zel::Layout kLayout{kMessage, $declaration};
+constexpr zel::DictionaryField<25, kZELLong> kQuantity{"QUANTITY"};
+constexpr zel::DictionaryField<300, kZELChars, 3> kCurrency{"CURRENCY"};
 CPP
-    for compiler in $compilers; do
-        if said=$(compile $compiler "$work/row.cpp"); then
-            [ -z "$expected" ] || complain "$compiler takes $declaration"
-        elif [ -z "$expected" ] || ! grep -q "$expected" <<<"$said"; then
-            complain "$compiler, $declaration: expected \"$expected\" in: $said"
+preamble=$(wc -l <"$rows")
+table=$(grep -v '^#' "$source/tests/cpp/cases/refusals.txt")
+row=0
+while IFS='|' read -r _ parts; do
+    echo "[[maybe_unused]] constexpr zel::Layout kRow$((++row)){kMessage, $parts};" >>"$rows"
+done <<<"$table"
+for compiler in $compilers; do
+    said=$(compile "$compiler" "$rows" || true)
+    line=$preamble
+    while IFS='|' read -r expected parts; do
+        line=$((line + 1))
+        of_row=$(awk -v line=$line '
+            match($0, /rows\.cpp:[0-9]+/) { at = substr($0, RSTART + 9, RLENGTH - 9) } at == line' <<<"$said")
+        if [ -z "$expected" ] && [ -n "$of_row" ] || ! grep -q "$expected" <<<"$of_row"; then
+            complain "$compiler, $parts: expected \"$expected\", got \"$of_row\""
         fi
-    done
-done < <(grep -v '^#' "$source/tests/cpp/cases/refusals.txt")
+    done <<<"$table"
+done
 exit $status
