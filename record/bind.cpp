@@ -84,8 +84,9 @@ void JudgeSteps(ZELBinding& binding) noexcept {
     const MessagePlan& plan = *binding.plan;
     const bool isUsual = plan.repeatFieldId == 0 || plan.groupBegin != plan.groupEnd;
     const auto steps = [&](auto holds) { return std::all_of(binding.steps, binding.steps + plan.entryCount, holds); };
-    binding.packsByStep = isUsual && plan.knowsAllFields &&
-                          steps([](const FieldStep& step) { return step.move == Move::kNone || step.wireId != kNoId; });
+    binding.packsByStep = isUsual && plan.knowsAllFields && steps([](const FieldStep& step) {
+                              return (step.move == Move::kNone && !step.isNumber) || step.wireId != kNoId;
+                          });
     binding.packsNoneByStep = CanLackRepetitions(plan);
     binding.unpacksByStep = isUsual && (binding.countEntry < 0 || binding.steps[binding.countEntry].wireId != kNoId);
 }

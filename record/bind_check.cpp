@@ -178,10 +178,11 @@ struct Check {
         const int fieldId = step.rule.id;
         const TypeText type(step.rule);
         const KindText kind(member);
-        if (step.move != Move::kNone) {
+        if (names[at].hasMember) {
             AddFor(fieldId, "once in the message", "twice in the struct");
             return;
         }
+        names[at].hasMember = true;
         const Move move = IsKind(member.kind) ? MoveOf(step.rule.type, member.kind) : Move::kNone;
         if (move == Move::kNone) {
             AddFor(fieldId, type.text, kind.text);
@@ -227,11 +228,13 @@ struct Check {
         }
     }
 
+    // After BindNumbers.
+    // After BindNumbers.
     void CheckMandatory(bool hasGroup) noexcept {
         for (int at = 0; at < plan.entryCount; ++at) {
             const FieldStep& step = steps[at];
             const bool isSent = plan.entries[at].part != kInGroup || hasGroup;
-            if (step.isMandatory && isSent && step.move == Move::kNone && step.rule.id != plan.repeatFieldId) {
+            if (step.isMandatory && isSent && !names[at].hasMember && !step.isNumber) {
                 char text[48];
                 (void)std::snprintf(text, sizeof text, "mandatory %s", TypeText(step.rule).text);
                 AddFor(step.rule.id, text, "no member in the struct");
@@ -249,7 +252,7 @@ struct Check {
             }
             const std::uint16_t type = step.rule.type;
             if (type == kZELShort || type == kZELLong || type == kZELInt) {
-                step.move = type == kZELShort ? Move::kShortNumber : Move::kLongNumber;
+                step.isNumber = true;
             } else {
                 AddFor(step.rule.id, TypeText(step.rule).text,
                        isCount ? "a record sends a whole number as the count of repetitions"

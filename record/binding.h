@@ -22,13 +22,11 @@ enum class Move : std::uint8_t {
     kDouble,
     kDateTime,
     kMoney,
-    kChars,        // chars and an array
-    kCharsView,    // chars and bytes elsewhere
-    kText,         // a text and an array
-    kBytes,        // a text or bytes and a counted array
-    kBytesView,    // a text or bytes, and bytes elsewhere
-    kShortNumber,  // the repeat-count field and the group's markers, which are no members
-    kLongNumber
+    kChars,      // chars and an array
+    kCharsView,  // chars and bytes elsewhere
+    kText,       // a text and an array
+    kBytes,      // a text or bytes and a counted array
+    kBytesView   // a text or bytes, and bytes elsewhere
 };
 
 // Offsets are from the start of the record, or of the repetition.
@@ -36,8 +34,9 @@ struct FieldStep {
     std::uint32_t wireId;  // as in the plan's entry: kNoId where the field takes the way of the message object
     Move move;
     Shape shape;
-    bool isMandatory;
-    bool isMarker;
+    bool isMandatory : 1;
+    bool isMarker : 1;
+    bool isNumber : 1;  // sent by the library: the repeat-count field and the group's markers, which are no members
     FieldRule rule;
     std::uint32_t offset;
     std::uint32_t size;
@@ -46,14 +45,10 @@ struct FieldStep {
 };
 static_assert(sizeof(FieldStep) == 32, "two of them in a line of the processor");
 
-// Whether the step has a member of the program's.
-inline bool HasMember(const FieldStep& step) noexcept {
-    return step.move != Move::kNone && step.move < Move::kShortNumber;
-}
-
 // A field's name in the dictionary that the binding was made from.
 struct FieldName {
     char text[sizeof(ZELDictionaryField::name)];
+    bool hasMember;
     bool isAskedFor;  // the layout had the name, not the id
 };
 

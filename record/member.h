@@ -12,10 +12,16 @@
 
 namespace zel {
 
+// All values of four bits are moves: a switch over this is one indexed jump.
+inline Move MoveOfStep(const FieldStep& step) noexcept {
+    return static_cast<Move>(static_cast<unsigned>(step.move) & 15);
+}
+
 // ---- Out ------------------------------------------------------------------------------------------------------------
 
+// Whether the record has the step's field; without a member it says nothing against it.
 inline bool IsPresent(const FieldStep& step, const char* base) noexcept {
-    return step.move != Move::kNone && (step.presenceOffset == ZEL_NOWHERE || base[step.presenceOffset] != 0);
+    return step.presenceOffset == ZEL_NOWHERE || base[step.presenceOffset] != 0;
 }
 
 // A number of the field's width from a wider member: ZEL_OUT_OF_RANGE, or what `use` returns.
@@ -29,11 +35,14 @@ template <Shape shape, typename Narrow, typename Wide, typename Use>
     return use(std::integral_constant<Shape, shape>{}, PlainValue{&narrow, sizeof narrow, sizeof narrow});
 }
 
-// A count or a marker is in bounds: it was checked when the repetitions were.
-template <Shape shape, typename Number, typename Use>
-[[gnu::always_inline]] inline int UseNumber(std::uint32_t number, const Use& use) noexcept {
-    const auto value = static_cast<Number>(number);
-    return use(std::integral_constant<Shape, shape>{}, PlainValue{&value, sizeof value, sizeof value});
+// Calls `use` with a number that the library sends. It was found in bounds with the count of repetitions.
+template <typename Use>
+inline int UseNumber(const FieldStep& step, std::uint32_t number, const Use& use) noexcept {
+    if (step.shape == Shape::kShort) {
+        const auto value = static_cast<std::int16_t>(number);
+        return use(std::integral_constant<Shape, Shape::kShort>{}, PlainValue{&value, sizeof value, sizeof value});
+    }
+    return use(std::integral_constant<Shape, Shape::kLong>{}, PlainValue{&number, sizeof number, sizeof number});
 }
 
 // A text of the dictionary's length, of which `held` bytes are there.
@@ -71,16 +80,15 @@ template <typename Use>
 }
 
 // Calls `use` with the shape as a constant and the member's value, and returns what it returns; or what is wrong with
-// the member. `number` is that of kShortNumber and kLongNumber.
+// the member. The step has one.
 template <typename Use>
-[[gnu::always_inline]] inline int UseMember(const FieldStep& step, const char* base, std::uint32_t number,
-                                            const Use& use) noexcept {
+[[gnu::always_inline]] inline int UseMember(const FieldStep& step, const char* base, const Use& use) noexcept {
     const char* const member = base + step.offset;
     const auto plain = [&](auto shape) __attribute__((always_inline)) {
         return use(shape, PlainValue{member, FixedMemorySize(shape()), FixedMemorySize(shape())});
     };
     ZELView view;
-    switch (step.move) {
+    switch (MoveOfStep(step)) {
         case Move::kShort16:
             return plain(std::integral_constant<Shape, Shape::kShort>{});
         case Move::kShort32:
@@ -114,10 +122,6 @@ template <typename Use>
             const int wrong = LoadView(step, base, view);
             return wrong != 0 ? wrong : UseCounted(view.data, view.length, use);
         }
-        case Move::kShortNumber:
-            return UseNumber<Shape::kShort, std::int16_t>(number, use);
-        case Move::kLongNumber:
-            return UseNumber<Shape::kLong, std::int32_t>(number, use);
         case Move::kNone:
             break;
     }
@@ -196,7 +200,7 @@ template <Shape shape, typename Source>
 template <typename Source>
 [[gnu::always_inline]] inline int FillMember(const FieldStep& step, char* base, Source& source) noexcept {
     char* const member = base + step.offset;
-    switch (step.move) {
+    switch (MoveOfStep(step)) {
         case Move::kShort16:
             return FillFixed<Shape::kShort>(step, member, source);
         case Move::kShort32:
@@ -224,16 +228,14 @@ template <typename Source>
         case Move::kBytesView:
             return FillView<Shape::kCounted>(step, base, source);
         case Move::kNone:
-        case Move::kShortNumber:
-        case Move::kLongNumber:
-            break;
+            return source.Pass(step) ? 0 : kNotFound;
     }
-    return source.Pass(step) ? 0 : kNotFound;
+    __builtin_unreachable();
 }
 
 // Makes the member, if the step has one, that of a field which did not arrive. False: nothing in the record tells.
 inline bool ClearMember(const FieldStep& step, char* base) noexcept {
-    if (!HasMember(step)) {
+    if (step.move == Move::kNone) {
         return true;
     }
     const bool isView = step.move == Move::kCharsView || step.move == Move::kBytesView;

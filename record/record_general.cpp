@@ -50,35 +50,43 @@ bool SetSlot(ZelMsgStruct& message, _field_data& slot, const PlainValue& value) 
     }
 }
 
-// Sets each field that the record has: 0, or what is wrong with a member. A field that memory fails stays unset.
+// Sets the field that the record has for the step: 0, or what is wrong with the member. Without memory it stays unset.
+int SetOne(const FieldStep& step, const char* base, std::uint32_t number, ZelMsgStruct& message,
+           _field_data& slot) noexcept {
+    const int newest = message.version != 0 ? message.version : INT16_MAX;
+    bool isSet = true;
+    const auto set = [&](auto shape, const PlainValue& value) {
+        isSet = SetSlot<shape()>(message, slot, value);
+        return 0;
+    };
+    int result = 0;
+    // What the message's version leaves out is counted, and not looked at.
+    if (step.rule.version <= newest) {
+        result = step.isNumber ? UseNumber(step, number, set) : UseMember(step, base, set);
+    }
+    if (result == 0 && isSet) {
+        slot.isSet = 1;
+        ++message.numFields;
+    }
+    return result;
+}
+
 int SetSlots(const ZELBinding& binding, const char* record, ZelMsgStruct& message, std::uint32_t repetitions,
              FailedAt& at) noexcept {
-    const int newest = message.version != 0 ? message.version : INT16_MAX;
     return ForEachSlot(binding, repetitions,
                        [&](const FieldStep& step, const PlanEntry& entry, std::uint32_t repetition) {
                            const char* base = record + BaseOf(binding, entry, repetition);
                            _field_data* slot = SlotOfStep(message, binding, step, entry, repetition);
-                           if (slot == nullptr || !IsPresent(step, base)) {
+                           const bool hasValue = step.move != Move::kNone ? IsPresent(step, base) : step.isNumber;
+                           if (slot == nullptr || !hasValue) {
                                return 0;
                            }
-                           bool isSet = true;
-                           int result = 0;
-                           // What the message's version leaves out is counted, and not looked at.
-                           if (step.rule.version <= newest) {
-                               const std::uint32_t number = entry.part == kInGroup ? repetition + 1 : repetitions;
-                               result = UseMember(step, base, number, [&](auto shape, const PlainValue& value) {
-                                   isSet = SetSlot<shape()>(message, *slot, value);
-                                   return 0;
-                               });
+                           const std::uint32_t number = entry.part == kInGroup ? repetition + 1 : repetitions;
+                           const int wrong = SetOne(step, base, number, message, *slot);
+                           if (wrong != 0) {
+                               at = {step.rule.id, RepetitionOf(entry, repetition), 0};
                            }
-                           if (result != 0) {
-                               at.fieldId = step.rule.id;
-                               at.repetition = RepetitionOf(entry, repetition);
-                           } else if (isSet) {
-                               slot->isSet = 1;
-                               ++message.numFields;
-                           }
-                           return result;
+                           return wrong;
                        });
 }
 
@@ -183,9 +191,6 @@ int FillRecord(const ZELBinding& binding, const ZelMsgStruct& message, const Unp
             const _field_data* slot = SlotOfStep(message, binding, step, entry, repetition);
             if (slot == nullptr || slot->isSet == 0) {
                 NoteAbsent(step, base, RepetitionOf(entry, repetition), unpacking.reading);
-                return 0;
-            }
-            if (!HasMember(step)) {
                 return 0;
             }
             InSlot source{*slot, step.move == Move::kCharsView || step.move == Move::kBytesView};

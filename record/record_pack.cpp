@@ -22,63 +22,101 @@ struct Packing {
     FailedAt& at;
 };
 
-// Writes the empty value of a field that is not set; false for what would be reported.
-bool PackEmpty(const FieldRule& rule, Writer& out) noexcept {
-    return rule.length >= 0 && PackZELEmptyField(rule, out, kValueOnly);
+// A value all of whose bytes are there.
+struct WholeValue {
+    const void* at;
+    std::uint16_t size;
+
+    const void* Bytes() const noexcept { return at; }
+    std::uint16_t Length() const noexcept { return size; }
+    static std::size_t Held(std::size_t wanted) noexcept { return wanted; }
+};
+
+template <short format, Shape shape>
+[[gnu::always_inline]] inline bool Encode(const FieldRule& rule, const PlainValue& value, Writer& out) noexcept {
+    if constexpr (shape == Shape::kChars) {
+        return EncodeField<format, shape>(rule, value, out);
+    } else {
+        return EncodeField<format, shape>(rule, WholeValue{value.at, value.size}, out);
+    }
 }
 
+// Writes the empty value of a field that is not set: the room left, or none for what would be reported.
+[[gnu::noinline]] char* PackEmpty(const FieldRule& rule, Writer out) noexcept {
+    return rule.length >= 0 && PackZELEmptyField(rule, out, kValueOnly) ? out.next : nullptr;
+}
+
+// A field that the record does not have: 0, or kLeftToSlots.
 template <short format>
-int PackSteps(Packing& packing, const FieldStep* step, const FieldStep* end, const char* base,
-              std::uint32_t number) noexcept {
+[[gnu::always_inline]] inline int PackUnset(const FieldStep& step, bool isTooNew, Writer& out, int& packed) noexcept {
+    if (format != kValueOnly || isTooNew) {
+        --packed;
+        return format != kValueOnly && step.isMandatory ? kLeftToSlots : 0;
+    }
+    out.next = PackEmpty(step.rule, out);
+    return out.next != nullptr ? 0 : kLeftToSlots;
+}
+
+// Packs the steps: those in front of the group, the group's once for each repetition, and those after it. 0, or
+// kLeftToSlots, or what is wrong with a member. `hasFilter`: fields may be too new.
+template <short format, bool hasFilter>
+int PackSteps(Packing& packing) noexcept {
+    const ZELBinding& binding = packing.binding;
+    const MessagePlan& plan = *binding.plan;
+    const std::uint32_t repetitions = packing.repetitions;
+    // Without a repetition the fields after the group have no place in the message.
+    const bool hasRest = repetitions != 0 || plan.groupBegin == plan.groupEnd;
     Writer out = packing.out;
-    const FieldStep* const begin = step;
-    const int newest = packing.newest;
-    int leftOut = 0;
-    for (; step != end; ++step) {
-        int result = 0;
-        if (!IsPresent(*step, base)) {
-            if (format != kValueOnly && step->isMandatory) {
-                result = kLeftToSlots;
-            } else if (format != kValueOnly || step->rule.version > newest) {
-                ++leftOut;
+    int packed = 0;
+    const FieldStep* step = binding.steps;
+    const FieldStep* end = step + plan.groupBegin;
+    const char* base = packing.record;
+    std::uint32_t number = repetitions;
+    for (std::uint32_t part = 0;;) {
+        packed += static_cast<int>(end - step);
+        for (; step != end; ++step) {
+            int result = 0;
+            const bool isTooNew = hasFilter && step->rule.version > packing.newest;
+            const auto encode = [&](auto shape, const PlainValue& value) __attribute__((always_inline)) {
+                return Encode<format, shape()>(step->rule, value, out) ? 0 : kLeftToSlots;
+            };
+            if (!IsPresent(*step, base)) {
+                result = PackUnset<format>(*step, isTooNew, out, packed);
+            } else if (isTooNew && (step->move != Move::kNone || step->isNumber)) {
+                --packed;
+            } else if (step->move != Move::kNone) {
+                result = UseMember(*step, base, encode);
             } else {
-                result = PackEmpty(step->rule, out) ? 0 : kLeftToSlots;
+                result =
+                    step->isNumber ? UseNumber(*step, number, encode) : PackUnset<format>(*step, isTooNew, out, packed);
             }
-        } else if (step->rule.version > newest) {
-            ++leftOut;
-        } else {
-            result = UseMember(
-                *step, base, number, [&](auto shape, const PlainValue& value) __attribute__((always_inline)) {
-                    return EncodeField<format, shape()>(step->rule, value, out) ? 0 : kLeftToSlots;
-                });
+            if (result != 0) [[unlikely]] {
+                packing.at.fieldId = step->rule.id;
+                packing.at.repetition = part != 0 && part <= repetitions ? static_cast<int>(part) - 1 : -1;
+                return result;
+            }
         }
-        if (result != 0) [[unlikely]] {
-            packing.at.fieldId = step->rule.id;
-            return result;
+        number = ++part;
+        if (part <= repetitions) {
+            step = binding.steps + plan.groupBegin;
+            end = binding.steps + plan.groupEnd;
+            base = packing.record + binding.groupOffset + std::size_t{part - 1} * binding.groupStride;
+        } else if (part == repetitions + 1 && hasRest) {
+            step = binding.steps + plan.groupEnd;
+            end = binding.steps + plan.entryCount;
+            base = packing.record;
+        } else {
+            break;
         }
     }
     packing.out = out;
-    packing.packed += static_cast<int>(end - begin) - leftOut;
+    packing.packed = packed;
     return 0;
 }
 
 template <short format>
 int PackRecord(Packing& packing) noexcept {
-    const ZELBinding& binding = packing.binding;
-    const MessagePlan& plan = *binding.plan;
-    const FieldStep* const steps = binding.steps;
-    int result = PackSteps<format>(packing, steps, steps + plan.groupBegin, packing.record, packing.repetitions);
-    const char* base = packing.record + binding.groupOffset;
-    for (std::uint32_t at = 0; at < packing.repetitions && result == 0; ++at, base += binding.groupStride) {
-        result = PackSteps<format>(packing, steps + plan.groupBegin, steps + plan.groupEnd, base, at + 1);
-        packing.at.repetition = result != 0 ? static_cast<int>(at) : -1;
-    }
-    // Without a repetition the fields after the group have no place in the message.
-    const bool hasRest = packing.repetitions != 0 || plan.groupBegin == plan.groupEnd;
-    if (result == 0 && hasRest) {
-        result = PackSteps<format>(packing, steps + plan.groupEnd, steps + plan.entryCount, packing.record, 0);
-    }
-    return result;
+    return packing.newest != INT16_MAX ? PackSteps<format, true>(packing) : PackSteps<format, false>(packing);
 }
 
 // Packs the fields at `out`: their length, or -1.

@@ -50,12 +50,9 @@ struct Walk {
     const ZELBinding& binding;
     ZELReading& reading;
     Reader in;
-    int fieldsLeft;
+    int taken;  // fields
     std::uint32_t repetitions;
-    FieldSet lacking;
     FailedAt& at;
-
-    bool IsOver() const noexcept { return fieldsLeft <= 0 || Remaining(in) == 0; }
 };
 
 constexpr FieldSet BitOf(std::ptrdiff_t at) noexcept {
@@ -76,50 +73,11 @@ bool IsOfStep(const FieldStep& step, const Reader& in) noexcept {
     return false;
 }
 
-// Passes the steps, each once: a field that is the step's is taken, any other step's field did not arrive. False: the
-// way of the message object is to look.
-template <short format>
-bool PassSteps(Walk& walk, const FieldStep* const begin, const FieldStep* end, char* base, int repetition,
-               bool isUnmarkedGroup) noexcept {
-    Reader in = walk.in;
-    const FieldStep* step = begin;
-    while (step != end) {
-        const FieldStep* const runBegin = step;
-        const FieldStep* const runEnd = step + std::min<std::ptrdiff_t>(end - step, walk.fieldsLeft);
-        while (step != runEnd && IsOfStep<format>(*step, in)) {
-            const char* const field = in.next;
-            OnTheWire<format> source{in, {}};
-            const bool isLost = walk.lacking != 0 && (walk.lacking & BitOf(step - begin)) != 0;
-            if (isLost || FillMember(*step, base, source) != 0) [[unlikely]] {
-                return GiveUp(walk, field, *step, repetition);
-            }
-            MarkPresent(*step, base);
-            ++step;
-        }
-        walk.fieldsLeft -= static_cast<int>(step - runBegin);
-        walk.in = in;
-        if (step == end) {
-            break;
-        }
-        if (format == kValueOnly && !walk.IsOver()) {
-            return GiveUp(walk, in.next, *step, repetition);
-        }
-        NoteAbsent(*step, base, repetition, walk.reading);
-        if (step->isMarker) {
-            walk.lacking = kAllFields;
-        } else if (isUnmarkedGroup) {
-            walk.lacking |= BitOf(step - begin);
-        }
-        ++step;
-    }
-    return true;
-}
-
 // Reads the repeat count, as validation does: the low 16 bits of the first 32. Without the field there is none.
 template <short format>
 bool PassCount(Walk& walk, const FieldStep& step) noexcept {
-    if (walk.fieldsLeft <= 0 || !IsOfStep<format>(step, walk.in)) {
-        return format != kValueOnly || walk.IsOver();
+    if (!IsOfStep<format>(step, walk.in)) {
+        return format != kValueOnly || Remaining(walk.in) == 0;
     }
     OnTheWire<format> source{walk.in, {}};
     std::uint32_t count = 0;
@@ -134,71 +92,105 @@ bool PassCount(Walk& walk, const FieldStep& step) noexcept {
         }
         source.template Store<Shape::kLong>(&count);
     }
-    --walk.fieldsLeft;
+    ++walk.taken;
     walk.repetitions = count & UINT16_MAX;
     const bool fits = !walk.binding.hasGroup || walk.repetitions <= walk.binding.mostRepetitions;
-    return walk.lacking == 0 && fits && walk.repetitions <= static_cast<std::uint32_t>(mostRepetitions);
+    return fits && walk.repetitions <= static_cast<std::uint32_t>(mostRepetitions);
 }
 
+// Passes the steps, each once: a field that is the step's is taken, any other step's field did not arrive. False: the
+// way of the message object is to look. What the header says of the number of fields is looked at when all is done.
 template <short format>
-bool PassGroup(Walk& walk, char* record) noexcept {
+bool PassSteps(Walk& walk, char* record) noexcept {
     const ZELBinding& binding = walk.binding;
     const MessagePlan& plan = *binding.plan;
-    const FieldStep* const begin = binding.steps + plan.groupBegin;
-    const FieldStep* const end = binding.steps + plan.groupEnd;
-    const FieldSet lacking = walk.lacking;
-    char* base = record + binding.groupOffset;
-    for (std::uint32_t at = 0; at < walk.repetitions && (binding.hasGroup || !walk.IsOver()); ++at) {
-        if (!PassSteps<format>(walk, begin, end, base, static_cast<int>(at), plan.groupMarkers == 0)) {
-            return false;
-        }
-        base += binding.groupStride;
-    }
-    walk.lacking = plan.groupMarkers == 0 ? lacking : walk.lacking;
-    return true;
-}
-
-template <short format>
-bool PassAll(Walk& walk, char* record) noexcept {
-    const ZELBinding& binding = walk.binding;
-    const MessagePlan& plan = *binding.plan;
-    const FieldStep* const steps = binding.steps;
     const bool hasCount = plan.groupBegin != plan.groupEnd;
+    Reader in = walk.in;
+    FieldSet lacking = 0;
+    int taken = 0;
+    int repetition = -1;
     // The count field is the last one in front of the group.
-    if (!PassSteps<format>(walk, steps, steps + plan.groupBegin - (hasCount ? 1 : 0), record, -1, false) ||
-        (hasCount && !PassCount<format>(walk, steps[plan.groupBegin - 1]))) {
-        return false;
+    const FieldStep* begin = binding.steps;
+    const FieldStep* end = begin + plan.groupBegin - (hasCount ? 1 : 0);
+    char* base = record;
+    for (std::uint32_t part = 0;; ++part) {
+        taken += static_cast<int>(end - begin);
+        for (const FieldStep* step = begin; step != end; ++step) {
+            const char* const field = in.next;
+            if (IsOfStep<format>(*step, in)) [[likely]] {
+                OnTheWire<format> source{in, {}};
+                const bool isLost = lacking != 0 && (lacking & BitOf(step - begin)) != 0;
+                if (isLost || FillMember(*step, base, source) != 0) [[unlikely]] {
+                    return GiveUp(walk, field, *step, repetition);
+                }
+                MarkPresent(*step, base);
+                continue;
+            }
+            if (format == kValueOnly && Remaining(in) != 0) {
+                return GiveUp(walk, field, *step, repetition);
+            }
+            --taken;
+            NoteAbsent(*step, base, repetition, walk.reading);
+            if (step->isMarker) {
+                lacking = kAllFields;
+            } else if (repetition >= 0 && plan.groupMarkers == 0) {
+                lacking |= BitOf(step - begin);
+            }
+        }
+        walk.in = in;
+        if (part == 0 && hasCount) {
+            if ((lacking != 0 && Remaining(in) != 0) || !PassCount<format>(walk, binding.steps[plan.groupBegin - 1])) {
+                return false;
+            }
+            in = walk.in;
+            if (binding.hasGroup) {
+                StoreHost(record + binding.countOffset, walk.repetitions);
+            }
+            if (walk.repetitions == 0 && Remaining(in) != 0) {
+                // The slots of such a message are of another order.
+                return false;
+            }
+        }
+        if (part < walk.repetitions && (binding.hasGroup || Remaining(in) != 0)) {
+            repetition = static_cast<int>(part);
+            begin = binding.steps + plan.groupBegin;
+            end = binding.steps + plan.groupEnd;
+            base = record + binding.groupOffset + std::size_t{part} * binding.groupStride;
+        } else if (end != binding.steps + plan.entryCount) {
+            repetition = -1;
+            lacking = plan.groupMarkers == 0 ? 0 : lacking;
+            begin = binding.steps + plan.groupEnd;
+            end = binding.steps + plan.entryCount;
+            base = record;
+        } else {
+            walk.taken += taken;
+            return true;
+        }
     }
-    if (binding.hasGroup) {
-        StoreHost(record + binding.countOffset, walk.repetitions);
-    }
-    if (hasCount && walk.repetitions == 0 && !walk.IsOver()) {
-        // The slots of such a message are of another order.
-        return false;
-    }
-    // What is left at the end is a field out of order, one that came again, or one that the message does not have.
-    return PassGroup<format>(walk, record) &&
-           PassSteps<format>(walk, steps + plan.groupEnd, steps + plan.entryCount, record, -1, false) && walk.IsOver();
 }
 
 // Reads a payload by steps: 0, or kLeftToSlots.
 int PassPayload(const ZELBinding& binding, const Unpacking& unpacking, const ZelMsgStruct& header,
                 const Reader& payload, const Reader& message, FailedAt& at) noexcept {
-    Walk walk{binding, unpacking.reading, payload, std::max<int>(header.numFields, 0), 0, 0, at};
+    Walk walk{binding, unpacking.reading, payload, 0, 0, at};
     bool isDone = false;
     switch (header.format) {
         case kIdAndValue:
-            isDone = PassAll<kIdAndValue>(walk, unpacking.record);
+            isDone = PassSteps<kIdAndValue>(walk, unpacking.record);
             break;
         case kValueOnly:
-            isDone = PassAll<kValueOnly>(walk, unpacking.record);
+            isDone = PassSteps<kValueOnly>(walk, unpacking.record);
             break;
         case kIdLengthAndValue:
-            isDone = PassAll<kIdLengthAndValue>(walk, unpacking.record);
+            isDone = PassSteps<kIdLengthAndValue>(walk, unpacking.record);
             break;
         default:
             break;
     }
+    // Less than the header says is all there is; what is left then is a field out of order, one that came again, or one
+    // that the message does not have. More than the header says is not the message's.
+    const int fields = std::max<int>(header.numFields, 0);
+    isDone = isDone && (walk.taken == fields || (walk.taken < fields && Remaining(walk.in) == 0));
     // A payload that was expanded lies elsewhere: of what is received, its beginning is to blame.
     const bool isReceived = walk.in.end == message.end;
     at.offset = static_cast<std::size_t>((isReceived ? walk.in.next : message.next) - unpacking.message);

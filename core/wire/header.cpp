@@ -303,8 +303,16 @@ Reader UnpackZELHeader(const char* in, long length, ZelMsgStruct* message) noexc
 }
 
 Reader PeekZELHeader(const char* in, long length, ZelMsgStruct& message) noexcept {
-    const bool isTried = HeaderRulesInUse().areUsual && length > 0 && static_cast<std::uint16_t>(length) != 0;
-    return isTried ? ReadHeader<Reading::kQuietly>({in, in + length}, message) : kNoHeader;
+    if (!HeaderRulesInUse().areUsual || length < static_cast<long>(kFixedHeader) ||
+        static_cast<std::uint16_t>(length) == 0) {
+        return kNoHeader;
+    }
+    // One with fixed user data is of one size: its fields need no look at what is left.
+    const Reader fixed = ReadHeader<Reading::kQuietly>({in, in + kFixedHeader}, message);
+    if (fixed.next == in + kFixedHeader && message.varUserData == nullptr) {
+        return {fixed.next, in + length};
+    }
+    return ReadHeader<Reading::kQuietly>({in, in + length}, message);
 }
 
 }  // namespace zel

@@ -46,10 +46,10 @@ TEST(RecordAgreement, HoldsForAnyDictionaryLayoutAndMessage) {
         fuzz::Input input = InputOf(noise);
         const fuzz::GeneratedTables tables(input);
         fuzz::RecordAgreement agreement(input, tables);
-        bound += agreement.IsBound() ? 1 : 0;
+        bound += agreement.IsBound() ? 1U : 0U;
         for (int step = 0; agreement.IsBound() && step < 6; ++step) {
             std::string frame = agreement.Pack(input);
-            packed += frame.empty() ? 0 : 1;
+            packed += frame.empty() ? 0U : 1U;
             frame = frame.empty() ? fuzz::ForeignMessage(input, tables, agreement.subType()) : frame;
             agreement.Unpack(frame);
             fuzz::Damage(input, frame, fuzz::FrameSize(frame));
@@ -138,7 +138,7 @@ Bound BindSpread() {
 }
 
 Spread SampleSpread() {
-    return {7, 2, {{"RYE", -5, 1}, {"BARLEY24", 1 << 20, 1}, {"unused", 0, 0}}, {"spread", 6}};
+    return {7, 2, {{"RYE", -5, 1}, {"BARLEY4", 1 << 20, 1}, {"unused", 0, 0}}, {"spread", 6}};
 }
 
 std::string PackSpread(const ZELBinding* binding, const Spread& spread, ZELEnvelope envelope = {}) {
@@ -195,16 +195,24 @@ const BadLayout kBadLayouts[] = {
      "LEGS (30): counts the repetitions; the struct has a member for it, but it is sent from the group's count\n"},
     {"marker as a member", [](SpreadLayout& all) { all.inGroup.push_back(Extra("MARK", ZEL_INT16, 2)); },
      "MARK (140): marks the repetitions; the struct has a member for it, but it is sent from the group's count\n"},
-    {"no group", [](SpreadLayout& all) { all.layout.subType = kAllTypes; all.members.pop_back(); },
+    {"no group",
+     [](SpreadLayout& all) {
+         all.layout.subType = kAllTypes;
+         all.members.pop_back();
+     },
      "message 1/1: no repeating group; the struct has one\n"},
-    {"several", [](SpreadLayout& all) { all.members[0].kind = ZEL_VIEW; all.inGroup[0].kind = ZEL_MONEY; },
-     "SIDE (10): short; view\nLEG_SYMBOL (31): text; _money\nSIDE (10): mandatory short; no member in the struct\n"},
+    {"several",
+     [](SpreadLayout& all) {
+         all.members[0].kind = ZEL_VIEW;
+         all.inGroup[0].kind = ZEL_MONEY;
+     },
+     "SIDE (10): short; view\nLEG_SYMBOL (31): text; _money\n"},
 };
 
 std::string Replaced(std::string text) {
-    const std::pair<const char*, std::size_t> sizes[] = {
-        {"SIZE", sizeof(Spread)}, {"LEG bytes", sizeof(Leg)}, {"at LEG", sizeof(Leg)}, {"of LEG", sizeof(Leg)},
-        {"WORD", sizeof(void*)},  {"FIRST", offsetof(Spread, legs)}};
+    const std::pair<const char*, std::size_t> sizes[] = {{"SIZE", sizeof(Spread)}, {"LEG bytes", sizeof(Leg)},
+                                                         {"at LEG", sizeof(Leg)},  {"of LEG", sizeof(Leg)},
+                                                         {"WORD", sizeof(void*)},  {"FIRST", offsetof(Spread, legs)}};
     for (const auto& [name, size] : sizes) {
         const std::string word = std::string(name).find("LEG") == std::string::npos ? name : "LEG";
         std::string with = name;
@@ -270,9 +278,9 @@ TEST(Binding, KnowsWhetherItIsCurrent) {
         ZELFailure failure;
         EXPECT_EQ(ZELPackRecord(binding.get(), &spread, nullptr, buffer, sizeof buffer, &length, &failure),
                   ZEL_NO_DICTIONARY);
-        EXPECT_STREQ(failure.text, "no dictionary is in use: call ZELStart first, and ZELStop last");
+        EXPECT_STREQ(failure.text, "SIDE (10): no dictionary is in use: call ZELStart first, and ZELStop last");
         EXPECT_EQ(ZELUnpackRecord(binding.get(), frame.data(), frame.size(), &spread, nullptr, nullptr),
-                  ZEL_NO_MESSAGE_TABLE);
+                  ZEL_NO_DICTIONARY);
         EXPECT_EQ(SpreadLayout().Bind(&none, text), ZEL_NO_MESSAGE_TABLE);
         binding.reset();
     }
@@ -311,8 +319,7 @@ const BadSpread kBadSpreads[] = {
     {"null view", [](Spread& spread, ZELEnvelope&) { spread.note.data = nullptr; }, ZEL_BAD_ARGUMENT,
      "NOTE (33): an argument cannot be: a null pointer, a view without bytes, or a number out of bounds", -1},
     {"long view", [](Spread& spread, ZELEnvelope&) { spread.note.length = 65536; }, ZEL_TEXT_TOO_LONG, nullptr, -1},
-    {"long text", [](Spread& spread, ZELEnvelope&) { spread.note.length = 13000; },
-     ZEL_FIELD_UNPACKABLE, nullptr, -1},
+    {"long text", [](Spread& spread, ZELEnvelope&) { spread.note.length = 13000; }, ZEL_FIELD_UNPACKABLE, nullptr, -1},
     {"format", [](Spread&, ZELEnvelope& envelope) { envelope.format = 3; }, ZEL_BAD_ARGUMENT, nullptr, -1},
     {"version", [](Spread&, ZELEnvelope& envelope) { envelope.version = -1; }, ZEL_BAD_ARGUMENT, nullptr, -1},
     {"user data", [](Spread&, ZELEnvelope& envelope) { envelope.varUserData.length = 1; }, ZEL_BAD_ARGUMENT, nullptr,
@@ -353,12 +360,18 @@ struct Head {
 
 TEST(Frames, AreFoundAtTheHeadOfBytes) {
     const Head heads[] = {
-        {"", ZEL_INCOMPLETE, 4},        {"02", ZEL_NO_FRAME, 0},
-        {"01", ZEL_INCOMPLETE, 4},      {"01 20", ZEL_NO_FRAME, 0},
-        {"01 10 02", ZEL_INCOMPLETE, 4}, {"01 30 02 00", ZEL_INCOMPLETE, 6},
-        {"01 10 02 00 AA", ZEL_INCOMPLETE, 6}, {"01 10 02 00 AA BB CC", 0, 6},
-        {"01 30 01 00 00 00 AA", 0, 7}, {"01 10 FF FF", ZEL_NO_FRAME, 0},
-        {"01 30 1D 30 01 00", ZEL_INCOMPLETE, 77859}, {"01 30 1E 30 01 00", ZEL_NO_FRAME, 0},
+        {"", ZEL_INCOMPLETE, 4},
+        {"02", ZEL_NO_FRAME, 0},
+        {"01", ZEL_INCOMPLETE, 4},
+        {"01 20", ZEL_NO_FRAME, 0},
+        {"01 10 02", ZEL_INCOMPLETE, 4},
+        {"01 30 02 00", ZEL_INCOMPLETE, 6},
+        {"01 10 02 00 AA", ZEL_INCOMPLETE, 6},
+        {"01 10 02 00 AA BB CC", 0, 6},
+        {"01 30 01 00 00 00 AA", 0, 7},
+        {"01 10 FF FF", ZEL_NO_FRAME, 0},
+        {"01 30 1D 30 01 00", ZEL_INCOMPLETE, 77859},
+        {"01 30 1E 30 01 00", ZEL_NO_FRAME, 0},
         {"01 30 00 00 00 80", ZEL_NO_FRAME, 0},
     };
     for (const Head& head : heads) {
@@ -381,7 +394,7 @@ TEST(Frames, AreReadInARow) {
     const std::size_t second = stream.size();
     stream += Pack(other);
     std::string bad = PackSpread(binding.get(), spread);
-    bad[second - 12] = 0x7F;
+    bad[second - 8] = 0x7F;
     const std::size_t third = stream.size();
     stream += bad;
     spread.side = 8;
@@ -431,10 +444,10 @@ TEST(Memory, IsNotAskedForByTheQuickWays) {
     const Bound binding = BindSpread();
     char userData[] = "user data";
     for (std::int16_t format = 0; format <= 2; ++format) {
-        for (const std::uint16_t encryptFlag : {0, 1}) {
+        for (const bool isTransformed : {false, true}) {
             ZELEnvelope envelope{};
             envelope.format = format;
-            envelope.encryptFlag = encryptFlag;
+            envelope.encryptFlag = isTransformed ? 1 : 0;
             envelope.varUserData = {userData, sizeof userData};
             Spread spread = SampleSpread();
             spread.legs[1].hasQuantity = 0;
@@ -481,8 +494,7 @@ TEST(Memory, MayBeOutAtAnyRequest) {
         std::string room(ZEL_MAX_FRAME, '\0');
         std::size_t length = 0;
         FailAllocationsFrom(n, 1);
-        const int packed =
-            ZELPackRecord(binding.get(), &spread, nullptr, room.data(), room.size(), &length, nullptr);
+        const int packed = ZELPackRecord(binding.get(), &spread, nullptr, room.data(), room.size(), &length, nullptr);
         FailAllocationsFrom(n, 1);
         const int unpacked = ZELUnpackRecord(binding.get(), frame.data(), frame.size(), &spread, nullptr, nullptr);
         FailAllocationsFrom(0);

@@ -31,8 +31,8 @@ void Work(const ZELBinding* binding, std::int16_t side) {
         ASSERT_EQ(ZELUnpackRecord(binding, frame, length, &received, nullptr, nullptr), 0);
         ASSERT_EQ(received.side, side);
         ASSERT_EQ(received.symbol.length, sent.symbol.length);
-        const int result = ZELUnpackRecordNoFrame(binding, "\0\7", static_cast<std::size_t>(side), &received, nullptr,
-                                                  nullptr);
+        const int result =
+            ZELUnpackRecordNoFrame(binding, "\0\7", static_cast<std::size_t>(side), &received, nullptr, nullptr);
         ASSERT_EQ(result, side == 1 ? ZEL_BAD_CALL : ZEL_ID_UNREADABLE);
     }
 }
