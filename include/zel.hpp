@@ -1,11 +1,13 @@
 // Records in C++20: a program's own structs to frames and back, over zelrecord.h.
 //
 //     struct Cancel {
+//         std::string_view reference;
 //         std::string_view symbol;
 //         std::optional<std::string_view> reason;
 //     };
 //     constexpr zel::Layout kCancel{
 //         zel::Message<Cancel>{10, 2},
+//         zel::Field("CLIENT_ORDER_REF", &Cancel::reference),
 //         zel::Field("SYMBOL", &Cancel::symbol),
 //         zel::Field("CANCEL_REASON", &Cancel::reason),
 //     };
@@ -15,7 +17,7 @@
 //     auto used = binding->Unpack(received, cancel);    // the bytes of the frame
 //
 // What holds for everything here:
-//  - The header alone: programs link the library and nothing else. Nothing is thrown.
+//  - Header-only: programs link the library and nothing else. Nothing is thrown.
 //  - A failure is a Result without a value, which has a code (enum ZELResult) and a text.
 //  - What zelrecord.h says of presence, reports, memory and threads holds here. A call costs what the C call costs.
 //  - Records are trivially copyable and can be made without arguments. Their members may be
@@ -119,8 +121,7 @@ private:
     int result_;
 };
 
-// ---- Fields and groups
-// -----------------------------------------------------------------------------------------------
+// ---- Fields and groups ----------------------------------------------------------------------------------------------
 
 // A field of a dictionary as a generated header names it (`zel dict header`): Field checks the member against it as the
 // program compiles. Length is that of the type 4, else 0.

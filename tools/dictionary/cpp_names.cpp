@@ -112,13 +112,13 @@ CppNames NameForCpp(const DictionarySource& dictionary) {
     std::set<std::string> taken;
     for (const auto& [id, name] : fields) {
         const std::string joined = Joined(*name, "field");
-        const bool isFree = taken.insert(joined).second && *name != "";
+        const bool isFree = taken.insert(joined).second && !name->empty();
         names.fields[id] = !isFree ? joined + '_' + std::to_string(id) : IsTaken(joined) ? joined + '_' : joined;
     }
     taken.clear();
     for (const auto& [type, name] : messages) {
         const std::string joined = Capitalised(Joined(*name, "message"));
-        const bool isFree = taken.insert(joined).second && *name != "";
+        const bool isFree = taken.insert(joined).second && !name->empty();
         names.messages[type] = isFree ? joined : joined + '_' + NumberText(type.first) + '_' + NumberText(type.second);
     }
     return names;
