@@ -39,6 +39,7 @@
 #include <concepts>
 #include <cstddef>
 #include <cstdint>
+#include <cstdio>
 #include <memory>
 #include <new>
 #include <optional>
@@ -359,16 +360,32 @@ template <typename Record, typename... Fields>
         fields);
 }
 
+// Of failures that are no disagreement about a member.
+[[nodiscard]] constexpr const char* TextOfBindResult(int result) noexcept {
+    switch (result) {
+        case ZEL_BAD_LAYOUT:
+            return "std::optional, std::string_view or std::span is not laid out as records need";
+        case ZEL_NO_SUCH_MESSAGE:
+            return "not in the dictionary";
+        case ZEL_NO_MESSAGE_TABLE:
+        case ZEL_NO_DICTIONARY:
+            return "no dictionary in use";
+        default:
+            return "out of memory";
+    }
+}
+
 // The binding, or why there is none.
 [[nodiscard]] inline BindFailure BindLayout(const ZELLayout& layout, bool sound, const ZELBinding*& binding) noexcept {
     constexpr std::size_t kTextSize = 16384;
-    constexpr std::string_view kUnsound =
-        "std::optional, std::string_view or std::span is not laid out as records need";
-    BindFailure failure{ZEL_BAD_LAYOUT, std::unique_ptr<char[]>(new (std::nothrow) char[kTextSize])};
+    BindFailure failure{ZEL_BAD_LAYOUT, std::unique_ptr<char[]>(new (std::nothrow) char[kTextSize]())};
+    char* const text = failure.text.get();
     if (sound) {
-        failure.result = ZELBind(&layout, &binding, failure.text.get(), failure.text != nullptr ? kTextSize : 0);
-    } else if (failure.text != nullptr) {
-        failure.text[kUnsound.copy(failure.text.get(), kTextSize)] = '\0';
+        failure.result = ZELBind(&layout, &binding, text, text != nullptr ? kTextSize : 0);
+    }
+    if (failure.result != ZEL_OK && text != nullptr && *text == '\0') {
+        (void)std::snprintf(text, kTextSize, "message %d/%d: %s (%d)\n", layout.msgType, layout.subType,
+                            TextOfBindResult(failure.result), failure.result);
     }
     return failure;
 }
