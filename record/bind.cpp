@@ -82,7 +82,9 @@ bool CanLackRepetitions(const MessagePlan& plan) noexcept {
 // Which messages go by the steps alone.
 void JudgeSteps(ZELBinding& binding) noexcept {
     const MessagePlan& plan = *binding.plan;
-    const bool isUsual = plan.repeatFieldId == 0 || plan.groupBegin != plan.groupEnd;
+    // Of the id 0 each message that is created or received is reported.
+    const bool isUsual =
+        (plan.repeatFieldId == 0 || plan.groupBegin != plan.groupEnd) && plan.hasDictionary && !plan.hasIdZero;
     const auto steps = [&](auto holds) { return std::all_of(binding.steps, binding.steps + plan.entryCount, holds); };
     binding.packsByStep = isUsual && plan.knowsAllFields && steps([](const FieldStep& step) {
                               return (step.move == Move::kNone && !step.isNumber) || step.wireId != kNoId;

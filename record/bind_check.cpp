@@ -1,7 +1,6 @@
 #include "record/bind_check.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <cstring>
 
 namespace zel {
@@ -295,15 +294,11 @@ Disagreements::Disagreements(char* text, std::size_t size) noexcept : text_(text
     }
 }
 
-void Disagreements::Add(const char* format, ...) noexcept {
+void Disagreements::EndLine(int length) noexcept {
     ++count_;
     if (left_ == 0) {
         return;
     }
-    std::va_list arguments;
-    va_start(arguments, format);
-    const int length = std::vsnprintf(text_, left_, format, arguments);
-    va_end(arguments);
     const std::size_t used = std::min(static_cast<std::size_t>(std::max(length, 0)), left_ - 1);
     text_ += used;
     left_ -= used;

@@ -2,7 +2,7 @@
 #ifndef ZEL_RECORD_BIND_CHECK_H
 #define ZEL_RECORD_BIND_CHECK_H
 
-#include <cstdarg>
+#include <cstdio>
 
 #include "record/binding.h"
 
@@ -13,10 +13,17 @@ class Disagreements {
 public:
     Disagreements(char* text, std::size_t size) noexcept;
 
-    [[gnu::format(printf, 2, 3)]] void Add(const char* format, ...) noexcept;
+    // As std::snprintf takes them.
+    template <typename... Args>
+    void Add(const char* format, Args... args) noexcept {
+        EndLine(std::snprintf(text_, left_, format, args...));
+    }
     bool IsEmpty() const noexcept { return count_ == 0; }
 
 private:
+    // After so many characters, or as many of them as there was room for.
+    void EndLine(int length) noexcept;
+
     char* text_;
     std::size_t left_;
     int count_ = 0;

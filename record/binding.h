@@ -82,6 +82,12 @@ inline std::uint32_t RepetitionsOf(const ZELBinding& binding, const void* record
     return count;
 }
 
+// Whether a message may have so many, all but the last few that it could have.
+inline bool FitSlots(const MessagePlan& plan, std::uint32_t repetitions) noexcept {
+    const int groupSize = plan.groupEnd - plan.groupBegin;
+    return plan.entryCount + std::int64_t{repetitions} * groupSize <= kZELMaxSlots;
+}
+
 // Where members of the entry's step lie in that repetition.
 inline std::size_t BaseOf(const ZELBinding& binding, const PlanEntry& entry, std::uint32_t repetition) noexcept {
     return entry.part == kInGroup ? binding.groupOffset + std::size_t{repetition} * binding.groupStride : 0;

@@ -21,7 +21,10 @@ inline Move MoveOfStep(const FieldStep& step) noexcept {
 
 // Whether the record has the step's field; without a member it says nothing against it.
 inline bool IsPresent(const FieldStep& step, const char* base) noexcept {
-    return step.presenceOffset == ZEL_NOWHERE || base[step.presenceOffset] != 0;
+    if (step.presenceOffset != ZEL_NOWHERE) [[unlikely]] {
+        return base[step.presenceOffset] != 0;
+    }
+    return true;
 }
 
 // A number of the field's width from a wider member: ZEL_OUT_OF_RANGE, or what `use` returns.
@@ -251,7 +254,8 @@ inline bool ClearMember(const FieldStep& step, char* base) noexcept {
 }
 
 inline void MarkPresent(const FieldStep& step, char* base) noexcept {
-    if (step.presenceOffset != ZEL_NOWHERE) {
+    // Jumps that are made cost more than the others: mostly there is no flag.
+    if (step.presenceOffset != ZEL_NOWHERE) [[unlikely]] {
         base[step.presenceOffset] = 1;
     }
 }

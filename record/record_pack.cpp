@@ -171,7 +171,7 @@ int PackBySteps(const Call& call) noexcept {
                          repetitions <= binding.mostRepetitions &&
                          (repetitions != 0 || plan.groupBegin == plan.groupEnd || binding.packsNoneByStep);
     if (!isTried || (repetitions == 0 && call.envelope.format == kValueOnly && plan.groupEnd != plan.entryCount) ||
-        plan.entryCount + static_cast<std::int64_t>(repetitions) * plan.groupSize > kZELMaxSlots) {
+        !FitSlots(plan, repetitions)) {
         return kLeftToSlots;
     }
     ZelMsgStruct header = HeaderOf(plan, call.envelope);

@@ -35,16 +35,15 @@ struct OnTheWire {
             return WithShape(step.shape, [&](auto shape) { return Find<shape()>(step); });
         } else {
             // Of a field with such a step the dictionary's length is that of its type.
-            return StepOverField<format>(step.rule, in) == Step::kNext;
+            const auto length = static_cast<std::size_t>(step.rule.length);
+            return length != 0 ? Skip(in, FrontSize(format) + length) : Find<Shape::kCounted>(step);
         }
     }
 };
 
-// Fields of a group that a repetition lacked: one bit for each, or for several. A group without markers leaves it to
-// the fields which repetition they are of: each goes to the first that lacks it. So none may come again that an earlier
-// repetition lacked; and after a marker that did not come, nobody knows where a field belongs.
+// Fields of a group that a repetition lacks: one bit for each.
 using FieldSet = std::uint64_t;
-constexpr FieldSet kAllFields = ~FieldSet{0};
+constexpr std::ptrdiff_t kMostInSet = 64;
 
 struct Walk {
     const ZELBinding& binding;
@@ -54,10 +53,6 @@ struct Walk {
     std::uint32_t repetitions;
     FailedAt& at;
 };
-
-constexpr FieldSet BitOf(std::ptrdiff_t at) noexcept {
-    return FieldSet{1} << (static_cast<std::size_t>(at) % 64);
-}
 
 // Whether the field at the reader is the step's.
 template <short format>
@@ -95,7 +90,8 @@ bool PassCount(Walk& walk, const FieldStep& step) noexcept {
     ++walk.taken;
     walk.repetitions = count & UINT16_MAX;
     const bool fits = !walk.binding.hasGroup || walk.repetitions <= walk.binding.mostRepetitions;
-    return fits && walk.repetitions <= static_cast<std::uint32_t>(mostRepetitions);
+    return fits && walk.repetitions <= static_cast<std::uint32_t>(mostRepetitions) &&
+           FitSlots(*walk.binding.plan, walk.repetitions);
 }
 
 // Passes the steps, each once: a field that is the step's is taken, any other step's field did not arrive. False: the
@@ -106,7 +102,10 @@ bool PassSteps(Walk& walk, char* record) noexcept {
     const MessagePlan& plan = *binding.plan;
     const bool hasCount = plan.groupBegin != plan.groupEnd;
     Reader in = walk.in;
-    FieldSet lacking = 0;
+    // A group without markers leaves it to the fields which repetition they are of: each goes to the first that lacks
+    // it. So none may come that an earlier repetition lacked.
+    const bool isUnmarked = plan.groupMarkers == 0;
+    FieldSet lacked = 0;
     int taken = 0;
     int repetition = -1;
     // The count field is the last one in front of the group.
@@ -114,32 +113,34 @@ bool PassSteps(Walk& walk, char* record) noexcept {
     const FieldStep* end = begin + plan.groupBegin - (hasCount ? 1 : 0);
     char* base = record;
     for (std::uint32_t part = 0;; ++part) {
+        FieldSet lacking = 0;
         taken += static_cast<int>(end - begin);
         for (const FieldStep* step = begin; step != end; ++step) {
             const char* const field = in.next;
             if (IsOfStep<format>(*step, in)) [[likely]] {
                 OnTheWire<format> source{in, {}};
-                const bool isLost = lacking != 0 && (lacking & BitOf(step - begin)) != 0;
-                if (isLost || FillMember(*step, base, source) != 0) [[unlikely]] {
+                if (FillMember(*step, base, source) != 0) [[unlikely]] {
                     return GiveUp(walk, field, *step, repetition);
                 }
                 MarkPresent(*step, base);
                 continue;
             }
-            if (format == kValueOnly && Remaining(in) != 0) {
+            // Where a marker is missing nobody knows which repetition the next field is of.
+            if ((format == kValueOnly || step->isMarker) && Remaining(in) != 0) {
                 return GiveUp(walk, field, *step, repetition);
             }
             --taken;
             NoteAbsent(*step, base, repetition, walk.reading);
-            if (step->isMarker) {
-                lacking = kAllFields;
-            } else if (repetition >= 0 && plan.groupMarkers == 0) {
-                lacking |= BitOf(step - begin);
-            }
+            lacking |= FieldSet{1} << (static_cast<std::size_t>(step - begin) % kMostInSet);
         }
+        const bool isOutOfPlace = (lacked & ~lacking) != 0 || (lacked != 0 && end - begin > kMostInSet);
+        if (repetition >= 0 && isUnmarked && isOutOfPlace) {
+            return GiveUp(walk, in.next, *begin, repetition);
+        }
+        lacked |= repetition >= 0 ? lacking : 0;
         walk.in = in;
         if (part == 0 && hasCount) {
-            if ((lacking != 0 && Remaining(in) != 0) || !PassCount<format>(walk, binding.steps[plan.groupBegin - 1])) {
+            if (!PassCount<format>(walk, binding.steps[plan.groupBegin - 1])) {
                 return false;
             }
             in = walk.in;
@@ -158,7 +159,6 @@ bool PassSteps(Walk& walk, char* record) noexcept {
             base = record + binding.groupOffset + std::size_t{part} * binding.groupStride;
         } else if (end != binding.steps + plan.entryCount) {
             repetition = -1;
-            lacking = plan.groupMarkers == 0 ? 0 : lacking;
             begin = binding.steps + plan.groupEnd;
             end = binding.steps + plan.entryCount;
             base = record;
@@ -222,11 +222,10 @@ int UnpackBySteps(const ZELBinding& binding, const Unpacking& unpacking, FailedA
     if (payload.next == nullptr) {
         return kLeftToSlots;
     }
-    if (header.msgType != binding.plan->msgType || header.subType != binding.plan->subType) {
-        return IsKnownMessage(header.msgType, header.subType) ? ZEL_OTHER_MESSAGE : kLeftToSlots;
-    }
-    if (!binding.unpacksByStep) {
-        return kLeftToSlots;
+    const bool isOther = header.msgType != binding.plan->msgType;
+    if (isOther || !binding.unpacksByStep || header.subType != binding.plan->subType) {
+        const bool isOfType = !isOther && header.subType == binding.plan->subType;
+        return !isOfType && IsKnownMessage(header.msgType, header.subType) ? ZEL_OTHER_MESSAGE : kLeftToSlots;
     }
     const int result = IsSentPlain(header) ? PassPayload(binding, unpacking, header, payload, payload, at)
                                            : PassWrapped(binding, unpacking, header, payload, at);
