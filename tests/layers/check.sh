@@ -27,7 +27,7 @@ tools            tools/io tools/verbs
 '
 
 # Pairs of files without their suffixes. A name without a folder is in the same folder.
-includes=$(grep -rHE --include='*.h' --include='*.cpp' '^#include "' include runtime crush32 core message record convert stream \
+includes=$(grep -rHE --include='*.h' --include='*.hpp' --include='*.cpp' '^#include "' include runtime crush32 core message record convert stream \
     zeldata tools | awk -F '[:"]' '{
         from = $1; sub(/\.[a-z]+$/, "", from)
         to = $3; sub(/\.[a-z]+$/, "", to)
