@@ -133,6 +133,7 @@ int Run(const char* json) {
     std::vector<Contender> contenders;
     AddZel(contenders, *zel);
     AddCopy(contenders, *zel, copy);
+    AddRecord(contenders);
     AddPeers(contenders);
     std::vector<Result> results;
     for (const Contender& contender : contenders) {

@@ -19,7 +19,13 @@ constexpr bool IsCompressed(unsigned short packFlags) noexcept {
 // compressMode of a message object.
 enum CompressMode : int { kSendPlain = 0, kSendCompressed = 1, kSendMarked = 2 };
 
-// The mode that gives a message these flags.
+// The flags of a message that is sent in this mode, and the mode that gives a message these flags.
+constexpr unsigned short PackFlagsOf(int compressMode) noexcept {
+    if ((compressMode & kSendMarked) != 0) {
+        return kPackSent + kPackMarked;
+    }
+    return (compressMode & kSendCompressed) != 0 ? kPackSent + kPackCompressed : kPackSent;
+}
 constexpr CompressMode CompressModeOf(unsigned short packFlags) noexcept {
     if ((packFlags & kPackMarked) != 0) {
         return kSendMarked;

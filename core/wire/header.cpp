@@ -191,4 +191,21 @@ Reader UnpackZELHeader(const char* in, long length, ZelMsgStruct* message) noexc
     return HeaderRulesInUse().areUsual ? ReadHeader<true>(reader, *message) : ReadHeader<false>(reader, *message);
 }
 
+Reader PeekZELHeader(const char* in, long length, ZelMsgStruct& message) noexcept {
+    const HeaderRules& rules = HeaderRulesInUse();
+    if (!rules.areUsual || length < static_cast<long>(kFixedHeader) || static_cast<std::uint16_t>(length) == 0) {
+        return kNoHeader;
+    }
+    // One with fixed user data is of one size: its fields need no look at what is left.
+    Reader fixed{in, in + kFixedHeader};
+    if (ReadUsualHeader(fixed, message) && message.varUserData == nullptr) {
+        message.varUserDataLen = kFixedUserDataLength;
+        return {fixed.next, in + length};
+    }
+    // The dictionary may say another length of variable user data.
+    Reader reader{in, in + length};
+    const bool isRead = ReadUsualHeader(reader, message) && message.varUserData != nullptr;
+    return isRead && rules.rules[kVarUserData].length == 0 ? reader : kNoHeader;
+}
+
 }  // namespace zel

@@ -117,6 +117,30 @@ template <typename Expect>
     return true;
 }
 
+// Reads a header in its usual form. Variable user data stays where it lies, and the message does not own it. False:
+// there is none, and anything may be in the message and the reader.
+[[nodiscard]] [[gnu::always_inline]] inline bool ReadUsualHeader(Reader& in, ZelMsgStruct& message) noexcept {
+    const auto isNext = [&in](HeaderFieldId fieldId) { return Remaining(in) >= 2 && LoadU16Be(in.next) == fieldId; };
+    const auto expect = [&](auto fieldId, std::uint32_t& value) {
+        return isNext(fieldId()) && DecodeNumber<fieldId()>(in, value);
+    };
+    std::uint32_t userData = 0;
+    if (!ReadNumbers(expect, message)) {
+        return false;
+    }
+    if (expect(HeaderFieldConstant<kUserData>{}, userData)) {
+        message.userData = static_cast<ZELLong>(userData);
+        return true;
+    }
+    WireValue value{};
+    if (!isNext(kVarUserData) || !LocateValue<kIdAndValue, Shape::kCounted>({}, in, value)) {
+        return false;
+    }
+    message.varUserData = const_cast<char*>(value.bytes);
+    message.varUserDataLen = value.length;
+    return true;
+}
+
 // A header as it was received, by whoever looks at messages without the library.
 struct HeaderView {
     ZelMsgStruct numbers;     // varUserDataLen too, but no varUserData
@@ -126,28 +150,12 @@ struct HeaderView {
 // Reads a header in its usual form and moves the reader after it. False: there is none, and neither changes.
 [[nodiscard]] inline bool ViewHeader(Reader& in, HeaderView& header) noexcept {
     Reader reader = in;
-    HeaderView view{};
-    const auto isNext = [&reader](HeaderFieldId fieldId) {
-        return Remaining(reader) >= 2 && LoadU16Be(reader.next) == fieldId;
-    };
-    const auto expect = [&](auto fieldId, std::uint32_t& value) {
-        return isNext(fieldId()) && DecodeNumber<fieldId()>(reader, value);
-    };
-    std::uint32_t userData = 0;
-    if (!ReadNumbers(expect, view.numbers)) {
+    ZelMsgStruct numbers{};
+    if (!ReadUsualHeader(reader, numbers)) {
         return false;
     }
-    if (expect(HeaderFieldConstant<kUserData>{}, userData)) {
-        view.numbers.userData = static_cast<ZELLong>(userData);
-    } else {
-        WireValue value{};
-        if (!isNext(kVarUserData) || !LocateValue<kIdAndValue, Shape::kCounted>({}, reader, value)) {
-            return false;
-        }
-        view.varUserData = value.bytes;
-        view.numbers.varUserDataLen = value.length;
-    }
-    header = view;
+    header = {numbers, numbers.varUserData};
+    header.numbers.varUserData = nullptr;
     in = reader;
     return true;
 }

@@ -14,6 +14,7 @@ core/wire        include runtime crush32 core/tables
 core/slots       include runtime core/tables core/wire/user_data
 core             include runtime core/tables core/wire core/slots
 message          include runtime crush32 core core/tables core/wire core/slots
+record           include runtime core core/tables core/wire core/slots message/exchange
 convert          include runtime
 stream           include runtime core/tables
 zeldata          include runtime core/tables/field_shape
@@ -26,7 +27,7 @@ tools            tools/io tools/verbs
 '
 
 # Pairs of files without their suffixes. A name without a folder is in the same folder.
-includes=$(grep -rHE --include='*.h' --include='*.cpp' '^#include "' include runtime crush32 core message convert stream \
+includes=$(grep -rHE --include='*.h' --include='*.hpp' --include='*.cpp' '^#include "' include runtime crush32 core message record convert stream \
     zeldata tools | awk -F '[:"]' '{
         from = $1; sub(/\.[a-z]+$/, "", from)
         to = $3; sub(/\.[a-z]+$/, "", to)

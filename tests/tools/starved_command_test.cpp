@@ -79,6 +79,7 @@ const Verb kVerbs[] = {
     {"dict show sample.json 10/2"},
     {"dict diff small.img newer.json"},
     {"dict diff --json small.json newer.json"},
+    {"dict header small.json -o old.img", true},
     {"dict wireshark small.json -o old.img", true},
     {"value money 101'16"},
     {"value date 11/30/99"},

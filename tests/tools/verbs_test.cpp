@@ -110,7 +110,7 @@ TEST_F(Verbs, WriteWhatTheirPageShows) {
             ++count;
         }
     }
-    EXPECT_EQ(count, 3);
+    EXPECT_EQ(count, 4);
 }
 
 TEST_F(Verbs, TellWhenNoSourceMakesTheImage) {

@@ -19,13 +19,14 @@ Verb ZelCommand() {
 
 Verb DictVerb() {
     return {.name = "dict",
-            .summary = "Check, build, show and compare dictionaries, and show them to Wireshark",
+            .summary = "Check, build, show and compare dictionaries, and show them to C++ and Wireshark",
             .footer =
                 "Examples:\n"
                 "  zel dict check zeldata/sample.json\n"
                 "  zel dict show zeldata/sample.json 10/2\n"
                 "'zel dict VERB --help' tells more.",
-            .verbs = {DictBuildVerb(), DictCheckVerb(), DictShowVerb(), DictDiffVerb(), DictWiresharkVerb()}};
+            .verbs = {DictBuildVerb(), DictCheckVerb(), DictShowVerb(), DictDiffVerb(), DictHeaderVerb(),
+                      DictWiresharkVerb()}};
 }
 
 }  // namespace zel::tools

@@ -17,6 +17,7 @@ namespace zel::tools {
 [[nodiscard]] Verb DictCheckVerb();
 [[nodiscard]] Verb DictShowVerb();
 [[nodiscard]] Verb DictDiffVerb();
+[[nodiscard]] Verb DictHeaderVerb();
 [[nodiscard]] Verb DictWiresharkVerb();
 [[nodiscard]] Verb ValueVerb();
 

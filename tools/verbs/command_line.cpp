@@ -45,7 +45,8 @@ struct AddTo {
 
     CLI::Option* operator()(bool* flag) const { return app.add_flag(option.names, *flag, option.description); }
     CLI::Option* operator()(std::vector<std::string>* list) const {
-        return app.add_option(option.names, *list, option.description)->delimiter(',')->allow_extra_args(false);
+        const bool isArgument = !option.names.starts_with('-');
+        return app.add_option(option.names, *list, option.description)->delimiter(',')->allow_extra_args(isArgument);
     }
     template <typename Value>
     CLI::Option* operator()(Value* value) const {

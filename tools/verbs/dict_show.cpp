@@ -51,10 +51,6 @@ std::string TypeName(const FieldSource& field) {
     return image::FindFieldTypeRule(field.type)->name;
 }
 
-std::string TypeAndSubType(const MessageSource& message) {
-    return std::to_string(message.type) + '/' + std::to_string(message.subType);
-}
-
 void ShowFields(const std::vector<const FieldSource*>& fields, const Style& style) {
     Table table{{"id", "name", "type", "length", "version", "text"}, {}};
     for (const FieldSource* field : fields) {
@@ -127,12 +123,10 @@ bool ShowSubject(const DictionarySource& dictionary, const std::string& subject,
             found = true;
         }
     }
-    for (const MessageSource& message : dictionary.messages) {
-        if (message.name == subject || TypeAndSubType(message) == subject) {
-            std::cout << (found ? "\n" : "");
-            ShowMessage(dictionary, message, style);
-            found = true;
-        }
+    if (const MessageSource* message = FindMessage(dictionary, subject)) {
+        std::cout << (found ? "\n" : "");
+        ShowMessage(dictionary, *message, style);
+        found = true;
     }
     return found;
 }

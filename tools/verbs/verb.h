@@ -12,7 +12,8 @@
 
 namespace zel::tools {
 
-// What an option sets. A flag sets a bool; a list takes its values with commas between them.
+// What an option sets. A flag sets a bool; a list takes its values with commas between them, and as an argument also
+// all that stand on the line.
 using OptionTarget = std::variant<bool*, std::string*, std::vector<std::string>*, std::optional<short>*>;
 
 struct VerbOption {
