@@ -11,7 +11,7 @@ namespace {
 using zel::bench::OrderIds;
 using zel::bench::OrderRecord;
 
-// Enough for the counts to be the same within a thousandth whatever the first round costs.
+// Enough that the cost of the first round changes the counts by less than a thousandth.
 constexpr int kRounds = 2000;
 
 struct Bench {

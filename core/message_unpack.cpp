@@ -131,20 +131,20 @@ template <short format>
 // Fields with ids. Each lands in the first free slot of its id in the repetition that the markers received have
 // reached; mostly that is the slot after the one before.
 template <short format>
-int ReceiveFields(MessageBlock& block, int fieldsLeft, const Reader& payload, int inOrder) noexcept {
+int ReceiveFields(MessageBlock& block, int numFields, const Reader& payload, int inOrder) noexcept {
     Reader in = payload;
     _field_data* slot = SlotsOf(block);
     Receiving receiving{block, in, slot, 0, true, false};
     // The first of the list were seen by validation.
-    const _field_data* const firstUnseen = slot + std::min(inOrder, block.slotCount);
-    for (; slot != firstUnseen; ++slot, --fieldsLeft) {
+    const int seen = std::min(inOrder, block.slotCount);
+    for (const _field_data* const firstUnseen = slot + seen; slot != firstUnseen; ++slot) {
         if (!ReceiveAnyValue<format>(block, *slot, EntryOf(block, *slot), in)) {
             return -1;
         }
     }
-    for (; fieldsLeft > 0; --fieldsLeft) {
+    for (int fieldsLeft = numFields - seen; fieldsLeft > 0; --fieldsLeft) {
         const PlanEntry& entry = EntryOf(block, *slot);
-        if (IsFieldOf(entry, in) && IsFirstFree(block, *slot)) {
+        if (IsFieldOf(entry, in) && (receiving.isInOrder || IsFirstFree(block, *slot))) {
             if (!ReceiveAnyValue<format>(block, *slot, entry, in)) {
                 return -1;
             }

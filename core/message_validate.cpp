@@ -28,19 +28,19 @@ bool UnpackRepeatCount(const FieldRule& rule, const Reader& in, short format, sh
     return true;
 }
 
-// Steps over fields that come as the list has them, and not over the repeat-count field: their number.
+// Steps over fields that come as the list has them, up to the repeat-count field at most: their number.
 template <short format>
 int StepInOrder(const MessagePlan& plan, int numFields, Reader& in) noexcept {
+    // The count stands in front of the group; a list without a whole group has no known place for it.
+    const int most = plan.groupBegin != plan.groupEnd ? std::clamp(numFields, 0, plan.groupBegin - 1) : 0;
     const PlanEntry* next = plan.entries;
+    const PlanEntry* const end = next + most;
     Reader reader = in;
-    int field = 0;
-    while (field < numFields && IsFieldOf(*next, reader) && next->rule.id != plan.repeatFieldId &&
-           StepOverField<format>(next->rule, reader) == Step::kNext) {
+    while (next != end && IsFieldOf(*next, reader) && StepOverField<format>(next->rule, reader) == Step::kNext) {
         ++next;
-        ++field;
     }
     in = reader;
-    return field;
+    return static_cast<int>(next - plan.entries);
 }
 
 // Walks the payload up to the repeat-count field. A payload that ends before it leaves the count as it is.

@@ -1,6 +1,7 @@
-// The compression library, alone and behind the framing of payloads: hostile data with hostile lengths expand within
-// their bounds or not at all, and what was compressed expands to what it was. zlib itself is not built with the
-// sanitizers: writes behind a buffer show in guard bytes, reads behind one by what is read there changing the outcome.
+// The compression library, alone and with the framing of payloads: hostile data with hostile lengths expand within
+// their bounds or not at all, and compressed data expand to their source. zlib is not built with the sanitizers, so
+// guard bytes catch writes after a buffer; reads after a buffer are caught because other bytes there must not change
+// the result.
 #include <algorithm>
 #include <climits>
 #include <cstring>
@@ -35,7 +36,7 @@ void AppendNoise(std::string& source, std::size_t size, std::uint32_t seed) {
     }
 }
 
-// Appends what lies `distance` bytes back, overlapping what it appends.
+// Appends a copy of what lies `distance` bytes back; the two may overlap.
 void AppendRepeat(std::string& source, std::size_t size, std::size_t distance) {
     if (source.empty()) {
         return;
@@ -77,7 +78,7 @@ std::string Expand(const std::string& data, std::size_t size, bool* isGood) {
     const short status =
         CrushExpand(exactSource.get(), exact.get(), static_cast<int>(size), static_cast<int>(data.size()));
     CrushEnd();
-    Check(status == 0 || status == -1, "expanding answers 0 or -1");
+    Check(status == 0 || status == -1, "expanding returns 0 or -1");
 
     const std::string followed = data + std::string(kGuard, '\xFF');
     std::string guarded(size + kGuard, kGuardByte);
@@ -85,7 +86,7 @@ std::string Expand(const std::string& data, std::size_t size, bool* isGood) {
     const short again =
         CrushExpand(followed.data(), guarded.data(), static_cast<int>(size), static_cast<int>(data.size()));
     CrushEnd();
-    Check(again == status, "what lies behind the data has no say");
+    Check(again == status, "bytes after the data do not matter");
     Check(guarded.find_first_not_of(kGuardByte, size) == std::string::npos, "expanding stays within its destination");
     Check(status != 0 || std::memcmp(exact.get(), guarded.data(), size) == 0, "expanding twice gives the same");
     *isGood = status == 0;
@@ -102,7 +103,7 @@ void ExpandHostile(Input& input, const std::string& data) {
     }
 }
 
-// Lengths that no buffer has, and no buffers.
+// Negative lengths and null buffers.
 void RefuseSenseless(Input& input) {
     char byte = kGuardByte;
     const int senseless = input.OneIn(2) ? INT_MIN : -1 - input.Below(256);
@@ -134,7 +135,7 @@ std::string Compress(const std::string& source) {
     return size < 0 ? "" : guarded.substr(0, static_cast<std::size_t>(size));
 }
 
-// Compresses and expands; answers the compressed data, or "".
+// Compresses and expands; returns the compressed data, or "".
 std::string RoundTrip(const std::string& source) {
     std::string data = Compress(source);
     if (data.empty()) {
@@ -147,7 +148,7 @@ std::string RoundTrip(const std::string& source) {
     (void)Expand(data.substr(0, data.size() - 1), source.size(), &isGood);
     Check(!isGood, "data cut short is refused");
     (void)Expand(data + '\0', source.size(), &isGood);
-    Check(!isGood, "data with more behind it is refused");
+    Check(!isGood, "data with more after it is refused");
     return data;
 }
 
@@ -157,7 +158,7 @@ void ExpandPayload(unsigned char flags, const std::string& payload) {
     short length = -7;
     const int result =
         zelExpandPayload(flags, exact.get(), static_cast<short>(payload.size()), destination.get(), &length);
-    Check(result == 0 || result == -1, "expanding a payload answers 0 or -1");
+    Check(result == 0 || result == -1, "expanding a payload returns 0 or -1");
     Check(result == -1 || (length >= 0 && length <= kZELMaxPayload), "an expanded payload fits its buffer");
 }
 
@@ -184,7 +185,7 @@ void RoundTripPayload(unsigned char flags, const std::string& source) {
           "a compressed payload expands to what it was");
 }
 
-// A payload with lengths of its own in front.
+// The data after two lengths that may be wrong.
 std::string HostilePayload(Input& input, const std::string& data) {
     const std::uint32_t expanded = input.OneIn(4) ? input.Long() : input.Short() % 16384U;
     const bool lies = input.OneIn(4);

@@ -1,4 +1,4 @@
-// Damage to bytes as chosen by an input.
+// Damage to bytes, chosen by an input.
 #ifndef ZEL_FUZZ_DAMAGE_H
 #define ZEL_FUZZ_DAMAGE_H
 
@@ -8,7 +8,7 @@
 
 namespace zel::fuzz {
 
-// Changes, cuts, inserts and takes out bytes from the position `from` on.
+// Changes, cuts, inserts and removes bytes from the position `from` on.
 inline void Damage(Input& input, std::string& bytes, std::size_t from) {
     for (int n = input.Below(6); n >= 0 && bytes.size() > from; --n) {
         const std::size_t at = from + input.Short() % (bytes.size() - from);

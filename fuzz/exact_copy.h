@@ -1,4 +1,4 @@
-// Copies on the heap that end where their bytes do, so that the sanitizer sees the first byte read behind them.
+// Heap copies of exactly the given size, so that the sanitizer sees the first byte read after them.
 #ifndef ZEL_FUZZ_EXACT_COPY_H
 #define ZEL_FUZZ_EXACT_COPY_H
 
@@ -13,7 +13,7 @@ inline std::unique_ptr<char[]> ExactCopy(std::string_view bytes) {
     return copy;
 }
 
-// A text up to its first zero byte, and that.
+// A text up to and including its first zero byte.
 inline std::unique_ptr<char[]> ExactText(std::string_view bytes) {
     const std::string_view text = bytes.substr(0, bytes.find('\0'));
     auto copy = std::make_unique<char[]>(text.size() + 1);

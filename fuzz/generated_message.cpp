@@ -5,8 +5,8 @@
 #include <vector>
 
 #include "fuzz/generated_source.h"
-#include "tools/hex_text.h"
-#include "tools/json_text.h"
+#include "tools/text/hex_text.h"
+#include "tools/text/json_text.h"
 
 namespace zel::fuzz {
 
@@ -56,7 +56,7 @@ private:
         line_ += (line_.empty() ? "" : ",") + Quoted(key) + ':' + Odd(value);
     }
 
-    // The value, or now and then another one.
+    // The value, or sometimes another one.
     std::string Odd(const std::string& value) {
         return input_.OneIn(128) ? OddValue(input_).dump(-1, ' ', true, nlohmann::json::error_handler_t::ignore)
                                  : value;
@@ -91,7 +91,7 @@ private:
         }
     }
 
-    // The ids of the entries, each before or behind those before it.
+    // The ids of the entries in a random order, as JSON.
     std::string Order() {
         std::vector<std::string> ids;
         for (const tools::CatalogEntry& entry : kind_.entries) {
@@ -105,12 +105,12 @@ private:
         return '[' + order + ']';
     }
 
-    // The entries [first, last) and those from `behind` on.
-    std::string Object(std::size_t first, std::size_t last, std::size_t behind) {
+    // The entries [first, last) and those from `after` on.
+    std::string Object(std::size_t first, std::size_t last, std::size_t after) {
         std::string members;
         const int density = input_.Below(4);
         for (std::size_t i = first; i < kind_.entries.size(); ++i) {
-            if ((i >= last && i < behind) || input_.Below(4) < density) {
+            if ((i >= last && i < after) || input_.Below(4) < density) {
                 continue;
             }
             const tools::CatalogEntry& entry = kind_.entries[i];

@@ -4,7 +4,7 @@
 #include <vector>
 
 #include "include/zelprovider.h"
-#include "tools/dictionary_check.h"
+#include "tools/dictionary/source_check.h"
 #include "zeldata/field_rules.h"
 
 namespace zel::fuzz {
@@ -39,7 +39,7 @@ public:
     }
 
 private:
-    // The value, or now and then another one.
+    // The value, or sometimes another one.
     Json Odd(Json value) { return isOdd_ && input_.OneIn(64) ? OddValue(input_) : std::move(value); }
 
     Json Field(int id, int type) {
@@ -58,7 +58,7 @@ private:
         return Odd(field);
     }
 
-    // A field behind those of the header, as a rule.
+    // The name of a field, mostly not one of the header's.
     std::string Name() {
         const std::size_t first = input_.OneIn(32) || names_.size() == 7 ? 0 : 7;
         return names_[first + static_cast<std::size_t>(input_.Byte()) % (names_.size() - first)];
@@ -89,8 +89,8 @@ private:
             entries.push_back({{"group", Odd({{"count", Entry()}, {"fields", Odd(members)}})}});
         }
         if (input_.OneIn(2)) {
-            const Json behind = Entries(4);
-            entries.insert(entries.end(), behind.begin(), behind.end());
+            const Json after = Entries(4);
+            entries.insert(entries.end(), after.begin(), after.end());
         }
         return Odd({{"type", Odd(number % 3 - 1)},
                     {"subType", Odd(number)},

@@ -1,4 +1,4 @@
-// A dictionary source made from an input: the header fields, fields of every type, messages with and without a group.
+// Makes a dictionary source from an input: the header fields, fields of every type, messages with and without a group.
 #ifndef ZEL_FUZZ_GENERATED_SOURCE_H
 #define ZEL_FUZZ_GENERATED_SOURCE_H
 
@@ -7,18 +7,18 @@
 #include <string>
 
 #include "fuzz/input.h"
-#include "tools/dictionary_source.h"
-#include "tools/findings.h"
+#include "tools/dictionary/dictionary_source.h"
+#include "tools/text/findings.h"
 
 namespace zel::fuzz {
 
-// An odd source has values here and there that no source may have; others are mostly free of errors.
+// An odd source has some invalid values; others have few errors.
 [[nodiscard]] nlohmann::json GenerateSource(Input& input, bool isOdd);
 
-// A value of any kind, for a place where another one is expected.
+// A value of any kind, to replace the expected one.
 [[nodiscard]] nlohmann::json OddValue(Input& input);
 
-// The source checked as the command does it: the findings tell whether it can be built.
+// Checks the source like the command does; the findings tell whether it can be built.
 [[nodiscard]] tools::DictionarySource CheckedSource(const nlohmann::json& json, tools::Findings& findings);
 
 }  // namespace zel::fuzz

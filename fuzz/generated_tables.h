@@ -1,4 +1,4 @@
-// A dictionary and a message table made from an input: fields of every type and odd lengths, lists with repeated ids,
+// Makes a dictionary and a message table from an input: fields of every type and odd lengths, lists with repeated ids,
 // groups with and without markers, groups that do not fit.
 #ifndef ZEL_FUZZ_GENERATED_TABLES_H
 #define ZEL_FUZZ_GENERATED_TABLES_H
@@ -21,11 +21,11 @@ public:
     GeneratedTables(const GeneratedTables&) = delete;
     GeneratedTables& operator=(const GeneratedTables&) = delete;
 
-    // An id that is often one of the sub-type's list.
+    // A random id, often from the sub-type's list.
     std::uint16_t FieldId(Input& input, int subType) const;
-    // An id without a record has that of the id 0: no type.
+    // Ids without a record get record 0, which has no type.
     const ZELDictionaryField& Field(unsigned id) const { return records_[id < records_.size() ? id : 0]; }
-    // Whether each length is that of the field's type: else nobody can step over the field.
+    // Whether each length fits the field's type. If not, the field cannot be skipped.
     bool IsConsistent() const { return isConsistent_; }
     const ZELSubTypeNode& Node(int subType) const { return nodes_[subType]; }
 

@@ -1,6 +1,6 @@
-// Dictionary images as the provider opens them: of generated dictionaries, damaged with the checksum made right again,
-// cut short, or any bytes. What opens is walked whole, its messages travel, and its source builds to an image that
-// shows the same.
+// Dictionary images as the provider opens them: made from generated dictionaries, damaged with a new checksum, cut
+// short, or random bytes. An image that opens is read completely, its messages are packed and unpacked, and its source
+// builds to an image with the same contents.
 #include <cstring>
 #include <memory>
 #include <set>
@@ -11,9 +11,10 @@
 #include "fuzz/damage.h"
 #include "fuzz/generated_source.h"
 #include "include/zelmessage.h"
-#include "tools/dictionary_image.h"
-#include "tools/image_source.h"
-#include "tools/json_file.h"
+#include "tools/dictionary/image_builder.h"
+#include "tools/dictionary/image_reader.h"
+#include "tools/dictionary/source_text.h"
+#include "tools/text/json_file.h"
 #include "zeldata/checksum.h"
 #include "zeldata/image_check.h"
 #include "zeldata/message_table.h"
@@ -23,7 +24,7 @@ namespace zel::fuzz {
 
 namespace {
 
-// More cost more to walk than they tell.
+// More messages take time and find nothing new.
 constexpr int kMostMessages = 6;
 constexpr int kMostFields = 300;
 
@@ -37,7 +38,7 @@ std::string EmptyImage() {
     return Bytes({});
 }
 
-// A number that lies near one of the header's or of a message's, in the place of another.
+// Replaces a number of the header or of a message by one near another of them.
 void DamageNumber(Input& input, std::string& image) {
     image::ImageHeader header{};
     if (image.size() < sizeof header) {
@@ -59,7 +60,7 @@ void DamageNumber(Input& input, std::string& image) {
     std::memcpy(image.data() + at, &number, size);
 }
 
-// So that the check reads on.
+// Corrects size and checksum, so that the check continues after them.
 void MakeRight(std::string& image) {
     image::ImageHeader header{};
     if (image.size() < sizeof header) {
@@ -120,7 +121,7 @@ void Travel(Input& input, short msgType, const ZELSubTypeNode& node) {
     if (sent.message == nullptr) {
         return;
     }
-    // As many bytes as any type reads; few of them are text.
+    // As many bytes as any type reads, but a text of at most four.
     std::string value(kZELMaxPayload, '\0');
     value.replace(0, 4, input.Bytes(4));
     for (int i = 0; i < node.fieldCount; ++i) {
@@ -171,7 +172,7 @@ void Walk(Input& input, const image::ImageView& view) {
     ReleasePlans();
 }
 
-// A source says each type once.
+// Sources cannot have a type twice.
 bool HasTypeTwice(const image::ImageView& view) {
     std::set<std::int16_t> types;
     for (std::uint32_t i = 0; i < view.header->typeCount; ++i) {
@@ -203,7 +204,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     using namespace zel::fuzz;
     Input input(data, size);
     const std::string image = Image(input);
-    // Aligned as a mapping is, and not a byte longer.
+    // Aligned like a mapping, and of exactly its size.
     const auto block = std::make_unique<char[]>(image.size());
     std::memcpy(block.get(), image.data(), image.size());
     zel::image::ImageView view;

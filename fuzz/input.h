@@ -1,4 +1,4 @@
-// Takes an input apart into choices. An input that has run out gives zeros.
+// Turns the bytes of an input into choices. After the end of the input all choices are 0.
 #ifndef ZEL_FUZZ_INPUT_H
 #define ZEL_FUZZ_INPUT_H
 
@@ -35,7 +35,7 @@ public:
     // 0 to limit - 1; limit is 1 to 256.
     int Below(int limit) { return Byte() % limit; }
 
-    // True once in `n` times, and never once the input has run out.
+    // True one time in `n`; never after the end of the input.
     bool OneIn(int n) { return !IsEmpty() && Byte() % n == n - 1; }
 
     std::string Bytes(std::size_t size) {

@@ -1,5 +1,5 @@
-// Messages as JSON over the sample dictionary and generated ones, written and read back: what encodes decodes to JSON
-// that encodes to the same bytes. Captures and hex dumps of any bytes, shown in every form.
+// JSON messages for the sample dictionary and generated ones: if a message can be encoded, it decodes to JSON that
+// encodes to the same bytes. Also captures and hex dumps of any bytes, shown in every form.
 #include <cstring>
 #include <memory>
 #include <optional>
@@ -10,13 +10,14 @@
 #include "fuzz/damage.h"
 #include "fuzz/generated_message.h"
 #include "fuzz/generated_source.h"
-#include "tools/capture_decoder.h"
-#include "tools/descriptor.h"
-#include "tools/dictionary_file.h"
-#include "tools/dictionary_image.h"
-#include "tools/hex_text.h"
-#include "tools/json_file.h"
-#include "tools/message_writer.h"
+#include "tools/capture/capture_decoder.h"
+#include "tools/capture/message_writer.h"
+#include "tools/dictionary/dictionary_file.h"
+#include "tools/dictionary/image_builder.h"
+#include "tools/io/descriptor.h"
+#include "tools/text/hex_text.h"
+#include "tools/text/json_file.h"
+#include "tools/text/message_error.h"
 #include "zeldata/image_check.h"
 #include "zeldata/message_table.h"
 
@@ -122,36 +123,43 @@ private:
 
     struct Decoded {
         std::string text;
-        bool isTold;  // something was wrong with it
+        bool isTold;  // a fault was reported
     };
 
     Decoded Decode(const tools::Frame& frame, tools::DecodedForm form) {
         tools::ByteOutput output{tools::kStandardError, ""};
-        tools::Complaints complaints("", output);
+        tools::ErrorLines errors("", output);
         const std::set<std::uint16_t> streams = {201, 202, 9, 10};
-        tools::CaptureDecoder decoder(&catalog_, form, streams, output, complaints);
+        tools::CaptureDecoder decoder(&catalog_, form, streams, output, errors);
         decoder.Decode(frame);
         decoder.Finish();
-        return {output.text, complaints.any()};
+        return {output.text, errors.any()};
     }
 
     // In format 1 no id tells the receiver what is missing. What one of the later slots of an id held comes back in the
     // first: where the later one is mandatory, nobody can send that.
-    static bool LosesNothing(const tools::Catalog& catalog, const tools::HeaderNumbers& header) {
-        const unsigned format = tools::FieldFormat(header.flags);
-        const tools::CatalogMessage* kind =
-            catalog.FindMessage(static_cast<std::int16_t>(tools::HighHalf(header.msgType)),
-                                static_cast<std::int16_t>(tools::LowHalf(header.msgType)));
-        const auto isAgain = [](const tools::CatalogEntry& entry) { return entry.rank > 1 || entry.before > 0; };
-        if (format != 1) {
-            return format < 3 && std::none_of(kind->entries.begin(), kind->entries.end(), isAgain);
+    static bool LosesNothing(const tools::Catalog& catalog, const ZelMsgStruct& header) {
+        const tools::CatalogMessage* kind = catalog.FindMessage(header.msgType, header.subType);
+        if (header.format != kValueOnly) {
+            std::set<const tools::CatalogField*> listed;
+            for (const tools::CatalogEntry& entry : kind->entries) {
+                listed.insert(entry.field);
+            }
+            return header.format <= kIdLengthAndValue && listed.size() == kind->entries.size();
         }
         const auto isEmpty = [](const tools::CatalogEntry& entry) { return entry.field->type == kZELBytes10; };
-        return tools::Version(header.flags) == 0 && std::none_of(kind->entries.begin(), kind->entries.end(), isEmpty);
+        return header.version == 0 && std::none_of(kind->entries.begin(), kind->entries.end(), isEmpty);
     }
 
-    static tools::Frame FrameOf(const std::string& bytes, std::size_t messageAt) {
-        return {bytes.data(), bytes.size(), messageAt, 0, 1};
+    // A message without a frame may look like one by chance, but the length hardly fits.
+    static tools::Frame FrameOf(const std::string& bytes) {
+        const short format = FrameFormatOf(bytes.data());
+        auto kind = tools::FrameKind::kNone;
+        if (bytes[0] == kSoh && (format == kShortFrame || format == kLongFrame) &&
+            MessageOffset(format) + FrameLengthOf(bytes.data(), format) == static_cast<long>(bytes.size())) {
+            kind = format == kShortFrame ? tools::FrameKind::kShort : tools::FrameKind::kLong;
+        }
+        return {bytes.data(), bytes.size(), kind, 0, 1};
     }
 
     void CheckLine(const std::string& line) {
@@ -159,17 +167,12 @@ private:
         if (!bytes) {
             return;
         }
-        tools::FrameHead head{};
-        const bool isFramed =
-            (*bytes)[0] == 1 &&
-            tools::ReadFrameHead(bytes->data(), bytes->size(), head) == tools::FrameHeadState::kGood &&
-            head.size + static_cast<std::size_t>(head.length) == bytes->size();
-        tools::HeaderNumbers header{};
-        const std::size_t messageAt = isFramed ? head.size : 0;
-        Check(tools::ReadHeader(bytes->data() + messageAt, bytes->size() - messageAt, header),
-              "each message has a header");
-        const Decoded decoded = Decode(FrameOf(*bytes, messageAt), tools::DecodedForm::kJson);
-        if (decoded.isTold || !LosesNothing(catalog_, header)) {
+        const tools::Frame frame = FrameOf(*bytes);
+        Reader message{frame.Message().data(), bytes->data() + bytes->size()};
+        HeaderView header{};
+        Check(ViewHeader(message, header), "each message has a header");
+        const Decoded decoded = Decode(frame, tools::DecodedForm::kJson);
+        if (decoded.isTold || !LosesNothing(catalog_, header.numbers)) {
             return;
         }
         const std::optional<std::string> again = Encode(decoded.text);
@@ -184,7 +187,7 @@ private:
             std::string frame = kind == 0 ? input_.Bytes(input_.Byte()) : Encode(Line()).value_or("");
             if (kind > 1) {
                 Damage(input_, frame, 0);
-                // The length is right again.
+                // Corrects the length.
                 if (frame.size() > 6 && input_.Below(8) != 0) {
                     const std::size_t size = frame.size() - (frame[1] == 0x10 ? 4 : 6);
                     frame[2] = static_cast<char>(size);
@@ -228,7 +231,7 @@ private:
     }
 
     void Show(const tools::Frame& read, tools::DecodedForm form) {
-        // Not a byte more than the frame has.
+        // Exactly the size of the frame.
         const auto exact = std::make_unique<char[]>(read.size);
         std::memcpy(exact.get(), read.bytes, read.size);
         tools::Frame frame = read;
@@ -240,11 +243,11 @@ private:
         tools::Findings findings;
         const nlohmann::json json = tools::ParseJson(decoded.text, findings);
         Check(findings.empty(), "what a message decodes to is JSON");
-        // Whoever built it by other rules, what was read from it once is read from it again.
+        // The message may not be one of ours, but its JSON must encode and decode to the same JSON.
         CheckLine(decoded.text);
     }
 
-    // As dumps have it.
+    // As in a hex dump.
     std::string Dump(const std::string& bytes) {
         std::string text;
         const std::size_t width = static_cast<std::size_t>(input_.Below(32)) + 1;

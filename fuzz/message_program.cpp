@@ -53,7 +53,7 @@ private:
     void Set() {
         const std::uint16_t id = tables_.FieldId(input_, subType_);
         const short occurrence = Occurrence();
-        // As many bytes as any type reads, and a zero byte behind a text that may hold some.
+        // As many bytes as any type reads, and a zero byte after a text.
         std::string value = input_.Bytes(static_cast<std::size_t>(input_.Below(40)));
         value.resize(256);
         const int kind = input_.Below(8);
@@ -63,7 +63,7 @@ private:
             a_.setFieldValueBinary(static_cast<short>(id), value.data(), static_cast<short>(input_.Below(60) - 1),
                                    occurrence);
         } else {
-            // A field whose value was set with a length above the buffer here cannot be set from it.
+            // A field that was set with a length above this buffer cannot be set from it.
             const _field_data* slot = a_.getField(static_cast<short>(id), occurrence);
             if (slot == nullptr || slot->length <= value.size()) {
                 a_.setFieldValue(static_cast<short>(id), value.data(), occurrence);
@@ -75,7 +75,7 @@ private:
         }
     }
 
-    // Every slot in order, so that a message often packs.
+    // Sets every slot in order, so that many messages can be packed.
     void SetAll() {
         if (a_.message == nullptr) {
             return;
@@ -157,7 +157,7 @@ private:
         if (result == 0) {
             packed_.assign(buffer.data(), static_cast<std::size_t>(length));
             transcript_.Tell("size", length);
-            // Compressed bytes are the compressor's.
+            // Compressed bytes depend on the compressor.
             if (a_.compressMode != 1 && a_.compressMode != 3) {
                 transcript_.Hex(packed_.data(), packed_.size());
             }
@@ -190,7 +190,7 @@ private:
         }
     }
 
-    // The same message without its frame gives the same.
+    // Without its frame the message must give the same.
     void CheckWithoutFrame(const std::string& framed, long expected) {
         Transcript reports;
         ZELSetErrorSink(&Transcript::Record, &reports);
@@ -215,14 +215,14 @@ private:
         long length = 0;
         object.compressMode = 0;
         object.message->encryptFlag = 0;
-        // A negative lower half borrows from the upper one each time that it is sent.
+        // A negative lower half borrows from the upper one in each sending.
         object.serviceIdLow = 0;
         return object.packMessage(buffer.data(), &length) == 0
                    ? std::string(buffer.data(), static_cast<std::size_t>(length))
                    : "";
     }
 
-    // Fields may have come in any order. Packed and unpacked once, they lie as they will always lie.
+    // Fields may have come in any order. After packing and unpacking once, their order no longer changes.
     void CheckThatItIsStable() {
         const std::string once = PackPlainly(b_);
         CZELMessage again(0, 0);

@@ -1,5 +1,4 @@
-// A program on message objects made from an input: creates, sets, reads, packs and unpacks, what was packed and what
-// never could be.
+// Makes a program on message objects from an input: it creates, sets, reads, packs, and unpacks packed and other bytes.
 #ifndef ZEL_FUZZ_MESSAGE_PROGRAM_H
 #define ZEL_FUZZ_MESSAGE_PROGRAM_H
 
@@ -9,7 +8,7 @@
 
 namespace zel::fuzz {
 
-// Runs the program and answers all that could be seen of it: results, reports, slots with their values.
+// Runs the program and returns all that can be seen of it: results, reports, slots with their values.
 std::string RunMessageProgram(Input& input);
 
 }  // namespace zel::fuzz

@@ -1,4 +1,4 @@
-// Bytes as a peer could send them: frames whose length holds, and messages that no object ever packed.
+// Bytes that a peer could send: frames with the right length, and messages that no object packed.
 #ifndef ZEL_FUZZ_RECEIVED_BYTES_H
 #define ZEL_FUZZ_RECEIVED_BYTES_H
 
@@ -10,17 +10,17 @@
 
 namespace zel::fuzz {
 
-// The bytes of a number, the highest first.
+// The big-endian bytes of a number.
 std::string Big(std::uint32_t value, int size);
 
-// Of the frame that `bytes` begin with: 4 bytes, or 6.
+// The size of the frame at the start of `bytes`: 4 or 6.
 std::size_t FrameSize(std::string_view bytes);
 
-// Makes the frame's length that of what follows, as the library trusts it to be. False when a frame of 4 bytes cannot
-// hold it. `bytes` begins with a whole frame.
+// Sets the frame's length to that of the bytes after it, because the library trusts it. False when a frame of 4 bytes
+// cannot hold it. `bytes` starts with a whole frame.
 [[nodiscard]] bool SetFrameLength(std::string& bytes);
 
-// A framed message of the sub-type with fields in any order and some lies.
+// A framed message of the sub-type, with fields in any order and some wrong numbers.
 std::string ForeignMessage(Input& input, const GeneratedTables& tables, int subType);
 
 }  // namespace zel::fuzz

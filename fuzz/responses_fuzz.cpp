@@ -1,5 +1,5 @@
-// Frames as a peer could send them, packed or made up and then damaged: ProcessRsp, getHeaderInfo and unpacking, with
-// the frame and without it, agree on what they are.
+// Frames that a peer could send, packed or invented, and then damaged: ProcessRsp, getHeaderInfo and unpacking, with
+// the frame and without it, agree about them.
 #include <cstring>
 #include <memory>
 #include <string>
@@ -22,8 +22,7 @@ namespace {
 constexpr int kMostSteps = 8;
 constexpr short kUntouched = -7;
 
-// Tables by the number that they are made from. Those of the run before stay in use while the number is the same: to
-// make them costs more than a run.
+// Makes tables from a number. While the number stays the same, the tables do, too: making them takes longer than a run.
 const GeneratedTables& UseTables(std::uint8_t number) {
     static std::unique_ptr<const GeneratedTables> tables;
     static std::uint8_t madeFrom = 0;
@@ -79,7 +78,7 @@ struct Response {
     short subType;
 };
 
-// `framed` is a whole frame whose length holds, or is below that, or is negative.
+// `framed` is a whole frame whose length is right, too small, or negative.
 void Receive(const std::string& framed) {
     const auto exact = ExactCopy(framed);
     CZELMessage object(0, 0);
@@ -114,11 +113,11 @@ void Receive(const std::string& framed) {
         return;
     }
 
-    // The same without its frame, as far as getHeaderInfo says that it reaches.
-    const std::string_view behind = std::string_view(framed).substr(MessageAt(framed));
+    // Without its frame, as long as getHeaderInfo says.
+    const std::string_view after = std::string_view(framed).substr(MessageAt(framed));
     const auto reach = static_cast<std::size_t>(std::max(length, 0L));
-    Check(length <= static_cast<long>(behind.size()), "a frame's length holds");
-    const auto message = ExactCopy(behind.substr(0, reach));
+    Check(length <= static_cast<long>(after.size()), "a frame's length holds");
+    const auto message = ExactCopy(after.substr(0, reach));
     Transcript reportsWithout;
     ZELSetErrorSink(&Transcript::Record, &reportsWithout);
     Response without{0, kUntouched, kUntouched};
@@ -152,7 +151,7 @@ void RawBytes(Input& input) {
     std::string framed(1, input.OneIn(8) ? static_cast<char>(input.Byte()) : '\x01');
     const int nibble = input.Below(input.OneIn(8) ? 16 : 4);
     if (framed[0] != '\x01') {
-        // Of what is no frame, no byte more is read.
+        // An exact copy: nothing may be read after bytes that are not a frame.
         const auto exact = ExactCopy(framed);
         short type = kUntouched;
         Check(ProcessRsp(exact.get(), 0, &type, &type, 0) == -1 && type == kUntouched, "no frame, no message");
@@ -163,7 +162,7 @@ void RawBytes(Input& input) {
     framed += input.Bytes(nibble == 1 ? 2 : 4);
     framed += input.Bytes(input.Byte());
     (void)SetFrameLength(framed);
-    // Less than there is, or nothing.
+    // A smaller length, or 0.
     if (input.OneIn(4)) {
         const std::size_t last = FrameSize(framed) - 1;
         framed[2] = static_cast<char>(input.Byte() % (static_cast<unsigned char>(framed[2]) + 1U));

@@ -1,20 +1,21 @@
-// Dictionary sources as the compiler reads them: any text, and generated sources with odd values in them, damaged or
-// not. What compiles opens in the provider and shows a source that compiles to the same image; what does not says why.
+// Dictionary sources as the compiler reads them: any text, and generated sources with odd values, damaged or not. A
+// source that compiles opens in the provider and shows a source that compiles to the same image; others get a reason.
 #include <algorithm>
 
 #include "fuzz/check.h"
 #include "fuzz/damage.h"
 #include "fuzz/generated_source.h"
-#include "tools/dictionary_image.h"
-#include "tools/image_source.h"
-#include "tools/json_file.h"
+#include "tools/dictionary/image_builder.h"
+#include "tools/dictionary/image_reader.h"
+#include "tools/dictionary/source_text.h"
+#include "tools/text/json_file.h"
 #include "zeldata/image_check.h"
 
 namespace zel::fuzz {
 
 namespace {
 
-// An image has a record for each id up to the highest: large ones cost time and tell nothing.
+// An image has a record for each id up to the highest: high ids take time and find nothing new.
 constexpr int kHighestId = 2000;
 
 std::string Text(Input& input) {
@@ -60,7 +61,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const zel::tools::DictionarySource source = CheckedSource(json, findings);
     for (const zel::tools::Finding& finding : findings) {
         Check(!finding.text.empty(), "each finding says something");
-        // A text that is one number, beyond all others, has no places.
+        // A text that is a single too large number has no places.
         const bool isWhole = text.find_first_of("[{") == std::string::npos;
         Check(!json.is_discarded() || isWhole || !finding.place.empty(), "each syntax error has a place");
     }

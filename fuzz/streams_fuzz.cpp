@@ -1,7 +1,6 @@
-// Filter and sort streams: any bytes are loaded and read within their bounds, what was read can be added again and has
-// the bytes that it came in, what was added reads back as it was, copies equal their source.
-// An input is a byte, which says whether all is added several times, and a stream. The fields' ids are those of
-// TestTables.
+// Filter and sort streams: any bytes are loaded and read within their bounds; items that were read can be added again
+// and give the same bytes; items that were added read back the same; copies equal their source. An input is a byte,
+// which says whether everything is added several times, and a stream with field ids of TestTables.
 #include <cstring>
 #include <string>
 #include <string_view>
@@ -51,8 +50,8 @@ int Add(ZELSortData& to, const SortItem& item) {
     return to.AddSortData(static_cast<short>(item.fieldId), item.sortOrder);
 }
 
-// Whether an item that was added again may have other bytes than those that it was read from: a comparison that is none
-// of the six is added as another, a text ends at its first zero byte.
+// Whether an item that is added again may have other bytes than before: an invalid comparison is added as another one,
+// and a text ends at its first zero byte.
 bool MayDiffer(const ZELFilterItem& item, std::string_view read, std::string_view added) {
     const unsigned code = LoadU16Be(read.data() + 2);
     return (item.type == kZELText && added.size() < read.size()) ||
@@ -62,7 +61,7 @@ bool MayDiffer(const SortItem& /*item*/, std::string_view /*read*/, std::string_
     return false;
 }
 
-// Adds to `rebuilt` what is read of `stream`, from its first item on.
+// Reads all items of `stream` and adds them to `rebuilt`.
 template <typename Item, typename Stream>
 void Rebuild(Stream& stream, Stream& rebuilt) {
     Item item;
@@ -111,7 +110,7 @@ void CheckStream(std::string_view bytes, int times) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     static const zel::test::TestTables tables;
     if (size != 0) {
-        // Several times makes long streams grow past their first block.
+        // Adding several times makes long streams grow past their first block.
         const int times = data[0] % 16 == 15 ? 4 : 1;
         const std::string_view bytes(reinterpret_cast<const char*>(data + 1), size - 1);
         zel::fuzz::CheckStream<ZELFilterItem, zel::test::OpenFilter>(bytes, times);

@@ -28,9 +28,9 @@ void Transcript::ShowSlot(const _field_data& slot) {
     Tell("set", slot.isSet);
     Tell("length", slot.length);
     Tell("inline", slot.value == slot.inlineValue ? 1 : 0);
-    // A value that was never set may lie nowhere.
+    // A value that was never set may be null.
     if (slot.value != nullptr) {
-        // Of an unset inline value no more than the eight bytes.
+        // Of an inline value at most its eight bytes.
         const std::size_t room = slot.value == slot.inlineValue ? sizeof slot.inlineValue : slot.length;
         Hex(slot.value, std::min<std::size_t>(slot.length, room));
     }

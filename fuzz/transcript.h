@@ -1,4 +1,4 @@
-// All that can be seen of message objects, as text: results, reports, header members, slots with their values.
+// Everything visible of message objects, as text: results, reports, header members, slots with their values.
 #ifndef ZEL_FUZZ_TRANSCRIPT_H
 #define ZEL_FUZZ_TRANSCRIPT_H
 
@@ -27,7 +27,7 @@ private:
     std::string text_;
 };
 
-// More slots than this cost more to show than they tell.
+// Showing more slots takes time and finds nothing new.
 inline constexpr int kMostShown = 600;
 
 }  // namespace zel::fuzz

@@ -1,9 +1,9 @@
-// The conversions of values: hostile texts and hostile records, texts and buffers of exactly their size. What a text
-// tells in full is read back from it. These tell less, or something else, and are not compared:
+// Value conversions with hostile texts and records, in buffers of exactly their size. A text that holds the whole value
+// must read back as that value. These do not, and are not compared:
 //  - the most negative whole units (two signs), and more than 20,000,000 negative units with hundredths (their large
 //    form has no valid display code);
 //  - large forms of negative units with hundredths (the two have different signs) and of a numerator above 99;
-//  - format 2 of 7 or more digits with something behind them; format 3 of decimals that hundredths do not hold;
+//  - format 2 of 7 or more digits with something after them; format 3 of decimals beyond hundredths;
 //  - doubles whose text is longer than the ten characters that are read, or has more than five decimals;
 //  - dates in two digits of a year from 2000 on, a day or a second that the format does not show; the formats 13 and
 //    16 have no reader;
@@ -45,7 +45,7 @@ void ReadReport(int /*code*/, const char* text, void* /*context*/) {
     Check(std::strlen(text) < std::size_t{kReportTextSize}, "a report is terminated");
 }
 
-// An output buffer of exactly the size that callers have to give, filled with zero bytes as theirs are.
+// An output buffer of exactly the size that callers must provide, filled with zero bytes.
 class TextBuffer {
 public:
     explicit TextBuffer(std::size_t size) : size_(size), bytes_(std::make_unique<char[]>(size)) {}
@@ -101,7 +101,7 @@ bool HasSameValue(const MoneyParts& a, const MoneyParts& b) {
     return Units(a) * b.denominator == Units(b) * a.denominator;
 }
 
-// Also that a large form has no more hundredths than two digits; codes below 0 count as large ones.
+// Also whether a large form has at most 99 hundredths; codes below 0 count as large forms.
 bool HasOneSign(const _money& money, const MoneyParts& parts) {
     const bool isLarge = static_cast<std::uint16_t>(money.displayCode) >= kLargeFormCode;
     return !isLarge || (parts.numerator <= 99 && (parts.whole >= 0 || parts.numerator == 0));
@@ -112,7 +112,7 @@ bool FitsReduced(const MoneyParts& parts) {
     return units == static_cast<std::int32_t>(units);
 }
 
-// Whether the text in this format tells the record's value.
+// Whether the text in this format holds the record's value.
 bool IsToldInFull(const _money& money, const MoneyParts& parts, short format) {
     const bool isDecimal = GetDenominatorType(money.displayCode) == kDecimalType;
     if (!HasOneSign(money, parts) || parts.whole == std::numeric_limits<std::int32_t>::min()) {
@@ -143,7 +143,7 @@ void CheckText(const _money& money, short format) {
     }
 }
 
-// Whether the number prints with five decimals and in ten characters at the most.
+// Whether the number prints in at most ten characters, with at most five decimals.
 bool IsShortNumber(const _money& money, const MoneyParts& parts) {
     const std::int64_t scaled = std::int64_t{std::abs(parts.numerator)} * 100000;
     if (!HasOneSign(money, parts) || scaled % parts.denominator != 0) {

@@ -108,7 +108,7 @@ static_assert(offsetof(ZelMsgStruct, dataBuf) ==
 // `occurrence` is the 1-based number of a field that a repeating group holds several times; -1 means the first slot
 // with the id; 0, other negative numbers and numbers beyond the repetitions find nothing.
 //
-// The getters hand out pointers into the message. They stay good until the field is set again, the message is
+// The getters return pointers into the message. They are valid until the field is set again, the message is
 // destroyed, or another one is created or unpacked in the same object.
 class CZELMessage {
 public:
@@ -183,14 +183,14 @@ public:
     // The buffer must hold kZELMaxFrame bytes and the variable user data; after a failure its contents are undefined.
     // Nothing is allocated. Reports 1435 last, before it the cause: 1001 (no message, null argument), 1486, 1485, 1476,
     // 1417, 1027, 1426 (a field), 1418 (header); no cause when the count of the fields set differs from the fields
-    // packed. With shortFrame, a message of more than 32,767 bytes, which takes variable user data, gets a frame that
-    // says another length, and the result is 0 all the same: peers read that length as a negative one.
+    // packed. With shortFrame, a message of more than 32,767 bytes (only variable user data makes it so long) gets a
+    // frame whose length peers read as a negative number; the result is still 0.
     ZEL_API long packMessage(char* buffer, long* length) noexcept;
 
     // Replaces the message by the one received at `buffer`, frame first; the frame's length bounds every read after
     // the frame. 0, or -1 with `message` as it was when the validation failed, and null when anything later failed.
     // Reports 1432 (validation), 1434 (creation) or 1437 (a field) last, before it the cause. A received field that
-    // the message type does not have is reported (1425) and passed over.
+    // the message type does not have is reported (1425) and skipped.
     ZEL_API long unpackMessage(const char* buffer) noexcept;
 
     // Like unpackMessage, for `length` bytes without a frame; compressMode keeps its value.

@@ -1,4 +1,4 @@
-// The dictionary provider's interface, for authors of providers: the object that the entry point hands over, and the
+// The dictionary provider's interface, for authors of providers: the object that the entry point returns, and the
 // layouts of the data dictionary and the message table that it points to.
 //
 // A provider is a library named zeldata.dll (Windows) or libzeldata.so (Linux) that exports VORMA_DLL_ENTRY. The
@@ -102,7 +102,7 @@ public:
     // Slot 2. The data dictionary, or null.
     virtual const ZELDictionaryHeader* dataDictionary() = 0;
 
-    // Slots 3 to 15: called by nobody.
+    // Slots 3 to 15: never called.
     virtual void* reserved3() = 0;
     virtual void* reserved4() = 0;
     virtual void* reserved5() = 0;

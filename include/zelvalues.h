@@ -50,7 +50,7 @@ typedef struct _datetime {
     signed char hour;     // 0 to 24
     signed char minute;   // 0 to 59
     signed char second;   // 0 to 59
-    unsigned char extra;  // written 0, read by nobody
+    unsigned char extra;  // written as 0, never read
     unsigned char kind;   // 0 none, 1 date, 2 time, 3 date and time
 } _datetime;
 

@@ -7,6 +7,7 @@
 #include "core/message_build.h"
 #include "core/message_unpack.h"
 #include "core/slots/message_model.h"
+#include "core/wire/compression.h"
 #include "core/wire/frame.h"
 #include "core/wire/header.h"
 #include "core/wire/user_data.h"

@@ -8,23 +8,6 @@
 
 namespace zel {
 
-// compressMode.
-enum CompressMode { kPlain = 0, kCompressed = 1, kMarked = 2 };
-
-// From a program's compressMode to packFlags and back.
-constexpr unsigned short PackFlagsOf(int compressMode) noexcept {
-    if ((compressMode & kMarked) != 0) {
-        return kPackSent + kPackMarked;
-    }
-    return (compressMode & kCompressed) != 0 ? kPackSent + kPackCompressed : kPackSent;
-}
-constexpr int CompressModeOf(unsigned short packFlags) noexcept {
-    if ((packFlags & kPackMarked) != 0) {
-        return kMarked;
-    }
-    return (packFlags & kPackCompressed) != 0 ? kCompressed : kPlain;
-}
-
 // Of a received message. The count alone decides how many slots are made, whatever its message's size. Written by
 // ZELSetMostRepetitions.
 inline short mostRepetitions = SHRT_MAX;

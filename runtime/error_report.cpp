@@ -9,7 +9,7 @@ namespace {
 ZELErrorSink errorSink = nullptr;
 void* errorSinkContext = nullptr;
 
-// Zero for ever: reports carry its address.
+// Always 0: reports carry its address.
 ZELLong errorWord = 0;
 
 }  // namespace

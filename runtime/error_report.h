@@ -1,4 +1,4 @@
-// Error reports: the sink behind SetError, and the way in for the library's own code.
+// Error reports: what the library sends to the sink of SetError.
 #ifndef ZEL_RUNTIME_ERROR_REPORT_H
 #define ZEL_RUNTIME_ERROR_REPORT_H
 
@@ -16,7 +16,7 @@ struct Report {
     bool namesField = false;  // its first argument is a field's id
 };
 
-// The code of a Report that is sent with the system's error number instead.
+// Code of a report that is sent with the system's error number as its code.
 inline constexpr int kSystemErrorNumber = 0;
 
 // Hears the reports of this thread while it lives, whatever sink there is. One that begins to listen while another does
@@ -52,7 +52,7 @@ inline void SendReport(const Report& report) noexcept {
 // Longest text: a money text of 31 characters or a field name of 64 within a sentence.
 inline constexpr int kReportTextSize = 192;
 
-// Out of line: what has nothing to report saves no registers for it and has no text on its stack.
+// Out of line, so that callers that report nothing save no registers and have no text buffer on the stack.
 template <typename First, typename... Args>
 [[gnu::noinline]] void SendReportWith(const Report& report, First first, Args... args) noexcept {
     if (!IsAnybodyListening()) {

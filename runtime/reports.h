@@ -1,4 +1,4 @@
-// Every report of the library: its code and its text, byte for byte as peers' logs know them, misspellings included.
+// The code and text of every report of the library. Logs depend on them byte for byte, misspellings included.
 #ifndef ZEL_RUNTIME_REPORTS_H
 #define ZEL_RUNTIME_REPORTS_H
 

@@ -1,7 +1,7 @@
 // The command `zel`.
-#include "tools/command.h"
-#include "tools/out_of_memory.h"
-#include "tools/terminal.h"
+#include "tools/io/out_of_memory.h"
+#include "tools/io/terminal.h"
+#include "tools/verbs/command.h"
 
 int main(int argc, char** argv) {
     zel::tools::PrepareStreams();

@@ -6,17 +6,19 @@
 #include <cmath>
 #include <filesystem>
 #include <fstream>
+#include <nlohmann/json.hpp>
 
 #include "tests/support/bytes.h"
 #include "tests/support/work_folder.h"
-#include "tools/byte_input.h"
-#include "tools/frame_reader.h"
-#include "tools/json_text.h"
-#include "tools/line_reader.h"
-#include "tools/message_report.h"
-#include "tools/progress.h"
-#include "tools/value_json.h"
-#include "tools/value_text.h"
+#include "tools/capture/frame_reader.h"
+#include "tools/capture/library_reports.h"
+#include "tools/io/byte_input.h"
+#include "tools/io/line_reader.h"
+#include "tools/io/progress.h"
+#include "tools/text/json_file.h"
+#include "tools/text/json_text.h"
+#include "tools/text/value_json.h"
+#include "tools/text/value_text.h"
 
 namespace zel::tools {
 namespace {
@@ -120,7 +122,8 @@ template <typename Bits>
 void ExpectSame(Bits bits, void (*append)(std::string&, Bits), ZELFieldType type) {
     std::string json;
     append(json, bits);
-    const std::string read = ReadValueJson(nlohmann::json::parse(json), {1, type, sizeof bits, 1, "F"});
+    Findings findings;
+    const std::string read = ReadValueJson(ParseJson(json, findings), {type, sizeof bits});
     ASSERT_EQ(ValueAt<Bits>(read.data()), bits) << json;
 }
 

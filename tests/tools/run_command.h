@@ -9,11 +9,11 @@
 #include <string>
 #include <vector>
 
-#include "tools/command.h"
+#include "tools/verbs/command.h"
 
 namespace zel::tools {
 
-// The arguments as they stand behind "zel" on a command line.
+// The arguments as they stand after "zel" on a command line.
 class CommandLine {
 public:
     explicit CommandLine(const std::string& arguments) {

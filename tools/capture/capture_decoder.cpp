@@ -1,0 +1,128 @@
+#include "tools/capture/capture_decoder.h"
+
+#include <array>
+#include <cstdio>
+
+#include "core/wire/compression.h"
+#include "tools/capture/message_listing.h"
+#include "tools/io/out_of_memory.h"
+#include "tools/text/findings.h"
+
+namespace zel::tools {
+
+namespace {
+
+Reader ReaderOf(std::string_view bytes) {
+    return {bytes.data(), bytes.data() + bytes.size()};
+}
+
+void AppendCount(std::string& out, std::uint64_t messages, std::uint64_t bytes, const std::string& what) {
+    std::array<char, 64> numbers;
+    (void)std::snprintf(numbers.data(), numbers.size(), "%12llu %16llu  ", static_cast<unsigned long long>(messages),
+                        static_cast<unsigned long long>(bytes));
+    out += numbers.data();
+    out += what;
+    out += '\n';
+}
+
+}  // namespace
+
+CaptureDecoder::CaptureDecoder(const Catalog* catalog, DecodedForm form, std::set<std::uint16_t> streams,
+                               ByteOutput& output, ErrorLines& errors)
+    : catalog_(catalog), form_(form), streams_(std::move(streams)), output_(output), errors_(errors) {
+    if (catalog_ != nullptr) {
+        object_.emplace(short{0}, 0);
+    }
+}
+
+void CaptureDecoder::Complain(const Frame& frame, const std::string& text) {
+    errors_.AddForMessage(frame.offset, frame.number, text);
+}
+
+void CaptureDecoder::Decode(const Frame& frame) {
+    ReceivedMessage message{frame.offset, frame.number, frame.size, frame.kind, {}, nullptr, nullptr, &findings_.order};
+    if (form_ == DecodedForm::kRaw) {
+        return DecodeRaw(frame, message);
+    }
+    if (!Unpack(frame, message)) {
+        ++bad_.messages;
+        bad_.bytes += frame.size;
+        return;
+    }
+    if (form_ == DecodedForm::kJson) {
+        AppendMessageJson(output_.text, message);
+    } else if (form_ == DecodedForm::kListing) {
+        AppendListing(output_.text, *catalog_, message, streams_);
+    } else {
+        Count& count = counts_[{message.kind->type, message.kind->subType}];
+        ++count.messages;
+        count.bytes += frame.size;
+    }
+    FlushWhenLarge(output_);
+}
+
+void CaptureDecoder::DecodeRaw(const Frame& frame, ReceivedMessage& message) {
+    Reader payload = ReaderOf(frame.Message());
+    if (!ViewHeader(payload, message.header)) {
+        return Complain(frame, "no header");
+    }
+    AppendRawListing(output_.text, message, payload);
+    FlushWhenLarge(output_);
+}
+
+// False, told to the user, when the library refuses the message. What it passes over is told, too.
+bool CaptureDecoder::Unpack(const Frame& frame, ReceivedMessage& message) {
+    const std::string_view bytes = frame.Message();
+    reports_.Clear();
+    const long result = WithMemory([&] {
+        return message.frame == FrameKind::kNone
+                   ? object_->unpackMessageNoFrame(bytes.data(), static_cast<long>(bytes.size()))
+                   : object_->unpackMessage(frame.bytes);
+    });
+    Reader payload = ReaderOf(bytes);
+    const bool hasHeader = ViewHeader(payload, message.header);
+    const ZelMsgStruct& header = message.header.numbers;
+    message.kind = catalog_->FindMessage(header.msgType, header.subType);
+    if (result != 0 || !hasHeader || message.kind == nullptr) {
+        const bool isUnknown = hasHeader && message.kind == nullptr;
+        Complain(frame, Explain(reports_.reports(), catalog_) +
+                            (isUnknown ? " (the dictionary has no message of type " + std::to_string(header.msgType) +
+                                             ", sub-type " + std::to_string(header.subType) + ')'
+                                       : ""));
+        return false;
+    }
+    message.content = object_->message;
+    findings_.order.clear();
+    findings_.lost.clear();
+    if (!reports_.reports().empty()) {
+        findings_.lost = Explain(reports_.reports(), catalog_) + "; left out";
+    } else if (!IsCompressed(header.packFlags)) {
+        WalkPayload(*catalog_, header, payload, *message.content, findings_);
+    }
+    if (!findings_.lost.empty()) {
+        Complain(frame, findings_.lost);
+    }
+    return true;
+}
+
+void CaptureDecoder::Finish() {
+    if (form_ != DecodedForm::kSummary) {
+        return;
+    }
+    std::string& out = output_.text;
+    out += "    messages            bytes  type\n";
+    Count all = bad_;
+    for (const auto& [type, count] : counts_) {
+        const CatalogMessage* kind = catalog_->FindMessage(type.first, type.second);
+        AppendCount(out, count.messages, count.bytes,
+                    std::to_string(type.first) + ' ' + std::to_string(type.second) + "  " + kind->name);
+        all.messages += count.messages;
+        all.bytes += count.bytes;
+    }
+    if (bad_.messages != 0) {
+        AppendCount(out, bad_.messages, bad_.bytes, "bad");
+    }
+    AppendCount(out, all.messages, all.bytes, "in all");
+}
+
+}  // namespace zel::tools

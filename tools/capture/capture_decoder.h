@@ -1,0 +1,58 @@
+// The messages of a capture, one after the other, in the form that the user wants to see.
+#ifndef ZEL_TOOLS_CAPTURE_CAPTURE_DECODER_H
+#define ZEL_TOOLS_CAPTURE_CAPTURE_DECODER_H
+
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <set>
+#include <string>
+#include <utility>
+
+#include "tools/capture/frame_reader.h"
+#include "tools/capture/library_reports.h"
+#include "tools/capture/message_json.h"
+#include "tools/capture/payload_walk.h"
+#include "tools/dictionary/catalog.h"
+#include "tools/io/byte_output.h"
+#include "tools/io/error_lines.h"
+
+namespace zel::tools {
+
+enum class DecodedForm { kListing, kJson, kSummary, kRaw };
+
+class CaptureDecoder {
+public:
+    // Without a catalog, form kRaw.
+    CaptureDecoder(const Catalog* catalog, DecodedForm form, std::set<std::uint16_t> streams, ByteOutput& output,
+                   ErrorLines& errors);
+
+    void Decode(const Frame& frame);
+    // What is to be said at the end.
+    void Finish();
+
+private:
+    struct Count {
+        std::uint64_t messages;
+        std::uint64_t bytes;
+    };
+
+    void DecodeRaw(const Frame& frame, ReceivedMessage& message);
+    bool Unpack(const Frame& frame, ReceivedMessage& message);
+    void Complain(const Frame& frame, const std::string& text);
+
+    const Catalog* catalog_;
+    DecodedForm form_;
+    std::set<std::uint16_t> streams_;
+    ByteOutput& output_;
+    ErrorLines& errors_;
+    ReportCollector reports_;
+    std::optional<CZELMessage> object_;  // not without a dictionary: its construction would complain
+    PayloadFindings findings_;
+    std::map<std::pair<std::int16_t, std::int16_t>, Count> counts_;
+    Count bad_{};
+};
+
+}  // namespace zel::tools
+
+#endif  // ZEL_TOOLS_CAPTURE_CAPTURE_DECODER_H

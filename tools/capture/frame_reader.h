@@ -1,0 +1,70 @@
+// A capture taken apart: frames back to back, read in large blocks, in constant memory whatever the capture's size.
+#ifndef ZEL_TOOLS_CAPTURE_FRAME_READER_H
+#define ZEL_TOOLS_CAPTURE_FRAME_READER_H
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "tools/capture/frame_kind.h"
+#include "tools/io/byte_input.h"
+
+namespace zel::tools {
+
+// A longer frame is passed over: no message comes near.
+inline constexpr std::size_t kMaxFrameRead = std::size_t{1} << 20U;
+
+struct Frame {
+    const char* bytes;  // stay until the next one is read
+    std::size_t size;
+    FrameKind kind;
+    std::uint64_t offset;  // in the capture
+    std::uint64_t number;  // counted from 1
+
+    // The bytes after the frame's own.
+    [[nodiscard]] std::string_view Message() const { return {bytes + FrameSize(kind), size - FrameSize(kind)}; }
+};
+
+enum class FrameState {
+    kFrame,
+    kBad,   // passed over: its length tells where the next one begins
+    kLost,  // nothing tells where the next one begins
+    kEnd
+};
+
+class FrameReader {
+public:
+    explicit FrameReader(ByteInput input);
+
+    // The next frame. For kBad and kLost `fault` says why, and the frame's offset and number where.
+    FrameState Next(Frame& frame, std::string& fault);
+
+    // Everything that is left as one message without a frame.
+    FrameState Rest(Frame& frame, std::string& fault);
+
+    // After kLost: goes on to the next bytes that look like the start of a frame. False: there are none.
+    bool Resynchronise();
+
+    [[nodiscard]] std::uint64_t offset() const { return offset_; }
+
+private:
+    std::size_t Fill(std::size_t size);
+    void Drop(std::size_t size);
+    [[nodiscard]] const char* Bytes() const { return buffer_.data() + begin_; }
+    [[nodiscard]] std::size_t Available() const { return end_ - begin_; }
+
+    ByteInput input_;
+    std::vector<char> buffer_;
+    std::size_t begin_ = 0;  // buffer_[begin_, end_) is read and not yet dropped
+    std::size_t end_ = 0;
+    std::size_t pending_ = 0;   // of the frame handed out last
+    std::uint64_t offset_ = 0;  // of begin_ in the capture
+    std::uint64_t number_ = 0;
+    bool atEnd_ = false;
+};
+
+}  // namespace zel::tools
+
+#endif  // ZEL_TOOLS_CAPTURE_FRAME_READER_H

@@ -1,0 +1,42 @@
+// A message as one line of JSON.
+#ifndef ZEL_TOOLS_CAPTURE_MESSAGE_JSON_H
+#define ZEL_TOOLS_CAPTURE_MESSAGE_JSON_H
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "core/wire/header_numbers.h"
+#include "include/zelmessage.h"
+#include "tools/capture/frame_kind.h"
+#include "tools/dictionary/catalog.h"
+
+namespace zel::tools {
+
+// A message that was received, and what stood around it.
+struct ReceivedMessage {
+    std::uint64_t offset;  // in the capture
+    std::uint64_t number;
+    std::size_t size;  // with its frame
+    FrameKind frame;
+    HeaderView header;
+    const CatalogMessage* kind;
+    const ZelMsgStruct* content;
+    const std::vector<std::uint16_t>* order;  // empty: that in which the fields are packed
+};
+
+// The slots of a message with their places. Those of the group are [groupFirst, groupLast); without a repeat count, the
+// ones at the end that have no value are not counted.
+struct PlacedSlots {
+    const _field_data* slots;
+    std::vector<SlotPlace> places;
+    std::size_t groupFirst;
+    std::size_t groupLast;
+};
+[[nodiscard]] PlacedSlots PlaceContent(const CatalogMessage& kind, const ZelMsgStruct& content);
+
+void AppendMessageJson(std::string& out, const ReceivedMessage& message);
+
+}  // namespace zel::tools
+
+#endif  // ZEL_TOOLS_CAPTURE_MESSAGE_JSON_H

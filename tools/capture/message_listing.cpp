@@ -1,0 +1,133 @@
+#include "tools/capture/message_listing.h"
+
+#include <algorithm>
+
+#include "core/wire/compression.h"
+#include "tools/capture/payload_walk.h"
+#include "tools/capture/stream_listing.h"
+#include "tools/text/findings.h"
+#include "tools/text/hex_text.h"
+#include "tools/text/json_text.h"
+#include "tools/text/value_listing.h"
+#include "zeldata/field_rules.h"
+
+namespace zel::tools {
+
+namespace {
+
+constexpr const char* kFrameTexts[] = {"no frame", "short frame", "long frame"};
+
+void AppendHeading(std::string& out, const ReceivedMessage& message, const std::string& name) {
+    const ZelMsgStruct& header = message.header.numbers;
+    out += "message " + std::to_string(message.number) + " at offset " + std::to_string(message.offset) + ": ";
+    out += name.empty() ? "" : name + ", ";
+    out += "type " + std::to_string(header.msgType) + ", sub-type " + std::to_string(header.subType) + ", ";
+    out += Counted(message.size, "byte") + '\n';
+
+    out += "  service " + std::to_string(static_cast<std::uint16_t>(header.serviceIdHigh)) + '.' +
+           std::to_string(static_cast<std::uint16_t>(header.serviceIdLow)) + ", message id " +
+           std::to_string(header.msgIdSeq) + '.' + std::to_string(header.msgIdPart2) + '.' +
+           std::to_string(header.msgIdPart3) + ", user data ";
+    if (message.header.varUserData == nullptr) {
+        AppendNumber(out, header.userData);
+    } else {
+        AppendQuoted(out, {message.header.varUserData, header.varUserDataLen});
+    }
+    out += "\n  ";
+    out += kFrameTexts[static_cast<std::size_t>(message.frame)];
+    out += ", format " + std::to_string(header.format) + ", version " + std::to_string(header.version) +
+           ", encryption " + std::to_string(header.encryptFlag) + ", packing " + std::to_string(header.packFlags) +
+           (IsCompressed(header.packFlags) ? " (compressed), " : ", ") +
+           Counted(static_cast<std::uint16_t>(header.numFields), "field") + '\n';
+}
+
+void AppendPadded(std::string& out, const std::string& text, std::size_t width, bool right) {
+    const std::string blanks(width - std::min(width, text.size()), ' ');
+    out += right ? blanks + text : text + blanks;
+}
+
+// Where the columns of a message begin.
+struct Columns {
+    std::size_t name;
+    std::size_t type;
+};
+
+Columns ColumnsOf(const CatalogMessage& kind) {
+    constexpr std::size_t kLongestType = 8;
+    std::size_t name = 0;
+    for (const CatalogEntry& entry : kind.entries) {
+        name = std::max(name, entry.field->name.size());
+    }
+    return {name, kLongestType};
+}
+
+void AppendField(std::string& out, const Catalog& catalog, const CatalogField& field, const _field_data& slot,
+                 const Columns& columns, std::string indent, bool asStream) {
+    constexpr std::size_t kLongestId = 5;
+    const image::FieldTypeRule* rule = image::FindFieldTypeRule(field.type);
+    out += indent;
+    AppendPadded(out, std::to_string(slot.id), kLongestId, true);
+    out += "  ";
+    AppendPadded(out, field.name, columns.name, false);
+    out += "  ";
+    AppendPadded(out, rule != nullptr ? rule->name : "?", columns.type, false);
+    out += "  ";
+    AppendValueListing(out, {field.type, field.length}, slot);
+    out += '\n';
+    if (asStream && slot.value != nullptr) {
+        AppendStream(out, catalog, {static_cast<const char*>(slot.value), slot.length},
+                     indent.append(kLongestId + 2, ' '));
+    }
+}
+
+}  // namespace
+
+void AppendListing(std::string& out, const Catalog& catalog, const ReceivedMessage& message,
+                   const std::set<std::uint16_t>& streams) {
+    const CatalogMessage& kind = *message.kind;
+    const Columns columns = ColumnsOf(kind);
+    const PlacedSlots placed = PlaceContent(kind, *message.content);
+    AppendHeading(out, message, kind.name);
+    for (std::size_t index = 0; index < placed.places.size(); ++index) {
+        const _field_data& slot = placed.slots[index];
+        const SlotPlace& place = placed.places[index];
+        const bool inGroup = index >= placed.groupFirst && index < placed.groupLast;
+        if (inGroup && place.entry == kind.groupStart) {
+            out += "    repetition " + std::to_string(place.repetition) + '\n';
+        }
+        if (slot.isSet != 0) {
+            AppendField(out, catalog, catalog.Field(slot.id), slot, columns, inGroup ? "    " : "  ",
+                        streams.contains(slot.id));
+        }
+    }
+    out += '\n';
+}
+
+void AppendRawListing(std::string& out, const ReceivedMessage& message, Reader payload) {
+    constexpr std::size_t kBytesPerLine = 16;
+    const ZelMsgStruct& header = message.header.numbers;
+    AppendHeading(out, message, "");
+    const bool hasFields = header.format == kIdLengthAndValue && !IsCompressed(header.packFlags);
+    WireField field{};
+    for (int left = hasFields ? static_cast<std::uint16_t>(header.numFields) : 0;
+         left > 0 && NextCountedField(payload, field); --left) {
+        out += "  field " + std::to_string(field.id) + ", " + Counted(field.value.length, "byte") + "  ";
+        AppendSpacedHex(out, field.value.bytes, field.value.length);
+        out += '\n';
+    }
+    if (Remaining(payload) != 0) {
+        out += "  " + std::string(hasFields ? "rest of the payload" : "payload") + ", " +
+               Counted(Remaining(payload), "byte") + '\n';
+    }
+    const char* bytes = nullptr;
+    for (std::size_t size = 0; Remaining(payload) != 0;) {
+        size = std::min(kBytesPerLine, Remaining(payload));
+        (void)Take(payload, size, bytes);
+        out += "    ";
+        AppendSpacedHex(out, bytes, size);
+        out += '\n';
+    }
+    out += '\n';
+}
+
+}  // namespace zel::tools

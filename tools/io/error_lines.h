@@ -1,0 +1,33 @@
+// The lines on standard error that say what is wrong in an input.
+#ifndef ZEL_TOOLS_IO_ERROR_LINES_H
+#define ZEL_TOOLS_IO_ERROR_LINES_H
+
+#include <cstdint>
+#include <string>
+
+#include "tools/io/byte_output.h"
+
+namespace zel::tools {
+
+// Writes one line for each error, after all output so far.
+class ErrorLines {
+public:
+    // `output` is flushed before each line. So both are in order on a terminal.
+    ErrorLines(std::string input, ByteOutput& output);
+
+    // "INPUT: offset 52, message 2: TEXT"
+    void AddForMessage(std::uint64_t offset, std::uint64_t number, const std::string& text);
+    // "INPUT: TEXT"
+    void Add(const std::string& text);
+
+    [[nodiscard]] bool any() const { return any_; }
+
+private:
+    std::string input_;
+    ByteOutput& output_;
+    bool any_ = false;
+};
+
+}  // namespace zel::tools
+
+#endif  // ZEL_TOOLS_IO_ERROR_LINES_H

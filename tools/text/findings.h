@@ -1,0 +1,32 @@
+// What the command finds wrong in a file, collected so that one run tells everything.
+#ifndef ZEL_TOOLS_TEXT_FINDINGS_H
+#define ZEL_TOOLS_TEXT_FINDINGS_H
+
+#include <ostream>
+#include <string>
+#include <vector>
+
+namespace zel::tools {
+
+struct Finding {
+    bool isError;       // else a warning
+    std::string place;  // a line and column or a path such as messages[3].fields[2]; empty: the file
+    std::string text;
+};
+
+using Findings = std::vector<Finding>;
+
+void AddError(Findings& findings, std::string place, std::string text);
+void AddWarning(Findings& findings, std::string place, std::string text);
+
+[[nodiscard]] std::size_t CountErrors(const Findings& findings);
+
+// One line for each finding.
+void PrintFindings(std::ostream& out, const std::string& file, const Findings& findings);
+
+// The number and its noun: "1 error", "2 errors".
+[[nodiscard]] std::string Counted(std::size_t number, const std::string& noun);
+
+}  // namespace zel::tools
+
+#endif  // ZEL_TOOLS_TEXT_FINDINGS_H

@@ -1,0 +1,57 @@
+#include "tools/verbs/command.h"
+
+#include <cstdio>
+#include <exception>
+#include <iostream>
+#include <stdexcept>
+
+#include "tools/io/byte_output.h"
+#include "tools/io/status.h"
+#include "tools/io/terminal.h"
+#include "tools/verbs/all_verbs.h"
+#include "tools/verbs/command_line.h"
+#include "tools/verbs/pages.h"
+
+namespace zel::tools {
+
+namespace {
+
+int RunVerb(const Verb& verb) {
+    try {
+        return verb.run();
+    } catch (const OutputClosed&) {
+        return kStatusGood;
+    } catch (const UsageError& error) {
+        (void)std::fprintf(stderr, "%s\n%s\n", error.what(), kSeeHelp);
+        return kStatusUnable;
+    }
+}
+
+int Run(int argc, const char* const* argv, const std::string& version) {
+    Verb command = ZelCommand();
+    command.verbs.push_back(PagesVerb(command, version));
+    const ParsedCommand parsed = ParseCommandLine(command, version, argc, argv);
+    const int status = parsed.verb == nullptr ? parsed.status : RunVerb(*parsed.verb);
+    // Help is output, too.
+    std::cout.flush();
+    if (!std::cout && !IsReaderGone()) {
+        throw std::runtime_error("cannot write to standard output");
+    }
+    return status;
+}
+
+}  // namespace
+
+// All that a verb throws ends here or in RunVerb.
+int RunCommand(int argc, const char* const* argv, const char* version) noexcept {
+    try {
+        return Run(argc, argv, version);
+    } catch (const std::exception& error) {
+        (void)std::fprintf(stderr, "zel: %s\n", error.what());
+    } catch (...) {
+        (void)std::fprintf(stderr, "zel: failed for an unknown reason\n");
+    }
+    return kStatusUnable;
+}
+
+}  // namespace zel::tools
