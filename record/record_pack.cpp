@@ -192,7 +192,7 @@ constexpr bool IsWithin(int value, int most) noexcept {
 bool CanBe(const ZELEnvelope& envelope) noexcept {
     const ZELView& userData = envelope.varUserData;
     return IsWithin(envelope.version, 15) && IsWithin(envelope.format, kIdLengthAndValue) &&
-           IsWithin(envelope.compressMode, kMarked) && envelope.encryptFlag <= 15 &&
+           IsWithin(envelope.compressMode, kSendMarked) && envelope.encryptFlag <= 15 &&
            IsWithin(envelope.frameKind, ZEL_FRAME_NONE) && envelope.msgIdPart2 <= UINT8_MAX &&
            envelope.msgIdPart3 <= UINT8_MAX && userData.length <= UINT16_MAX &&
            (userData.data != nullptr || userData.length == 0);
