@@ -1,4 +1,4 @@
-// Each conversion beside the same work done with snprintf and sscanf ("Printed", "Scanned"), in one run.
+// Each conversion, and the same work done with snprintf and sscanf ("Printed", "Scanned").
 #include <benchmark/benchmark.h>
 
 #include <cstdio>
@@ -47,7 +47,7 @@ void PrintedMoney(const _money& money, char* text, short format) {
     PrintMoney(money, text, format);
 }
 
-// What a program would write by hand: whole units, decimals or a fraction, by the characters that the text holds.
+// As a program would write it by hand: the characters of the text tell whole units, decimals and fractions apart.
 int ScanMoney(const char* text, _money* money) {
     int whole = 0;
     int numerator = 0;
@@ -56,7 +56,7 @@ int ScanMoney(const char* text, _money* money) {
     const bool negative = std::strchr(text, '-') != nullptr;
     text += std::strspn(text, " -$");
     if (std::strchr(text, '.') != nullptr) {
-        // NOLINTNEXTLINE(cert-err34-c): what it is held against is sscanf.
+        // NOLINTNEXTLINE(cert-err34-c): sscanf is what is measured.
         if (std::sscanf(text, "%d.%5[0-9]", &whole, decimals) != 2) {
             return -1;
         }
@@ -64,7 +64,7 @@ int ScanMoney(const char* text, _money* money) {
         for (const char* digit = decimals; *digit != '\0'; ++digit) {
             denominator *= 10;
         }
-        // NOLINTNEXTLINE(cert-err34-c): the same.
+        // NOLINTNEXTLINE(cert-err34-c): sscanf is what is measured.
     } else if (std::sscanf(text, "%d %d/%d", &whole, &numerator, &denominator) == 1) {
         numerator = 0;
     }
@@ -156,7 +156,7 @@ void ScannedDate(const char* text, _datetime& value) {
     int month = 0;
     int day = 0;
     int year = 0;
-    // NOLINTNEXTLINE(cert-err34-c): what it is held against is sscanf.
+    // NOLINTNEXTLINE(cert-err34-c): sscanf is what is measured.
     if (std::sscanf(text, "%2d/%2d/%4d", &month, &day, &year) == 3 && month <= 12 && day <= 31 && year <= 2154) {
         value = {static_cast<signed char>(day),
                  static_cast<signed char>(month),
@@ -177,7 +177,7 @@ void ScannedTime(const char* text, _datetime& value) {
     int hour = 0;
     int minute = 0;
     int second = 0;
-    // NOLINTNEXTLINE(cert-err34-c): the same.
+    // NOLINTNEXTLINE(cert-err34-c): sscanf is what is measured.
     if (std::sscanf(text, "%2d:%2d:%2d", &hour, &minute, &second) == 3 && hour <= 24 && minute <= 59 && second <= 59) {
         value = {
             0, 0, 0, static_cast<signed char>(hour), static_cast<signed char>(minute), static_cast<signed char>(second),
@@ -185,7 +185,7 @@ void ScannedTime(const char* text, _datetime& value) {
     }
 }
 
-// Decimals to fraction and double to money, the block of the first included.
+// Decimals to fraction, with its block, and double to money.
 void ZelFraction(benchmark::State& state) {
     while (state.KeepRunning()) {
         char* text = ConvertDecimalToFraction("12.125");

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# `zel decode` on a capture of orders with 35 fields each, 200 MB unless told otherwise, beside reading the same bytes and
-# pretty-printing the JSON that comes out. Seconds are processor time, user and system, of one run.
+# Measures `zel decode` on a capture of orders with 35 fields each, by default of 200 MB, beside reading the same bytes and
+# pretty-printing the JSON output. Seconds are processor time, user and system, of one run.
 #   bench/decode.sh BUILD [MEGABYTES]
 set -euo pipefail
 
@@ -23,7 +23,7 @@ order() {
 ORDER
 }
 
-# One order a line, a thousand of them encoded, and the result again and again.
+# One order on each line; a thousand are encoded, and the result is repeated.
 line=$(order | tr -d '\n')
 for _ in $(seq 1000); do echo "$line"; done | "$zel" encode >"$work/part.zel"
 part=$(wc -c <"$work/part.zel")
@@ -32,7 +32,7 @@ for _ in $(seq "$parts"); do cat "$work/part.zel"; done >"$work/capture.zel"
 messages=$((parts * 1000))
 printf 'capture: %d messages, %d bytes\n' "$messages" "$((parts * part))"
 
-# The command's processor time behind its name, with what it got through in a second.
+# Prints the name, the command's processor time, and its speed.
 measure() {
     local what=$1 messages=$2 input=$3
     shift 3
@@ -55,5 +55,5 @@ if command -v jq >/dev/null; then
     measure "pretty-print 20,000 of the messages, jq" 20000 "$work/lines.jsonl" jq .
 fi
 if command -v python3 >/dev/null; then
-    measure "the same, python3 -m json.tool" 20000 "$work/lines.jsonl" python3 -m json.tool --json-lines
+    measure "pretty-print 20,000, python3 -m json.tool" 20000 "$work/lines.jsonl" python3 -m json.tool --json-lines
 fi

@@ -1,5 +1,5 @@
-// What a message that means harm costs beside one that means well, in time and in bytes asked of the heap: none may
-// cost more than a small multiple. Best of several rounds, in which the two take turns.
+// What hostile messages cost compared with a usual one, in time and in bytes of the heap: none may cost more than a
+// small multiple. Best of several rounds, in which the two take turns.
 #include <algorithm>
 #include <chrono>
 #include <cstdint>
@@ -40,7 +40,7 @@ using zel::bench::MadeTables;
 constexpr int kRounds = 9;
 constexpr std::size_t kPayload = 12000;
 
-// What each round unpacks, roughly.
+// About what each round unpacks.
 constexpr std::size_t kBytesOfRound = 600000;
 
 // The sample dictionary's list of quotes and order of legs.
@@ -55,7 +55,7 @@ constexpr std::uint16_t kAskQuantity = 74;
 constexpr std::uint16_t kQuoteCount = 75;
 constexpr std::uint16_t kLegCount = 139;
 
-// A message while it is written.
+// A message that is being written.
 struct Made {
     int type;
     int subType;
@@ -81,7 +81,7 @@ struct Made {
     }
     Made& EmptyText(std::uint16_t id) { return Field(id, kZELText, "", 0); }
 
-    // As many repetitions of what `next` writes for 0, 1, 2 ... as there is room for.
+    // Repeats what `next` writes for 0, 1, 2 ... until `size` is reached.
     Made& Fill(std::size_t size, const std::function<void(Made&, std::uint32_t)>& next) {
         for (std::uint32_t repetition = 0; payload.size() < size; ++repetition) {
             next(*this, repetition);
@@ -108,7 +108,7 @@ struct Made {
 class Cost {
 public:
     explicit Cost(const std::string& message) : message_(message) {
-        // The type's plan is made once, whoever sends the first message.
+        // The first message of a type makes its plan; this one is not measured.
         Unpack(object_);
         CZELMessage fresh(0, 0);
         asked = 0;
@@ -124,9 +124,9 @@ public:
         const std::chrono::duration<double, std::nano> spent = std::chrono::steady_clock::now() - begin;
         time_ = std::min(time_, spent.count() / static_cast<double>(repetitions));
     }
-    void Print(const char* what, const Cost& beside) const {
+    void Print(const char* what, const Cost& usual) const {
         std::printf("  %-58s %6zu bytes %9.0f ns %8.2f %9.1f KB %8.2f%s\n", what, message_.size(), time_,
-                    time_ / beside.time_, heap_ / 1000, heap_ / beside.heap_, result_ == 0 ? "" : "  refused");
+                    time_ / usual.time_, heap_ / 1000, heap_ / usual.heap_, result_ == 0 ? "" : "  refused");
     }
 
 private:
@@ -141,14 +141,14 @@ private:
     double heap_ = 0;
 };
 
-void Compare(const char* what, const Made& made, const Made& meansWell) {
+void Compare(const char* what, const Made& made, const Made& usualMessage) {
     Cost cost(made.Message());
-    Cost beside(meansWell.Message());
+    Cost usual(usualMessage.Message());
     for (int round = 0; round < kRounds; ++round) {
-        beside.Round();
+        usual.Round();
         cost.Round();
     }
-    cost.Print(what, beside);
+    cost.Print(what, usual);
 }
 
 void Quote(Made& made, std::uint32_t /*repetition*/) {
@@ -165,16 +165,16 @@ void CompareQuotes() {
     const Made usual = quotes(0, 750).Fill(kPayload, Quote);
     const auto compare = [&usual](const char* what, const Made& made) { Compare(what, made, usual); };
     compare("750 quotes of a text and two longs", usual);
-    compare("the same, each quote's fields in reversed order", quotes(0, 750).Fill(kPayload, [](Made& made, auto) {
+    compare("750 quotes, each one's fields in reversed order", quotes(0, 750).Fill(kPayload, [](Made& made, auto) {
         made.Long(kAskQuantity).Long(kBidQuantity).EmptyText(kSymbol);
     }));
-    compare("the same, all texts before all longs", quotes(0, 750).Fill(kPayload, [](Made& made, std::uint32_t n) {
+    compare("750 quotes, all texts before all longs", quotes(0, 750).Fill(kPayload, [](Made& made, std::uint32_t n) {
         n < 750 ? made.EmptyText(kSymbol) : made.Long(n % 2 == 0 ? kBidQuantity : kAskQuantity);
     }));
-    compare("the same, the count after the quotes",
+    compare("750 quotes, the count after them",
             Made{kQuotes, kQuotesSub, 0, 0, {}}.Fill(kPayload, Quote).Short(kQuoteCount, 750));
     compare("3,000 empty texts, format 0", quotes(0, 3000).Fill(kPayload, emptyText));
-    compare("the same in format 2", quotes(2, 3000).Fill(kPayload, emptyText));
+    compare("3,000 empty texts, format 2", quotes(2, 3000).Fill(kPayload, emptyText));
     compare("3,000 fields that have their value already",
             quotes(0, 1).Fill(kPayload, [](Made& made, auto) { made.EmptyText(kNote); }));
     compare("3,000 fields that the message does not have", quotes(0, 750).Fill(kPayload, marker));
@@ -186,8 +186,8 @@ void CompareQuotes() {
     compare("no quote, and slots for 5,400", quotes(0, 5400));
 }
 
-// A dictionary's ids lie in runs: a search that goes on from place to place would walk the whole run for an id beside
-// it, or for one that shares its low bits.
+// Ids of a dictionary come in runs. A hash table with linear probing would walk the whole run for an id next to it, or
+// for one with the same low bits.
 void CompareUnlistedIds() {
     constexpr int kRun = 8000;
     MadeTables tables(std::vector<MadeTables::Field>(kRun, {kZELText, 0}));
@@ -214,7 +214,7 @@ void CompareUnknownTypes() {
     Compare("a sub-type that it does not have", ofType(kTypes, 2), usual);
 }
 
-// Beside texts that carry their own length: the bytes are the same.
+// Compared with texts that carry their length: the bytes are the same.
 void CompareEmptyTexts() {
     constexpr std::uint16_t kTexts = 30000;
     constexpr std::uint16_t kCount = MadeTables::kFirst;
@@ -233,7 +233,7 @@ void CompareEmptyTexts() {
 }  // namespace
 
 int main() {
-    std::puts("What messages cost beside the first of each group: time, and bytes asked of the heap");
+    std::puts("What messages cost compared with the first of each group: time, and bytes of the heap");
     CZELMessage::init();
     CompareQuotes();
     CompareUnlistedIds();

@@ -1,4 +1,4 @@
-// A dictionary and a message table that a benchmark makes, in use while the object lives.
+// A dictionary and a message table that a benchmark makes; they are in use while the object lives.
 #ifndef ZEL_BENCH_MADE_TABLES_H
 #define ZEL_BENCH_MADE_TABLES_H
 
@@ -14,7 +14,7 @@ namespace zel::bench {
 
 class MadeTables {
 public:
-    // The fields' ids begin here.
+    // The first id of `fields`.
     static constexpr std::uint16_t kFirst = 10;
 
     struct Field {
@@ -22,7 +22,7 @@ public:
         int length;
     };
 
-    // The header's fields, `fields`, and no message.
+    // Makes the header's fields and `fields`, and no message yet.
     explicit MadeTables(const std::vector<Field>& fields) : records_(kFirst + fields.size()) {
         const std::vector<Field> header = {{kZELShort, 2}, {kZELLong, 4}, {kZELLong, 4}, {kZELLong, 4},
                                            {kZELShort, 2}, {kZELLong, 4}, {kZELText, 0}};
@@ -37,7 +37,7 @@ public:
     MadeTables(const MadeTables&) = delete;
     MadeTables& operator=(const MadeTables&) = delete;
 
-    // From now on there are `count` message types from 1 on, each with the sub-types 1, 2 ... of these field lists.
+    // Makes the message types 1 to `count`, each with the sub-types 1, 2 ... of these field lists.
     // With a group, a list's first field counts the repetitions of those after it.
     void Use(const std::vector<std::vector<std::uint16_t>>& lists, int count, bool hasGroup = false) {
         lists_.assign(lists.size(), {});
@@ -61,7 +61,7 @@ public:
         }
         UseAgain();
     }
-    // The same tables, as if they had changed.
+    // Uses the tables again, as if they had changed.
     void UseAgain() { UseTables(&Header(), types_.data()); }
 
 private:

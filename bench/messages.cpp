@@ -31,7 +31,7 @@ short IdOf(const char* name) {
     return static_cast<short>(CZELMessage::getVormaZelData()->idFromName(name));
 }
 
-// One field of the order: a value in the form that the setters take.
+// One field of the order: its value as the setters take it.
 struct OrderField {
     short id;
     short occurrence;
@@ -243,7 +243,7 @@ void PackGroup(benchmark::State& state) {
 BENCHMARK(PackGroup)
     ->ArgNames({"repetitions", "marked", "format"})
     ->ArgsProduct({{1, 20, 400}, {0, 1}, {0, 2}})
-    // In the format 1 the fields that are not set travel too: fewer repetitions fit.
+    // In format 1 unset fields are sent, too: fewer repetitions fit.
     ->ArgsProduct({{1, 20, 200}, {0, 1}, {1}});
 
 // Arguments: repetitions, whether marked, format, whether in reversed order of arrival.
@@ -265,7 +265,7 @@ void UnpackGroup(benchmark::State& state) {
 BENCHMARK(UnpackGroup)
     ->ArgNames({"repetitions", "marked", "format", "reversed"})
     ->ArgsProduct({{1, 20, 400}, {0, 1}, {0, 2}, {0}})
-    ->ArgsProduct({{1, 20, 200}, {0}, {1}, {0}})  // positions tell fields apart: none may be left out
+    ->ArgsProduct({{1, 20, 200}, {0}, {1}, {0}})  // format 1 has no ids, so no field may be left out
     ->ArgsProduct({{1, 20, 400}, {0}, {2}, {1}});
 
 }  // namespace

@@ -11,7 +11,7 @@ namespace {
 constexpr const char* kTextNames[kOrderTexts] = {"CLIENT_ORDER_REF", "SYMBOL",       "ACCOUNT", "TRADER", "DESK",
                                                  "CLEARING_FIRM",    "STRATEGY_TAG", "NOTE"};
 
-// The value in the slot, of whatever size: values lie in 8 bytes at least.
+// The value in the slot: there are at least 8 bytes to read.
 template <typename T>
 std::uint64_t Value(CZELMessage& message, short id, short occurrence = -1) {
     T value;

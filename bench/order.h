@@ -1,5 +1,4 @@
-// The order of 35 fields that the benchmarks send: its values as a program has them, set in a message and read from
-// one.
+// The order of 35 fields that the benchmarks send: plain values, set in a message and read from one.
 #ifndef ZEL_BENCH_ORDER_H
 #define ZEL_BENCH_ORDER_H
 
@@ -40,7 +39,7 @@ struct Order {
 
 const Order& SampleOrder();
 
-// Ids by the dictionary that is loaded.
+// The field ids of the loaded dictionary.
 struct OrderIds {
     short texts[kOrderTexts];
     short side;
@@ -68,7 +67,7 @@ OrderIds FindOrderIds();
 void CreateOrder(CZELMessage& message);
 void SetOrder(CZELMessage& message, const OrderIds& ids, const Order& order);
 
-// Reads every value, the texts with their lengths. The answer depends on all of them.
+// Reads every value, and the length of each text. The result depends on all of them.
 std::uint64_t ReadOrder(CZELMessage& message, const OrderIds& ids);
 
 }  // namespace zel::bench

@@ -1,5 +1,5 @@
-// What must not grow: the look-up of a type with the types there are, the time of a message with the threads that
-// exchange others, and the time of compression by its framing. Best of several rounds.
+// What must not grow: the lookup of a type with the number of types, the time of a message with the number of threads,
+// and the time of compression with its framing. Best of several rounds.
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
@@ -21,7 +21,7 @@ using zel::bench::MadeTables;
 
 constexpr int kRounds = 9;
 
-// Longs, all of them in each message type.
+// All longs, all in each message type.
 constexpr int kFields = 20;
 
 class Longs : public MadeTables {
@@ -62,7 +62,7 @@ void LookUp(int count) {
         tables.UseAgain();
         (void)zel::FindMessage(last, 1);
     });
-    // Two types in turn, so that no object finds its own type again.
+    // Two types in turn, so that the object never has the right type already.
     CZELMessage object(0, 0);
     short type = last;
     const double create = BestNanoseconds(100000, [&object, &type, last] {
@@ -74,7 +74,7 @@ void LookUp(int count) {
     std::printf("%5d types: the last one first asked for %8.0f ns, then created in %5.1f ns\n", count, first, create);
 }
 
-// Nanoseconds a message, from when all threads are there until the last is done.
+// Nanoseconds for each message, from the time when all threads are ready until the last one ends.
 double Exchange(int threads) {
     using Clock = std::chrono::steady_clock;
     constexpr int kMessages = 20000;
@@ -108,7 +108,7 @@ double Exchange(int threads) {
     return spent.count() / kMessages / threads;
 }
 
-// In turns: a neighbour of the machine takes from both alike.
+// In turns, so that other work on the machine slows both equally.
 void ExchangeByTwo() {
     constexpr int kTurns = 100;
     double one = 1e18;

@@ -4,13 +4,14 @@
 #include <cstring>
 #include <string>
 
-#include "bench/order.h"
+#include "bench/order_record.h"
 
 namespace {
 
 using zel::bench::OrderIds;
+using zel::bench::OrderRecord;
 
-// Enough for the counts to be the same within a thousandth whatever the first round costs.
+// Enough that the cost of the first round changes the counts by less than a thousandth.
 constexpr int kRounds = 2000;
 
 struct Bench {
@@ -20,6 +21,8 @@ struct Bench {
     char frame[kZELMaxFrame] = {};
     long length = 0;
     std::uint64_t sum = 0;
+    const ZELBinding* binding = zel::bench::BindOrder();
+    OrderRecord record = zel::bench::RecordOf(zel::bench::SampleOrder());
 };
 
 void Create(Bench& bench) {
@@ -39,6 +42,16 @@ void Get(Bench& bench) {
     bench.sum += zel::bench::ReadOrder(bench.received, bench.ids);
 }
 
+void PackRecord(Bench& bench) {
+    std::size_t length = 0;
+    bench.sum += static_cast<std::uint64_t>(
+        ZELPackRecord(bench.binding, &bench.record, nullptr, bench.frame, sizeof bench.frame, &length, nullptr));
+}
+void UnpackRecord(Bench& bench) {
+    bench.sum += static_cast<std::uint64_t>(ZELUnpackRecord(
+        bench.binding, bench.frame, static_cast<std::size_t>(bench.length), &bench.record, nullptr, nullptr));
+}
+
 struct Scenario {
     const char* name;
     int format2;
@@ -46,8 +59,14 @@ struct Scenario {
 };
 
 constexpr Scenario kScenarios[] = {
-    {"create", 0, Create}, {"create-set", 0, Set}, {"pack", 0, Pack},
-    {"unpack", 0, Unpack}, {"get", 0, Get},        {"unpack-format2", 1, Unpack},
+    {"create", 0, Create},
+    {"create-set", 0, Set},
+    {"pack", 0, Pack},
+    {"unpack", 0, Unpack},
+    {"get", 0, Get},
+    {"unpack-format2", 1, Unpack},
+    {"record-pack", 0, PackRecord},
+    {"record-unpack", 0, UnpackRecord},
 };
 
 }  // namespace
@@ -76,6 +95,7 @@ int main(int argc, char** argv) {
         Unpack(bench);
         RunCounted(scenario.run, bench);
         status = bench.sum == 1 ? 1 : 0;
+        ZELFreeBinding(bench.binding);
     }
     CZELMessage::terminate();
     return status;

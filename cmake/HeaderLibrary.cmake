@@ -1,5 +1,5 @@
-# zel_header_library(<package> <target> <folder>): a header-only library. A cross build takes it from the machine that
-# builds, by its folder of headers alone: the system's other headers are not the target's.
+# zel_header_library(<package> <target> <folder>): a header-only library. A cross build uses the headers of the building
+# machine, but only this folder: the system's other headers are for another target.
 function(zel_header_library package target folder)
     if(NOT CMAKE_CROSSCOMPILING)
         find_package(${package} REQUIRED)

@@ -1,12 +1,12 @@
-# What `cmake --install` lays down: headers, libraries, the sample dictionary's image beside its provider, the command
-# with its manual page and completion, a CMake package and a pkg-config file. Nothing in it depends on the place.
+# What `cmake --install` installs: headers, libraries, the sample dictionary's image next to its provider, the command with
+# its manual page and completion, a CMake package and a pkg-config file. The installed tree can be moved.
 include(CMakePackageConfigHelpers)
 
-install(TARGETS zel crush32 EXPORT zel_targets
+install(TARGETS zel crush32 zel_command EXPORT zel_targets
     RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR}
     LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
     ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
-install(TARGETS zeldata zel_command
+install(TARGETS zeldata
     RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR}
     LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
 install(FILES $<TARGET_FILE_DIR:zeldata>/zeldata.img
@@ -16,7 +16,7 @@ if(TARGET zel_pages)
     install(FILES ${PROJECT_BINARY_DIR}/tools/zel.bash
         DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions RENAME zel)
 endif()
-install(DIRECTORY include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/zel FILES_MATCHING PATTERN "*.h")
+install(DIRECTORY include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/zel FILES_MATCHING PATTERN "*.h" PATTERN "*.hpp")
 
 if(ZEL_MSVC_LIBRARY)
     install(FILES ${ZEL_MSVC_LIBRARY} DESTINATION ${CMAKE_INSTALL_LIBDIR})
@@ -28,7 +28,7 @@ configure_package_config_file(cmake/zelConfig.cmake.in ${PROJECT_BINARY_DIR}/zel
     INSTALL_DESTINATION ${package})
 write_basic_package_version_file(${PROJECT_BINARY_DIR}/zelConfigVersion.cmake COMPATIBILITY SameMinorVersion)
 install(FILES ${PROJECT_BINARY_DIR}/zelConfig.cmake ${PROJECT_BINARY_DIR}/zelConfigVersion.cmake
-    DESTINATION ${package})
+    cmake/ZelDictionary.cmake DESTINATION ${package})
 
 file(RELATIVE_PATH ZEL_PREFIX_FROM_PKGCONFIG /prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig /prefix)
 configure_file(cmake/zel.pc.in ${PROJECT_BINARY_DIR}/zel.pc @ONLY)

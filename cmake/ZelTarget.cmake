@@ -1,5 +1,18 @@
-# What every target of ours is built with.
+# Settings of every target.
 set(ZEL_SANITIZE "" CACHE STRING "Sanitizers to build with, as -fsanitize= takes them")
+
+# Compiled again and again, only what changed is compiled: where the compiler cache is installed, it does the rest.
+option(ZEL_COMPILER_CACHE "Use ccache if it is installed" OFF)
+if(ZEL_COMPILER_CACHE)
+    find_program(ZEL_CCACHE ccache)
+    if(ZEL_CCACHE)
+        set(CMAKE_CXX_COMPILER_LAUNCHER ${ZEL_CCACHE})
+    endif()
+endif()
+# It knows no precompiled headers, and what they save it saves, too.
+if(CMAKE_CXX_COMPILER_LAUNCHER MATCHES ccache)
+    set(CMAKE_DISABLE_PRECOMPILE_HEADERS ON)
+endif()
 
 # Programs are linked to run at any address.
 include(CheckPIESupported)
@@ -23,8 +36,8 @@ function(zel_target target)
     endif()
 endfunction()
 
-# zel_ship(<target> <name>): for a library that ships. It exports what <name>.def or <name>.map says and nothing that the
-# C++ library adds: one of its unique symbols would keep the library in the process for good.
+# zel_ship(<target> <name>): for a library that ships. It exports only what <name>.def or <name>.map says. A unique symbol
+# of the C++ library would keep it in the process for ever.
 function(zel_ship target name)
     if(WIN32)
         target_sources(${target} PRIVATE ${name}.def ${PROJECT_SOURCE_DIR}/runtime/attach_windows.cpp)
@@ -35,16 +48,15 @@ function(zel_ship target name)
     set_property(TARGET ${target} APPEND PROPERTY LINK_DEPENDS ${exports})
 endfunction()
 
-# Of instrumented code the libraries are optimised: tests run there. Everywhere else the compiler would take most of the
-# time.
+# Optimises libraries in instrumented builds, because tests spend their time there. Elsewhere compiling would take longer.
 function(zel_optimise_instrumented target)
     if(ZEL_SANITIZE)
         target_compile_options(${target} PRIVATE -O1)
     endif()
 endfunction()
 
-# What makes a fault in memory end the program rather than let someone else run it: canaries on the stack, checked copies,
-# tables of addresses that nobody can write. The sanitizers have checks of their own.
+# Hardening: a memory fault should end the program, not give control to an attacker. Stack canaries, checked copies,
+# read-only relocations. The sanitizers have checks of their own.
 function(zel_harden target)
     if(WIN32)
         # No canaries: the cross compiler's support for them makes every file import one more system library.
@@ -52,7 +64,7 @@ function(zel_harden target)
         return()
     endif()
     target_compile_options(${target} PRIVATE -fstack-protector-strong)
-    # Copies can be checked in optimised builds alone.
+    # Copies can be checked in optimised builds only.
     if(CMAKE_BUILD_TYPE MATCHES Rel)
         target_compile_options(${target} PRIVATE -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2)
     endif()

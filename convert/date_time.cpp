@@ -6,7 +6,7 @@ namespace zel {
 
 namespace {
 
-// Takes the low byte, as the record keeps it; -1 leaves the member alone.
+// Stores the low byte; -1 keeps the member's value.
 template <typename Member>
 void StoreUnlessKept(Member& member, int value) noexcept {
     if (value != -1) {

@@ -1,10 +1,10 @@
-// Date-time records: the builder that checks and fills them, and the ways out of them that are no text.
+// Date-time records: the builder that checks and fills them, and conversions other than to and from text.
 #ifndef ZEL_CONVERT_DATE_TIME_H
 #define ZEL_CONVERT_DATE_TIME_H
 
 #include <ctime>
 
-#include "include/zelmessage.h"
+#include "include/zelvalues.h"
 
 namespace zel {
 
@@ -21,8 +21,8 @@ inline bool HasTime(const _datetime& value) noexcept {
     return value.kind == kTimeKind || value.kind == kDateTimeKind;
 }
 
-// Stores each of the first seven values that is not -1, and the kind. -1 with report 1001 and nothing stored when one
-// is above its bound (31, 12, 254, 24, 59, 59, none, 3) or `out` is null. There are no lower bounds.
+// Stores the kind, and each of the other values that is not -1. Returns 0; or -1 with report 1001 and nothing stored
+// when a value is above its limit (31, 12, 254, 24, 59, 59, none, 3) or `out` is null. There are no lower limits.
 [[nodiscard]] int ZELFormatDateTime(int day, int month, int year, int hour, int minute, int second, int extra, int kind,
                                     _datetime* out) noexcept;
 
@@ -33,11 +33,11 @@ inline bool HasTime(const _datetime& value) noexcept {
 // ZELDateTimeToStr with date format 16 in place of 1. At most 31 bytes.
 [[nodiscard]] int ZELDateTimeToStrYearFirst(const _datetime* value, char* text) noexcept;
 
-// The year that two digits stand for, or -1 for other numbers. The modes 1 and 2 take 91 to 99 for the 1900s, mode 3
-// takes 51 to 99; the rest are the 2000s. -1 in every other mode.
+// The year of two digits, or -1 for other numbers and modes. In the modes 1 and 2 the years 91 to 99 are in the 1900s,
+// in mode 3 the years 51 to 99; all others are in the 2000s.
 [[nodiscard]] int ExpandTwoDigitYear(int year, int mode) noexcept;
 
-// The time in seconds since 1 January 1970, the record taken as local time. -1 for another kind than date and time.
+// Seconds since 1 January 1970; the record is in local time. -1 unless its kind is date and time.
 [[nodiscard]] std::time_t DateTimeToTimeT(const _datetime* value) noexcept;
 
 }  // namespace zel

@@ -1,5 +1,5 @@
-// Text to dates and times. A text is read in pairs of characters at fixed places; where it ends early, a pair is
-// shorter or empty, and an empty one makes 0.
+// Text to dates and times. A text is read in pairs of characters at fixed places. At the end of a short text a pair may
+// have one character or none; an empty pair is 0.
 #include <cstdint>
 #include <cstring>
 #include <string_view>
@@ -14,15 +14,15 @@ namespace {
 
 constexpr std::int32_t kFirstYear = 1900;
 
-// The numbers that a date text gives; a part that its format lacks stays 0.
+// The numbers of a date text; parts that its format does not have stay 0.
 struct DateParts {
     std::int32_t day;
     std::int32_t month;
     std::int32_t year;  // since 1900
-    bool malformed;     // a part is no number
+    bool malformed;     // a part is not a number
 };
 
-// Reads the pair at `at`. False when it is no number.
+// Reads the pair at `at`. False when it is not a number.
 [[nodiscard]] bool ReadPair(std::string_view text, std::size_t at, std::int32_t& value) noexcept {
     if (at + 2 <= text.size() && IsDigit(text[at]) && IsDigit(text[at + 1])) {
         value = (text[at] - '0') * 10 + (text[at + 1] - '0');
@@ -31,7 +31,7 @@ struct DateParts {
     return ReadSignedNumber(at < text.size() ? text.substr(at, 2) : std::string_view{}, value);
 }
 
-// Reads the pair at `at`, or one later when there is a separator; moves `at` past it.
+// Reads the pair at `at`, after a separator if there is one, and moves `at` past it.
 [[nodiscard]] bool ReadNextPair(std::string_view text, std::size_t& at, std::int32_t& value) noexcept {
     if (at >= text.size() || !IsDigit(text[at])) {
         ++at;
@@ -61,8 +61,7 @@ struct DateParts {
     return true;
 }
 
-// Reads a year in four digits. False when it is before 1900, as all are that have fewer digits among the four
-// characters.
+// Reads a year in four digits. False when it is before 1900; years with fewer digits always are.
 [[nodiscard]] bool ReadFullYear(std::string_view text, std::size_t at, DateParts& date) noexcept {
     std::int32_t year = 0;
     if (!ReadSignedNumber(text.substr(at, 4), year) || year < kFirstYear) {
@@ -76,7 +75,7 @@ bool IsSlash(std::string_view text, std::size_t at) noexcept {
     return text[at] == '/';
 }
 
-// False when the text is too short for its format, or its year too early.
+// False when the text is too short for its format, or its year is before 1900.
 [[nodiscard]] bool ReadDate(std::string_view text, short format, DateParts& date) noexcept {
     switch (format) {
         case 0:
@@ -120,7 +119,7 @@ bool IsSlash(std::string_view text, std::size_t at) noexcept {
     }
 }
 
-// Puts the time into the record; `date` is what becomes of day, month and year.
+// Stores the time. `date` goes to day, month and year: kCleared or kKept.
 int StoreTime(const char* source, int date, unsigned char kind, _datetime* value) noexcept {
     if (source == nullptr || std::strlen(source) < 4) {
         return -1;

@@ -1,5 +1,5 @@
-// Dates and times to text. Records may come from anywhere: every byte of them has a text, and no text outgrows the
-// caller's buffer.
+// Dates and times to text. Records may come from anywhere, so every byte value has a text, and no text is longer than
+// the caller's buffer.
 #include <algorithm>
 #include <cstring>
 
@@ -19,10 +19,10 @@ constexpr short kYearFirst = 16;
 
 constexpr std::size_t kLongestDateTime = 17;
 
-// Two parts of at most 14 (format 16: 15) characters and a space.
+// Two parts of at most 14 (format 16: 15) characters, and a space between them.
 constexpr std::size_t kLongestInFormats = 30;
 
-// How a format writes a date: D day, M month, Y year in two digits, C year in four; all else stands for itself.
+// How a format writes a date: D day, M month, Y year in two digits, C year in four; other characters are literal.
 const char* DateLayout(short format) noexcept {
     switch (format) {
         case kShortYearFirst:
@@ -46,7 +46,7 @@ const char* DateLayout(short format) noexcept {
         case 15:
             return "M/C";
         case kYearFirst:
-            // A misprint that readers of this format have come to know: the day was never shown.
+            // An old misprint that readers rely on: this format never shows the day.
             return "C/M/2.2hd";
         default:
             return "M/D/Y";
@@ -67,7 +67,7 @@ const char* TimeLayout(short format) noexcept {
     }
 }
 
-// At least two digits, a "-" before them.
+// At least two digits, after a "-" if the value is negative.
 char* PutPadded(char* at, int value) noexcept {
     if (value < 0) {
         *at++ = '-';
@@ -117,7 +117,7 @@ char* PutTime(char* at, const _datetime& value, short format) noexcept {
     return PutLayout(at, HasTime(value) ? TimeLayout(format) : "00:00:00", value);
 }
 
-// False, with the report, when an argument is null. A text that there is becomes empty in any case.
+// Empties the text, if there is one. False, with a report, when an argument is null.
 [[nodiscard]] bool StartDateTime(const _datetime* value, char* text) noexcept {
     if (text != nullptr) {
         text[0] = '\0';
@@ -186,7 +186,7 @@ extern "C" int ZELDateTimeToStr(const _datetime* value, char* text) noexcept {
     if (!zel::StartDateTime(value, text)) {
         return -1;
     }
-    // Numbers of three digits and negative ones could make it longer than callers reserve for.
+    // Members of three digits and negative ones can make the text longer than the caller's buffer.
     char whole[zel::kLongestInFormats + 1];
     const char* end = zel::PutDateTime(whole, *value, zel::kShortYearFirst);
     const std::size_t length = std::min(static_cast<std::size_t>(end - whole), zel::kLongestDateTime);

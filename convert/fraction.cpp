@@ -13,7 +13,7 @@ namespace {
 
 constexpr std::size_t kFractionTextSize = 32;
 
-// One number of 11 characters and two of at most 6, with a separator before each of those.
+// One number of 11 characters and two of at most 6, with two separators.
 static_assert(11 + 1 + 6 + 1 + 6 < kFractionTextSize);
 
 void PutFractionText(char* at, const MoneyParts& parts) noexcept {
@@ -63,7 +63,7 @@ extern "C" char* ConvertDecimalToFraction(const char* text) noexcept {
         return nullptr;
     }
     zel::Reduce(parts);
-    // Only denominators that have a display code pass.
+    // Fails when the denominator has no display code.
     if (zel::ZELFormatMoney(parts.whole, parts.numerator, parts.denominator, &money) != 0) {
         return nullptr;
     }

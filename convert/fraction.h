@@ -1,4 +1,4 @@
-// Reducing fractions. The numerator may be negative, and then loses its fraction: see FindGCF.
+// Reducing fractions. A negative numerator becomes 0, because FindGCF then returns the denominator: -5.5 is -5.
 #ifndef ZEL_CONVERT_FRACTION_H
 #define ZEL_CONVERT_FRACTION_H
 
@@ -6,7 +6,7 @@
 
 namespace zel {
 
-// Divides numerator and denominator by FindGCF of the two. The denominator is at least 1, so that the factor is, too.
+// Divides numerator and denominator by their FindGCF. The denominator must be at least 1; then the factor is, too.
 void Reduce(MoneyParts& parts) noexcept;
 
 }  // namespace zel

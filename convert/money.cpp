@@ -80,7 +80,7 @@ int SplitMoney(const _money* money, MoneyParts& parts) noexcept {
         SendReport(reports::kUnformatMoneyFailed);
         return -1;
     }
-    // The codes from 32768 on count as large here, and as invalid in GetDenominatorType.
+    // Codes from 32768 on are large forms here, but invalid in GetDenominatorType.
     const auto code = static_cast<std::uint16_t>(money->displayCode);
     if (code >= kLargeFormCode) {
         parts = {static_cast<std::int32_t>(money->amount), code - kLargeFormCode, kLargeFormDenominator};

@@ -29,7 +29,7 @@ int DoubleToMoney(double value, _money* out) noexcept {
     const char* end =
         std::to_chars(printed, printed + sizeof printed, value, std::chars_format::fixed, kPrintedDecimals).ptr;
     std::string_view text{printed, static_cast<std::size_t>(end - printed)};
-    // The point stops it.
+    // Trailing zeros end at the point at the latest.
     text = text.substr(0, text.find_last_not_of('0') + 1).substr(0, kKeptCharacters);
     if (text.back() == '.') {
         text.remove_suffix(1);

@@ -1,5 +1,5 @@
-// Text to money. A text is at most three runs of digits with separators between them; characters that are neither are
-// passed over, so that "$1,234.56" reads as typed.
+// Text to money. A text is at most three runs of digits with separators between them. Other characters are skipped, so
+// that "$1,234.56" can be read.
 #include "convert/money_parse.h"
 
 #include <algorithm>
@@ -22,13 +22,13 @@ constexpr int kMostDecimals = 5;
 struct ParserRules {
     bool refuseThirdSeparator;
     bool refuseSpaceBetweenTwo;
-    std::int32_t scaleOfNoDecimals;  // no denominator of a display code: the building fails
+    std::int32_t scaleOfNoDecimals;  // has no display code, so the text is refused
 };
 
 constexpr ParserRules kLenient{false, false, 0};
 constexpr ParserRules kStrict{true, true, 1000000};
 
-// What a character other than a digit is; also the set of those that a text holds.
+// Characters other than digits; combined, the set of those in a text.
 enum Kind : unsigned {
     kOther = 0,
     kSpace = 1,
@@ -41,7 +41,7 @@ enum Kind : unsigned {
 };
 constexpr unsigned kSeparators = kSpace | kSlash | kPoint | kApostrophe | kQuote | kBang;
 
-unsigned KindOf(char c) noexcept {
+unsigned KindOfCharacter(char c) noexcept {
     switch (c) {
         case ' ':
             return kSpace;
@@ -62,7 +62,7 @@ unsigned KindOf(char c) noexcept {
     }
 }
 
-// A run of digits. As decimals, those after the fifth are cut.
+// A run of digits. `decimals` is the number without the digits after the fifth.
 struct Component {
     std::int32_t value;
     std::int32_t decimals;
@@ -70,7 +70,7 @@ struct Component {
 };
 
 struct Scan {
-    Component components[kComponents + 1];  // the last takes what is after a third separator
+    Component components[kComponents + 1];  // the last one is for digits after a third separator
     std::uint32_t separators;
     unsigned kinds;
     bool doubleBang;
@@ -91,7 +91,7 @@ Scan ScanText(std::string_view text) noexcept {
             current.decimals = current.count <= kMostDecimals ? current.value : current.decimals;
             continue;
         }
-        const unsigned kind = KindOf(c);
+        const unsigned kind = KindOfCharacter(c);
         scan.kinds |= kind;
         const bool firstOfTwo = kind == kBang && i + 1 < text.size() && text[i + 1] == '!';
         scan.doubleBang = scan.doubleBang || firstOfTwo;

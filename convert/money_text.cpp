@@ -1,5 +1,5 @@
-// Money to text. The digits are those that "%f" and "%.2f" print of numerator / denominator as doubles, worked out in
-// integers, so that no locale and no rounding mode changes them.
+// Money to text. The digits are those that "%f" and "%.2f" print for numerator / denominator as doubles. They are
+// computed in integers, so that the locale and the rounding mode do not matter.
 #include <array>
 #include <cstdint>
 #include <cstring>
@@ -13,21 +13,22 @@ namespace zel {
 
 namespace {
 
-// Values of the format argument; every other one prints like plain, with one sign more.
+// Values of the format argument. All others print like kPlain, with a "-" after negative amounts as well.
 constexpr short kPlain = 0;
-constexpr short kGroupedSignBehind = 1;
+constexpr short kGroupedSignLast = 1;
 constexpr short kDollarShort = 2;
-constexpr short kGroupedSignAhead = 3;
+constexpr short kGroupedSignFirst = 3;
 
-// Whether two decimals of the half (2h + 1) / 200 are rounded up to h + 1 hundredths. What is printed is the double
-// nearest to the half: it lies above or below, or it is the half and goes to the even neighbour.
+// Whether (2h + 1) / 200, which is halfway between two hundredths, rounds up to h + 1 hundredths. The C library prints
+// the nearest double, which is above or below the half, or exactly the half: then the even neighbour is taken.
 constexpr bool RoundsHalfUp(std::uint64_t h) noexcept {
     constexpr std::uint64_t kSmallestSignificand = std::uint64_t{1} << 52;
     std::uint64_t scaled = 2 * h + 1;
     while (scaled / 200 < kSmallestSignificand) {
         scaled *= 2;
     }
-    // Of the 200ths between two doubles; 100 does not occur, for `scaled` is a multiple of 8.
+    // How far the half is above the double below it, in 200ths of the gap between doubles. Never 100: `scaled` is a
+    // multiple of 8.
     const std::uint64_t remainder = scaled % 200;
     return remainder == 0 ? h % 2 != 0 : remainder > 100;
 }
@@ -42,8 +43,8 @@ constexpr std::array<bool, 100> TableOfRoundsHalfUp() noexcept {
 
 constexpr std::array<bool, 100> kRoundsHalfUp = TableOfRoundsHalfUp();
 
-// Numerator / denominator in hundredths. Of what rounds up to 1.00, and of large forms above it, the two lowest digits
-// are shown: the whole part does not learn of the rest.
+// Numerator / denominator in hundredths. The result may be 100 or more: its two lowest digits are shown, without a
+// carry into the whole part.
 std::int32_t RoundedHundredths(const MoneyParts& parts) noexcept {
     if (parts.denominator <= 100) {
         return parts.numerator * (100 / parts.denominator);
@@ -78,21 +79,20 @@ char* PutGrouped(char* at, std::string_view digits) noexcept {
     return at;
 }
 
-// Writes sign and whole units and returns where the part after them goes. The formats with a "$" leave it to that part
-// to terminate the text.
+// Writes sign and whole units; returns the position after them. With a "$" the text is not terminated here.
 char* PutWhole(char* at, std::int32_t whole, bool negative, short format) noexcept {
-    // The most negative amount stays negative when negated, and then brings a "-" of its own among its 11 digits.
+    // The most negative amount stays negative when negated: its 11 characters include a "-".
     char digitText[11];
     const std::string_view digits{digitText, static_cast<std::size_t>(PutNumber(digitText, whole) - digitText)};
-    if (negative && format != kGroupedSignBehind) {
+    if (negative && format != kGroupedSignLast) {
         *at++ = '-';
     }
     if (format == kDollarShort && digits.size() >= 7) {
-        // Long numbers are plain, and give way to whatever follows them.
+        // Long numbers have no "$", and are overwritten by what follows.
         *PutText(at, digits) = '\0';
         return at;
     }
-    if (format == kGroupedSignBehind || format == kDollarShort || format == kGroupedSignAhead) {
+    if (format == kGroupedSignLast || format == kDollarShort || format == kGroupedSignFirst) {
         *at++ = '$';
         return PutGrouped(at, digits);
     }
@@ -103,7 +103,7 @@ char* PutWhole(char* at, std::int32_t whole, bool negative, short format) noexce
 
 char* PutDecimals(char* at, const MoneyParts& parts, short displayCode, short format) noexcept {
     *at++ = '.';
-    if (format == kGroupedSignAhead) {
+    if (format == kGroupedSignFirst) {
         at = PutPadded(at, RoundedHundredths(parts), 2);
     } else if (displayCode >= kLargeFormCode) {
         at = PutPadded(at, parts.numerator, 2);
@@ -121,7 +121,7 @@ char* PutFraction(char* text, char* at, const MoneyParts& parts, bool negative) 
     if (parts.whole != 0) {
         *at++ = ' ';
     } else {
-        // The fraction takes the place of a whole part of 0, the "$" included.
+        // The fraction replaces a whole part of 0 and its "$".
         at = text + (negative ? 1 : 0);
     }
     at = PutNumber(at, parts.numerator);
@@ -139,7 +139,7 @@ char* PutPart(char* text, char* at, const MoneyParts& parts, const _money& money
         case kFractionType:
             return PutFraction(text, at, parts, negative);
         default:
-            if (format == kGroupedSignAhead) {
+            if (format == kGroupedSignFirst) {
                 at = PutText(at, ".00");
                 *at = '\0';
             }
@@ -169,7 +169,7 @@ extern "C" int ZELMoneyToStr(const _money* money, char* text, short format) noex
     }
     char* at = zel::PutWhole(text, parts.whole, negative, format);
     at = zel::PutPart(text, at, parts, *money, negative, format);
-    if (negative && format != zel::kPlain && format != zel::kDollarShort && format != zel::kGroupedSignAhead) {
+    if (negative && format != zel::kPlain && format != zel::kDollarShort && format != zel::kGroupedSignFirst) {
         *at++ = '-';
         *at = '\0';
     }

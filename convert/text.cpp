@@ -47,7 +47,7 @@ int ShortToStr(short value, char* text) noexcept {
 }
 
 void SendReportOn(const Report& report, std::string_view text) noexcept {
-    if (!HasErrorSink()) {
+    if (!IsAnybodyListening()) {
         return;
     }
     char terminated[kReportTextSize];

@@ -1,4 +1,4 @@
-// The text basics of the conversions. Every byte counts as it stands: no locale has a say in what a space is.
+// Text routines for the conversions. No locale is used: a space is the byte 0x20 alone.
 #ifndef ZEL_CONVERT_TEXT_H
 #define ZEL_CONVERT_TEXT_H
 
@@ -11,16 +11,16 @@
 
 namespace zel {
 
-// The text without its leading and trailing spaces (the byte 0x20 alone).
+// The text without its leading and trailing spaces.
 [[nodiscard]] std::string_view Trimmed(const char* text) noexcept;
 
-// Copies the trimmed source and terminates it; the two may overlap. A null argument leaves the target untouched.
+// Copies the trimmed source and a terminator. The two may overlap. Does nothing when one is null.
 void TrimSpaces(const char* source, char* target) noexcept;
 
-// Puts one character and a terminator after the text.
+// Appends one character to the text.
 void AppendChar(char* text, char c) noexcept;
 
-// The number with one more digit. What grows beyond 32 bits stays at the largest number.
+// The number with one more digit, or the largest number of 32 bits when it would be greater than that.
 inline std::int32_t WithDigit(std::int32_t value, char digit) noexcept {
     constexpr std::int32_t kLargest = std::numeric_limits<std::int32_t>::max();
     const std::int32_t added = digit - '0';
@@ -30,8 +30,8 @@ inline std::int32_t WithDigit(std::int32_t value, char digit) noexcept {
     return value == kLargest / 10 && added <= kLargest % 10 ? value * 10 + added : kLargest;
 }
 
-// Reads digits, or none, which make 0, after leading spaces and one "-". False, with `value` as it was, when anything
-// else is left.
+// Reads leading spaces, an optional "-" and digits; no digits are 0. False, with `value` unchanged, when anything else
+// follows.
 [[nodiscard]] inline bool ReadSignedNumber(std::string_view text, std::int32_t& value) noexcept {
     const char* at = text.data();
     const char* const end = at + text.size();
@@ -51,16 +51,16 @@ inline std::int32_t WithDigit(std::int32_t value, char digit) noexcept {
     return true;
 }
 
-// 1 for what ReadSignedNumber takes, else 0.
+// 1 if ReadSignedNumber reads the text, else 0.
 [[nodiscard]] int IsSignedNumber(std::string_view text) noexcept;
 
-// Writes the number without a terminator and returns the position after it: at most 11 characters.
+// Writes the number, at most 11 characters, without a terminator; returns the position after it.
 char* PutNumber(char* at, std::int32_t value) noexcept;
 
-// Writes the number and a terminator: at most 7 bytes. Always 0.
+// Writes the number and a terminator, at most 7 bytes. Returns 0.
 int ShortToStr(short value, char* text) noexcept;
 
-// Sends a report on a text, cut where the report ends.
+// Sends a report with the text in it, cut to what fits.
 void SendReportOn(const Report& report, std::string_view text) noexcept;
 
 }  // namespace zel

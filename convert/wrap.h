@@ -1,4 +1,4 @@
-// Arithmetic on amounts: 32 bits, two's complement, wrapping round where it overflows.
+// Arithmetic on amounts: 32 bits, two's complement, wrapping round on overflow.
 #ifndef ZEL_CONVERT_WRAP_H
 #define ZEL_CONVERT_WRAP_H
 
@@ -6,12 +6,12 @@
 
 namespace zel {
 
-// A long of a signature carries 32 bits; the rest of a wider one is dropped.
+// A long in a signature carries 32 bits; higher ones are dropped.
 inline std::int32_t Low32(long value) noexcept {
     return static_cast<std::int32_t>(value);
 }
 
-// The most negative number is its own negative.
+// The most negative number stays negative.
 inline std::int32_t Negated(std::int32_t value) noexcept {
     return static_cast<std::int32_t>(0U - static_cast<std::uint32_t>(value));
 }

@@ -141,53 +141,64 @@ int PackPayload(ZelMsgStruct& message, char* out) noexcept {
     return static_cast<int>(next - out);
 }
 
-// A message without an id gets one.
-void GiveId(ZelMsgStruct& message, unsigned short sequence) noexcept {
-    if (message.msgIdSeq == 0) {
-        message.msgIdSeq = sequence;
-        message.msgIdPart2 = 1;
-        message.msgIdPart3 = 1;
-    }
-}
-
 // Packs into work buffers, because the payload changes on its way or because only packing tells how long its header is.
 // Apart, so that a message which needs no such buffers does not pay for them.
-[[gnu::noinline]] int BuildByBuffers(const HeaderRules& rules, ZelMsgStruct& message, char* out, long* outLength,
-                                     unsigned short sequence) noexcept {
+[[gnu::noinline]] Built BuildByBuffers(ZelMsgStruct& message, const BuildRoom& room, long* outLength,
+                                       unsigned short sequence) noexcept {
     PayloadBuffers buffers;
-    const int packedLength = PackPayload(message, buffers.first);
-    if (packedLength < 0) {
-        return -1;
-    }
-    GiveId(message, sequence);
-    const Reader payload = ClosePayload(message, buffers, packedLength);
-    if (payload.next == nullptr) {
-        return -1;
-    }
-    unsigned short headerLength = 0;
+    const int length = PackPayload(message, buffers.first);
     // What was received and is still the message's may have got a longer length from the program.
     const std::size_t held = message.varUserDataOwned != 0 ? BlockOf(message).userDataHeld : SIZE_MAX;
-    char* afterHeader = BuildZELHeader(rules, &message, out, &headerLength, held);
-    if (afterHeader == nullptr) {
-        SendReport(reports::kHeaderNotBuilt);
-        return -1;
-    }
-    std::memcpy(afterHeader, payload.next, Remaining(payload));
-    // Not headerLength: it wraps with variable user data of more than 65505 bytes.
-    *outLength = static_cast<long>(afterHeader - out) + static_cast<long>(Remaining(payload));
-    return 0;
+    return length >= 0 ? SendZELPayload(BlockOf(message).plan->header, message, buffers, length, held, room, outLength,
+                                        sequence)
+                       : Built::kRefused;
 }
 
 // The reports of a message whose first field finds no dictionary any more.
-int RefuseAfterTerminate(const MessageBlock& block) noexcept {
+void RefuseAfterTerminate(const MessageBlock& block) noexcept {
     SendReport(reports::kNoDictionary);
     if (block.slotCount != 0) {
         SendReportWith(reports::kFieldVersionUnknown, block.plan->entries[0].rule.id);
     }
-    return -1;
 }
 
 }  // namespace
+
+Built SendZELPayload(const HeaderRules& rules, ZelMsgStruct& message, PayloadBuffers& buffers, int packedLength,
+                     std::size_t userDataHeld, const BuildRoom& room, long* outLength,
+                     unsigned short sequence) noexcept {
+    GiveZELMessageId(message, sequence);
+    const Reader payload = ClosePayload(message, buffers, packedLength);
+    if (payload.next == nullptr) {
+        return Built::kRefused;
+    }
+    if (room.size < HeaderSize(message) || room.size - HeaderSize(message) < Remaining(payload)) {
+        return Built::kNoRoom;
+    }
+    unsigned short headerLength = 0;
+    char* afterHeader = BuildZELHeader(rules, &message, room.out, &headerLength, userDataHeld);
+    if (afterHeader == nullptr) {
+        SendReport(reports::kHeaderNotBuilt);
+        return Built::kRefused;
+    }
+    std::memcpy(afterHeader, payload.next, Remaining(payload));
+    // Not headerLength: it wraps with variable user data of more than 65505 bytes.
+    *outLength = static_cast<long>(afterHeader - room.out) + static_cast<long>(Remaining(payload));
+    return Built::kDone;
+}
+
+Built BuildZELMessageWithin(ZelMsgStruct* message, const BuildRoom& room, long* outLength,
+                            unsigned short sequence) noexcept {
+    if (message == nullptr || room.out == nullptr || outLength == nullptr) {
+        SendReport(reports::kBuildFailed);
+        return Built::kRefused;
+    }
+    if (!tablesAreInUse) {
+        RefuseAfterTerminate(BlockOf(*message));
+        return Built::kRefused;
+    }
+    return BuildByBuffers(*message, room, outLength, sequence);
+}
 
 int BuildZELMessage(ZelMsgStruct* message, char* out, long* outLength, unsigned short sequence) noexcept {
     if (message == nullptr || out == nullptr || outLength == nullptr) {
@@ -196,18 +207,18 @@ int BuildZELMessage(ZelMsgStruct* message, char* out, long* outLength, unsigned 
     }
     const MessageBlock& block = BlockOf(*message);
     if (!tablesAreInUse) {
-        return RefuseAfterTerminate(block);
+        RefuseAfterTerminate(block);
+        return -1;
     }
-    const HeaderRules& rules = block.plan->header;
-    if (!IsSentPlain(*message) || !HasFixedHeader(rules, *message)) {
-        return BuildByBuffers(rules, *message, out, outLength, sequence);
+    if (!IsSentPlain(*message) || !HasFixedHeader(block.plan->header, *message)) {
+        return BuildByBuffers(*message, {out, SIZE_MAX}, outLength, sequence) == Built::kDone ? 0 : -1;
     }
     // The payload goes where it belongs, and the header in front once the number of fields is known.
     const int length = PackPayload(*message, out + kFixedHeader);
     if (length < 0) {
         return -1;
     }
-    GiveId(*message, sequence);
+    GiveZELMessageId(*message, sequence);
     WriteFixedHeader(*message, out);
     *outLength = static_cast<long>(kFixedHeader) + length;
     return 0;

@@ -1,5 +1,5 @@
-// The compression library: payloads become raw deflate data, without header or checksum, that any build of it can read.
-// Nothing here is written or read outside the lengths that the caller states.
+// The compression library: payloads become raw deflate data, without header or checksum, which every build can read.
+// Nothing is read or written outside the lengths that the caller states.
 #include "crush32/crush32.h"
 
 #include "crush32/state_pool.h"
@@ -58,7 +58,7 @@ int CrushCompress(const char* source, char* destination, int sourceLength) noexc
     deflateReset(&stream);
     bool ended = RunToEnd(deflate, stream, source, sourceLength, destination, room);
     if (!ended) {
-        // Data that fills the room to its last byte counts as unended until a call with more room has nothing to write.
+        // When the data fills the room exactly, zlib notices the end only in a call with more room.
         Bytef excess = 0;
         stream.next_out = &excess;
         stream.avail_out = 1;

@@ -1,4 +1,4 @@
-// A fixed row of slots, each null or an idle state. A slot changes hands by one atomic exchange, so there is no lock.
+// A fixed number of slots, each null or an idle state. One atomic exchange takes or gives a state, so there is no lock.
 #include "crush32/state_pool.h"
 
 #include <array>
@@ -15,14 +15,14 @@ namespace {
 
 // Negative: raw data. A window of 16 KiB spans the largest payload of 12,288 bytes.
 constexpr int kCompressWindowBits = -14;
-// Any window that deflate data can ask for.
+// The largest window that deflate data can need.
 constexpr int kExpandWindowBits = -MAX_WBITS;
 // Within 4 % of the speed of 8 at every payload size, with half the memory.
 constexpr int kMemoryLevel = 7;
 // Level 6 makes payloads of 12,000 bytes 9 % smaller than this and takes 2.6 times as long.
 constexpr int kLevel = Z_BEST_SPEED;
 
-// More threads than this in a pass at once make do with states of their own.
+// When more threads than this are in a pass at once, the others make new states.
 constexpr std::size_t kSlotCount = 8;
 
 using Slot = std::atomic<State*>;

@@ -1,5 +1,5 @@
-// Working memory of compression passes, kept from pass to pass because setting it up costs more than a small payload.
-// Any number of threads may take and give back at once.
+// Working memory of compression passes. It is kept between passes, because setting it up costs more than compressing a
+// small payload. Any number of threads may take and give back at once.
 #ifndef ZEL_CRUSH32_STATE_POOL_H
 #define ZEL_CRUSH32_STATE_POOL_H
 
@@ -13,7 +13,7 @@ struct State {
     z_stream inflater;
 };
 
-// A state that nobody else has, or null with errno at ENOMEM.
+// A state for this thread alone, or null with errno at ENOMEM.
 [[nodiscard]] State* TakeState() noexcept;
 
 // Keeps the state for a later pass; frees it when enough are kept.

@@ -1,5 +1,5 @@
-// Two processes exchange messages over a loopback TCP connection. The sender hands its bytes over in pieces that have
-// nothing to do with messages; the receiver finds the frames in what arrives.
+// Two processes exchange messages over a loopback TCP connection. The sender sends its bytes in pieces that do not
+// match the messages; the receiver finds the frames in the bytes that arrive.
 #include <arpa/inet.h>
 #include <netinet/in.h>
 #include <sys/socket.h>
@@ -18,7 +18,7 @@ namespace {
 
 constexpr int kOrders = 200;
 
-// The largest message that this program accepts behind a frame: none here has variable user data.
+// The largest message that this program accepts after a frame; none here has variable user data.
 constexpr long kMaxMessage = kZELMaxFrame - 6;
 
 void PrintReport(int code, const char* text, void* /*context*/) {
@@ -73,7 +73,7 @@ bool SendOrders(int connection) {
         }
         stream += frame;
     }
-    // Pieces of 1 byte up to several messages: what a busy network makes of a stream.
+    // Pieces of 1 byte up to several messages, as on a busy network.
     std::size_t size = 1;
     for (std::size_t at = 0; at < stream.size(); at += size, size = size % 997 * 3 + 1) {
         if (!SendAll(connection, stream.substr(at, size))) {
@@ -87,11 +87,11 @@ bool SendOrders(int connection) {
 
 enum class FrameState { kComplete, kIncomplete, kInvalid };
 
-// Whether a whole frame lies at the start of `bytes`, and how long it is. A frame is 4 bytes in front of a message in
-// the format 1 and 6 bytes in the format 3: getHeaderInfo reads as many, so they have to be there.
+// Whether `bytes` start with a whole frame and its message, and their length. A frame has 4 bytes in format 1 and 6
+// bytes in format 3; getHeaderInfo reads them, so they must be there.
 FrameState FindFrame(CZELMessage& reader, const std::string& bytes, std::size_t* frameLength) {
     if (bytes.size() < 6) {
-        return FrameState::kIncomplete;  // no message is so short that its frame ends within 6 bytes
+        return FrameState::kIncomplete;  // every frame with its message is longer than 6 bytes
     }
     long length = 0;
     short frameType = 0;
@@ -110,7 +110,7 @@ bool IsExpectedOrder(CZELMessage& order, int number) {
            OrderRef(number) == std::string(text, static_cast<std::size_t>(order.getFieldLen(id, -1)));
 }
 
-// Takes whole frames from the front of `pending`. False: the stream makes no sense any more.
+// Takes whole frames from the start of `pending`. False when the stream is damaged.
 bool TakeFrames(CZELMessage& order, std::string& pending, int& received) {
     std::size_t frameLength = 0;
     FrameState state = FindFrame(order, pending, &frameLength);
@@ -142,7 +142,7 @@ bool ReceiveOrders(int connection) {
         ++reads;
         pending.append(chunk, static_cast<std::size_t>(n));
         if (!TakeFrames(order, pending, received)) {
-            std::fprintf(stderr, "the stream is damaged behind message %d\n", received);
+            std::fprintf(stderr, "the stream is damaged after message %d\n", received);
             return false;
         }
     }
@@ -168,7 +168,7 @@ int Listen(sockaddr_in& address) {
     return listener;
 }
 
-// The library is initialised in each process on its own.
+// Each process initialises the library.
 int RunSender(const sockaddr_in& address) {
     CZELMessage::init();
     const int connection = socket(AF_INET, SOCK_STREAM, 0);

@@ -33,7 +33,7 @@ void PrintBytes(const char* what, const char* bytes, int length) {
     std::printf("\n");
 }
 
-// The kind of each value is the type of its field in the dictionary: 2 as a short, 100L as a long, and so on.
+// The C++ type of each value must match its field in the dictionary: 2 as a short, 100L as a long, and so on.
 bool BuildFilter(ZELFilter& filter) {
     const _money price = {10150, 20};                      // 101.50
     const _datetime since = {17, 5, 124, 9, 30, 0, 0, 3};  // 17 May 2024, 09:30:00
@@ -47,7 +47,7 @@ bool BuildFilter(ZELFilter& filter) {
            filter.AddFilter(IdOf("ENTERED_AT"), ">=", since) == 0;
 }
 
-// The primary key first. What the order's numbers mean is between the two programs: here 1 ascending, 2 descending.
+// The primary key first. The two programs agree on the order's numbers: here 1 is ascending, 2 descending.
 bool BuildSort(ZELSortData& sort) {
     return sort.AddSortData(IdOf("LIMIT_PRICE"), 2) == 0 && sort.AddSortData(IdOf("ENTERED_AT"), 1) == 0;
 }
@@ -139,7 +139,7 @@ int main() {
     CZELMessage::init();
     const bool ready = CZELMessage::getVormaZelData() != nullptr;
     if (!ready) {
-        std::fprintf(stderr, "no dictionary provider: is zeldata beside the library, with its image?\n");
+        std::fprintf(stderr, "no dictionary provider: is zeldata in the folder of the library, with its image?\n");
     }
     const bool done = ready && Query();
     CZELMessage::terminate();

@@ -187,7 +187,7 @@ int main() {
     CZELMessage::init();
     const bool ready = CZELMessage::getVormaZelData() != nullptr;
     if (!ready) {
-        std::fprintf(stderr, "no dictionary provider: is zeldata beside the library, with its image?\n");
+        std::fprintf(stderr, "no dictionary provider: is zeldata in the folder of the library, with its image?\n");
     }
     const int result = ready ? RoundTrip() : 1;
     CZELMessage::terminate();

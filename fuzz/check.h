@@ -1,4 +1,4 @@
-// What a target demands of the library. A demand that is not met is named on standard error and ends the process.
+// A check of a fuzz target. One that fails is named on standard error and ends the process.
 #ifndef ZEL_FUZZ_CHECK_H
 #define ZEL_FUZZ_CHECK_H
 

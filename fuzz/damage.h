@@ -8,7 +8,7 @@
 
 namespace zel::fuzz {
 
-// Changes, cuts, inserts and takes out bytes, until the input is empty.
+// Changes, cuts, inserts and removes bytes, until the input is empty.
 inline void Damage(test::Random& input, std::string& bytes) {
     while (!input.IsEmpty() && !bytes.empty()) {
         const std::size_t at = input.Short() % bytes.size();

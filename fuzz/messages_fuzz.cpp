@@ -53,7 +53,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     zel::test::Random input(data, size);
     const zel::test::RandomTables& tables = UseTablesOf(input.Byte());
     const int compressMode = input.OneIn(8) ? input.Below(4) : 0;
-    const ReceivedMessage received = MakeReceived(input, tables);
+    const ReceivedMessage received = MakeReceived(input, tables, input.Below(zel::test::RandomTables::kSubTypes));
     const zel::test::ExactCopy bytes(received.bytes);
     if (object.unpackMessageNoFrame(bytes.data.get(), static_cast<long>(bytes.size)) == 0) {
         RoundTrip(object, received, tables.IsOdd(), compressMode);

@@ -99,7 +99,7 @@ private:
             (void)test::Unpack(*object_, packed_);
             return;
         }
-        const test::ExactCopy bytes(MakeReceived(input_, *tables_).bytes);
+        const test::ExactCopy bytes(MakeReceived(input_, *tables_, input_.Below(test::RandomTables::kSubTypes)).bytes);
         (void)object_->unpackMessageNoFrame(bytes.data.get(), static_cast<long>(bytes.size));
     }
 

@@ -45,10 +45,10 @@ struct Field {
 
 class Maker {
 public:
-    Maker(Random& input, const RandomTables& tables)
+    Maker(Random& input, const RandomTables& tables, int subType)
         : input_(input),
           tables_(tables),
-          subType_(input.Below(RandomTables::kSubTypes)),
+          subType_(subType),
           format_(input.OneIn(32) ? input.Below(16) : input.Below(3)) {}
 
     ReceivedMessage Make() {
@@ -163,8 +163,8 @@ private:
 
 }  // namespace
 
-ReceivedMessage MakeReceived(Random& input, const RandomTables& tables) {
-    return Maker(input, tables).Make();
+ReceivedMessage MakeReceived(Random& input, const RandomTables& tables, int subType) {
+    return Maker(input, tables, subType).Make();
 }
 
 const RandomTables& UseTablesOf(std::uint8_t number) {

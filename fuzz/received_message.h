@@ -17,8 +17,9 @@ struct ReceivedMessage {
     bool isInOrder = true;  // each field of the list is there, in its place, and nothing is wrong with it
 };
 
-// The rest of the input after a few choices: fields in the list's order or not, some lies, or any bytes.
-[[nodiscard]] ReceivedMessage MakeReceived(test::Random& input, const test::RandomTables& tables);
+// A message of this sub-type from the rest of the input after a few choices: fields in the list's order or not, some
+// lies, or any bytes.
+[[nodiscard]] ReceivedMessage MakeReceived(test::Random& input, const test::RandomTables& tables, int subType);
 
 // Random tables by their number. Those of the run before stay in use while the number is the same: to make them costs
 // more than a run. There is no message while they change.

@@ -1,5 +1,5 @@
-// Runs a fuzz target without a fuzzer: over the inputs that were kept in a folder, and over random ones, which are the
-// same in every run.
+// Runs a fuzz target without a fuzzer: with the inputs in a folder, and with random ones that are the same in every
+// run.
 //   fuzz_TARGET FOLDER COUNT
 #include <cstdint>
 #include <cstdio>
@@ -14,7 +14,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 
 namespace {
 
-// A failure ends the process: the name of the input stands on the last line then.
+// A failure ends the process; the last line then has the name of the input.
 void Run(const std::string& name, const std::string& bytes) {
     (void)std::printf("%s\n", name.c_str());
     (void)std::fflush(stdout);

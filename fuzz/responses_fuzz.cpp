@@ -96,7 +96,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     ZELSetMostRepetitions(500);
     zel::test::Random input(data, size);
     const zel::test::RandomTables& tables = zel::fuzz::UseTablesOf(input.Byte());
-    const std::string message = zel::fuzz::MakeReceived(input, tables).bytes;
+    const std::string message =
+        zel::fuzz::MakeReceived(input, tables, input.Below(zel::test::RandomTables::kSubTypes)).bytes;
     zel::fuzz::Receive(zel::fuzz::Framed(input, message));
     return 0;
 }

@@ -1,9 +1,9 @@
-// The dictionary provider's interface, for authors of providers: the object that the entry point hands over, and the
+// The dictionary provider's interface, for authors of providers: the object that the entry point returns, and the
 // layouts of the data dictionary and the message table that it points to.
 //
 // A provider is a library named zeldata.dll (Windows) or libzeldata.so (Linux) that exports VORMA_DLL_ENTRY. The
-// message library loads it in CZELMessage::init and unloads it in CZELMessage::terminate. Both tables must stay as they
-// are in between: they are read by many threads without a lock.
+// message library loads it in CZELMessage::init and unloads it in CZELMessage::terminate. Both tables must not change
+// in between: many threads read them without a lock.
 #ifndef ZEL_ZELPROVIDER_H
 #define ZEL_ZELPROVIDER_H
 
@@ -24,10 +24,10 @@ enum ZELFieldType : uint16_t {
     kZELDateTime = 8,  // 8 bytes; _datetime as it lies in memory
     kZELMoney = 9,     // 6 bytes; _money
     kZELBytes10 = 10,  // 2 bytes of length, then the bytes
-    kZELBytes11 = 11   // the same; its empty value on the wire is a length of 0, that of type 10 is nothing at all
+    kZELBytes11 = 11   // like 10, but an empty value is a length of 0, where one of type 10 takes no bytes
 };
 
-// The data dictionary: a header, then `count` fields. The field with id n is record n, counted from the header as 0.
+// The data dictionary: a header, then `count` fields. The field with id n is record n; the header is record 0.
 struct ZELDictionaryHeader {
     unsigned char reserved[4];
     int16_t count;  // the highest field id
@@ -75,8 +75,8 @@ struct ZELSubTypeNode {
     const ZELSubTypeNode* next;  // or null
 };
 
-// The message table is the first of these nodes. The first node that matches a type, and the first below it that
-// matches a sub-type, holds.
+// The message table is the first of these nodes. A lookup takes the first node of the type, and the first below it of
+// the sub-type.
 struct ZELTypeNode {
     int16_t type;
     const ZELSubTypeNode* subTypes;
@@ -102,7 +102,7 @@ public:
     // Slot 2. The data dictionary, or null.
     virtual const ZELDictionaryHeader* dataDictionary() = 0;
 
-    // Slots 3 to 15: called by nobody.
+    // Slots 3 to 15: never called.
     virtual void* reserved3() = 0;
     virtual void* reserved4() = 0;
     virtual void* reserved5() = 0;

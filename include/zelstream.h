@@ -2,18 +2,19 @@
 // terms (field, comparison, value), ZELSortData a list of sort keys (field, order).
 //
 // What holds for every operation here:
-//  - No exception leaves the library and nothing is reported to the error sink, but for the reports of the dictionary
-//    lookup in ZELFilter::GetFilterItem. An int result is 0 on success and -1 on failure.
+//  - No exception leaves the library. An int result is 0 on success and -1 on failure. Nothing is reported to the error
+//    sink, except by the dictionary lookup of ZELFilter::GetFilterItem.
 //  - Arguments are read during the call only; the object keeps copies. They must not point into the object's own
 //    stream.
 //  - An object belongs to one thread at a time, also as the source of a copy. Different objects are independent.
-//  - An object that found no memory has no stream: it fails every operation, GetStream returns null.
-//  - A stream grows by whole blocks of 16384 bytes. Growth moves it (what GetStream returned is lost) and sets the read
-//    position to byte 2, which lies before the first term or key: Rewind then. Growth that fails costs nothing that was
-//    there. A stream never exceeds 2147483647 bytes.
+//  - An object that found no memory has no stream: every operation fails, GetStream returns null.
+//  - A stream grows by whole blocks of 16384 bytes. Growth moves it: what GetStream returned is invalid, and the read
+//    position is at byte 2, before the first term or key, so call Rewind. Growth that fails loses nothing. A stream
+//    never exceeds 2147483647 bytes.
 //  - The first two bytes of a stream are its length, the next two the number of its terms or keys. Both words hold the
 //    low 16 bits of the true number: peers cannot rely on them beyond 65535.
-//  - A long carries a 32-bit value: of a wider one, the low 32 bits travel.
+//  - A long carries a 32-bit value: of a wider one, the low 32 bits are sent.
+//  - Members marked [library] are written by the library alone.
 #ifndef ZEL_ZELSTREAM_H
 #define ZEL_ZELSTREAM_H
 
@@ -31,8 +32,8 @@ struct StreamBuffer;  // the library's own operations on streams
 
 class ZELStream {
 public:
-    // The bytes of the stream, its header included; 0 without a stream. This is the length to send, whatever the length
-    // word holds.
+    // The length of the stream in bytes, its header included; 0 without a stream. This is the length to send, also
+    // where the length word cannot hold it.
     int GetLength() const noexcept { return buffer != nullptr ? static_cast<int>(writePos - start) : 0; }
 
     // Sets the read position to byte 4: the first term or key.
@@ -57,20 +58,18 @@ protected:
           blockCount(0) {}
     ~ZELStream() noexcept { ZELFree(buffer); }
 
-    // For the constructors of classes that derive from this one; filters and sort data have called it. Gives the object
-    // a stream of the length word alone, in a block of `size` bytes, 2 at the least; `size` is also what the stream
-    // grows by. What the object held before is neither looked at nor released. Without memory `buffer` is null and the
-    // positions are as they were.
+    // For constructors of classes that derive from ZELStream itself. Allocates a block of `size` bytes, at least 2,
+    // which is also what the stream grows by; the stream then holds the length word alone. A stream that the object had
+    // before is ignored and not released. Without memory `buffer` is null and the positions keep their values.
     ZEL_API void InitStream(int size) noexcept;
 
-    // The library's own, to read only.
-    char* buffer;         // the block; null: no stream
-    char* start;          // first byte of the stream: the block's
-    char* writePos;       // end of what is written
-    char* end;            // end of the block
-    char* readPos;        // next byte to read
-    uint32_t blockSize;   // what the stream grows by, in bytes
-    uint32_t blockCount;  // blocks held, and one more for each growth that failed
+    char* buffer;         // [library] the block; null: no stream
+    char* start;          // [library] first byte of the stream: the block's
+    char* writePos;       // [library] end of what is written
+    char* end;            // [library] end of the block
+    char* readPos;        // [library] next byte to read
+    uint32_t blockSize;   // [library] what the stream grows by, in bytes
+    uint32_t blockCount;  // [library] blocks held, and one more for each growth that failed
 
     friend struct zel::StreamBuffer;
 };
@@ -152,7 +151,7 @@ struct FilterValue {
     ZEL_API void Reset() noexcept;
 };
 
-// One term of a filter, as GetFilterItem reads it. It owns no memory and may be used for any number of terms.
+// One term of a filter, as GetFilterItem reads it. One item may be used for any number of terms.
 struct ZELFilterItem : FilterValue {
     LogicOperator logicOperator;
     int fieldId;  // -1: unset
@@ -179,9 +178,9 @@ public:
     ZEL_API ZELFilter(const ZELFilter& source) noexcept;
     ZEL_API ZELFilter& operator=(const ZELFilter& source) noexcept;
 
-    // Append one term. `op` is the comparison's text, the kind of `value` must be the type of the field in the
-    // dictionary of the reader. -1, with the stream as before, when `op` is none of the six texts (or null) or memory
-    // is out. The field id and the value are not checked.
+    // Append one term. `op` is the comparison's text; the type of `value` must be the type that the reader's dictionary
+    // gives the field. -1, with the stream as before, when `op` is none of the six texts (or null) or memory is out.
+    // The field id and the value are not checked.
     ZEL_API int AddFilter(short fieldId, const char* op, short value) noexcept;             // type 1
     ZEL_API int AddFilter(short fieldId, const char* op, long value) noexcept;              // type 2
     ZEL_API int AddFilter(short fieldId, const char* op, int value) noexcept;               // type 3
@@ -189,32 +188,33 @@ public:
     ZEL_API int AddFilter(short fieldId, const char* op, double value) noexcept;            // type 7
     ZEL_API int AddFilter(short fieldId, const char* op, const _money& value) noexcept;     // type 9
     ZEL_API int AddFilter(short fieldId, const char* op, const _datetime& value) noexcept;  // type 8
-    // For the types 4 and 5: `length` bytes, whatever they are; no terminating zero byte is needed or added. Readers
-    // refuse texts of more than 2047 bytes, and beyond 65535 the term's length does not hold the number. -1 also for a
-    // negative length and for null with a length other than 0.
+    // For the types 4 and 5: any `length` bytes; no terminating zero byte is needed or added. Readers refuse texts of
+    // more than 2047 bytes, and the term's length word cannot hold more than 65535. -1 also for a negative length and
+    // for null with a length other than 0.
     ZEL_API int AddFilter(short fieldId, const char* op, const char* text, int length) noexcept;
 
-    // Writes the length and the count into the stream and returns it, or null without a stream. The filter owns it; it
-    // stays good until a term makes the stream grow, and the filter may be added to.
+    // Writes the length and the count into the stream and returns it, or null without a stream. The filter owns the
+    // bytes, which are valid until a term makes the stream grow. More terms may be added afterwards.
     ZEL_API char* GetStream() noexcept;
 
-    // Replaces the stream by the first `length` bytes of a received one, its header included. Checks nothing that they
-    // say: the length word may be any number, the count word becomes what GetCount returns, and more may follow the
-    // last term, as in a field that is padded. No byte beyond `length` is read, here or by GetFilterItem. -1, with the
-    // filter as before, when `bytes` is null, when `length` is below 4 (a stream has 4 bytes of header), or when memory
-    // is out. The read position stays where it is, at the first term in a new filter; Rewind when the filter was used
-    // before or when `length` is above 16384.
+    // Replaces the stream by `length` received bytes, the header included. Their contents are not checked: the length
+    // word may be any number, the count word becomes what GetCount returns, and bytes may follow the last term, as in a
+    // padded field. No byte beyond `length` is read, here or by GetFilterItem. -1, with the filter as before, when
+    // `bytes` is null, when `length` is below 4 (the header), or when memory is out. The read position does not move:
+    // in a new filter it is at the first term; call Rewind when the filter was used before or when `length` is above
+    // 16384.
     ZEL_API int SetStream(const char* bytes, int length) noexcept;
 
-    // Reads the term at the read position and goes past it. -1 at the end, and for a term that cannot be read: its
-    // field is not in the dictionary or of a type outside 1 to 9 (the read position is at the value then, the item has
-    // the new field id and comparison), its bytes run past the end, or its text has more than 2047 bytes (the read
-    // position is past the text). A code outside 1 to 6 leaves the item the comparison that it had. A value of type 4
-    // comes as type 5. A text ends at its first zero byte.
-    // Reports 1001 (field id 0), 1412 (no dictionary).
+    // Reads the term at the read position and moves past it. -1 at the end, and for a term that cannot be read:
+    //  - its field is not in the dictionary, or of a type outside 1 to 9: the item has the new field id and comparison,
+    //    the read position is at the value
+    //  - its text has more than 2047 bytes: the read position is past the text
+    //  - its bytes run past the end
+    // A code outside 1 to 6 leaves the item's comparison as it was. A value of type 4 is returned as type 5. A text
+    // ends at its first zero byte. Reports 1001 (field id 0), 1412 (no dictionary).
     ZEL_API int GetFilterItem(ZELFilterItem& item) noexcept;
 
-    // The terms added, or what the received stream counted.
+    // The number of terms added, or the count word of a received stream.
     int GetCount() const noexcept { return static_cast<int>(count); }
 
 private:
@@ -241,28 +241,26 @@ public:
         InitSortData();
     }
     ~ZELSortData() noexcept {}
-    // As those of ZELFilter.
+    // Copies are as those of ZELFilter.
     ZEL_API ZELSortData(const ZELSortData& source) noexcept;
     ZEL_API ZELSortData& operator=(const ZELSortData& source) noexcept;
 
     // Appends one key. -1, with the stream as before, when memory is out. Neither number is checked.
     ZEL_API int AddSortData(short fieldId, short sortOrder) noexcept;
 
-    // As that of ZELFilter.
+    // As in ZELFilter.
     ZEL_API char* GetStream() noexcept;
-
-    // As that of ZELFilter.
     ZEL_API int SetStream(const char* bytes, int length) noexcept;
 
-    // Reads the key at the read position and goes past it. -1 at the end. When only a field id is left, the item has it
-    // and the read position is past it.
+    // Reads the key at the read position and moves past it. -1 at the end. When only a field id is left, the item takes
+    // it and the read position is past it.
     ZEL_API int GetSortItem(SortItem& item) noexcept;
 
-    // The keys added, or what the received stream counted.
+    // The number of keys added, or the count word of a received stream.
     int GetCount() const noexcept { return static_cast<int>(count); }
 
 private:
-    // The constructor's second half, exported for programs that have it inlined.
+    // The second half of the constructor, exported because programs inline the constructor.
     ZEL_API void InitSortData() noexcept;
 
     uint32_t count;

@@ -1,12 +1,13 @@
 // Moving a message object to and from the bytes that travel.
+#include "message/exchange.h"
+
 #include <algorithm>
-#include <climits>
 #include <utility>
 
 #include "core/message_build.h"
 #include "core/message_unpack.h"
-#include "core/message_validate.h"
 #include "core/slots/message_model.h"
+#include "core/wire/compression.h"
 #include "core/wire/frame.h"
 #include "core/wire/header.h"
 #include "core/wire/user_data.h"
@@ -15,17 +16,11 @@
 
 namespace {
 
-// compressMode.
-enum CompressMode { kPlain = 0, kCompressed = 1, kMarked = 2 };
-
 // The field whose name every failed build reports, whatever failed. Peers' logs are searched for it.
 constexpr short kReportedField = 550;
 
 // What a failed creation reports in place of type and sub-type. Likewise.
 constexpr int kReportedType = 304;
-
-// Of a received message. The count alone decides how many slots are made, whatever its message's size.
-short mostRepetitions = SHRT_MAX;
 
 void CopyHeaderMembers(const CZELMessage& object, ZelMsgStruct& message) noexcept {
     message.msgType = object.msgType;
@@ -36,12 +31,7 @@ void CopyHeaderMembers(const CZELMessage& object, ZelMsgStruct& message) noexcep
     if (object.useFormat2 != 0) {
         message.format = 2;
     }
-    message.packFlags = zel::kPackSent;
-    if ((object.compressMode & kMarked) != 0) {
-        message.packFlags += zel::kPackMarked;
-    } else if ((object.compressMode & kCompressed) != 0) {
-        message.packFlags += zel::kPackCompressed;
-    }
+    message.packFlags = zel::PackFlagsOf(object.compressMode);
 }
 
 // What was received, in the message created for it.
@@ -54,14 +44,52 @@ void TakeHeader(const ZelMsgStruct& received, ZelMsgStruct& message) noexcept {
     message.repeatCount = repeatCount;
 }
 
-int CompressModeOf(unsigned short packFlags) noexcept {
-    if ((packFlags & zel::kPackMarked) != 0) {
-        return kMarked;
-    }
-    return (packFlags & zel::kPackCompressed) != 0 ? kCompressed : kPlain;
+}  // namespace
+
+namespace zel {
+
+void ReportNotBuilt(short serviceIdLow) noexcept {
+    const char* name = GetFldName(kReportedField);
+    SendReportWith(reports::kMessageNotBuilt, name != nullptr ? name : "(null)", serviceIdLow);
 }
 
-}  // namespace
+int OpenReceived(const char* in, long length, ReceivedMessage& received, short* repeatCount) noexcept {
+    if (OpenZELMessage(in, length, received, repeatCount) != 0) {
+        SendReport(reports::kValidateFailed);
+        return -1;
+    }
+    return 0;
+}
+
+ZelMsgStruct* UnpackReceived(ZelMsgStruct* previous, ReceivedMessage& received, short repeatCount) noexcept {
+    const ZelMsgStruct& header = received.header;
+    ZelMsgStruct* message = nullptr;
+    if (repeatCount > mostRepetitions) {
+        SendReport(reports::kTooManySlots);
+        if (previous != nullptr) {
+            FreeZelMsgStruct(previous);
+        }
+    } else {
+        const std::size_t room = ValueRoom(received);
+        message = received.plan != nullptr
+                      ? ReplaceZelMsgStruct(previous, *received.plan, repeatCount, room)
+                      : ReplaceZelMsgStruct(previous, header.msgType, header.subType, repeatCount, room);
+    }
+    if (message == nullptr) {
+        FreeVarUserData(received.header);
+        SendReportWith(reports::kMessageNotCreated, kReportedType, kReportedType);
+        return nullptr;
+    }
+    TakeHeader(header, *message);
+    if (ReceiveZELPayload(*message, received.payload, received.inOrder) != 0) {
+        SendReport(reports::kMessageNotUnpacked);
+        FreeZelMsgStruct(message);
+        return nullptr;
+    }
+    return message;
+}
+
+}  // namespace zel
 
 long CZELMessage::packMessage(char* buffer, long* length) noexcept {
     if (message != nullptr) {
@@ -73,8 +101,7 @@ long CZELMessage::packMessage(char* buffer, long* length) noexcept {
     sequence = static_cast<short>(seed + 1U);
     if (zel::BuildZELMessage(message, buffer != nullptr ? buffer + offset : nullptr, length, seed) != 0 ||
         buffer == nullptr) {
-        const char* name = zel::GetFldName(kReportedField);
-        zel::SendReportWith(zel::reports::kMessageNotBuilt, name != nullptr ? name : "(null)", serviceIdLow);
+        zel::ReportNotBuilt(serviceIdLow);
         return -1;
     }
     // A short frame that cannot hold the length is sent all the same.
@@ -88,40 +115,21 @@ long CZELMessage::unpackMessage(const char* buffer) noexcept {
     if (unpackMessageNoFrame(frame.message, frame.length) != 0) {
         return -1;
     }
-    compressMode = CompressModeOf(message->packFlags);
+    compressMode = zel::CompressModeOf(message->packFlags);
     return 0;
 }
 
 long CZELMessage::unpackMessageNoFrame(const char* buffer, long length) noexcept {
     zel::ReceivedMessage received;
-    if (zel::OpenZELMessage(buffer, length, received, &repeatCount) != 0) {
-        zel::SendReport(zel::reports::kValidateFailed);
+    if (zel::OpenReceived(buffer, length, received, &repeatCount) != 0) {
         return -1;
     }
     msgType = received.header.msgType;
     subType = received.header.subType;
     serviceIdHigh = received.header.serviceIdHigh;
     serviceIdLow = received.header.serviceIdLow;
-    if (repeatCount > mostRepetitions) {
-        zel::SendReport(zel::reports::kTooManySlots);
-        destroyStruct();
-    } else {
-        const std::size_t room = zel::ValueRoom(received);
-        message = received.plan != nullptr ? zel::ReplaceZelMsgStruct(message, *received.plan, repeatCount, room)
-                                           : zel::ReplaceZelMsgStruct(message, msgType, subType, repeatCount, room);
-    }
-    if (message == nullptr) {
-        zel::FreeVarUserData(received.header);
-        zel::SendReportWith(zel::reports::kMessageNotCreated, kReportedType, kReportedType);
-        return -1;
-    }
-    TakeHeader(received.header, *message);
-    if (zel::ReceiveZELPayload(*message, received.payload, received.inOrder) != 0) {
-        zel::SendReport(zel::reports::kMessageNotUnpacked);
-        destroyStruct();
-        return -1;
-    }
-    return 0;
+    message = zel::UnpackReceived(message, received, repeatCount);
+    return message != nullptr ? 0 : -1;
 }
 
 int CZELMessage::getHeaderInfo(const char* buffer, long* length, short* frameType) noexcept {
@@ -133,5 +141,5 @@ long CZELMessage::getZelIdFromName(const char* name) noexcept {
 }
 
 extern "C" short ZELSetMostRepetitions(short most) noexcept {
-    return std::exchange(mostRepetitions, std::max<short>(most, 0));
+    return std::exchange(zel::mostRepetitions, std::max<short>(most, 0));
 }

@@ -1,5 +1,5 @@
-// The allocator pair: every block of the library comes and goes through these two. Those that are carved from a slab
-// (runtime/slab.h) go the same way.
+// The allocator pair: every block of the library is made and released here. Release also takes blocks that are carved
+// from a slab (runtime/slab.h).
 #ifndef ZEL_RUNTIME_ALLOCATOR_H
 #define ZEL_RUNTIME_ALLOCATOR_H
 
@@ -7,11 +7,11 @@
 
 namespace zel {
 
-// A block of at least `size` bytes, aligned for every fundamental type. When the heap has none, the program's
-// new-handler is called and the heap asked again, until there is no handler or the handler throws: then null.
+// A block of at least `size` bytes, aligned for every fundamental type. When the heap is out of memory, calls the
+// program's new-handler and tries again; null when there is no handler or the handler throws.
 [[nodiscard]] void* Allocate(std::size_t size) noexcept;
 
-// The same, filled with zero bytes.
+// Like Allocate, filled with zero bytes.
 [[nodiscard]] void* AllocateZeroed(std::size_t size) noexcept;
 
 // Null is allowed.

@@ -1,5 +1,5 @@
-// Bounded reading and writing. All bounds arithmetic on wire bytes is in Take and Reserve; a failed call moves neither
-// cursor nor output.
+// Bounded reading and writing. All bounds arithmetic on wire bytes is in Take and Reserve. A failed call changes
+// neither the cursor nor the output.
 #ifndef ZEL_RUNTIME_BOUNDED_H
 #define ZEL_RUNTIME_BOUNDED_H
 
@@ -21,7 +21,7 @@ inline std::size_t Remaining(const Reader& reader) noexcept {
     return static_cast<std::size_t>(reader.end - reader.next);
 }
 
-// Points `bytes` at the next `size` bytes and goes past them; false when fewer are left.
+// Points `bytes` at the next `size` bytes and moves past them; false when fewer are left.
 [[nodiscard]] inline bool Take(Reader& reader, std::size_t size, const char*& bytes) noexcept {
     if (size > Remaining(reader)) {
         return false;

@@ -1,5 +1,5 @@
-// Numbers in memory whose byte order is fixed. Width and order are in the name; nothing here checks a bound, so callers
-// other than the bounded reader and writer say where the check is.
+// Numbers in memory with a fixed byte order; width and order are in the name. Nothing here checks bounds: callers other
+// than the bounded reader and writer say where the check is.
 #ifndef ZEL_RUNTIME_BYTE_ORDER_H
 #define ZEL_RUNTIME_BYTE_ORDER_H
 

@@ -1,4 +1,4 @@
-// Decimal digits in texts. No locale has a say in what a digit is.
+// Decimal digits in texts, whatever the locale.
 #ifndef ZEL_RUNTIME_DIGITS_H
 #define ZEL_RUNTIME_DIGITS_H
 
@@ -11,7 +11,7 @@ constexpr bool IsDigit(char c) noexcept {
     return c >= '0' && c <= '9';
 }
 
-// Whether the text has no other characters; so has an empty one.
+// True for an empty text, too.
 [[nodiscard]] constexpr bool HasDigitsOnly(std::string_view text) noexcept {
     return std::all_of(text.begin(), text.end(), IsDigit);
 }

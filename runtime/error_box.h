@@ -1,4 +1,4 @@
-// The error box: what the person in front of the program sees when a message object finds no provider.
+// The error box: what a user sees when a message object finds no provider.
 #ifndef ZEL_RUNTIME_ERROR_BOX_H
 #define ZEL_RUNTIME_ERROR_BOX_H
 

@@ -2,24 +2,47 @@
 
 #include <cerrno>
 
+#include "runtime/thread_slot.h"
+
 namespace {
 
 ZELErrorSink errorSink = nullptr;
 void* errorSinkContext = nullptr;
 
-// Zero for ever: reports carry its address.
+// Always 0: reports carry its address.
 ZELLong errorWord = 0;
 
 }  // namespace
 
 namespace zel {
 
-bool HasErrorSink() noexcept {
-    return errorSink != nullptr;
+ReportListener::ReportListener() noexcept : outer_(ThreadListener()) {
+    SetThreadListener(this);
+}
+
+ReportListener::~ReportListener() noexcept {
+    SetThreadListener(outer_);
+}
+
+bool IsAnybodyListening() noexcept {
+    return errorSink != nullptr || ThreadListener() != nullptr;
+}
+
+void NoteField(int fieldId) noexcept {
+    ReportListener* listener = ThreadListener();
+    if (listener != nullptr && listener->fieldId == 0) {
+        listener->fieldId = fieldId;
+    }
 }
 
 void SendReport(const Report& report, const char* text) noexcept {
-    SetError(report.code == kSystemErrorNumber ? errno : report.code, &errorWord, text);
+    const int code = report.code == kSystemErrorNumber ? errno : report.code;
+    ReportListener* listener = ThreadListener();
+    if (listener != nullptr && !listener->hasHeard) {
+        listener->hasHeard = true;
+        listener->code = code;
+    }
+    SetError(code, &errorWord, text);
 }
 
 }  // namespace zel

@@ -1,8 +1,9 @@
-// Error reports: the sink behind SetError, and the way in for the library's own code.
+// Error reports: what the library sends to the sink of SetError.
 #ifndef ZEL_RUNTIME_ERROR_REPORT_H
 #define ZEL_RUNTIME_ERROR_REPORT_H
 
 #include <cstdio>
+#include <type_traits>
 
 #include "include/zelmessage.h"
 
@@ -12,13 +13,34 @@ namespace zel {
 struct Report {
     int code;
     const char* text;
+    bool namesField = false;  // its first argument is a field's id
 };
 
-// The code of a Report that is sent with the system's error number instead.
+// Code of a report that is sent with the system's error number as its code.
 inline constexpr int kSystemErrorNumber = 0;
 
+// Hears the reports of this thread while it lives, whatever sink there is. One that begins to listen while another does
+// has the reports to itself.
+class ReportListener {
+public:
+    ReportListener() noexcept;
+    ~ReportListener() noexcept;
+    ReportListener(const ReportListener&) = delete;
+    ReportListener& operator=(const ReportListener&) = delete;
+
+    bool hasHeard = false;
+    int code = 0;     // of the first report
+    int fieldId = 0;  // of the first report that names a field
+
+private:
+    ReportListener* outer_;
+};
+
 // Whether anybody listens; formatting is skipped otherwise.
-bool HasErrorSink() noexcept;
+bool IsAnybodyListening() noexcept;
+
+// Tells the listener of a report that names a field, before it is sent.
+void NoteField(int fieldId) noexcept;
 
 // Sends a finished text under the report's code.
 void SendReport(const Report& report, const char* text) noexcept;
@@ -30,14 +52,19 @@ inline void SendReport(const Report& report) noexcept {
 // Longest text: a money text of 31 characters or a field name of 64 within a sentence.
 inline constexpr int kReportTextSize = 192;
 
-// Out of line: what has nothing to report saves no registers for it and has no text on its stack.
-template <typename... Args>
-[[gnu::noinline]] void SendReportWith(const Report& report, Args... args) noexcept {
-    if (!HasErrorSink()) {
+// Out of line, so that callers that report nothing save no registers and have no text buffer on the stack.
+template <typename First, typename... Args>
+[[gnu::noinline]] void SendReportWith(const Report& report, First first, Args... args) noexcept {
+    if (!IsAnybodyListening()) {
         return;
     }
+    if constexpr (std::is_integral_v<First>) {
+        if (report.namesField) {
+            NoteField(static_cast<int>(first));
+        }
+    }
     char text[kReportTextSize];
-    (void)std::snprintf(text, sizeof text, report.text, args...);
+    (void)std::snprintf(text, sizeof text, report.text, first, args...);
     SendReport(report, text);
 }
 

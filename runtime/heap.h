@@ -1,4 +1,4 @@
-// The heap below the allocator pair. A file of its own, so that the tests link one that fails when told to.
+// The heap below the allocator pair. In its own file, so that tests can link one that fails on demand.
 #ifndef ZEL_RUNTIME_HEAP_H
 #define ZEL_RUNTIME_HEAP_H
 
@@ -15,7 +15,7 @@ namespace zel {
 [[nodiscard]] void* HeapAllocate(std::size_t size) noexcept;
 void HeapRelease(void* block) noexcept;
 
-// What these two are made of.
+// The system's heap, below these two.
 inline void* AskSystem(std::size_t size) noexcept {
     constexpr std::size_t kAlignment = 16;
 #if defined(_WIN32)

@@ -1,4 +1,4 @@
-// Libraries at run time: loading them, and finding what lies beside one. One file per platform.
+// Loading libraries at run time, and finding files in the folder of a library. One source per platform.
 #ifndef ZEL_RUNTIME_MODULE_H
 #define ZEL_RUNTIME_MODULE_H
 

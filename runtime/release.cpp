@@ -1,5 +1,5 @@
-// The end of every block, whether it is one of the heap or was carved from a slab.
-#include "include/zelmessage.h"
+// Releasing blocks, whether they come from the heap or from a slab.
+#include "include/zelvalues.h"
 #include "runtime/allocator.h"
 #include "runtime/heap.h"
 #include "runtime/slab.h"

@@ -1,4 +1,4 @@
-// Every report of the library: its code and its text, byte for byte as peers' logs know them, misspellings included.
+// The code and text of every report of the library. Logs depend on them byte for byte, misspellings included.
 #ifndef ZEL_RUNTIME_REPORTS_H
 #define ZEL_RUNTIME_REPORTS_H
 
@@ -6,12 +6,15 @@
 
 namespace zel::reports {
 
+// The first number of the text is a field's id.
+inline constexpr bool kNamesField = true;
+
 // Data dictionary and fields on the wire.
 inline constexpr Report kGetFldByNameFailed{1001, "GetFldByName() Failed"};
 inline constexpr Report kGetFldEntryFailed{1001, "GetFldEntry() Failed"};
 inline constexpr Report kNoDictionary{1412, "Data Dictionary not initialized in shared memory"};
 inline constexpr Report kGetNextFieldFailed{1413, "GetNextField() failed"};
-inline constexpr Report kUnknownFieldSkipped{1414, "FieldId[%d]"};
+inline constexpr Report kUnknownFieldSkipped{1414, "FieldId[%d]", kNamesField};
 
 // Message model.
 inline constexpr Report kNoMessageTable{1415, "Message table not initialized in shared memory"};
@@ -28,8 +31,8 @@ inline constexpr Report kUnpackFieldFailed{1001, "UnpackZELField() failed"};
 inline constexpr Report kUnpackFieldIdFailed{1001, "UnpackZELFieldId() failed"};
 inline constexpr Report kPackFormatInvalid{1426, "Invalid ZELFormat"};
 inline constexpr Report kUnpackFormatInvalid{1426, "Invalid ZEL Format"};
-inline constexpr Report kPackTypeUnknown{1027, "Invalid Field[%d], FieldType[%d] received"};
-inline constexpr Report kPackEmptyUnknown{1027, "Invalid Field[%d], Type[%d]"};
+inline constexpr Report kPackTypeUnknown{1027, "Invalid Field[%d], FieldType[%d] received", kNamesField};
+inline constexpr Report kPackEmptyUnknown{1027, "Invalid Field[%d], Type[%d]", kNamesField};
 inline constexpr Report kUnpackTypeUnknown{1027, "Invalid Field Type[%d] received"};
 
 // Frame and header. The three faults of a header field carry the field's name.
@@ -43,10 +46,10 @@ inline constexpr Report kUserDataAllocation{kSystemErrorNumber, "Malloc for VarU
 
 // Building.
 inline constexpr Report kBuildFailed{1001, "BuildZELMessage() failed"};
-inline constexpr Report kFieldVersionUnknown{1486, "Incorrect field version for field[%hd]."};
-inline constexpr Report kNewFieldMandatory{1485, "New FieldId[%d] can't be mandatory"};
-inline constexpr Report kMandatoryFieldMissing{1476, "Manadatory field(%hd) not in the list."};
-inline constexpr Report kFieldUnpackable{1417, "FieldId[%d]"};
+inline constexpr Report kFieldVersionUnknown{1486, "Incorrect field version for field[%hd].", kNamesField};
+inline constexpr Report kNewFieldMandatory{1485, "New FieldId[%d] can't be mandatory", kNamesField};
+inline constexpr Report kMandatoryFieldMissing{1476, "Manadatory field(%hd) not in the list.", kNamesField};
+inline constexpr Report kFieldUnpackable{1417, "FieldId[%d]", kNamesField};
 inline constexpr Report kTransformFailed{1419, "ZELEncryptData() failed"};
 inline constexpr Report kHeaderNotBuilt{1418, "Can not build ZEL header"};
 
@@ -56,11 +59,11 @@ inline constexpr Report kHeaderNotUnpacked{1423, "Can not Unpack ZEL Header"};
 inline constexpr Report kExpansionFailed{1422, ""};
 inline constexpr Report kInverseTransformFailed{1420, ""};
 inline constexpr Report kFieldIdUnreadable{1413, "UnpackZELMessage"};
-inline constexpr Report kFieldUnreadable{1427, "FieldId[%d]"};
+inline constexpr Report kFieldUnreadable{1427, "FieldId[%d]", kNamesField};
 inline constexpr Report kValidateFormatInvalid{1426, "ValidateZELMsg()"};
 inline constexpr Report kUnpackMessageFormatInvalid{1426, "UnpackZELMessage()"};
-inline constexpr Report kFieldNotInList{1425, "Field Received[%d] is not in the list of fields"};
-inline constexpr Report kFieldUnknown{1027, "Field[%d]"};
+inline constexpr Report kFieldNotInList{1425, "Field Received[%d] is not in the list of fields", kNamesField};
+inline constexpr Report kFieldUnknown{1027, "Field[%d]", kNamesField};
 inline constexpr Report kValueAllocation{kSystemErrorNumber, "Malloc failed"};
 
 // Message object.

@@ -12,7 +12,7 @@ namespace {
 constexpr std::size_t kAddedRoom = 4096;
 static_assert(kAddedRoom % kCarveStep == 0);
 
-// Returns how many blocks are held then.
+// Returns the new number of held blocks.
 std::int32_t ChangeHeld(Slab& slab, std::int32_t change) noexcept {
     return std::atomic_ref<std::int32_t>(slab.heldAfterEnd).fetch_add(change, std::memory_order_acq_rel) + change;
 }
@@ -36,7 +36,7 @@ char* CarveFromNewRoom(Slab& slab, std::size_t size) noexcept {
     *room = {&slab, slab.own.next};
     slab.own.next = room;
     char* at = reinterpret_cast<char*>(room + 1);
-    // What is left of the old room is given up only for more of it.
+    // Carve on in the new room only if it has more left than the old one.
     if (bytes - taken > static_cast<std::size_t>(slab.end - slab.next)) {
         slab.inUse = room;
         slab.next = at + taken;

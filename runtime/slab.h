@@ -1,6 +1,6 @@
-// A slab: one heap block from whose room others are carved, in a few instructions each. The allocator pair releases a
-// carved block like any other, in any thread. The owner of the slab ends them all at once; where some are held beyond
-// that, the slab stays until the last of those is released.
+// A slab: one heap block from which smaller blocks are carved, in a few instructions each. The allocator pair releases
+// a carved block like any other, in any thread. The owner ends the slab with all its blocks; if the program still holds
+// some of them, the memory stays until the last of those is released.
 #ifndef ZEL_RUNTIME_SLAB_H
 #define ZEL_RUNTIME_SLAB_H
 
@@ -10,48 +10,49 @@
 
 namespace zel {
 
-// A slab is carved in multiples of this. Heap blocks lie on multiples of it, carved ones between two: so the pair tells
-// them apart.
+// Carved blocks take multiples of this. Heap blocks lie on multiples of it and carved blocks never do, which tells them
+// apart.
 inline constexpr std::size_t kCarveStep = 16;
 
 struct Slab;
 
-// A heap block begins with this where its room is carved: the slab's own, and those that are added to it.
+// The start of every heap block that is carved: the slab's own, and those that are added to it.
 struct alignas(kCarveStep) SlabRoom {
     Slab* slab;
     SlabRoom* next;
 };
 
 struct Slab {
-    SlabRoom own;     // `next`: the rooms added
-    SlabRoom* inUse;  // the room in which [next, end) is free: whole steps
+    SlabRoom own;     // `next`: the first added room
+    SlabRoom* inUse;  // [next, end) is free in this room
     char* next;
     char* end;
-    std::int32_t liveBlocks;    // carved, but for those that nobody needs any more
-    std::int32_t heldAfterEnd;  // atomic; until the end: minus the blocks released early
+    std::int32_t liveBlocks;    // carved and not abandoned
+    std::int32_t heldAfterEnd;  // atomic. After the end: blocks still held. Before: minus those released early
 };
 
-// In front of each carved block.
+// Lies before each carved block.
 struct CarvedHeader {
-    std::uint32_t toRoom;  // bytes back from the block to the room that it lies in
+    std::uint32_t toRoom;  // bytes from the start of the room to the block
     std::uint32_t size;    // of the block
 };
 static_assert(sizeof(CarvedHeader) == kCarveStep / 2);
 
-// What a block of `size` bytes takes of a room. Its own size is the rest of the steps that it takes.
+// The bytes that a block of `size` bytes takes, header included. The block may use all that follow the header.
 constexpr std::size_t CarvedSize(std::size_t size) noexcept {
     return (sizeof(CarvedHeader) + size + kCarveStep - 1) & ~(kCarveStep - 1);
 }
 
-// The room of the slab from now on: nothing was carved from it. Both are multiples of kCarveStep.
+// Starts the slab with [begin, end) free. Both are multiples of kCarveStep.
 inline void StartSlab(Slab& slab, char* begin, char* end) noexcept {
     slab = {{&slab, nullptr}, &slab.own, begin, end, 0, 0};
 }
 
-// A block of `size` bytes at least, zero from the last of them on, from a heap block added to the slab; or null.
+// Adds a heap block to the slab and carves a block of at least `size` bytes from it, or returns null. The bytes from
+// the last of the `size` on are zero.
 [[nodiscard]] char* CarveFromNewRoom(Slab& slab, std::size_t size) noexcept;
 
-// The block whose header is to lie `at`, in that room.
+// Carves the block with its header at `at` in this room.
 inline char* CarveAt(Slab& slab, SlabRoom* room, char* at, std::size_t size) noexcept {
     const std::size_t taken = CarvedSize(size);
     std::memset(at + taken - kCarveStep, 0, kCarveStep);
@@ -63,7 +64,7 @@ inline char* CarveAt(Slab& slab, SlabRoom* room, char* at, std::size_t size) noe
     return block;
 }
 
-// A block from the room in use, if it has enough left, else from a new one; or null.
+// Carves a block from the room in use, or from a new one if too little is left; null without memory.
 [[nodiscard]] inline char* Carve(Slab& slab, std::size_t size) noexcept {
     char* at = slab.next;
     if (CarvedSize(size) > static_cast<std::size_t>(slab.end - at)) {
@@ -73,7 +74,7 @@ inline char* CarveAt(Slab& slab, SlabRoom* room, char* at, std::size_t size) noe
     return CarveAt(slab, slab.inUse, at, size);
 }
 
-// Whether a block of the pair's is a carved one.
+// Whether a block of the allocator pair was carved.
 inline bool IsCarved(const void* block) noexcept {
     return reinterpret_cast<std::uintptr_t>(block) % kCarveStep == sizeof(CarvedHeader);
 }
@@ -88,19 +89,19 @@ inline Slab* SlabOf(const void* carved) noexcept {
     return reinterpret_cast<const SlabRoom*>(static_cast<const char*>(carved) - HeaderOf(carved).toRoom)->slab;
 }
 
-// Whether a block of the pair's is one of this slab.
+// Whether a block of the allocator pair was carved from this slab.
 inline bool IsCarvedFrom(const Slab& slab, const void* block) noexcept {
     return IsCarved(block) && SlabOf(block) == &slab;
 }
 
-// Ends all blocks but `held` ones. True: the slab is the owner's again, without the rooms added. False: it goes with
-// the last of those that are held.
+// Ends the slab, of whose blocks the program still holds `held`. True: none is left, and the owner may free or reuse
+// the slab; added rooms are released. False: the release of the last held block frees the slab.
 [[nodiscard]] bool EndHeldSlab(Slab& slab, std::int32_t held) noexcept;
 [[nodiscard]] inline bool EndSlab(Slab& slab, std::int32_t held) noexcept {
     return (held == 0 && slab.own.next == nullptr) || EndHeldSlab(slab, held);
 }
 
-// For Release: false if the block is of the heap.
+// For Release: false if the block was not carved.
 bool ReleaseCarved(void* block) noexcept;
 
 }  // namespace zel

@@ -1,4 +1,4 @@
-// As message/constructors_windows.cpp, for the classes of streams.
+// Like message/constructors_windows.cpp, for the stream classes.
 #include <new>
 
 #include "include/zelstream.h"

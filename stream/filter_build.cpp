@@ -1,4 +1,4 @@
-// The filter: its terms appended, its header written, itself copied.
+// Building and copying filters.
 #include "stream/filter_term.h"
 #include "stream/logic_operator.h"
 

@@ -1,4 +1,4 @@
-// The filter received: taken over and read term by term.
+// Reading received filters term by term.
 #include "core/tables/dictionary.h"
 #include "stream/filter_value.h"
 #include "stream/logic_operator.h"
@@ -6,7 +6,7 @@
 
 namespace {
 
-// Results are 0, or -1 with `into` as it was.
+// Results are 0, or -1 with `into` unchanged.
 template <typename Value, auto kSetter>
 inline int ReadValue(ZELStream& from, FilterValue& into) noexcept {
     Value value{};
@@ -27,7 +27,7 @@ inline int ReadText(ZELStream& from, FilterValue& into) noexcept {
     return 0;
 }
 
-// Reads a value as its field's type says: the stream itself does not tell.
+// Reads a value by its field's type, which the stream does not state.
 inline int ReadTyped(ZELStream& from, FilterValue& into, std::uint16_t fieldType) noexcept {
     switch (fieldType) {
         case kZELShort:
@@ -68,7 +68,7 @@ int ZELFilter::GetFilterItem(ZELFilterItem& item) noexcept {
     if (zel::StreamBuffer::Get(*this, code) != 0) {
         return -1;
     }
-    // A code that is none leaves the item the comparison that it has.
+    // An invalid code leaves the item's comparison unchanged.
     static_cast<void>(zel::SetOperator(item.logicOperator, code));
     return ReadTyped(*this, item, zel::GetFldType(fieldId));
 }

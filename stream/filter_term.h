@@ -6,8 +6,8 @@
 
 namespace zel {
 
-// Appends a term, and counts it, or nothing of it. `value` is what StreamBuffer::Put takes: one value, or a text and
-// its length. The code is not checked.
+// Appends and counts a whole term, or leaves the stream as it was. `value` is what StreamBuffer::Put takes: one value,
+// or a text and its length. The code is not checked.
 template <typename... Value>
 inline int AddTerm(ZELStream& to, std::uint32_t& count, short fieldId, short code, const Value&... value) noexcept {
     if (StreamBuffer::PutPair(to, fieldId, code) != 0) {

@@ -1,4 +1,4 @@
-// The value of a term and the term itself: made, copied, reset.
+// The value of a term, and the term as a record.
 #include "stream/filter_value.h"
 
 #include <cstring>
@@ -7,14 +7,14 @@
 
 namespace {
 
-// The bytes before the first zero byte, or `limit` when there is none among so many.
+// The bytes before the first zero byte, or `limit` when the first `limit` bytes have none.
 int TextLength(const char* text, int limit) noexcept {
     const void* terminator = std::memchr(text, '\0', static_cast<std::size_t>(limit));
     return terminator != nullptr ? static_cast<int>(static_cast<const char*>(terminator) - text) : limit;
 }
 
-// The value of the source when its type is one that values have. The program may write the members, so a text without
-// its terminator is cut where that belongs.
+// Copies the value if the source's type is valid. Programs may write the members, so a text without a terminator is cut
+// to its capacity.
 void CopyMember(FilterValue& to, const FilterValue& from) noexcept {
     switch (from.type) {
         case kZELShort:

@@ -1,4 +1,4 @@
-// The text of a filter value: counted bytes become one.
+// Setting the text of a filter value.
 #ifndef ZEL_STREAM_FILTER_VALUE_H
 #define ZEL_STREAM_FILTER_VALUE_H
 
@@ -9,7 +9,7 @@
 
 namespace zel {
 
-// Makes `into` the text in `length` bytes, which are fewer than a value holds and may be a part of its own.
+// Sets `into` to the text of `length` bytes. They must fit, and may be part of `into` itself.
 inline void SetValueText(FilterValue& into, const char* bytes, int length) noexcept {
     into.type = kZELText;
     std::memmove(into.value.text, bytes, static_cast<std::size_t>(length));

@@ -1,7 +1,7 @@
-// The comparison as a record of its own.
+// The comparison as a record.
 #include "stream/logic_operator.h"
 
-// The members are given their values by Reset, in the constructors too: it is the one place that knows them.
+// Reset alone knows the initial values, so the constructors call it.
 LogicOperator::LogicOperator() noexcept {
     Reset();
 }

@@ -12,7 +12,7 @@ namespace zel {
 inline constexpr char kOperatorTexts[][3] = {"=", "!=", ">", "<", ">=", "<="};
 inline constexpr short kHighestOperatorCode = 6;
 
-// The code of exactly this text, or -1. Reads `text` no further than it agrees with a comparison.
+// The code of exactly this text, or -1. Does not read past the first character that differs from a comparison.
 inline short OperatorCode(const char* text) noexcept {
     if (text == nullptr) {
         return -1;
@@ -27,7 +27,7 @@ inline short OperatorCode(const char* text) noexcept {
     return -1;
 }
 
-// -1, with nothing changed, for a code that is none.
+// Returns 0, or -1 with nothing changed for a code outside 1 to 6.
 inline int SetOperator(LogicOperator& logicOperator, short code) noexcept {
     if (code < 1 || code > kHighestOperatorCode) {
         return -1;

@@ -1,4 +1,4 @@
-// Sort data: keys appended, loaded and read back.
+// Building, copying and reading sort data.
 #include "stream/stream_buffer.h"
 
 void ZELSortData::InitSortData() noexcept {

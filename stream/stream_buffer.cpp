@@ -1,4 +1,4 @@
-// The stream's block: made, grown, taken back, finished, loaded and copied.
+// The operations on a stream's block that are not inline.
 #include "stream/stream_buffer.h"
 
 #include <algorithm>
@@ -44,7 +44,7 @@ void StreamBuffer::Hold(ZELStream& stream, char* block, std::size_t size, std::s
     stream.readPos = block != nullptr ? block + readAt : nullptr;
 }
 
-// Counts the block before it has it, and keeps the count when it gets none.
+// Counts the new block before allocating it, and keeps that count when there is no memory.
 int StreamBuffer::Grow(ZELStream& stream) noexcept {
     if (stream.buffer == nullptr) {
         return -1;
@@ -88,8 +88,8 @@ int StreamBuffer::SetStream(ZELStream& stream, std::uint32_t& count, const char*
     if (stream.buffer == nullptr || bytes == nullptr || length < kHeaderSize) {
         return -1;
     }
-    // Makes room as if the data came after what is written, then puts them in its place: more than needed in a stream
-    // that was written to.
+    // Makes room as if the data were appended, then puts them at the start: more than needed when the stream was
+    // written to before.
     const std::ptrdiff_t written = std::max<std::ptrdiff_t>(stream.writePos - stream.buffer - kHeaderSize, 0);
     while (length > stream.end - stream.buffer - written) {
         if (Grow(stream) != 0) {
@@ -115,7 +115,7 @@ int StreamBuffer::Copy(ZELStream& to, const ZELStream& from) noexcept {
     to.blockCount = from.blockCount;
     const std::size_t used = Distance(from.buffer, from.writePos);
     std::memcpy(block, from.buffer, used);
-    // After a growth that failed the source's end is below its block count, and so is the copy's.
+    // After a failed growth the source's end is below its block count; the copy's is, too.
     Hold(to, block, Distance(from.buffer, from.end), used, Distance(from.buffer, from.readPos));
     return 0;
 }
@@ -124,7 +124,7 @@ void StreamBuffer::ReserveCount(ZELStream& stream) noexcept {
     if (stream.buffer != nullptr) {
         stream.readPos += kHeaderSize - kLengthSize;
         stream.writePos = stream.readPos;
-        // After growth it can be read before GetStream has written it.
+        // After a growth, a reader can reach this word before GetStream writes it.
         StoreU16Be(stream.start + kLengthSize, 0);
     }
 }

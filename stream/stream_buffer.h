@@ -1,5 +1,5 @@
-// The buffer under filters and sort data: how each type of value lies in it, and what the library does with it. Every
-// bound of a stream is checked in Append and Take.
+// The buffer of filters and sort data: the encoding of each type of value, and the library's operations. All bounds are
+// checked in Append and Take.
 #ifndef ZEL_STREAM_STREAM_BUFFER_H
 #define ZEL_STREAM_STREAM_BUFFER_H
 
@@ -28,7 +28,7 @@ inline constexpr std::uint64_t kMaxStream = INT32_MAX;
 
 // ---- Values ---------------------------------------------------------------------------------------------------------
 
-// Float, double and date-time values travel as they lie in memory, little-endian on every platform that peers run on.
+// Float, double and date-time values are stored as they are in memory: little-endian on every platform of peers.
 template <typename Value>
 struct Encoding {
     static_assert(std::is_same_v<Value, float> || std::is_same_v<Value, double> || std::is_same_v<Value, _datetime>);
@@ -59,7 +59,7 @@ struct Encoding<int> : Encoding32<int> {};
 template <>
 struct Encoding<long> : Encoding32<long> {};
 
-// Written as an int; no field of the dictionary is read so.
+// Written as an int. Never read: characters of the dictionary are read as texts.
 template <>
 struct Encoding<char> : Encoding32<char> {};
 
@@ -78,26 +78,26 @@ struct Encoding<_money> {
 
 // ---- The buffer -----------------------------------------------------------------------------------------------------
 
-// Results are 0, or -1 with the stream as before; a copy without memory has no stream and no positions.
+// Results are 0, or -1 with the stream unchanged; a copy without memory has no stream and no positions.
 struct StreamBuffer {
     template <typename Value>
     static int Put(ZELStream& to, const Value& value) noexcept;
-    // A text: its length in 16 bits, of a longer one the low bits, then its bytes. -1 also for a negative length and
-    // for null with a length other than 0.
+    // A text: the low 16 bits of its length, then its bytes. -1 also for a negative length and for null with a length
+    // other than 0.
     static int Put(ZELStream& to, const char* bytes, int length) noexcept;
 
     template <typename Value>
     static int Get(ZELStream& from, Value& value) noexcept;
-    // A text, where it lies. When only its length can be read, `length` has it and the read position is past it.
+    // A text, in place. When only its length can be read, `length` is set and the read position is after it.
     static int Get(ZELStream& from, const char*& bytes, int& length) noexcept;
 
-    // What both terms and keys begin with.
+    // Two numbers: the start of a term, or a key.
     static int PutPair(ZELStream& to, short first, short second) noexcept;
 
     // Adds one block. The read position goes to byte 2.
     static int Grow(ZELStream& stream) noexcept;
 
-    // Takes back the last `n` bytes, unless that leaves nothing after the length word.
+    // Removes the last `n` bytes, unless nothing would be left after the length word.
     static void Unwrite(ZELStream& stream, int n) noexcept;
 
     // Writes the length word, and the count word where there is one, and returns the stream, or null without one.
@@ -107,11 +107,11 @@ struct StreamBuffer {
     // Moves both positions past the count word, which filters and sort data have.
     static void ReserveCount(ZELStream& stream) noexcept;
 
-    // Replaces the stream by `length` bytes with a header of 4, whatever they say, and sets the count from there. The
-    // read position stays.
+    // Replaces the stream by `length` bytes, at least a header of 4, and sets the count from it. The contents are not
+    // checked. The read position does not move.
     static int SetStream(ZELStream& stream, std::uint32_t& count, const char* bytes, int length) noexcept;
 
-    // Copies bytes and positions, the header as it stands, to another stream.
+    // Copies bytes and positions to another stream. The header is copied as it is.
     static int Copy(ZELStream& to, const ZELStream& from) noexcept;
 
 private:
@@ -127,7 +127,7 @@ private:
     static_assert(offsetof(ZELStream, blockCount) == 5 * sizeof(void*) + 4);
 };
 
-// Room for the next `size` bytes, which then count as written; null when it cannot be had.
+// Room for the next `size` bytes, which then count as written; null without memory.
 inline char* StreamBuffer::Append(ZELStream& to, std::size_t size) noexcept {
     if (to.buffer == nullptr) {
         return nullptr;
@@ -142,8 +142,8 @@ inline char* StreamBuffer::Append(ZELStream& to, std::size_t size) noexcept {
     return bytes;
 }
 
-// The next `size` bytes, or null when fewer are left. The read position may lie after the data: loading a shorter
-// stream does not move it.
+// The next `size` bytes, or null when fewer are left. The read position may be after the end of the data, because
+// loading a shorter stream does not move it.
 inline const char* StreamBuffer::Take(ZELStream& from, std::size_t size) noexcept {
     if (from.buffer == nullptr || from.readPos > from.writePos ||
         size > static_cast<std::size_t>(from.writePos - from.readPos)) {

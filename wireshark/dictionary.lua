@@ -1,5 +1,5 @@
--- The dictionary's tables, which `zel dict wireshark` writes in front, prepared for looking up; and the slots that a
--- message of some type has, into which a receiver puts the fields in the order in which they arrive.
+-- Looks things up in the dictionary's tables, which `zel dict wireshark` writes before this; and tells into which slot of a
+-- message a receiver puts each field.
 --
 -- dictionary.fields: by id {name, type, length, version, text}; the length is 0 for values that carry their own.
 -- dictionary.messages: {type, sub_type, name, fields = {ids in order}}, with a group also count_id (the id of the field
@@ -10,7 +10,7 @@ do
 
     -- The field that marks the start of each repetition in groups that list it.
     slots.MARKER = 140
-    -- A message of more slots cannot be received.
+    -- A message with more slots cannot be received.
     slots.MOST = 32767
 
     dictionary.highest_id = 0
@@ -26,7 +26,7 @@ do
         by_type[key_of(message.type, message.sub_type)] = message
     end
 
-    -- Entries are counted from 0. Without a group all stand in front of it.
+    -- Entries are counted from 0. Without a group all of them are before it.
     local function part_of(message, entry)
         if not message.count_id or entry < message.group_first - 1 then
             return "before"
@@ -34,7 +34,7 @@ do
         return entry < message.group_first - 1 + message.group_size and "inside" or "behind"
     end
 
-    -- Adds where the entries of each id stand, and how many markers there are in the list up to each entry.
+    -- Adds the places of each id's entries, and the number of markers up to each entry.
     local function prepare(message)
         message.places, message.markers, message.group_markers = {}, {}, 0
         local markers = 0
@@ -65,8 +65,8 @@ do
         return message
     end
 
-    -- The slots of a message with so many repetitions; nil when there can be none. With no repetition the group's fields
-    -- fill all slots that are left behind the count.
+    -- The slots of a message with so many repetitions, or nil. Without a repetition the group's fields fill all slots that
+    -- are left after the count.
     function slots.new(message, repetitions)
         local group_size = message.count_id and message.group_size or 0
         local count = #message.fields + (message.count_id and (repetitions - 1) * group_size or 0)
@@ -113,8 +113,8 @@ do
         return is_behind and markers + (all.repetitions - 1) * message.group_markers or markers
     end
 
-    -- The repetition (0: outside the group) of the slot that a field takes which arrives with its id: the first free one
-    -- with as many markers at or before it as have arrived. Nil: there is none. Each id's slots are passed once in all.
+    -- The repetition (0: outside the group) of the slot that a field with this id takes: the first free one with as many
+    -- markers at or before it as have arrived. Nil when there is none. Each slot of an id is looked at once in all.
     function slots.take(all, id)
         if id == slots.MARKER then
             all.received = all.received + 1
@@ -124,7 +124,7 @@ do
             return nil
         end
         local n = all.passed[id] or 0
-        -- Most fields: one slot, in front of the group and of all markers.
+        -- Most fields have one slot, before the group and all markers.
         if places.is_single and all.received == 0 then
             all.passed[id] = 1
             return n == 0 and 0 or nil
@@ -160,7 +160,7 @@ do
         return message.fields[index + 1 - (all.repetitions - 1) * message.group_size], 0
     end
 
-    -- How many slots a sender of this version packs: it leaves out the newer ones. Of version 0 there are none.
+    -- How many slots a sender of this version packs: it leaves out newer fields, but none in version 0.
     function slots.packed(all, version)
         local packed = all.count
         for index = 0, version == 0 and -1 or all.count - 1 do

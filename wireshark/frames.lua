@@ -1,19 +1,19 @@
--- Frames in a stream: SOH, format and length, and what to do with bytes that are none.
+-- Frames in a stream: SOH, format and length. Also finds the end of bytes that are not a frame.
 local frames = {}
 do
     local byte, find, sub, min = string.byte, string.find, string.sub, math.min
 
     local SHORT, LONG = 1, 3
-    -- The header up to the length of the variable user data, without which it has two bytes more, and without those data.
+    -- The header up to the length of the variable user data. A header without them has two bytes more.
     local HEADER = 30
     local PLAIN_HEADER = 32
     local MOST_PAYLOAD = 12288
     local MOST_USER_DATA = 65535
     local VAR_USER_DATA = 7
-    -- As many bytes as ever decide whether there is a frame.
+    -- This many bytes are enough to decide whether there is a frame.
     frames.LOOK = 6 + HEADER
 
-    -- The size of the frame's own bytes and of those behind; nil when they are no frame, or not all there.
+    -- The size of the frame's own bytes and of those after it; nil when this is not a frame, or not all of it is there.
     function frames.head(bytes)
         local soh, format, low, high = byte(bytes, 1, 4)
         if soh ~= 1 or not high then
@@ -31,12 +31,12 @@ do
         return highest < 128 and 6 or nil, length + (highest * 256 + higher) * 65536
     end
 
-    -- Whether the bytes begin like a frame, as far as they go.
+    -- Whether the bytes look like the start of a frame.
     local function may_begin(bytes)
         return find(bytes, "^\1[\16-\31\48-\63]") ~= nil or bytes == "\1"
     end
 
-    -- The most that may stand behind the frame's own bytes; nil: more bytes are needed to tell.
+    -- The most bytes that may follow the frame's own bytes; nil when more bytes are needed to tell.
     local function most_behind(bytes, head)
         local high, low, length_high, length_low = byte(bytes, head + HEADER - 3, head + HEADER)
         if not length_low then
@@ -48,8 +48,8 @@ do
         return PLAIN_HEADER + MOST_PAYLOAD
     end
 
-    -- The size of the frame that these bytes begin, its own bytes included; 0 when more bytes are needed to tell; nil when
-    -- they begin none. No message is longer than its frame may be.
+    -- The size of the frame at the start of these bytes, with the message after it; 0 when more bytes are needed to tell; nil
+    -- when there is no frame. A length that no message can have is not a frame's.
     function frames.size(bytes)
         local head, length = frames.head(bytes)
         if not head then
@@ -65,7 +65,7 @@ do
         return head + length
     end
 
-    -- Whether a header begins behind the frame's own bytes, as far as the bytes go: those are the ids of its first fields.
+    -- Whether the bytes after the frame look like a header: it starts with the ids of its first fields.
     local function header_may_begin(bytes, head)
         local ids, seen = sub(bytes, head + 1, head + 2), sub(bytes, head + 5, head + 6)
         return ids == sub("\0\1", 1, #ids) and seen == sub("\0\2", 1, #seen)
@@ -78,7 +78,7 @@ do
 
     local BLOCK = 4096
 
-    -- How many bytes from `from` on are no frame: up to the next bytes that look like one, or to the end.
+    -- How many bytes from `from` on are not a frame: up to the next bytes that look like one, or to the end.
     local function count_others(tvb, from)
         local stop = tvb:len()
         local at = from + 1
@@ -97,7 +97,7 @@ do
         return stop - from
     end
 
-    -- The size of what begins at `from`: a frame, or bytes that are none. 0: the next segment will tell.
+    -- The size of the frame, or of the other bytes, at `from`. 0 when the next segment is needed to tell.
     function frames.next(tvb, pinfo, from)
         local captured, all = tvb:len(), tvb:reported_len()
         local visible = captured - from
@@ -105,11 +105,11 @@ do
         if size == 0 and pinfo.can_desegment == 0 then
             size = visible
         end
-        -- Nothing can be looked for behind what was captured of a packet.
+        -- The part of a packet that was not captured cannot be searched.
         return from + size >= captured and all > captured and all - from or size
     end
 
-    -- Whether a frame with a whole header begins here, of which `is_known` says that its type and sub-type are known.
+    -- Whether a frame with a whole header starts here, whose type and sub-type `is_known` accepts.
     function frames.is_certain(bytes, is_known)
         local head = frames.head(bytes)
         if not head or not frames.size(bytes) or #bytes < head + HEADER - 2 then

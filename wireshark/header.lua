@@ -1,4 +1,4 @@
--- The header of a message, and the payload behind it, expanded where it is compressed.
+-- The header of a message, and the payload after it, which is expanded if it is compressed.
 local message = {}
 do
     local byte, sub, format, floor = string.byte, string.sub, string.format, math.floor
@@ -13,10 +13,10 @@ do
 
     local FRAMING = 8
     local MOST_PAYLOAD = 12288
-    -- Of the packing: the payload is compressed, unless it is marked as plain.
+    -- Packing: the payload is compressed, unless it is also marked as uncompressed.
     local COMPRESSED, MARKED_PLAIN = 4, 8
 
-    -- A bit or a digit of the flags is what is left when those above are taken away.
+    -- One hex digit of the flags.
     local function nibble(flags, shift)
         return floor(flags / shift) % 16
     end
@@ -75,12 +75,12 @@ do
         return nil
     end
 
-    -- Adds the sixth field, of two kinds: where the payload begins, or nil.
+    -- Adds the sixth field, which is of one of two kinds. Returns the place of the payload, or nil.
     local function add_user_data(tree, tvb, data, at)
         local id = read_word(data, at)
         if id == USER_DATA then
             if at + 5 > #data then
-                return refuse(tree, tvb, at, "ZEL_HDR_USER_DATA is not all there")
+                return refuse(tree, tvb, at, "ZEL_HDR_USER_DATA is cut off")
             end
             tree:add(filter_fields.user_data, tvb(at + 1, 4), read_long(data, at + 2))
             return at + 6
@@ -90,7 +90,7 @@ do
         end
         local size = read_word(data, at + 2)
         if not size or at + 3 + size > #data then
-            return refuse(tree, tvb, at, "ZEL_HDR_VAR_USER_DATA is not all there")
+            return refuse(tree, tvb, at, "ZEL_HDR_VAR_USER_DATA is cut off")
         end
         local item = tree:add(filter_fields.var_user_data, tvb(at + 3, size))
         local _, shown = value_text.text(sub(data, at + 4, at + 3 + size))
@@ -98,7 +98,7 @@ do
         return at + 4 + size
     end
 
-    -- Adds the header at `at`: what it says and where the payload begins, or nil, told.
+    -- Adds the header at `at`. Returns its values and the place of the payload; or adds what is wrong and returns nil.
     local function add_header(parent, tvb, data, at)
         local tree = parent:add(filter_fields.header, tvb(at - 1))
         local header, first = {}, at
@@ -108,7 +108,7 @@ do
                 return refuse(tree, tvb, at, name .. " is missing")
             end
             if at + 1 + size > #data then
-                return refuse(tree, tvb, at, name .. " is not all there")
+                return refuse(tree, tvb, at, name .. " is cut off")
             end
             add_number[name](tree, tvb, data, at + 2, header)
             at = at + 2 + size
@@ -122,7 +122,7 @@ do
 
     local function compression_fault(data, at, expanded, compressed)
         if not expanded then
-            return "The lengths in front of the compressed data are not all there"
+            return "The lengths before the compressed data are cut off"
         end
         if expanded > MOST_PAYLOAD then
             return format("%d bytes before compression; a payload has at most %d", expanded, MOST_PAYLOAD)
@@ -130,10 +130,10 @@ do
         if compressed > #data - at + 1 - FRAMING then
             return format("%d bytes of compressed data announced, %d are there", compressed, #data - at + 1 - FRAMING)
         end
-        return format("The compressed data are damaged, or do not make %d bytes", expanded)
+        return format("The compressed data are damaged, or do not expand to %d bytes", expanded)
     end
 
-    -- The lengths in front of compressed data, which have no sign; nil when they are not all there.
+    -- The unsigned lengths before compressed data; nil when they are cut off.
     local function read_lengths(data, at)
         if at + FRAMING - 1 > #data then
             return nil, nil
@@ -141,7 +141,7 @@ do
         return read_long(data, at) % 4294967296, read_long(data, at + 4) % 4294967296
     end
 
-    -- Adds a compressed payload: the tvb of a tab of its own and its bytes, or nil, told.
+    -- Adds a compressed payload in a tab of its own. Returns its tvb and bytes; or adds what is wrong and returns nil.
     local function expand(tree, tvb, data, at)
         local expanded, compressed = read_lengths(data, at)
         local item = tree:add(filter_fields.compressed_payload, tvb(at - 1))
@@ -163,7 +163,7 @@ do
         return ByteArray.new(bytes, true):tvb("Expanded payload"), bytes
     end
 
-    -- Adds the message that begins at data[at] below `tree`: its header, or nil when it has none.
+    -- Adds the message at data[at] to `tree`. Returns its header, or nil when it has none.
     function message.add(tree, tvb, data, at)
         local header, payload_at = add_header(tree, tvb, data, at)
         if not header then

@@ -1,4 +1,4 @@
--- Expands raw deflate data, which Wireshark offers to scripts neither in all versions nor with a bound on what comes out.
+-- Expands raw deflate data. Not every version of Wireshark offers this to scripts, and none with a limit on the output.
 local inflate
 do
     local byte, char, floor = string.byte, string.char, math.floor
@@ -6,10 +6,10 @@ do
 
     local LONGEST_CODE = 15
     local END_OF_BLOCK = 256
-    -- A block with codes of its own has words for no more symbols than these.
+    -- The most symbols that a block with codes of its own can have.
     local MOST_LENGTH_CODES, MOST_DISTANCE_CODES = 286, 30
 
-    -- Lengths and distances of copies: the least that each symbol stands for, and how many bits are added to it.
+    -- Lengths and distances of copies: the base of each symbol, and how many extra bits it has.
     local length_base = {3, 4, 5, 6, 7, 8, 9, 10, 11, 13, 15, 17, 19, 23, 27, 31, 35, 43, 51, 59, 67, 83, 99, 115, 131,
         163, 195, 227, 258}
     local length_bits = {0, 0, 0, 0, 0, 0, 0, 0, 1, 1, 1, 1, 2, 2, 2, 2, 3, 3, 3, 3, 4, 4, 4, 4, 5, 5, 5, 5, 0}
@@ -19,7 +19,7 @@ do
         13}
     local code_length_order = {16, 17, 18, 0, 8, 7, 9, 6, 10, 5, 11, 4, 12, 3, 13, 2, 14, 1, 15}
 
-    -- Numbers here stay below 2^47 and whole. Every reader answers nil at the end of the data, and every caller passes that
+    -- Numbers here are whole and below 2^47. Every reader returns nil at the end of the data, and every caller passes that
     -- on. Bits are read ahead in whole bytes, the next one lowest.
 
     local powers = {[0] = 1}
@@ -27,7 +27,7 @@ do
         powers[i] = 2 * powers[i - 1]
     end
 
-    -- Makes at least `count` bits available, LONGEST_CODE at most, if the data have them: of fewer there are left.
+    -- Makes at least `count` bits available (at most LONGEST_CODE), or all that are left.
     local function fill(state, count)
         local at = state.at
         if at + 3 <= state.last then
@@ -57,14 +57,14 @@ do
         return value
     end
 
-    -- Bytes that were read ahead are still to come.
+    -- The place of the next byte. Bytes that were only read ahead come again.
     local function next_byte(state)
         return state.at - floor(state.left / 8)
     end
 
-    -- A code made of the length of each symbol's word, lengths[0] to lengths[count - 1]: how many words there are of each
-    -- length, and the symbols in the order of their words. Nil when the lengths make no code, or one that is not complete:
-    -- a single word of one bit may be, and no words at all, which fails when a word is read.
+    -- Makes a code from the length of each symbol's word, lengths[0] to lengths[count - 1]: the number of words of each
+    -- length, and the symbols in the order of their words. Nil when the lengths do not make a complete code. A single word
+    -- of one bit is allowed, and so is no word at all: then reading a word fails.
     local function make_code(lengths, count)
         local counts, offsets, symbols = {}, {0}, {}
         for length = 0, LONGEST_CODE do
@@ -95,7 +95,7 @@ do
         return {counts = counts, symbols = symbols, is_complete = words == 0}
     end
 
-    -- The symbol of the next word and the word's length; the data may end before it does.
+    -- The symbol of the next word and the length of the word, which may exceed the data.
     local function find_symbol(bits, code)
         local counts = code.counts
         local word, first, index = 0, 0, 0
@@ -132,7 +132,7 @@ do
         return symbol
     end
 
-    -- Copies what came out before. False: there are no such words, or more comes out than was announced.
+    -- Copies earlier output. False for an invalid word, or when there is more output than announced.
     local function copy(state, symbol, distances)
         local kind = symbol - END_OF_BLOCK
         local added = length_base[kind] and read_bits(state, length_bits[kind])
@@ -196,7 +196,7 @@ do
         return true
     end
 
-    -- Finds every word of a code of at most 9 bits beforehand, by the next 9 bits.
+    -- Makes a table of all words of at most 9 bits, by the next 9 bits.
     local function find_all(code)
         code.found, code.lengths = {}, {}
         for bits = 0, 511 do
@@ -289,8 +289,8 @@ do
         return table.concat(parts)
     end
 
-    -- Expands data[first] to data[last] to exactly `size` bytes, or answers nil: the data are damaged, or make more bytes
-    -- or fewer, or do not end where they should.
+    -- Expands data[first] to data[last] to exactly `size` bytes. Nil when the data are damaged, expand to another size, or
+    -- do not end at `last`.
     function inflate(data, first, last, size)
         local state = {data = data, at = first, last = last, bits = 0, left = 0, out = {}, size = 0, most = size}
         local is_last

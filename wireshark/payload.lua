@@ -1,5 +1,5 @@
--- The fields of a payload in the order in which they stand, each under the repetition into which a receiver puts it.
--- What the library would refuse or pass over is told at its bytes.
+-- The fields of a payload in order, each under the repetition into which a receiver puts it. What the library would
+-- refuse or skip is marked at its bytes.
 local payload = {}
 do
     local format = string.format
@@ -8,8 +8,8 @@ do
     local ID_AND_VALUE, VALUE_ONLY, ID_LENGTH_AND_VALUE = 0, 1, 2
     local NO_ID = 65535
 
-    -- Where a walk over the fields stands. Data and tvb hold the same bytes, counted from 1 and from 0; the next field
-    -- begins at `at`, the last byte is `last`. Without `slots` the message is unknown, and every field stands by itself.
+    -- The state of a walk over the fields. Data and tvb hold the same bytes, counted from 1 and from 0. The next field is at
+    -- `at`, the last byte at `last`. Without `slots` the message is unknown, and fields have no repetition.
     local function new_walk(tree, tvb, data, at, header)
         return {tree = tree, tvb = tvb, data = data, at = at, last = #data, header = header, branches = {},
             has_lengths = header.format == ID_LENGTH_AND_VALUE}
@@ -20,16 +20,16 @@ do
         return walk.tvb(first - 1, last - first + 1)
     end
 
-    -- Adds the bytes from `first` to the end as what they are not, and tells why.
+    -- Adds the bytes from `first` to the end as unreadable, with the reason.
     local function give_up(walk, first, problem, text)
         local item = walk.tree:add(filter_fields.undecoded, range_of(walk, first, walk.last))
         item:add_proto_expert_info(problem, text)
         return false
     end
 
-    -- The place and size of what is behind the id at `at`, or in the format 1 of the value there; nil for a length that is
-    -- not all there. The length stands in front of every value of the format 2, and of those of variable length. An id that
-    -- is not in use below the highest one passes for one of them.
+    -- The place and size of the value after the id at `at`; in format 1, of the value at `at`. Nil when its length is cut off.
+    -- A length comes before every value in format 2, and before values of variable length. An unused id below the highest
+    -- one counts as one of those.
     local function locate(walk, at, field)
         local length = walk.has_lengths and 0 or field and field.length or 0
         if length ~= 0 then
@@ -38,7 +38,7 @@ do
         return at + 2, read_word(walk.data, at)
     end
 
-    -- Whether nobody knows where the field behind one of this id begins.
+    -- Whether the field after one with this id cannot be found.
     local function hides_next(walk, id, field)
         return not field and walk.header.format == ID_AND_VALUE and (id > dictionary.highest_id or id == 0)
     end
@@ -47,7 +47,7 @@ do
         return field and field.name or "Field " .. id
     end
 
-    -- The tree of a repetition, made when its first field comes.
+    -- The subtree of a repetition, made for its first field.
     local function branch_of(walk, repetition, first, last)
         local branch = walk.branches[repetition]
         if not branch then
@@ -67,7 +67,7 @@ do
         end
     end
 
-    -- A message of this many repetitions cannot be received: told at the field that counts them.
+    -- Marks the field that counts more repetitions than a receiver takes.
     local function check_repetitions(walk, item)
         if not walk.has_count and not walk.slots then
             item:add_proto_expert_info(problems.repetitions_bad,
@@ -111,17 +111,17 @@ do
         return item
     end
 
-    -- A field of an id that nobody can step over.
+    -- A field whose length is unknown.
     local function lose(walk, first, id, found)
-        local text = format("The dictionary does not have the field %d: what it and those after it hold is lost", id)
-        -- Nobody reads a message whose number of repetitions may stand behind such a field.
+        local text = format("The dictionary does not have the field %d: it and the fields after it cannot be read", id)
+        -- A receiver refuses the message if the number of repetitions may follow this field.
         local has_more = found + 1 < walk.header.field_count
         local hides_count = walk.count_id and not walk.has_count and has_more
         return give_up(walk, first, hides_count and problems.field_lost or problems.field_unknown, text)
     end
 
-    -- Adds the field of this id that begins at the walk's place, its value or the length of it at `at`, and steps over it.
-    -- Nil: it runs past the end, told.
+    -- Adds the field with this id at the walk's place, whose value or length is at `at`, and moves past it. When it runs past
+    -- the end, adds that and returns nil.
     local function take_field(walk, id, field, at, repetition)
         local first = walk.at
         local value_at, size = locate(walk, at, field)
@@ -137,12 +137,12 @@ do
         return item
     end
 
-    -- Reads the field at the walk's place in the formats 0 and 2; false when the walk ends there, told.
+    -- Reads the field at the walk's place in the formats 0 and 2. When the walk must end there, adds why and returns false.
     local function read_field(walk, found)
         local first = walk.at
         local id = read_word(walk.data, first)
         if not id or id == NO_ID then
-            return give_up(walk, first, problems.field_cut, id and "The id 65535 is none" or "The payload ends within an id")
+            return give_up(walk, first, problems.field_cut, id and "The id 65535 is invalid" or "The payload ends within an id")
         end
         local field = dictionary.fields[id]
         if hides_next(walk, id, field) then
@@ -157,12 +157,12 @@ do
         return item ~= nil
     end
 
-    -- The same in the format 1: the value of the next slot.
+    -- Like read_field, for format 1: reads the value of the next slot.
     local function read_value(walk, found)
         local first = walk.at
         if not walk.slots then
             return give_up(walk, first, walk.message and problems.repetitions_bad or problems.fields_rest,
-                "Values that nobody can tell apart")
+                "Values of unknown types")
         end
         if found >= walk.slots.count then
             return give_up(walk, first, problems.field_unlisted, "Values after the last field of the message")
@@ -171,8 +171,8 @@ do
         return take_field(walk, id, dictionary.fields[id], first, repetition) ~= nil
     end
 
-    -- The number that the field counting the repetitions holds. It may stand anywhere in the formats 0 and 2, and fields
-    -- of the group before it. 0 when it is not there; what is wrong on the way is told by the walk that follows.
+    -- The number of repetitions, or 0. In the formats 0 and 2 its field may be anywhere, even after fields of the group. Faults
+    -- on the way are marked by the walk that follows.
     local function find_repetitions(walk)
         local message, data, at = walk.message, walk.data, walk.at
         local has_ids = walk.header.format ~= VALUE_ONLY
@@ -194,7 +194,7 @@ do
         return 0
     end
 
-    -- What is left when all announced fields are read, or none is left of the payload.
+    -- Marks bytes after the last announced field, and fields that were announced but are missing.
     local function tell_rest(walk, found)
         local header = walk.header
         if found ~= header.field_count then
@@ -212,14 +212,14 @@ do
         end
     end
 
-    -- A negative number of slots, and one above the bound, is nobody's: the fields are shown one behind the other.
+    -- Sets `slots`, or nil when no message has that many: then fields are shown without repetitions.
     local function find_slots(walk, message)
         walk.message, walk.count_id = message, message.count_id
         walk.repetitions = walk.count_id and find_repetitions(walk) or 0
         walk.slots = slots.new(message, walk.repetitions)
     end
 
-    -- Adds the fields in data[at] and behind it below `tree`. The message is nil when it is unknown.
+    -- Adds the fields from data[at] on to `tree`. The message is nil when it is unknown.
     function payload.add(tree, tvb, data, at, header, message)
         local walk = new_walk(tree, tvb, data, at, header)
         local count = header.field_count

@@ -1,4 +1,4 @@
--- The protocol as Wireshark knows it: its filter fields, those of the dictionary among them, and its expert infos.
+-- What Wireshark knows of the protocol: the filter fields, with those of the dictionary, and the expert infos.
 local zel = Proto("zel", "ZEL message protocol")
 local filter_fields = {
     frame = ProtoField.none("zel.frame", "Frame"),
@@ -32,13 +32,13 @@ local filter_fields = {
     sort_key = ProtoField.string("zel.sort.key", "Key"),
     unknown_field = ProtoField.bytes("zel.unknown", "Field that the dictionary does not have"),
     undecoded = ProtoField.bytes("zel.undecoded", "Bytes that are no fields"),
-    no_frame = ProtoField.bytes("zel.noframe", "No frame"),
+    no_frame = ProtoField.bytes("zel.noframe", "Bytes that are not a frame"),
 }
 
--- Errors: the library refuses the message. Warnings: it passes over something. Notes: odd, and taken as it is.
+-- Errors: the library refuses the message. Warnings: it skips something. Notes: odd, but accepted.
 local problems = {}
 
--- What a field is, behind its value.
+-- The description of a field, shown after its value.
 local function describe(id, field, type_name)
     local text = field.text ~= "" and ": " .. field.text or ""
     return " [" .. id .. ", " .. type_name .. ", version " .. field.version .. text .. "]"
@@ -46,24 +46,24 @@ end
 
 do
     local problem_list = {
-        {"no_frame", expert.group.UNDECODED, expert.severity.WARN, "No frame"},
+        {"no_frame", expert.group.UNDECODED, expert.severity.WARN, "Bytes that are not a frame"},
         {"frame_odd", expert.group.PROTOCOL, expert.severity.NOTE, "Frame with bits that have no meaning"},
-        {"frame_cut", expert.group.UNDECODED, expert.severity.NOTE, "The capture has not all of the frame"},
+        {"frame_cut", expert.group.UNDECODED, expert.severity.NOTE, "The capture has only a part of the frame"},
         {"header_bad", expert.group.MALFORMED, expert.severity.ERROR, "No header"},
         {"message_unknown", expert.group.MALFORMED, expert.severity.ERROR, "Message that the dictionary does not have"},
-        {"format_bad", expert.group.MALFORMED, expert.severity.ERROR, "Field format that is none"},
+        {"format_bad", expert.group.MALFORMED, expert.severity.ERROR, "Invalid field format"},
         {"compression_bad", expert.group.MALFORMED, expert.severity.ERROR, "Payload that cannot be expanded"},
         {"compression_odd", expert.group.PROTOCOL, expert.severity.NOTE, "Bytes after the compressed data"},
         {"field_cut", expert.group.MALFORMED, expert.severity.ERROR, "Field that runs past the end"},
         {"field_short", expert.group.MALFORMED, expert.severity.ERROR, "Value shorter than its type"},
         {"field_long", expert.group.PROTOCOL, expert.severity.WARN, "Value longer than its type"},
         {"field_unknown", expert.group.UNDECODED, expert.severity.WARN, "Field that the dictionary does not have"},
-        {"field_lost", expert.group.MALFORMED, expert.severity.ERROR, "Field that hides the repetitions"},
+        {"field_lost", expert.group.MALFORMED, expert.severity.ERROR, "Field after which the repetitions cannot be found"},
         {"field_unlisted", expert.group.PROTOCOL, expert.severity.WARN, "Field that the message does not have room for"},
-        {"repetitions_bad", expert.group.MALFORMED, expert.severity.ERROR, "Number of repetitions that cannot be"},
-        {"fields_few", expert.group.PROTOCOL, expert.severity.WARN, "Number of fields that is not that of the payload"},
+        {"repetitions_bad", expert.group.MALFORMED, expert.severity.ERROR, "Impossible number of repetitions"},
+        {"fields_few", expert.group.PROTOCOL, expert.severity.WARN, "Number of fields that differs from the payload"},
         {"fields_rest", expert.group.UNDECODED, expert.severity.WARN, "Bytes after the last field"},
-        {"value_odd", expert.group.PROTOCOL, expert.severity.NOTE, "Value that is none of its type"},
+        {"value_odd", expert.group.PROTOCOL, expert.severity.NOTE, "Invalid value"},
         {"stream_bad", expert.group.PROTOCOL, expert.severity.NOTE, "Filter or sort data that cannot be read"},
     }
     for _, row in ipairs(problem_list) do
@@ -71,7 +71,7 @@ do
         problems[name] = ProtoExpert.new("zel.problem." .. name, text, group, severity)
     end
 
-    -- The types of fields: their names, and what a value is to a filter.
+    -- The types of fields: their names, and the types of their filters.
     local types = {
         {"short", ftypes.INT16, base.DEC}, {"long", ftypes.INT32, base.DEC}, {"int", ftypes.INT32, base.DEC},
         {"chars", ftypes.STRING, base.NONE}, {"text", ftypes.STRING, base.NONE}, {"float", ftypes.FLOAT, base.NONE},
@@ -81,7 +81,7 @@ do
     local MONEY = 9
 
     local used = {}
-    -- In lower case, of letters, digits and "_" alone; the id behind it tells those apart that would be the same.
+    -- Lower case, with letters, digits and "_" only; the id is appended to a name that is taken.
     local function filter_name(id, name)
         local filter = "zel.field." .. name:lower():gsub("[^%w_]", "_")
         if used[filter] then

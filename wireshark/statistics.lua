@@ -56,7 +56,7 @@ do
 
     local printed
 
-    -- Takes the preference, which is for programs without windows.
+    -- Sets the preference, which is for programs without windows.
     function statistics.print_at_end(wanted)
         if wanted and not printed and not gui_enabled() then
             printed = new_tap(function(counts)

@@ -1,4 +1,4 @@
--- Filter and sort streams that a field's value holds.
+-- Filter and sort streams in the value of a field.
 local streams = {}
 do
     local byte, sub, format = string.byte, string.sub, string.format
@@ -14,8 +14,8 @@ do
         return field and field.name or "field " .. id
     end
 
-    -- Terms carry values as messages do, but for real numbers, which are little-endian, and characters, which carry their
-    -- length. Each answers the value's text from its place and size.
+    -- Values in terms are as in messages, except that real numbers are little-endian and characters have a length. Each of
+    -- these returns the text of the value at a place, with its size.
     local function real_text(show, data, at, size, tvb)
         local bits = {}
         for i = size - 1, 0, -1 do
@@ -30,7 +30,7 @@ do
         return format("%d", read_long(data, at))
     end
     local function characters_text(data, at, size)
-        -- A program reads them up to a zero byte.
+        -- A program reads the text up to a zero byte.
         local text = sub(data, at + 2, at + size - 1)
         local _, shown = value_text.text(text:match("^[^%z]*"))
         return shown
@@ -62,7 +62,7 @@ do
         return size and at + size - 1 <= last and size or nil
     end
 
-    -- Adds the term at `at`: where the next one begins, or nil when it cannot be read.
+    -- Adds the term at `at`. Returns the place of the next one, or nil when the term cannot be read.
     local function add_term(tree, tvb, data, at, last)
         if at + 3 > last then
             return nil
@@ -103,7 +103,7 @@ do
         end
     end
 
-    -- Adds what the stream in data[at] to data[last] holds below the item of its field.
+    -- Adds the contents of the stream in data[at] to data[last] to the item of its field.
     function streams.add(item, tvb, data, at, last)
         local size = last - at + 1
         local bytes = size - HEADER
@@ -119,7 +119,7 @@ do
         item:add_proto_expert_info(problems.stream_bad, "Neither a filter nor sort data")
     end
 
-    -- Unless the preference says otherwise: byte strings with one of these words in their names.
+    -- The default: byte strings with one of these words in their names.
     function streams.default_names()
         local names = {}
         for id = 1, dictionary.highest_id do
@@ -132,7 +132,7 @@ do
         return table.concat(names, ",")
     end
 
-    -- Takes the preference: names or ids between commas.
+    -- Sets the preference: names or ids, separated by commas.
     function streams.choose(names)
         local wanted = {}
         for name in names:gmatch("[^,%s]+") do

@@ -4,13 +4,13 @@ do
     local byte, find, format, gsub, sub = string.byte, string.find, string.format, string.gsub, string.sub
     local floor = math.floor
 
-    -- How many bytes the character at `at` has, whose first byte is no ASCII; nil: it is none of UTF-8.
+    -- The size of the UTF-8 character at `at`, whose first byte is not ASCII; nil when it is invalid.
     local function character_size(text, at)
         local first, second = byte(text, at, at + 1)
         if not second or first < 0xC2 or first > 0xF4 then
             return nil
         end
-        -- Longer forms of shorter characters, surrogates, and what is beyond the last character.
+        -- Excludes overlong forms, surrogates, and numbers beyond the last character.
         local least = first == 0xE0 and 0xA0 or first == 0xF0 and 0x90 or 0x80
         local most = first == 0xED and 0x9F or first == 0xF4 and 0x8F or 0xBF
         if second < least or second > most then
@@ -60,7 +60,7 @@ do
         return (gsub(text, "\194[\128-\159]", escape_control))
     end
 
-    -- Labels are cut by Wireshark itself, but at their end, where the field is described.
+    -- Wireshark cuts long labels at the end, where the field is described: so texts are cut here.
     local MOST_SHOWN = 120
 
     local function quoted(text)
@@ -72,8 +72,8 @@ do
         return '"' .. escaped(sub(text, 1, cut - 1)) .. '"...'
     end
 
-    -- The text as a filter compares it, and as it is shown. Wireshark's texts are UTF-8 and end with a zero byte: others
-    -- are escaped for filters too.
+    -- The text for filters, and the text to show. Wireshark's texts are UTF-8 and end with a zero byte: others are escaped
+    -- for filters, too.
     function value_text.text(text)
         if not find(text, '[%c"\\\128-\255]') and #text <= MOST_SHOWN then
             return text, '"' .. text .. '"'
@@ -100,7 +100,7 @@ do
         return shown < size and text .. " ..." or text
     end
 
-    -- A decimal number of these digits, the first of which stands in front of the point, times ten to the power.
+    -- These digits with the point after the first one, times ten to the power.
     local function in_scientific_form(digits, power)
         local fraction = #digits > 1 and "." .. sub(digits, 2) or ""
         return format("%s%se%s%02d", sub(digits, 1, 1), fraction, power < 0 and "-" or "+", math.abs(power))
@@ -116,9 +116,8 @@ do
         return sub(digits, 1, power + 1) .. "." .. sub(digits, power + 2)
     end
 
-    -- The fewest digits that mean the number, in the shorter of two forms. `means` tells whether a text means the number.
-    -- That many digits serve most numbers, with zeros behind those that are needed; below the least normal number of the
-    -- type there may be fewer.
+    -- The fewest digits that read back as the number, in the shorter of two forms; `means` tells whether a text does. Most
+    -- numbers take `most_digits` digits with trailing zeros removed; below the least normal number there may be fewer.
     local function shortest(number, most_digits, least_normal, means)
         -- No scientific form has fewer than 5 characters.
         local plain = format("%.6g", number)
@@ -132,14 +131,14 @@ do
                 local digits = first .. rest
                 power = tonumber(power)
                 local scientific = in_scientific_form(digits, power)
-                -- Beyond that the plain form is longer, and it may be as long as 300 zeros.
+                -- For larger powers the plain form is longer, up to 300 zeros.
                 plain = math.abs(power) <= 25 and in_plain_form(digits, power, math.abs(number)) or scientific
                 return sign .. (#plain <= #scientific and plain or scientific)
             end
         end
     end
 
-    -- What is no number, or nothing, in a value of `digits` hex digits.
+    -- The text of a NaN, an infinity or a zero; nil for other numbers. `nan` are the hex digits of the usual NaN.
     local function special(number, bits, nan)
         if number ~= number then
             return bits == nan and '"NaN"' or '{"hex":"' .. bits .. '"}'
@@ -150,14 +149,14 @@ do
         return number == 0 and (1 / number < 0 and "-0.0" or "0.0") or nil
     end
 
-    -- `bits`: the number's bytes as hex digits.
+    -- `bits` are the number's bytes as hex digits.
     function value_text.double(number, bits)
         return special(number, bits, "7ff8000000000000") or shortest(number, 15, 2.0 ^ -1022, function(read)
             return read == number
         end)
     end
 
-    -- A text means a number of single precision when it lies nearer to it than to its neighbours.
+    -- A text reads back as a float when it is nearer to it than to the neighbouring floats.
     function value_text.float(number, bits)
         local text = special(number, bits, "7fc00000")
         if text then
@@ -175,26 +174,26 @@ do
         end)
     end
 
-    -- What the amounts of each display code are divided by, and how decimals are written.
+    -- The denominator of each display code, and how decimals are written.
     local denominators = {
         [1] = 1, [2] = 2, [4] = 4, [8] = 8, [16] = 16, [32] = 32, [64] = 64, [128] = 128, [256] = 256,
         [10] = 10, [20] = 100, [30] = 1000, [40] = 10000, [50] = 100000,
     }
     local decimal_formats = {[10] = "%s%d.%01d", [20] = "%s%d.%02d", [30] = "%s%d.%03d", [40] = "%s%d.%04d", [50] = "%s%d.%05d"}
 
-    -- From this code on the amount is whole units, and the code tells the hundredths.
+    -- From this code on the amount is whole units, and the code holds the hundredths.
     local LARGE_FORM = 512
     local LARGEST_FORM = LARGE_FORM + 99
-    -- Hundredths on more whole units than that have the large form.
+    -- Above this many whole units hundredths take the large form.
     local LARGEST_WHOLE = 20000000
-    -- Its negative is no number of 32 bits: the library writes it with two signs.
+    -- It cannot be negated in 32 bits, so the library writes it with two signs.
     local LEAST_AMOUNT = -2147483648
 
     local function whole_text(amount)
         return amount == LEAST_AMOUNT and "--2147483648" or format("%d", amount)
     end
 
-    -- Each of these answers the money's text, its number, and whether the text reads back as the same money.
+    -- Each of these returns the money's text, its number, and whether the text reads back as the same money.
     local function large_money(amount, code)
         local hundredths = (code - LARGE_FORM) % 100
         local number = math.abs(amount) + hundredths / 100
@@ -238,7 +237,7 @@ do
         end
     end
 
-    -- The text, and the number that it stands for; nil for the number when the display code is none.
+    -- The text, and its number; nil for the number when the display code is invalid.
     function value_text.money(amount, code)
         local text, number, is_whole_truth = money_parts(amount, code)
         if is_whole_truth then

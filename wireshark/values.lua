@@ -1,4 +1,4 @@
--- The value of a field put into the tree: what a filter compares, and beside it what `zel decode` writes.
+-- Adds the value of a field to the tree: the value for filters, and the text of `zel decode`.
 local values = {}
 do
     local byte, sub, gsub, format = string.byte, string.sub, string.gsub, string.format
@@ -40,7 +40,7 @@ do
         return tree:add(field.filter, range, compared, field.head .. shown .. field.tail)
     end
 
-    -- Zero bytes fill a value up.
+    -- Short values are padded with zero bytes.
     local function add_chars(tree, range, field, data, at, size)
         local text = sub(data, at, at + size - 1)
         if byte(text, -1) == 0 then
@@ -74,7 +74,7 @@ do
         return item
     end
 
-    -- A filter compares the number, which a display code that is none leaves out.
+    -- Filters compare the number; with an invalid display code there is none.
     local function add_money(tree, range, field, data, at)
         local code = read_short(data, at + 4)
         local text, number = value_text.money(read_long(data, at), code)
@@ -85,17 +85,17 @@ do
             return item
         end
         local item = tree:add(field.text_filter, range, text, label)
-        item:add_proto_expert_info(problems.value_odd, field.name .. " has the display code " .. code .. ", which is none")
+        item:add_proto_expert_info(problems.value_odd, field.name .. " has the display code " .. code .. ", which is invalid")
         return item
     end
 
-    -- Of bytes the tree takes what it shows from the packet: the range is that of the value alone.
+    -- The tree takes the bytes from the packet, so the range must cover the value only.
     local function add_bytes(tree, _, field, data, at, size, tvb)
         local item = tree:add(field.filter, tvb(at - 1, size))
         return item:set_text(field.head .. value_text.bytes(data, at, size) .. field.tail)
     end
 
-    -- By type: how to add a value, and the size that all values of the type have on the wire.
+    -- By type: how to add a value, and the size on the wire of types with one size.
     local shapes = {
         {add_short, 2}, {add_long, 4}, {add_long, 4}, {add_chars}, {add_text}, {add_float, 4}, {add_double, 8},
         {add_date_time, 8}, {add_money, 6}, {add_bytes}, {add_bytes},

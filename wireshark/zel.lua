@@ -4,7 +4,7 @@ local function is_known(type, sub_type)
     return dictionary.message(type, sub_type) ~= nil
 end
 
--- The names of the messages in a packet, for its line in the list. Names have no blanks.
+-- The most names of messages in a packet's line of the list. Names have no blanks.
 local MOST_NAMES = 20
 local packet_names = {}
 
@@ -17,7 +17,7 @@ local function note_name(name)
     end
 end
 
--- A segment may be handed over in parts, each of which puts its names after those of the one before.
+-- A segment may come in several parts; each appends its names.
 local function show_names(cols)
     if #packet_names > 0 then
         local info = cols.info
@@ -53,7 +53,7 @@ local function add_frame(tree, tvb, data, head, length)
     end
 end
 
--- One frame, or bytes that are none.
+-- One frame, or bytes that are not a frame.
 local function dissect_frame(tvb, _, root)
     local data = tvb:raw()
     local size = frames.size(data)
@@ -79,7 +79,7 @@ local function dissect_stream(tvb, pinfo, root)
     local cols = pinfo.cols
     cols.protocol = "ZEL"
     packet_names = {}
-    -- Every place may turn out to hold no frame, so a size is asked for from the first byte on.
+    -- Any byte may not be the start of a frame, so ask for a size from the first byte on.
     dissect_tcp_pdus(tvb, root, 1, next_size, dissect_frame)
     show_names(cols)
     return tvb:len()
@@ -87,13 +87,13 @@ end
 
 zel.dissector = dissect_stream
 
--- Claims a stream that nobody has asked for when it begins with what can hardly be anything else.
+-- Claims a stream that starts with an unmistakable frame.
 local function claim(tvb, pinfo, root)
     if not frames.is_certain(tvb:raw(0, math.min(frames.LOOK, tvb:len())), is_known) then
         return false
     end
     pinfo.conversation = zel
-    -- Called as the dissector that it is, it could no longer ask for more segments.
+    -- Not through the registered dissector: that could no longer ask for more segments.
     dissect_stream(tvb, pinfo, root)
     return true
 end

@@ -1,11 +1,11 @@
-// What the types of fields imply: the one table behind the compiler's rules and the provider's check of an image.
+// What a dictionary may say of a field, by its type: for `zel dict build` and for the provider's check of an image.
 #ifndef ZEL_ZELDATA_FIELD_RULES_H
 #define ZEL_ZELDATA_FIELD_RULES_H
 
 #include <cstdint>
 
+#include "core/tables/field_shape.h"
 #include "include/zelmessage.h"
-#include "include/zelprovider.h"
 
 namespace zel::image {
 
@@ -13,7 +13,7 @@ namespace zel::image {
 inline constexpr int kMaxFieldId = 32767;
 inline constexpr int kMaxFieldVersion = 15;
 
-// A field of fixed length must fit a payload with its id and its length in front.
+// A payload must have room for the field with its id and its length.
 inline constexpr int kMaxFixedLength = kZELMaxPayload - 4;
 
 inline constexpr int kAnyLength = -1;
@@ -24,10 +24,15 @@ struct FieldTypeRule {
     int length;  // that the record must state, or kAnyLength
 };
 
+constexpr FieldTypeRule RuleOf(const char* name, ZELFieldType type) noexcept {
+    return {name, type, type == kZELChars ? kAnyLength : FixedWireSize(ShapeOf(type))};
+}
+
 inline constexpr FieldTypeRule kFieldTypeRules[] = {
-    {"short", kZELShort, 2}, {"long", kZELLong, 4},       {"int", kZELInt, 4},         {"chars", kZELChars, kAnyLength},
-    {"text", kZELText, 0},   {"float", kZELFloat, 4},     {"double", kZELDouble, 8},   {"datetime", kZELDateTime, 8},
-    {"money", kZELMoney, 6}, {"bytes10", kZELBytes10, 0}, {"bytes11", kZELBytes11, 0},
+    RuleOf("short", kZELShort),     RuleOf("long", kZELLong),         RuleOf("int", kZELInt),
+    RuleOf("chars", kZELChars),     RuleOf("text", kZELText),         RuleOf("float", kZELFloat),
+    RuleOf("double", kZELDouble),   RuleOf("datetime", kZELDateTime), RuleOf("money", kZELMoney),
+    RuleOf("bytes10", kZELBytes10), RuleOf("bytes11", kZELBytes11),
 };
 
 // The rule of a type code, or null.

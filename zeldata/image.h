@@ -3,8 +3,8 @@
 //
 //   ImageHeader | dictionary: header and field records of 160 bytes | types | sub-types | field lists | names
 //
-// The dictionary is the one of zelprovider.h, byte for byte; a record of type 0 stands for an id that is not in use.
-// The checksum covers every byte behind the image's header.
+// The dictionary is that of zelprovider.h, byte for byte; a record of type 0 is an unused id.
+// The checksum covers every byte after the image's header.
 #ifndef ZEL_ZELDATA_IMAGE_H
 #define ZEL_ZELDATA_IMAGE_H
 
@@ -20,7 +20,7 @@ static_assert(std::endian::native == std::endian::little, "images are mapped as 
 inline constexpr char kMagic[8] = {'Z', 'E', 'L', 'D', 'A', 'T', 'A', '\x1a'};
 inline constexpr std::uint32_t kVersion = 1;
 
-// Far above the largest dictionary (32767 fields take 5 MB); keeps every size computed from an image within 32 bits.
+// Far above the largest dictionary (32767 fields take 5 MB), and small enough to compute sizes in 32 bits.
 inline constexpr std::uint32_t kMaxFileSize = 256U << 20U;
 
 struct ImageHeader {
@@ -40,14 +40,14 @@ struct ImageHeader {
     std::uint32_t reserved[2];
 };
 
-// A message type. Its sub-types lie next to one another, behind those of the type before.
+// A message type. Its sub-types follow those of the type before.
 struct ImageType {
     std::int16_t type;
     std::uint16_t subTypeCount;
     std::uint32_t firstSubType;  // index into the sub-types
 };
 
-// One message. Its field list lies in the field lists, behind that of the sub-type before.
+// One message. Its field list follows that of the sub-type before.
 struct ImageSubType {
     std::int16_t subType;
     std::uint16_t repeatFieldId;

@@ -1,5 +1,5 @@
-// The check of a dictionary image. What passes it can be read without a bound in mind: no index, count, id, terminator
-// or name leads out of the image.
+// The check of a dictionary image. An image that passes can be read without further checks: no index, count, id, text
+// or name leads out of it.
 #ifndef ZEL_ZELDATA_IMAGE_CHECK_H
 #define ZEL_ZELDATA_IMAGE_CHECK_H
 

@@ -17,8 +17,8 @@ struct MapFault {
     char text[160];
 };
 
-// True with `file` set, or false with `fault` set. A file that another one replaces under its name stays as it was
-// mapped; one that is written over in place does not.
+// True with `file` set, or false with `fault` set. Replacing the file by another of its name does not change the
+// mapping; writing into the file does.
 [[nodiscard]] bool MapFile(const char* path, MappedFile& file, MapFault& fault) noexcept;
 
 void UnmapFile(const MappedFile& file) noexcept;

@@ -14,12 +14,12 @@ namespace zel::image {
 
 namespace {
 
-bool Refuse(MapFault& fault, const char* reason) noexcept {
+bool RefuseFile(MapFault& fault, const char* reason) noexcept {
     (void)std::snprintf(fault.text, sizeof fault.text, "%s", reason);
     return false;
 }
 
-bool RefuseWithErrno(MapFault& fault, const char* attempt) noexcept {
+bool RefuseFileWithErrno(MapFault& fault, const char* attempt) noexcept {
     (void)std::snprintf(fault.text, sizeof fault.text, "%s: %s", attempt, std::strerror(errno));
     return false;
 }
@@ -27,21 +27,21 @@ bool RefuseWithErrno(MapFault& fault, const char* attempt) noexcept {
 bool MapDescriptor(int descriptor, MappedFile& file, MapFault& fault) noexcept {
     struct stat status;
     if (fstat(descriptor, &status) != 0) {
-        return RefuseWithErrno(fault, "cannot be examined");
+        return RefuseFileWithErrno(fault, "cannot be examined");
     }
     if (!S_ISREG(status.st_mode)) {
-        return Refuse(fault, "is not a regular file");
+        return RefuseFile(fault, "is not a regular file");
     }
     if (status.st_size == 0) {
-        return Refuse(fault, "is empty");
+        return RefuseFile(fault, "is empty");
     }
     if (static_cast<std::uintmax_t>(status.st_size) > SIZE_MAX) {
-        return Refuse(fault, "is too long to be mapped");
+        return RefuseFile(fault, "is too long to be mapped");
     }
     const auto size = static_cast<std::size_t>(status.st_size);
     const void* bytes = mmap(nullptr, size, PROT_READ, MAP_SHARED, descriptor, 0);
     if (bytes == MAP_FAILED) {
-        return RefuseWithErrno(fault, "cannot be mapped");
+        return RefuseFileWithErrno(fault, "cannot be mapped");
     }
     file = {bytes, size};
     return true;
@@ -50,10 +50,10 @@ bool MapDescriptor(int descriptor, MappedFile& file, MapFault& fault) noexcept {
 }  // namespace
 
 bool MapFile(const char* path, MappedFile& file, MapFault& fault) noexcept {
-    // Opening a named pipe must not wait for a writer.
+    // O_NONBLOCK: opening a named pipe must not wait for a writer.
     const int descriptor = open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK);
     if (descriptor < 0) {
-        return RefuseWithErrno(fault, "cannot be opened");
+        return RefuseFileWithErrno(fault, "cannot be opened");
     }
     const bool mapped = MapDescriptor(descriptor, file, fault);
     close(descriptor);

@@ -9,12 +9,12 @@ namespace zel::image {
 
 namespace {
 
-bool Refuse(MapFault& fault, const char* reason) noexcept {
+bool RefuseFile(MapFault& fault, const char* reason) noexcept {
     (void)std::snprintf(fault.text, sizeof fault.text, "%s", reason);
     return false;
 }
 
-bool RefuseWithLastError(MapFault& fault, const char* attempt) noexcept {
+bool RefuseFileWithLastError(MapFault& fault, const char* attempt) noexcept {
     (void)std::snprintf(fault.text, sizeof fault.text, "%s: system error %lu", attempt, GetLastError());
     return false;
 }
@@ -22,20 +22,20 @@ bool RefuseWithLastError(MapFault& fault, const char* attempt) noexcept {
 bool MapHandle(HANDLE handle, MappedFile& file, MapFault& fault) noexcept {
     LARGE_INTEGER size;
     if (GetFileSizeEx(handle, &size) == 0) {
-        return RefuseWithLastError(fault, "cannot be examined");
+        return RefuseFileWithLastError(fault, "cannot be examined");
     }
     if (size.QuadPart == 0) {
-        return Refuse(fault, "is empty");
+        return RefuseFile(fault, "is empty");
     }
     if (static_cast<std::uintmax_t>(size.QuadPart) > SIZE_MAX) {
-        return Refuse(fault, "is too long to be mapped");
+        return RefuseFile(fault, "is too long to be mapped");
     }
     HANDLE mapping = CreateFileMappingA(handle, nullptr, PAGE_READONLY, 0, 0, nullptr);
     if (mapping == nullptr) {
-        return RefuseWithLastError(fault, "cannot be mapped");
+        return RefuseFileWithLastError(fault, "cannot be mapped");
     }
     const void* bytes = MapViewOfFile(mapping, FILE_MAP_READ, 0, 0, 0);
-    const bool mapped = bytes != nullptr || RefuseWithLastError(fault, "cannot be mapped");
+    const bool mapped = bytes != nullptr || RefuseFileWithLastError(fault, "cannot be mapped");
     // The view keeps the mapping alive.
     CloseHandle(mapping);
     if (mapped) {
@@ -50,7 +50,7 @@ bool MapFile(const char* path, MappedFile& file, MapFault& fault) noexcept {
     HANDLE handle = CreateFileA(path, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_DELETE, nullptr, OPEN_EXISTING,
                                 FILE_ATTRIBUTE_NORMAL, nullptr);
     if (handle == INVALID_HANDLE_VALUE) {
-        return RefuseWithLastError(fault, "cannot be opened");
+        return RefuseFileWithLastError(fault, "cannot be opened");
     }
     const bool mapped = MapHandle(handle, file, fault);
     CloseHandle(handle);

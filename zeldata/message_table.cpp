@@ -6,7 +6,8 @@ namespace zel::image {
 
 namespace {
 
-// Builds the node of every sub-type, each linked to the one behind it; whoever owns the last of a run cuts the link.
+// Makes the node of every sub-type and links each to the next. The caller cuts the link after the last one of each
+// type.
 ZELSubTypeNode* LinkSubTypes(const ImageView& view, void* memory) noexcept {
     const std::uint32_t count = view.header->subTypeCount;
     auto* nodes = static_cast<ZELSubTypeNode*>(memory);

@@ -8,11 +8,11 @@
 
 namespace zel::image {
 
-// Bytes that the nodes of an image take.
+// The size of the nodes in bytes.
 [[nodiscard]] std::size_t MessageTableSize(const ImageView& view) noexcept;
 
-// Links the nodes in `memory`, which holds MessageTableSize bytes, aligned for pointers. They keep the image's order;
-// their field lists lie in the image. The first type node, or null when the image has no messages.
+// Makes the nodes in `memory`, which has MessageTableSize bytes, aligned for pointers. They are in the image's order,
+// and their field lists stay in the image. Returns the first type node, or null when the image has no messages.
 [[nodiscard]] const ZELTypeNode* LinkMessageTable(const ImageView& view, void* memory) noexcept;
 
 }  // namespace zel::image

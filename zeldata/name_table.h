@@ -1,6 +1,6 @@
 // The image's table of field names: slots of 16 bits that hold a field id, 0 when free; their number is a power of two.
-// A name's id lies in one of the kMaxProbes slots from the name's hash (modulo the number) on, with no free slot before
-// it, so a look-up takes the same small number of steps whatever the dictionary's size.
+// The id of a name is in one of the kMaxProbes slots that start at the name's hash (modulo the number of slots), with
+// no free slot before it. So a lookup takes few steps, however large the dictionary is.
 #ifndef ZEL_ZELDATA_NAME_TABLE_H
 #define ZEL_ZELDATA_NAME_TABLE_H
 
@@ -16,8 +16,7 @@ inline constexpr std::size_t kMaxNameLength = sizeof(ZELDictionaryField::name) -
 
 inline constexpr std::uint32_t kMaxProbes = 64;
 
-// Puts a field into the table: false when the slots that its name may have are all taken. The name must not be in the
-// table yet.
+// Adds a field. False when all slots for its name are taken. The name must not be in the table yet.
 [[nodiscard]] bool InsertName(std::uint16_t* slots, std::uint32_t slotCount, const char* name,
                               std::uint16_t id) noexcept;
 

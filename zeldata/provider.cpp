@@ -17,7 +17,7 @@ namespace {
 
 constexpr char kImageName[] = "zeldata.img";
 
-// Lies at the start of one block with its message-table nodes behind it.
+// One block: the object, then its message-table nodes.
 class ImageProvider final : public VormaZelData {
 public:
     ImageProvider(const MappedFile& file, const ImageView& view) noexcept
@@ -61,7 +61,7 @@ private:
     const ZELTypeNode* messageTable_;
 };
 
-VormaZelData* Refuse(const char* path, const char* reason) noexcept {
+VormaZelData* NoProvider(const char* path, const char* reason) noexcept {
     (void)std::fprintf(
         stderr,
         "zeldata: no dictionary: %s %s (build an image with 'zel dict build SOURCE -o IMAGE' and name it in "
@@ -74,10 +74,11 @@ VormaZelData* ServeMappedFile(const char* path, const MappedFile& file) noexcept
     ImageView view;
     ImageFault fault;
     if (!CheckImage(file.bytes, file.size, view, fault)) {
-        return Refuse(path, fault.text);
+        return NoProvider(path, fault.text);
     }
     void* block = HeapAllocate(sizeof(ImageProvider) + MessageTableSize(view));
-    return block == nullptr ? Refuse(path, "cannot be served: out of memory") : new (block) ImageProvider(file, view);
+    return block == nullptr ? NoProvider(path, "cannot be served: out of memory")
+                            : new (block) ImageProvider(file, view);
 }
 
 }  // namespace
@@ -86,7 +87,7 @@ VormaZelData* OpenProvider(const char* path) noexcept {
     MappedFile file;
     MapFault fault;
     if (!MapFile(path, file, fault)) {
-        return Refuse(path, fault.text);
+        return NoProvider(path, fault.text);
     }
     VormaZelData* provider = ServeMappedFile(path, file);
     if (provider == nullptr) {
@@ -106,7 +107,7 @@ const char* FindServedImage(const void* inProvider, char (&path)[kImagePathSize]
 VormaZelData* OpenDefaultProvider() noexcept {
     char buffer[kImagePathSize];
     const char* path = FindServedImage(reinterpret_cast<const void*>(&OpenDefaultProvider), buffer);
-    return path == nullptr ? Refuse(kImageName, "has no known folder") : OpenProvider(path);
+    return path == nullptr ? NoProvider(kImageName, "has no known folder") : OpenProvider(path);
 }
 
 }  // namespace zel::image

@@ -13,15 +13,14 @@ inline constexpr char kImageVariable[] = "ZELDATA_IMAGE";
 
 inline constexpr std::size_t kImagePathSize = 4096;
 
-// The path of the image that a provider library serves: what the environment names, else zeldata.img
-// beside the library that holds the address `inProvider`, written into `path`. Null when its folder is not known.
+// The path of the image to serve: the one that the environment names, else zeldata.img in the folder of the library
+// that holds the address `inProvider`, written into `path`. Null when that folder is unknown.
 [[nodiscard]] const char* FindServedImage(const void* inProvider, char (&path)[kImagePathSize]) noexcept;
 
-// A provider for the image at `path`, or null after one line on standard error that says why there is none. Its
-// destroy frees it.
+// A provider for the image at `path`, or null after one line on standard error that says why. Its destroy frees it.
 [[nodiscard]] VormaZelData* OpenProvider(const char* path) noexcept;
 
-// The same for the image that this library serves.
+// The provider for the image of FindServedImage.
 [[nodiscard]] VormaZelData* OpenDefaultProvider() noexcept;
 
 }  // namespace zel::image

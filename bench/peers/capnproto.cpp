@@ -25,7 +25,7 @@ void Set(const _money& from, cap::Money::Builder to) {
 }
 
 std::size_t Encode(Buffers& buffers, const Order& from) {
-    // The first segment must be zero; the builder zeroes what it has used when it goes.
+    // The first segment must be zero; the destructor of the builder zeroes what it used.
     capnp::MallocMessageBuilder builder(kj::arrayPtr(buffers.segment, kWords));
     auto to = builder.initRoot<cap::Order>();
     to.setText0(from.texts[0]);

@@ -1,4 +1,4 @@
-// What the side-by-side runs: one way each to turn the order into bytes and back, by one library.
+// One entry of the side-by-side: how a library turns the order into bytes and back.
 #ifndef ZEL_BENCH_PEERS_CONTENDER_H
 #define ZEL_BENCH_PEERS_CONTENDER_H
 
@@ -14,9 +14,9 @@ namespace zel::bench {
 
 struct Contender {
     std::string name;
-    // Makes the bytes from plain values and answers how many they are.
+    // Makes the bytes from plain values and returns how many.
     std::function<std::size_t()> encode;
-    // Reads every value from the bytes that `encode` has made; the answer depends on all of them. 0: they are refused.
+    // Reads every value from the bytes of `encode`. The result depends on all of them; 0 when they are refused.
     std::function<std::uint64_t()> decode;
 };
 
@@ -27,7 +27,8 @@ std::uint64_t Bits(const T& value) {
     return bits;
 }
 
-// Each appends its own ways. Only those of the libraries that are installed are linked.
+// Each appends the entries of its library. Only those of installed libraries are linked.
+void AddRecord(std::vector<Contender>& contenders);
 void AddProtobuf(std::vector<Contender>& contenders);
 void AddFlatbuffers(std::vector<Contender>& contenders);
 void AddCapnProto(std::vector<Contender>& contenders);

@@ -1,5 +1,5 @@
-// The order through this library and through others, in one run: a table, and JSON in the file that the first argument
-// names. Each figure is the best of several rounds in which the contenders take turns.
+// Compares this library with others on the order: prints a table, and writes JSON to the file that the first argument
+// names. Each figure is the best of several rounds in which the libraries take turns.
 #include <cstdio>
 #include <cstring>
 #include <memory>
@@ -133,6 +133,7 @@ int Run(const char* json) {
     std::vector<Contender> contenders;
     AddZel(contenders, *zel);
     AddCopy(contenders, *zel, copy);
+    AddRecord(contenders);
     AddPeers(contenders);
     std::vector<Result> results;
     for (const Contender& contender : contenders) {

@@ -1,4 +1,4 @@
-// Timing for the side-by-side: the best of several rounds in which the contenders take turns.
+// Timing for the side-by-side: the best of several rounds in which the libraries take turns.
 #ifndef ZEL_BENCH_PEERS_TIMING_H
 #define ZEL_BENCH_PEERS_TIMING_H
 
@@ -12,7 +12,7 @@ inline constexpr int kRounds = 60;
 inline constexpr double kRoundNanoseconds = 4e6;
 inline constexpr double kNotTimed = 1e18;
 
-// What results are stored to, so that no work is left out.
+// Results are stored here, so that the compiler keeps the work.
 inline volatile std::uint64_t sink = 0;
 
 template <typename Work>

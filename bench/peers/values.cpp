@@ -16,7 +16,7 @@ constexpr _money kPrice{-123456, 20};
 constexpr _money kFraction{3235, 8};
 constexpr _datetime kMoment{30, 11, 99, 9, 5, 7, 0, 3};
 
-// A text's first character and what lies behind: enough to depend on the work.
+// Depends on the text, so that the compiler keeps the work.
 template <typename Work>
 std::uint64_t Text(Work work) {
     char text[32];
@@ -27,7 +27,7 @@ std::uint64_t Text(Work work) {
 void PrintFraction(char* text) {
     int whole = 0;
     char decimals[6] = "";
-    // NOLINTNEXTLINE(cert-err34-c): what it is held against is sscanf.
+    // NOLINTNEXTLINE(cert-err34-c): sscanf is what is measured.
     (void)std::sscanf("12.125", "%d.%5[0-9]", &whole, decimals);
     const long numerator = std::strtol(decimals, nullptr, 10);
     const long factor = FindGCF(numerator, 1000);

@@ -69,18 +69,6 @@ void ReportRefusal(const Report& report) noexcept {
     Release(record);
 }
 
-const MessagePlan* FindPlanOrReport(short msgType, short subType) noexcept {
-    if (!HasMessageTable()) {
-        SendReport(reports::kNoMessageTable);
-        return nullptr;
-    }
-    const FoundMessage found = FindMessage(msgType, subType);
-    if (found.plan == nullptr) {
-        SendReport(found.node == nullptr ? reports::kNoSuchMessage : reports::kModelAllocation);
-    }
-    return found.plan;
-}
-
 // Each slot has its field looked up; where that reports something, it is reported.
 void ReportLookups(const MessageBlock& block) noexcept {
     if (!block.plan->hasDictionary || block.plan->hasIdZero) {
@@ -152,6 +140,18 @@ MessageBlock* EndPrevious(ZelMsgStruct* previous) noexcept {
 }
 
 }  // namespace
+
+const MessagePlan* FindPlanOrReport(short msgType, short subType) noexcept {
+    if (!HasMessageTable()) {
+        SendReport(reports::kNoMessageTable);
+        return nullptr;
+    }
+    const FoundMessage found = FindMessage(msgType, subType);
+    if (found.plan == nullptr) {
+        SendReport(found.node == nullptr ? reports::kNoSuchMessage : reports::kModelAllocation);
+    }
+    return found.plan;
+}
 
 ZELDataBuf* CreateZELDataBuf(short msgType, short subType, short repeatCount) noexcept {
     const MessagePlan* plan = FindPlanOrReport(msgType, subType);

@@ -9,6 +9,9 @@
 
 namespace zel {
 
+// The plan of a message type in use, or null. Reports 1415, 1416, or the system's error number.
+const MessagePlan* FindPlanOrReport(short msgType, short subType) noexcept;
+
 // Null on failure. Reports 1415, 1416, 1001 (negative repeat count; slots that the field list does not fill), or the
 // system's error number.
 ZELDataBuf* CreateZELDataBuf(short msgType, short subType, short repeatCount) noexcept;

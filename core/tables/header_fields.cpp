@@ -1,7 +1,5 @@
 #include "core/tables/header_fields.h"
 
-#include "core/tables/field_shape.h"
-
 namespace zel {
 
 namespace {
@@ -9,13 +7,6 @@ namespace {
 HeaderRules rulesInUse{};
 
 }  // namespace
-
-bool FitsHeaderField(unsigned short fieldId, std::uint16_t type) noexcept {
-    if (fieldId == kVarUserData) {
-        return ShapeOf(type) == Shape::kCounted;
-    }
-    return kHeaderFields[fieldId].width == 2 ? type == kZELShort : type == kZELLong || type == kZELInt;
-}
 
 const HeaderRules& HeaderRulesInUse() noexcept {
     return rulesInUse;

@@ -3,6 +3,7 @@
 #define ZEL_CORE_TABLES_HEADER_FIELDS_H
 
 #include "core/tables/dictionary.h"
+#include "core/tables/field_shape.h"
 
 namespace zel {
 
@@ -36,7 +37,12 @@ inline constexpr HeaderField kHeaderFields[] = {
 };
 
 // Whether a field of this type has the form of that header field.
-bool FitsHeaderField(unsigned short fieldId, std::uint16_t type) noexcept;
+constexpr bool FitsHeaderField(unsigned short fieldId, std::uint16_t type) noexcept {
+    if (fieldId == kVarUserData) {
+        return ShapeOf(type) == Shape::kCounted;
+    }
+    return kHeaderFields[fieldId].width == 2 ? type == kZELShort : type == kZELLong || type == kZELInt;
+}
 
 // What a dictionary says of them.
 struct HeaderRules {

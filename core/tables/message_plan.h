@@ -100,14 +100,19 @@ inline const PlanId& FindPlanId(const MessagePlan& plan, unsigned short fieldId)
     return ids[plan.idPages[fieldId / kIdsOfPage] * kIdsOfPage + fieldId % kIdsOfPage];
 }
 
-// Whether the field at the reader is that of the entry, and the entry says how far it reaches.
-inline bool IsFieldOf(const PlanEntry& entry, const Reader& in) noexcept {
+// Whether the field at the reader has that id, as an entry has it.
+inline bool IsNextField(std::uint32_t entryWireId, const Reader& in) noexcept {
     std::uint16_t wireId = 0;
     if (Remaining(in) < sizeof wireId) {
         return false;
     }
     std::memcpy(&wireId, in.next, sizeof wireId);
-    return wireId == entry.wireId;
+    return wireId == entryWireId;
+}
+
+// Whether the field at the reader is that of the entry, and the entry says how far it reaches.
+inline bool IsFieldOf(const PlanEntry& entry, const Reader& in) noexcept {
+    return IsNextField(entry.wireId, in);
 }
 
 // A plan from what the tables in use say, or null without memory. Release frees it.

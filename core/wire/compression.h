@@ -16,6 +16,23 @@ constexpr bool IsCompressed(unsigned short packFlags) noexcept {
     return (packFlags & (kPackCompressed | kPackMarked)) == kPackCompressed;
 }
 
+// compressMode of a message object.
+enum CompressMode : int { kSendPlain = 0, kSendCompressed = 1, kSendMarked = 2 };
+
+// The flags of a message that is sent in this mode, and the mode that gives a message these flags.
+constexpr unsigned short PackFlagsOf(int compressMode) noexcept {
+    if ((compressMode & kSendMarked) != 0) {
+        return kPackSent + kPackMarked;
+    }
+    return (compressMode & kSendCompressed) != 0 ? kPackSent + kPackCompressed : kPackSent;
+}
+constexpr CompressMode CompressModeOf(unsigned short packFlags) noexcept {
+    if ((packFlags & kPackMarked) != 0) {
+        return kSendMarked;
+    }
+    return (packFlags & kPackCompressed) != 0 ? kSendCompressed : kSendPlain;
+}
+
 // Both work into `destination` of kZELMaxPayload bytes; *resultLength is written, not read. 0, or -1.
 //
 // After -1 the destination of a compression holds the plain payload and *resultLength its length, so that the message

@@ -30,18 +30,27 @@ inline int WriteFrame(long length, short frameFormat, char* out) noexcept {
     return length > INT16_MAX ? -1 : 0;
 }
 
+// The format that the frame at `in` says.
+inline short FrameFormatOf(const char* in) noexcept {
+    return static_cast<short>(static_cast<unsigned char>(in[1]) >> 4);
+}
+
+// The length that a frame of this format says, which is signed.
+inline long FrameLengthOf(const char* in, short frameFormat) noexcept {
+    if (frameFormat == kShortFrame) {
+        return static_cast<std::int16_t>(LoadU16Le(in + 2));
+    }
+    return static_cast<std::int32_t>(LoadU32Le(in + 2));
+}
+
 // Reads the frame: 0, or -1 with report 1005 and both outputs untouched when there is no SOH. The length is signed.
 inline int ReadFrame(const char* in, long* length, short* frameFormat) noexcept {
     if (in == nullptr || in[0] != kSoh) {
         SendReport(reports::kNoSoh);
         return -1;
     }
-    *frameFormat = static_cast<short>(static_cast<unsigned char>(in[1]) >> 4);
-    if (*frameFormat == kShortFrame) {
-        *length = static_cast<std::int16_t>(LoadU16Le(in + 2));
-    } else {
-        *length = static_cast<std::int32_t>(LoadU32Le(in + 2));
-    }
+    *frameFormat = FrameFormatOf(in);
+    *length = FrameLengthOf(in, *frameFormat);
     return 0;
 }
 

@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "core/wire/field_codec.h"
+#include "core/wire/header_numbers.h"
 #include "core/wire/user_data.h"
 #include "runtime/allocator.h"
 #include "runtime/reports.h"
@@ -14,56 +15,10 @@ namespace {
 // The header's longest form; callers' buffers hold what the message needs of it.
 constexpr std::size_t kMaxHeader = 30 + UINT16_MAX;
 
-// ---- The numbers ----------------------------------------------------------------------------------------------------
-
-// Two 16-bit numbers as one of 32: a negative lower half borrows one from the upper.
-std::uint32_t JoinHalves(short high, short low) noexcept {
-    return static_cast<std::uint32_t>(high) * 65536U + static_cast<std::uint32_t>(low);
-}
-
-short HighHalf(std::uint32_t value) noexcept {
-    return static_cast<short>(value >> 16);
-}
-
-short LowHalf(std::uint32_t value) noexcept {
-    return static_cast<short>(value);
-}
-
-std::uint16_t JoinFlags(const ZelMsgStruct& message) noexcept {
-    const unsigned flags =
-        ((message.encryptFlag * 16U + message.packFlags) * 16U + message.format) * 16U + message.version;
-    return static_cast<std::uint16_t>(flags);
-}
-
-void SplitFlags(std::uint32_t flags, ZelMsgStruct& message) noexcept {
-    message.encryptFlag = flags >> 12 & 0xF;
-    message.packFlags = flags >> 8 & 0xF;
-    message.format = flags >> 4 & 0xF;
-    message.version = flags & 0xF;
-}
-
-std::uint32_t JoinMsgId(const ZelMsgStruct& message) noexcept {
-    return message.msgIdSeq * 65536U + message.msgIdPart2 * 256U + message.msgIdPart3;
-}
-
-void SplitMsgId(std::uint32_t msgId, ZelMsgStruct& message) noexcept {
-    message.msgIdSeq = static_cast<unsigned short>(msgId >> 16);
-    message.msgIdPart2 = msgId >> 8 & 0xFF;
-    message.msgIdPart3 = msgId & 0xFF;
-}
-
 // ---- One field ------------------------------------------------------------------------------------------------------
 //
 // `usual`: the dictionary's rules are, and nothing is looked up in them. Else a field that has another form than the
 // header's cannot be packed or read.
-
-constexpr Shape ShapeOfNumber(HeaderFieldId fieldId) noexcept {
-    return kHeaderFields[fieldId].width == 2 ? Shape::kShort : Shape::kLong;
-}
-
-constexpr FieldRule UsualRule(HeaderFieldId fieldId) noexcept {
-    return {fieldId, kZELShort, static_cast<std::int16_t>(kHeaderFields[fieldId].width), 0};
-}
 
 bool ReportUnpackable(HeaderFieldId fieldId) noexcept {
     SendReportWith(reports::kHeaderFieldUnpackable, kHeaderFields[fieldId].name);
@@ -89,28 +44,22 @@ bool ReportMissing(HeaderFieldId fieldId) noexcept {
 
 template <bool usual, HeaderFieldId fieldId>
 bool PackNumber(const HeaderRules& rules, std::uint32_t value, Writer& out) noexcept {
-    constexpr std::uint16_t width = kHeaderFields[fieldId].width;
-    const auto narrow = static_cast<std::uint16_t>(value);
-    const void* bytes = width == 2 ? static_cast<const void*>(&narrow) : &value;
     if constexpr (usual) {
-        return EncodeField<kIdAndValue, ShapeOfNumber(fieldId)>(UsualRule(fieldId), PlainValue{bytes, width, width},
-                                                                out);
+        return EncodeNumber<fieldId>(value, out);
     } else {
+        constexpr std::uint16_t width = kHeaderFields[fieldId].width;
+        const auto narrow = static_cast<std::uint16_t>(value);
+        const void* bytes = width == 2 ? static_cast<const void*>(&narrow) : &value;
         return PackByRule(rules.rules[fieldId], {bytes, width, width}, out);
     }
 }
 
 template <bool usual, HeaderFieldId fieldId>
 bool UnpackNumber(Reader& in, std::uint32_t& value) noexcept {
-    constexpr Shape shape = ShapeOfNumber(fieldId);
-    char bytes[sizeof value] = {};
     if constexpr (usual) {
-        WireValue wire{};
-        if (!LocateValue<kIdAndValue, shape>(UsualRule(fieldId), in, wire)) {
-            return ReportUnreadable(fieldId);
-        }
-        DecodeFixed<shape>(wire.bytes, bytes);
+        return DecodeNumber<fieldId>(in, value) || ReportUnreadable(fieldId);
     } else {
+        char bytes[sizeof value] = {};
         const FieldRule rule = RuleOf(fieldId);
         unsigned short length = 0;
         if (UnpackZELField(rule, in, bytes, sizeof bytes, &length, kIdAndValue) != 0 ||
@@ -121,12 +70,12 @@ bool UnpackNumber(Reader& in, std::uint32_t& value) noexcept {
         if (GetNextField(in, kIdAndValue) == Step::kPastEnd) {
             return ReportUnreadable(fieldId);
         }
+        value = NumberAt(ShapeOfNumber(fieldId), bytes);
+        return true;
     }
-    value = shape == Shape::kShort ? LoadHost<std::uint16_t>(bytes) : LoadHost<std::uint32_t>(bytes);
-    return true;
 }
 
-// The same for a field that must be the next one.
+// Reads a field that must be the next one.
 template <bool usual, HeaderFieldId fieldId>
 bool ExpectNumber(Reader& in, std::uint32_t& value) noexcept {
     return UnpackZELFieldId(in) == fieldId ? UnpackNumber<usual, fieldId>(in, value) : ReportMissing(fieldId);
@@ -204,30 +153,11 @@ constexpr Reader kNoHeader{nullptr, nullptr};
 // Reads the header: the reader after it, or none, reported.
 template <bool usual>
 Reader ReadHeader(Reader in, ZelMsgStruct& message) noexcept {
-    std::uint32_t value = 0;
-    if (!ExpectNumber<usual, kFlags>(in, value)) {
+    const auto expect = [&in](auto fieldId, std::uint32_t& value) { return ExpectNumber<usual, fieldId()>(in, value); };
+    if (!ReadNumbers(expect, message) || !UnpackUserData<usual>(in, message)) {
         return kNoHeader;
     }
-    SplitFlags(value, message);
-    if (!ExpectNumber<usual, kMsgType>(in, value)) {
-        return kNoHeader;
-    }
-    message.msgType = HighHalf(value);
-    message.subType = LowHalf(value);
-    if (!ExpectNumber<usual, kServiceId>(in, value)) {
-        return kNoHeader;
-    }
-    message.serviceIdHigh = HighHalf(value);
-    message.serviceIdLow = LowHalf(value);
-    if (!ExpectNumber<usual, kMsgId>(in, value)) {
-        return kNoHeader;
-    }
-    SplitMsgId(value, message);
-    if (!ExpectNumber<usual, kNumFields>(in, value)) {
-        return kNoHeader;
-    }
-    message.numFields = static_cast<short>(value);
-    return UnpackUserData<usual>(in, message) ? in : kNoHeader;
+    return in;
 }
 
 }  // namespace
@@ -259,6 +189,23 @@ Reader UnpackZELHeader(const char* in, long length, ZelMsgStruct* message) noexc
     }
     const Reader reader{in, length > 0 ? in + length : in};
     return HeaderRulesInUse().areUsual ? ReadHeader<true>(reader, *message) : ReadHeader<false>(reader, *message);
+}
+
+Reader PeekZELHeader(const char* in, long length, ZelMsgStruct& message) noexcept {
+    const HeaderRules& rules = HeaderRulesInUse();
+    if (!rules.areUsual || length < static_cast<long>(kFixedHeader) || static_cast<std::uint16_t>(length) == 0) {
+        return kNoHeader;
+    }
+    // One with fixed user data is of one size: its fields need no look at what is left.
+    Reader fixed{in, in + kFixedHeader};
+    if (ReadUsualHeader(fixed, message) && message.varUserData == nullptr) {
+        message.varUserDataLen = kFixedUserDataLength;
+        return {fixed.next, in + length};
+    }
+    // The dictionary may say another length of variable user data.
+    Reader reader{in, in + length};
+    const bool isRead = ReadUsualHeader(reader, message) && message.varUserData != nullptr;
+    return isRead && rules.rules[kVarUserData].length == 0 ? reader : kNoHeader;
 }
 
 }  // namespace zel

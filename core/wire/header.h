@@ -32,6 +32,11 @@ inline bool HasFixedHeader(const HeaderRules& rules, const ZelMsgStruct& message
     return rules.areUsual && HasFixedUserData(message);
 }
 
+// The length of any message's header, where its fields have the forms of the header's: others are refused.
+inline std::size_t HeaderSize(const ZelMsgStruct& message) noexcept {
+    return HasFixedUserData(message) ? kFixedHeader : std::size_t{30} + message.varUserDataLen;
+}
+
 // Writes such a one at `out`.
 void WriteFixedHeader(const ZelMsgStruct& message, char* out) noexcept;
 
@@ -45,6 +50,10 @@ void WriteFixedHeader(const ZelMsgStruct& message, char* out) noexcept;
 // (also for a length whose low 16 bits are zero), 1413 or 1427 with the name of the field, 1414, or the system's error
 // number.
 [[nodiscard]] Reader UnpackZELHeader(const char* in, long length, ZelMsgStruct* message) noexcept;
+
+// The same for headers as they mostly are, without reports or copies: variable user data is left in `in`, and `message`
+// does not own it. A null reader, with anything in the message, where UnpackZELHeader has to look.
+[[nodiscard]] Reader PeekZELHeader(const char* in, long length, ZelMsgStruct& message) noexcept;
 
 }  // namespace zel
 

@@ -15,12 +15,8 @@ bool Expand(unsigned short packFlags, char* buffer, Reader& payload) noexcept {
     const bool expanded = Remaining(payload) <= kMaxCompressedPayload &&
                           zelExpandPayload(static_cast<unsigned char>(packFlags), payload.next,
                                            static_cast<short>(Remaining(payload)), buffer, &length) == 0;
-    if (!expanded) {
-        SendReport(reports::kExpansionFailed);
-        return false;
-    }
-    payload = Reader{buffer, buffer + length};
-    return true;
+    payload = expanded ? Reader{buffer, buffer + length} : payload;
+    return expanded;
 }
 
 bool TransformBack(unsigned short encryptFlag, char* buffer, Reader& payload) noexcept {
@@ -28,12 +24,8 @@ bool TransformBack(unsigned short encryptFlag, char* buffer, Reader& payload) no
     const bool transformed =
         Remaining(payload) <= kZELMaxPayload &&
         ZELDecryptData(encryptFlag, payload.next, static_cast<short>(Remaining(payload)), buffer, &length) == 0;
-    if (!transformed) {
-        SendReport(reports::kInverseTransformFailed);
-        return false;
-    }
-    payload = Reader{buffer, buffer + length};
-    return true;
+    payload = transformed ? Reader{buffer, buffer + length} : payload;
+    return transformed;
 }
 
 }  // namespace
@@ -68,16 +60,26 @@ Reader ClosePayload(ZelMsgStruct& message, PayloadBuffers& buffers, int packedLe
     return {payload, payload + length};
 }
 
+Unwrapped UnwrapPayload(const ZelMsgStruct& header, PayloadBuffers& buffers, Reader& payload) noexcept {
+    if (IsCompressed(header.packFlags) && !Expand(header.packFlags, buffers.first, payload)) {
+        return Unwrapped::kNotExpanded;
+    }
+    const bool isPlain = header.encryptFlag == 0 || TransformBack(header.encryptFlag, buffers.second, payload);
+    return isPlain ? Unwrapped::kDone : Unwrapped::kNotTransformed;
+}
+
 bool OpenPayload(const char* in, long length, ZelMsgStruct* header, PayloadBuffers& buffers, Reader& payload) noexcept {
     payload = UnpackZELHeader(in, length, header);
     if (payload.next == nullptr) {
         SendReport(reports::kHeaderNotUnpacked);
         return false;
     }
-    if (IsCompressed(header->packFlags) && !Expand(header->packFlags, buffers.first, payload)) {
+    const Unwrapped unwrapped = IsSentPlain(*header) ? Unwrapped::kDone : UnwrapPayload(*header, buffers, payload);
+    if (unwrapped != Unwrapped::kDone) {
+        SendReport(unwrapped == Unwrapped::kNotExpanded ? reports::kExpansionFailed : reports::kInverseTransformFailed);
         return false;
     }
-    return header->encryptFlag == 0 || TransformBack(header->encryptFlag, buffers.second, payload);
+    return true;
 }
 
 }  // namespace zel

@@ -25,6 +25,11 @@ inline bool IsSentPlain(const ZelMsgStruct& message) noexcept {
 // its flags are cleared.
 [[nodiscard]] Reader ClosePayload(ZelMsgStruct& message, PayloadBuffers& buffers, int length) noexcept;
 
+enum class Unwrapped { kDone, kNotExpanded, kNotTransformed };
+
+// Points `payload`, which follows that header, at what was packed: there, or in `buffers`. Reports nothing.
+[[nodiscard]] Unwrapped UnwrapPayload(const ZelMsgStruct& header, PayloadBuffers& buffers, Reader& payload) noexcept;
+
 // Reads the header of the message at `in` into `header` and points `payload` at its payload, in `in` or in `buffers`.
 // Reports 1423, 1422 or 1420.
 [[nodiscard]] bool OpenPayload(const char* in, long length, ZelMsgStruct* header, PayloadBuffers& buffers,

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# docs/architecture.md says which file holds a rule, and for messages which procedure. Checks that the files are there, that
-# the procedures are defined in them, and that each runs in one of the programs, which a debugger watches.
+# docs/architecture.md names the file that holds each rule, and often the procedure. Checks that the files exist, that the
+# procedures are defined in them, and with a debugger that each is called in one of the programs.
 #   check.sh <source folder> <program>...
 set -euo pipefail
 cd "$1"
@@ -13,7 +13,7 @@ complain() {
     status=1
 }
 
-# FILE, or FILE PROCEDURE, for each that the table names: a procedure is one of the file before it.
+# FILE, or FILE PROCEDURE, for each name in the table. A procedure belongs to the file before it.
 named=$(awk -F '|' '
     /^## / { wanted = /Where to find what/ }
     wanted && NF > 2 {
@@ -22,7 +22,7 @@ named=$(awk -F '|' '
             if (part[i] ~ "[/.]") { file = part[i]; print file } else print file, part[i]
     }' docs/architecture.md)
 
-# Whether the file has the procedure's head, and a body before the next semicolon.
+# Whether the file defines the procedure: its head, and a body before the next semicolon.
 defines() {
     awk -v head="^[^ /].*[ *&]$2[(]" '$0 ~ head { open = 1 } open && /[{]/ { found = 1 } /;/ { open = 0 } END { exit !found }' "$1"
 }
@@ -35,7 +35,7 @@ while read -r file procedure; do
     fi
 done <<<"$named"
 
-# A program stops where a procedure is first called, and goes on. The breakpoints left are those of the others.
+# A program stops at the first call of each procedure and continues. The breakpoints left are of procedures never called.
 awk 'NF == 2 { print "tbreak " $2 }' <<<"$named" | sort -u >"$work/left"
 [ -s "$work/left" ] || complain "the table names no procedure"
 for program in "$@"; do

@@ -1,5 +1,5 @@
-// What destructors leave in the storage of an object: programs that keep the storage look at it. The destructors that
-// run are those of the shipped library, which exports them.
+// What destructors leave in the storage of an object, because some programs read it. The destructors are those that the
+// shipped library exports.
 #include <gtest/gtest.h>
 
 #include <cstddef>
@@ -13,7 +13,7 @@
 namespace zel::test {
 namespace {
 
-// The bytes of an object that was changed and destroyed. They are read as volatile: to the compiler they are dead.
+// The bytes of an object that was changed and destroyed, read as volatile because the compiler considers them dead.
 template <typename Object, typename... Arguments>
 std::string Remains(void (*change)(Object&), Arguments... arguments) {
     alignas(Object) char storage[sizeof(Object)];

@@ -1,4 +1,4 @@
-// The examples of docs/wire-format.md are what the library writes.
+// Checks the examples of docs/wire-format.md.
 #include <gtest/gtest.h>
 
 #include <string>

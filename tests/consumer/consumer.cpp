@@ -1,4 +1,4 @@
-// Packs a message and unpacks it, and uses stream classes of its own: 0 when all came back.
+// Packs and unpacks a message, and uses classes derived from the streams. Returns 0 when all values came back.
 #include <zelmessage.h>
 #include <zelprovider.h>
 #include <zelstream.h>
@@ -8,7 +8,7 @@
 
 namespace {
 
-// Whatever the header lets a derived class do has to link.
+// Everything that the header lets a derived class do must link.
 struct Buffer : ZELStream {
     Buffer() { InitStream(64); }
 };

@@ -27,7 +27,7 @@ TEST(ZELStrToDate, Cases) {
     _datetime value = kBefore;
     EXPECT_EQ(reports.With(ZELStrToDate(nullptr, &value, 12)), "-1");
     EXPECT_EQ(reports.With(ZELStrToDate("113099", nullptr, 0)), kNotBuilt);
-    // A report holds what fits.
+    // A report cuts long texts.
     const std::string longText(5000, 'x');
     EXPECT_EQ(reports.With(ZELStrToDate(longText.c_str(), &value, 0)),
               "0: 1463 Invalid Date Format: " + longText.substr(0, 191 - 21));

@@ -24,7 +24,7 @@ std::string Bytes(const _datetime& value) {
     return ToHex({reinterpret_cast<const char*>(&value), sizeof value});
 }
 
-// The text that `render` writes into exactly the room that callers are told to reserve.
+// The text that `render` writes into a buffer of exactly the documented size.
 template <typename Render>
 std::string Text(std::size_t room, Render render) {
     const std::unique_ptr<char[]> text(new char[room]);
@@ -57,7 +57,7 @@ TEST(ZELFormatDateTime, ChecksUpperBoundsAlone) {
     for (int wrong = -1; wrong < 8; ++wrong) {
         int v[8] = {31, 12, 254, 24, 59, 59, INT_MAX, 3};
         if (wrong == 6) {
-            continue;  // no bound
+            continue;  // no limit
         }
         v[wrong < 0 ? 6 : wrong] += wrong < 0 ? 0 : 1;
         _datetime value = kBoth;
@@ -89,7 +89,7 @@ TEST(DateTimeTexts, ByKind) {
     }
 }
 
-// Each member takes each of its 256 values, in each format.
+// Each of the 256 values of each member, in each format.
 TEST(DateTimeTexts, EveryByteAsTheCLibraryPrintsIt) {
     for (std::size_t i = 0; i < std::size_t{6} * 256; ++i) {
         _datetime value = kBoth;
@@ -103,7 +103,7 @@ TEST(DateTimeTexts, EveryByteAsTheCLibraryPrintsIt) {
             ASSERT_EQ(Time(value, format), time) << format;
         }
         PrintDate(value, date, 1);
-        // Cut where callers' buffers end.
+        // Cut to the documented buffer.
         ASSERT_EQ(DateTime(value), (std::string(date) + " " + time).substr(0, 17));
     }
     EXPECT_EQ(Date({1, 2, 105, 0, 0, 0, 0, 1}, 1), "05/02/01");

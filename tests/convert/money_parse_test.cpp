@@ -9,7 +9,7 @@ namespace {
 
 void ExpectMoney(const Cells& row, const std::string& report, int (*parse)(const char*, _money*) noexcept) {
     RecordedReports reports;
-    // A report of its own means that the stricter parser refuses the text.
+    // Where the stricter parser has its own report, it refuses the text.
     const bool valid = !row[1].empty() && report.empty();
     _money money{-9, -9};
     EXPECT_EQ(reports.With(parse(row[0].c_str(), &money)), (valid ? "0" : "-1") + (report.empty() ? "" : ": " + report))
@@ -24,7 +24,7 @@ TEST(ZELStrToMoney, Cases) {
     const std::string ones(5000, '1');
     rows.push_back({spaces + "12" + spaces, "12", "1", "", "="});
     rows.push_back({"\t\377\2627\n", "7", "1", "", "="});
-    // A report holds what fits.
+    // A report cuts long texts.
     rows.push_back({ones, "", "", "1467 Invalid Money Format: " + ones.substr(0, 191 - 22), "="});
     for (const Cells& row : rows) {
         ExpectMoney(row, row[3], ZELStrToMoney);
@@ -41,7 +41,7 @@ TEST(ZELCompareMoneyStr, RoundsTheSecondToSinglePrecision) {
         const char* second;
         int result;
     };
-    // 16777217 has no float of its own, that of 0.1 is above it.
+    // 16777217 is not a float, and the float nearest to 0.1 is greater than 0.1.
     for (const Row& row : {Row{"1 1/2", "1.5", 0},
                            {"-1.5", "1.5", -1},
                            {"2", "1.5", 1},

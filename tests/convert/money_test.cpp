@@ -22,7 +22,7 @@ TEST(DisplayCodes, All65536KeepTheirDenominatorAndType) {
     for (int code = 0; code <= 0xFFFF; ++code) {
         const auto entry = known.find(code);
         const bool large = code >= 512;
-        // Large forms are taken apart by the unsigned code and typed by the signed one.
+        // The denominator of large forms goes by the unsigned code, the type by the signed one.
         const Known expected =
             entry != known.end() ? entry->second : Known{0, static_cast<short>(large && code < 32768 ? 3 : 0)};
         const _money money{-1234567, static_cast<short>(code)};

@@ -12,7 +12,7 @@ namespace {
 
 constexpr std::size_t kBuffer = 24;
 
-// The text in a buffer of zero bytes, which makes up for missing terminators.
+// The text in a buffer of zero bytes, because some texts have no terminator.
 std::string Render(const _money& money, int format) {
     char text[kBuffer + 1] = {};
     EXPECT_EQ(ZELMoneyToStr(&money, text, static_cast<short>(format)), 0) << money.amount << " " << money.displayCode;
@@ -32,7 +32,7 @@ TEST(ZELMoneyToStr, Cases) {
     }
 }
 
-// Where nothing follows the whole part, whatever was in the buffer goes on behind it.
+// Where nothing follows the whole part, the text goes on with what was in the buffer.
 TEST(ZELMoneyToStr, LeavesSomeTextsWithoutTerminator) {
     struct Row {
         _money money;

@@ -1,11 +1,11 @@
-// The examples of docs/values.md are what the library does.
-#include "include/zelmessage.h"
+// Checks the examples of docs/values.md.
+#include "include/zelvalues.h"
 #include "tests/support/cases.h"
 
 namespace zel::test {
 namespace {
 
-// The rows of the table below a heading, the line of headings and the rule left out.
+// The rows of the table below a heading, without its head.
 std::vector<Cells> Table(const std::string& heading, std::size_t cellCount) {
     std::ifstream page(ZEL_SOURCE_DIR "/docs/values.md");
     std::vector<Cells> rows;

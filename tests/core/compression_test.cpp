@@ -32,7 +32,7 @@ protected:
     short length_ = kUntouched;
 };
 
-TEST_F(Compression, CopiesWhatIsNotForIt) {
+TEST_F(Compression, CopiesUncompressedPayloads) {
     constexpr unsigned char kNotCompressed[] = {0, 1, 8, 9, 12, 13};
     for (const unsigned char flags : kNotCompressed) {
         EXPECT_EQ(Compress(flags, "plain"), 0);
@@ -61,7 +61,7 @@ TEST_F(Compression, FramesTheData) {
         EXPECT_EQ(Expand(4, framed.substr(0, size)), -1) << size;
     }
     EXPECT_EQ(crush_.begins, crush_.ends);
-    // Stated lengths that do not fit never reach the compression library.
+    // Lengths that do not fit are refused before the compression library is called.
     crush_.expansions = 0;
     for (const char* lengths : {"00 00 30 01 00 00 00 08", "FF FF FF FF 00 00 00 08", "00 00 00 01 FF FF FF FF",
                                 "00 00 00 01 80 00 00 00", "00 00 00 01 00 00 13 81"}) {
@@ -83,7 +83,7 @@ TEST_F(Compression, FallsBackToThePlainPayload) {
     EXPECT_EQ(crush_.ends, 2) << "a pass that did not begin is not ended";
 }
 
-TEST_F(Compression, TakesEveryOtherAnswerAsASize) {
+TEST_F(Compression, TakesEveryOtherResultAsASize) {
     for (const int size : {-1, -13, -15, 0, 7}) {
         crush_.compressResult = size;
         EXPECT_EQ(Compress(4, "payload"), 0) << size;
@@ -108,7 +108,7 @@ TEST_F(Compression, FailedExpansionsLeaveTheLength) {
     EXPECT_EQ(length_, 4) << "the stated length, not the source's";
 }
 
-TEST(Transform, CopiesWhatAPayloadHolds) {
+TEST(Transform, CopiesUpToAWholePayload) {
     const std::string in(kZELMaxPayload, 'x');
     const ExactCopy out(std::string(kZELMaxPayload, '?'));
     short length = 7;

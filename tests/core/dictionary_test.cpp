@@ -62,7 +62,7 @@ TEST(Dictionary, ComparesNamesOn64Characters) {
                      "1412 Data Dictionary not initialized in shared memory", "1001 GetFldEntry() Failed"}));
 }
 
-// Types in rows, sub-types in rows, and neither: whatever the index makes of them, and without memory for it.
+// Types in order, sub-types in order, and neither; also without memory for an index.
 TEST(MessageTable, TakesTheFirstMatch) {
     constexpr int kTypes = 300;
     constexpr int kSubTypes = 40;
@@ -71,11 +71,11 @@ TEST(MessageTable, TakesTheFirstMatch) {
     for (int type = 0; type < kTypes; ++type) {
         for (int at = 0; at < kSubTypes; ++at) {
             ZELSubTypeNode& node = nodes[static_cast<std::size_t>(type * kSubTypes + at)];
-            // The last of each type has the number of its first one.
+            // The last sub-type of each type has the number of the first.
             node.subType = static_cast<std::int16_t>(at % (kSubTypes - 1) - 5);
             node.next = at + 1 < kSubTypes ? &node + 1 : nullptr;
         }
-        // The last type hides behind the first one.
+        // The last type has the number of the first, so it is never found.
         types[static_cast<std::size_t>(type)] = {
             static_cast<std::int16_t>(type % (kTypes - 1) * 7 - 300),
             &nodes[static_cast<std::size_t>(type * kSubTypes)],

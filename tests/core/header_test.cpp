@@ -23,7 +23,7 @@ protected:
         EXPECT_EQ(end, out + length);
         return {out, length};
     }
-    // The bytes behind the header, or null.
+    // The bytes after the header, or null.
     const char* Unpack(const std::string& bytes, long length) {
         const ExactCopy exact(bytes);
         header_ = {};
@@ -47,7 +47,7 @@ TEST_F(Header, WritesWhatTheMembersHoldAndReadsItBack) {
         const auto offset = static_cast<std::size_t>(std::stoi(row[2]));
         EXPECT_EQ(ToHex(written.substr(offset, FromHex(row[3]).size())), row[3]) << row[0];
         EXPECT_EQ(Unpack(written), written.data() + 32) << row[0];
-        // A borrow is not undone, so it borrows again.
+        // Reading does not undo a borrow, so writing again borrows again.
         EXPECT_EQ(Build(header_) == written, offset != 4 && offset != 10) << row[0];
         EXPECT_EQ(header_.varUserDataLen, 4);
     }
@@ -78,7 +78,7 @@ TEST_F(Header, ReportsTheFieldThatFails) {
         EXPECT_EQ(Unpack(FromHex(row[1])), nullptr) << row[0];
         EXPECT_EQ(reports_.TakeText(), row[2]) << row[0];
     }
-    // Other ids where the header's own belong, among values that look like these.
+    // Wrong ids in place of the header's, among values that look like them.
     ZelMsgStruct alike{};
     alike.packFlags = 1;
     alike.msgType = 0x0200;
@@ -118,9 +118,8 @@ TEST_F(Header, ReportsTheFieldThatFails) {
     EXPECT_EQ(reports_.Take(), Lines(3, "1001 BuildZELHeader() failed"));
 }
 
-// A dictionary that says something else of a header field than the header has must not make the library read or write
-// by it.
-TEST_F(Header, IsRefusedByTheRulesOfAnotherDictionary) {
+// A dictionary with other rules for a header field must not make the library read or write by them.
+TEST_F(Header, IsRefusedWhenTheDictionaryContradictsIt) {
     struct Row {
         short id;
         int type;

@@ -1,4 +1,4 @@
-// Building and unpacking against each other: what goes out, what comes in, and what is said about it.
+// Building and unpacking messages: bytes, values and reports.
 #include "core/message_build.h"
 
 #include <gtest/gtest.h>
@@ -22,7 +22,7 @@ class Building : public testing::Test {
 protected:
     void TearDown() override { UseFakeCrush(nullptr); }
 
-    // The object serves as an owner with setters; what is built is its message.
+    // Creates the message in an object, for its setters.
     void Create(SubType subType, short repeatCount = -1) { test::Create(object_, subType, repeatCount); }
     void SetShort(short id, short value) { SetNumber(object_, id, value); }
     void SetText(short id, const char* value) { object_.setFieldValue(id, value, -1); }
@@ -205,7 +205,7 @@ TEST_F(Building, SendsPlainWhatWasNotCompressed) {
     object_.message->packFlags = 9;
     ASSERT_EQ(Build(), 0);
     EXPECT_TRUE(built_[2] == 0x59 && built_.size() == 32U + 4 + 4 + 3000) << "marked, and plain";
-    // A size that cannot be is not sent.
+    // Impossible sizes are not sent.
     for (const int size : {-9, 20000, 40000}) {
         object_.message->packFlags = 5;
         crush.compressResult = size;
@@ -220,13 +220,13 @@ TEST_F(Building, UnpacksFieldsIntoTheirRepetition) {
     ASSERT_EQ(Unpack(kMarkedGroup, 3, 0, 9, payload), 0);
     EXPECT_EQ(TextOf(kLegSymbol, 1) + TextOf(kLegSymbol, 2) + TextOf(kLegSymbol, 3) + TextOf(kNote, 1), "abcn");
     EXPECT_EQ(reports_.Take(), Lines{});
-    // Without markers the repetitions fill in order of arrival; a field too many is passed over.
+    // Without markers the repetitions are filled in order of arrival; extra fields are skipped.
     const std::string symbol = FromHex("00 1F 00 01");
     ASSERT_EQ(Unpack(kPlainGroup, 2, 0, 5, symbol + "a" + symbol + "b" + symbol + "c" + FromHex("00 21 00 01") + "n"),
               0);
     EXPECT_EQ(TextOf(kLegSymbol, 1) + TextOf(kLegSymbol, 2) + TextOf(kNote, 1), "abn");
     EXPECT_EQ(reports_.Take(), Lines{"1425 Field Received[31] is not in the list of fields"});
-    // A leg's field in front of every marker, and one behind more markers than there are legs.
+    // A leg's field before all markers, and one after more markers than there are legs.
     ASSERT_EQ(Unpack(kMarkedGroup, 1, 0, 4, symbol + "a" + leg + "b" + leg + "c"), 0);
     EXPECT_EQ(TextOf(kLegSymbol, 1), "b");
     EXPECT_EQ(reports_.Take(), (Lines{"1425 Field Received[31] is not in the list of fields",
@@ -239,7 +239,7 @@ TEST_F(Building, UnpacksWhatItCanAndReportsTheRest) {
             Unpack(static_cast<SubType>(std::stoi(row[1])), -1, std::stoi(row[2]), std::stoi(row[3]), FromHex(row[4]));
         EXPECT_EQ(reports_.With(result), row[5] + (row[6].empty() ? "" : ": ") + row[6]) << row[0];
     }
-    // Ids that the header's fields or nobody may have.
+    // Ids of the header's fields, and invalid ids.
     static const ZELFieldListEntry kList[] = {{0, 1}, {65535, 1}, {kLegs, 1}, {kLegSymbol, 1}};
     tables_.ChangeMessage(kPlainGroup) = {kPlainGroup, kLegs, 1, 4, kList, nullptr};
     const std::string lookUp = "1001 GetFldEntry() Failed; ";
@@ -258,7 +258,7 @@ TEST_F(Building, UnpacksWhatItCanAndReportsTheRest) {
     EXPECT_EQ(reports_.With(Validate(Header(1, 2, kPlainGroup) + FromHex("00 00 00 00"))),
               "-1: 1414 FieldId[65535]; 1001 UnpackZELFieldId() failed; 1413 UnpackZELMessage")
         << "only on the wire the id is none";
-    // Two fields that are expected behind one another but not at first, then one that finds no room.
+    // Two fields in the expected order but not at the start, then one without room.
     Create(kAllTypes);
     const ExactCopy bytes(Header(0, 3, kAllTypes) + FromHex("00 0B 00 00 00 01 00 0C 00 00 00 02 00 0E 2E E0") +
                           std::string(12000, 'x'));
@@ -272,7 +272,7 @@ TEST_F(Building, UnpacksWhatItCanAndReportsTheRest) {
 }
 
 TEST_F(Building, ValidatesAndFindsTheRepeatCount) {
-    // First without the memory for plans, then with plans.
+    // First without memory for plans, then with it.
     for (int round = 0; round < 2; ++round) {
         FailAllocationsFrom(1 - round);
         for (const Cells& row : ReadCases("tests/core/cases/validate.txt", 8)) {
@@ -289,7 +289,7 @@ TEST_F(Building, ValidatesAndFindsTheRepeatCount) {
     tables_.ChangeMessage(kPlainGroup).repeatFieldId = kLegs;
     tables_.ChangeField(kNote).length = 5;
     EXPECT_EQ(Validate(Header(0, 2, kPlainGroup) + FromHex("00 21 00 02 41 42 43 00 1E 00 05")), 0);
-    EXPECT_EQ(repeatCount_, 5) << "behind a text to which the dictionary gives a length";
+    EXPECT_EQ(repeatCount_, 5) << "after a text to which the dictionary gives a length";
     tables_.ChangeField(kLegs).type = kZELText;
     EXPECT_EQ(reports_.With(Validate(Header(0, 1, kPlainGroup) + FromHex("00 1E 00 09") + "123456789")),
               "-1: 1427 FieldId[30]")

@@ -31,7 +31,7 @@ TEST(MessageModel, ExpandsTheGroup) {
         {kMarkedGroup, 1, {10, 30, 140, 31, 32, 33}},
         {kMarkedGroup, 3, {10, 30, 140, 31, 32, 140, 31, 32, 140, 31, 32, 33}},
         {kPlainGroup, 2, {30, 31, 32, 31, 32, 33}},
-        // Without a repetition the group takes the slots behind it: fieldCount - groupSize in all.
+        // Without a repetition the group's fields take the slots after it: fieldCount - groupSize in all.
         {kPlainGroup, 0, {30, 31}},
         {kMarkedGroup, 0, {10, 30, 140}},
         {kVersions, -7, {10, 40, 41}},
@@ -81,7 +81,7 @@ TEST(MessageModel, RefusesWhatTheTablesCannotGive) {
         {"sub-type", 1, static_cast<SubType>(99), 0, unknown},
         {"negative", 1, kPlainGroup, -1, {"1001 RepeatCount parameter must have a positive value"}},
         {"16 bits overflow", 1, kPlainGroup, 16384, {"1001 CreateZELDataBuf() failed"}},
-        {"group behind the list", 1, kBadTable, 2, {"1001 CreateZELDataBuf() failed"}},
+        {"group beyond the list", 1, kBadTable, 2, {"1001 CreateZELDataBuf() failed"}},
     };
     TestTables tables;
     RecordedReports reports;

@@ -1,4 +1,4 @@
-// Slots and where received fields go, on random field lists, against the rules carried out one slot after the other.
+// Finding slots and placing received fields, on random field lists, compared with a linear search.
 #include "core/slots/slot_index.h"
 
 #include <gtest/gtest.h>
@@ -18,7 +18,7 @@ namespace {
 
 constexpr unsigned short kIds[] = {kSide, kQty, kCode, kSymbol, kPrice, kLegs, kMark};
 
-// A message type with any list: ids several times, markers anywhere, groups that do not fit.
+// A message type with a random list: repeated ids, markers anywhere, groups that do not fit.
 class RandomType {
 public:
     RandomType(TestTables& tables, Random& random) : list_(static_cast<std::size_t>(random.Below(9))) {
@@ -84,7 +84,7 @@ private:
     std::vector<int> ids_;
 };
 
-// The first slot with this id that is not set and has as many markers at or before it: its number, or -1.
+// The number of the first unset slot with this id and as many markers at or before it, or -1.
 int FreeSlot(const std::vector<int>& ids, const std::vector<int>& arrivals, int id, int markers) {
     int before = 0;
     for (std::size_t slot = 0; slot < ids.size(); ++slot) {
@@ -146,7 +146,7 @@ TEST(SlotIndex, PutsReceivedFieldsWhereTheyBelong) {
         int markers = 0;
         int fields = 0;
         std::size_t next = 0;
-        // Mostly in order, some left out, some anywhere.
+        // Mostly in order; some are missing, some anywhere.
         for (; fields < 20 && (next < ids.size() || random.Below(4) != 0); ++fields) {
             next += random.Below(6) == 0 ? 1U : 0U;
             const bool inOrder = next < ids.size() && random.Below(8) != 0;

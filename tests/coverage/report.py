@@ -1,14 +1,13 @@
 #!/usr/bin/env python3
-"""Which share of the product's lines and branches the tests ran, folder by folder, from what llvm-cov exported.
+"""Prints the share of the product's lines and branches that the tests ran, for each folder, from exports of llvm-cov.
 
     report.py SOURCE_DIR LINES BRANCHES [UNCOVERED]
 
-LINES is in lcov's format, BRANCHES in JSON. Every line and branch that was not run goes to the file UNCOVERED. Exit status
-1 when the total is below the aim.
+LINES is in lcov's format, BRANCHES in JSON. Lists every line and branch that was not run in the file UNCOVERED. Exit status 1
+when the total is below the goal.
 
-A line counts when it holds code: blank lines, comments and lone brackets inside a function do not. A branch is one outcome of
-one condition in the source, as clang counts them: those of exceptions and destructors are not among them. Copies of a template
-count as one.
+A line counts when it holds code, not when it is blank, a comment or a bracket. A branch is one outcome of one condition in
+the source, as clang counts them: branches of exceptions and destructors do not count. The instances of a template count as one.
 """
 import json
 import os
@@ -46,7 +45,7 @@ def read_lines(source_dir, trace):
 
 
 def read_branches(source_dir, trace):
-    """The outcomes true and false of each condition, which its place tells from others."""
+    """How often each condition was true and false, by file and place."""
     branches = defaultdict(lambda: defaultdict(lambda: [0, 0]))
     for function in json.loads(trace.read_text())["data"][0]["functions"]:
         files = [product_file(source_dir, name) for name in function["filenames"]]

@@ -1,5 +1,5 @@
-// The compression library: what comes out is what went in, and nothing outside the stated lengths is touched. That no
-// data however damaged does harm is the fuzz target's.
+// The compression library: data survive a round trip, and nothing outside the stated lengths is touched. The fuzz
+// target covers damaged data.
 #include "crush32/crush32.h"
 
 #include <gtest/gtest.h>
@@ -17,8 +17,8 @@
 
 namespace {
 
-// What one pass over a copy of `source` leaves in `room` bytes; the guard behind them catches writes of code that the
-// sanitizer does not watch.
+// The result of one pass over a copy of `source` in `room` bytes. The guard after them catches writes, because the
+// sanitizer does not see zlib's.
 template <typename Pass>
 std::string Run(const std::string& source, std::size_t room, Pass pass) {
     const zel::test::ExactCopy copy(source);
@@ -30,7 +30,7 @@ std::string Run(const std::string& source, std::size_t room, Pass pass) {
     return output.substr(0, room);
 }
 
-// Empty: would not be smaller.
+// Returns "" when the result would not be smaller.
 std::string Compress(const std::string& plain) {
     const auto length = static_cast<int>(plain.size());
     const int room = std::max(length - 9, 0);
@@ -41,7 +41,7 @@ std::string Compress(const std::string& plain) {
     return packed.substr(0, static_cast<std::size_t>(std::max(size, 0)));
 }
 
-// `packedLength` may leave out the end of `packed`, which then must not count. Nothing: refused.
+// `packedLength` may leave out the end of `packed`, which must then be ignored. Nothing when refused.
 std::optional<std::string> Expand(const std::string& packed, std::size_t packedLength, std::size_t plainLength) {
     int result = 0;
     const std::string plain = Run(packed, plainLength, [&](const char* from, char* to) {
@@ -55,7 +55,7 @@ bool ComesBack(const std::string& plain, const std::string& packed) {
     return Expand(packed, packed.size(), plain.size()) == plain;
 }
 
-// Field ids, numbers and short texts over and over, as payloads have them, or noise.
+// Repeated field ids, numbers and short texts, as in payloads; or noise.
 std::string Payload(std::size_t length, unsigned seed, bool noise = false) {
     std::mt19937 random(seed);
     std::string text;
@@ -88,7 +88,7 @@ TEST(Crush, OneByteSavedIsEnough) {
     EXPECT_EQ(Compress(run).size() + 9, run.size());
 }
 
-// Bytes worked out by hand: they hold for every compressor and platform.
+// Bytes worked out by hand, valid for every compressor and platform.
 TEST(Crush, ExpandsForeignData) {
     for (const zel::test::Cells& row : zel::test::ReadCases("tests/crush32/cases/foreign.txt", 4)) {
         const std::string packed = zel::test::FromHex(row[1]);
@@ -109,7 +109,7 @@ TEST(Crush, WrongLengthsAreRefused) {
     }
 }
 
-// More threads than the library keeps working memory for; then shut-down, twice, and another pass.
+// More threads than states that the library keeps; then two shut-downs and another pass.
 TEST(Crush, ThreadsPassAtTheSameTimeAndAfterShutDown) {
     CrushStartUp();
     std::atomic<int> wrong{0};

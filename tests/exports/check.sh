@@ -1,6 +1,5 @@
 #!/usr/bin/env bash
-# Compares what each library exports with the list beside this script: nothing more, nothing less. Then reads from the
-# files that ship how they are hardened.
+# Compares the exports of each library with the list in this folder. Then checks the hardening of the files that ship.
 #   check.sh <folder of the libraries> [<file that ships>...]
 set -euo pipefail
 lists=$(dirname "$0")
@@ -20,7 +19,7 @@ for file in "${@:2}"; do
     expect 'Flags:.* NOW' "$headers" "functions are bound when first called, so their addresses stay writable"
     expect '^ *GNU_STACK .* RW +0x' "$headers" "the stack is executable"
     expect ' __stack_chk_fail' "$imports" "no canaries on the stack"
-    # The compression library has nothing that could be checked.
+    # The compression library calls nothing that could be checked.
     [[ $file == *crush32* ]] || expect ' __[a-z]+_chk' "$imports" "copies and formats are not checked"
 done
 exit $status

@@ -1,9 +1,10 @@
 #!/usr/bin/env bash
-# Who may include whom, as docs/architecture.md draws it, and no circle: NAME.h and NAME.cpp count as one file.
+# Checks who includes whom, as docs/architecture.md allows, and that there is no circle. NAME.h and NAME.cpp count as one
+# file.
 set -euo pipefail
 cd "$1"
 
-# Each room and what its files may include beside one another: rooms, or single files.
+# Each folder and what its files may include besides one another: folders, or single files.
 rooms='
 include
 runtime          include
@@ -13,19 +14,20 @@ core/wire        include runtime crush32 core/tables
 core/slots       include runtime core/tables core/wire/user_data
 core             include runtime core/tables core/wire core/slots
 message          include runtime crush32 core core/tables core/wire core/slots
+record           include runtime core core/tables core/wire core/slots message/exchange
 convert          include runtime
 stream           include runtime core/tables
-zeldata          include runtime
+zeldata          include runtime core/tables/field_shape
 tools/io         include
 tools/text       include runtime zeldata tools/io
-tools/dictionary include runtime zeldata tools/io tools/text
-tools/capture    include runtime zeldata tools/io tools/text tools/dictionary
-tools/verbs      include runtime zeldata tools/io tools/text tools/dictionary tools/capture
+tools/dictionary include runtime zeldata core/tables tools/io tools/text
+tools/capture    include runtime zeldata core/tables core/wire tools/io tools/text tools/dictionary
+tools/verbs      include runtime zeldata core/tables core/wire tools/io tools/text tools/dictionary tools/capture
 tools            tools/io tools/verbs
 '
 
-# Pairs of files without their endings. A name without a folder is that of a neighbour.
-includes=$(grep -rHE --include='*.h' --include='*.cpp' '^#include "' include runtime crush32 core message convert stream \
+# Pairs of files without their suffixes. A name without a folder is in the same folder.
+includes=$(grep -rHE --include='*.h' --include='*.hpp' --include='*.cpp' '^#include "' include runtime crush32 core message record convert stream \
     zeldata tools | awk -F '[:"]' '{
         from = $1; sub(/\.[a-z]+$/, "", from)
         to = $3; sub(/\.[a-z]+$/, "", to)
@@ -33,7 +35,7 @@ includes=$(grep -rHE --include='*.h' --include='*.cpp' '^#include "' include run
         if (to !~ "/") to = folder to
         if (from != to) print from, to }')
 
-# A file is in the deepest room that it lies in.
+# A file belongs to the deepest listed folder.
 awk '
     function room_of(file) { do sub("/[^/]*$", "", file); while (!(file in known) && file ~ "/"); return file }
     NR == FNR { for (i = 1; i <= NF; ++i) { known[$1] = 1; may[$1, $i] = 1 } next }

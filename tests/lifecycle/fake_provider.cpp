@@ -1,5 +1,5 @@
-// A provider that counts. ZEL_FAKE_ENTRY chooses what the library offers: a provider, an entry that answers null, or no
-// entry.
+// A provider that counts calls. ZEL_FAKE_ENTRY chooses what the library has: a provider, an entry that returns null, or
+// no entry.
 #include "tests/lifecycle/fake_provider.h"
 
 #include <cstdio>

@@ -1,5 +1,5 @@
-// What the fake provider counts. The test hands the address over in the environment, so that the counts outlive the
-// library that the provider lives in.
+// The counts of the fake provider. The test passes their address in the environment, so that they outlive the
+// provider's library.
 #ifndef ZEL_TESTS_LIFECYCLE_FAKE_PROVIDER_H
 #define ZEL_TESTS_LIFECYCLE_FAKE_PROVIDER_H
 

@@ -1,4 +1,4 @@
-// Start and stop, with providers that count what is asked of them and a compression library that counts its calls.
+// Start and stop, with providers and a compression library that count their calls.
 #include <gtest/gtest.h>
 
 #include <cstdio>
@@ -15,11 +15,11 @@ namespace {
 int startUps = 0;
 int shutDowns = 0;
 
-// Outlives every test: a module that stays loaded counts its unloading when the process ends.
+// Global, because a module that stays loaded counts its unloading when the process ends.
 zel::test::ProviderCounts counts;
 }  // namespace
 
-// Nothing here packs: the passes are only there to be linked.
+// Nothing here packs messages: the passes are only needed to link.
 extern "C" {
 void CrushStartUp() noexcept {
     ++startUps;
@@ -45,7 +45,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// The file that the library looks for, beside this program.
+// The file that the library looks for, in this program's folder.
 const fs::path kProviderPath = fs::path(ZEL_TEST_FOLDER) / ZEL_TEST_PROVIDER_FILE;
 
 class Lifecycle : public testing::Test {
@@ -61,11 +61,11 @@ protected:
     }
     void TearDown() override {
         CZELMessage::terminate();
-        // On Windows the file of a library that stays loaded stays, too: until the next test's SetUp.
+        // On Windows the file of a loaded library cannot be removed yet: the next SetUp does it.
         std::error_code ignored;
         fs::remove(kProviderPath, ignored);
     }
-    // Puts the provider of this kind where the library finds it; "": none.
+    // Puts the provider of this kind where the library finds it; none for "".
     static void Install(const std::string& kind) {
         fs::remove(kProviderPath);
         if (!kind.empty()) {
@@ -95,7 +95,7 @@ TEST_F(Lifecycle, LoadsOnceAndRefreshesTheTables) {
     {
         CZELMessage message(0, 0);
         EXPECT_EQ(message.getZelIdFromName("KNOWN"), 4711);
-        EXPECT_EQ(message.getZelIdFromName("?"), -77) << "the provider's answer, unchanged";
+        EXPECT_EQ(message.getZelIdFromName("?"), -77) << "the provider's result, unchanged";
         message.msgType = 7;
         message.createStruct();
         EXPECT_NE(message.message, nullptr) << "the tables are those of the provider";
@@ -138,7 +138,7 @@ TEST_F(Lifecycle, LeavesMessagesThatOutliveIt) {
     EXPECT_EQ(kept.message, nullptr);
 }
 
-// A library that stays loaded is found again whatever lies in the file: each of these runs in a process of its own.
+// A loaded library is found again whatever the file holds, so each of these runs in its own process.
 void ExpectQuietFailure(int loads, int entries) {
     RecordedReports reports;
     EXPECT_EQ(BoxesShownBy([] { CZELMessage::init(); }), "");

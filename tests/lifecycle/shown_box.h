@@ -1,5 +1,5 @@
-// The error boxes that the library shows: lines on standard error, or boxes on Windows, which are caught here so that
-// nobody has to close them.
+// The error boxes that the library shows: lines on standard error, or on Windows boxes, which are caught so that they
+// need not be closed.
 #ifndef ZEL_TESTS_LIFECYCLE_SHOWN_BOX_H
 #define ZEL_TESTS_LIFECYCLE_SHOWN_BOX_H
 
@@ -8,7 +8,7 @@
 
 namespace zel::test {
 
-// What is shown meanwhile, as "caption: text\n" for each box.
+// What `action` shows, as "caption: text\n" for each box.
 std::string BoxesShownBy(const std::function<void()>& action);
 
 }  // namespace zel::test

@@ -1,4 +1,4 @@
-// The shipped libraries, taken into a process that was not linked to them, leave it again.
+// The shipped libraries can be loaded into a process and unloaded again.
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 

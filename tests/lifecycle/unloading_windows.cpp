@@ -1,5 +1,4 @@
-// The shipped libraries, taken into a process that was not linked to them, leave it again and ask for no notifications
-// of its threads meanwhile.
+// The shipped libraries can be loaded into a process and unloaded again, and ask for no notifications of threads.
 // clang-format off
 #include <windows.h>
 // clang-format on
@@ -12,7 +11,7 @@ namespace {
 
 TEST(ShippedLibraries, LeaveTheProcess) {
     for (const char* file : {ZEL_TEST_SHIPPED}) {
-        // What a library needs lies beside it, where Windows looks only when it is given a path with backslashes.
+        // Windows looks for needed libraries in the same folder only for paths with backslashes.
         const std::string path = std::filesystem::absolute(file).make_preferred().string();
         const HMODULE library = LoadLibraryExA(path.c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH);
         ASSERT_NE(library, nullptr) << path << ": error " << GetLastError();

@@ -1,5 +1,5 @@
-// What each operation asks of the heap: how often, whatever the message, which makes its cost follow its bytes; and
-// what it does, as its header says, when any one of its requests fails, or that one and all behind it.
+// How often each operation allocates, which must not depend on the message; and that it does what its header says when
+// any one of its allocations fails, or that one and all after it.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -68,7 +68,7 @@ TEST(Allocations, AreNoneToPackAndFewToUnpack) {
     EXPECT_EQ(reports.Take(), Lines{});
 }
 
-// Empty characters take no more of the heap than empty texts, whatever length the dictionary gives them.
+// Empty characters take no more memory than empty texts, whatever length the dictionary gives them.
 TEST(Allocations, FollowTheBytesOfReceivedCharacters) {
     TestTables tables;
     tables.ChangeField(kLegSymbol).type = kZELChars;
@@ -103,12 +103,12 @@ TEST(Allocations, AreOneAtMostToSetAText) {
         }
     }
     EXPECT_EQ(object.getFieldLen(kLegSymbol, 20), -1) << "65535 as a short";
-    // Many short texts share what one request has given.
+    // Many short texts share one allocation.
     Fill(object, 400, 0);
     EXPECT_LE(Allocations([&] { Fill(object, 400, 20); }), 4);
 }
 
-// What an operation works on and may spoil.
+// What an operation works on, and a failure may change.
 constexpr const char* kParts[] = {"message", "filter", "sort data"};
 using Contents = std::array<std::string, std::size(kParts)>;
 
@@ -142,7 +142,7 @@ std::string Word(bool good) {
     return good ? "good" : "bad";
 }
 
-// Made afresh for each failure.
+// Made anew for each failure.
 struct Objects {
     Objects() {
         sent.sequence = 1;
@@ -167,9 +167,9 @@ struct Objects {
         return result == 0 ? std::string(buffer, static_cast<std::size_t>(length)) : "refused";
     }
 
-    // What operations find.
+    // Preparations for operations.
     void AsTheyAre() {}
-    // Every plan and every working memory is made anew.
+    // Drops all plans and working memory, so that they are made again.
     void Forget() {
         StopUsingTables();
         UseTables(zelGetDataDictionary(), zelGetMessageTable());
@@ -267,7 +267,7 @@ const std::map<std::string, void (Objects::*)()> kPreparations{
 
 using Operations = std::map<std::string, std::function<std::string(Objects&)>>;
 
-// Those that filters and sort data have both.
+// The operations that filters and sort data share.
 template <typename Stream>
 void AddOperations(Operations& to, const std::string& on, Stream Objects::*one, Stream Objects::*large) {
     to["make " + on] = [](Objects&) {
@@ -313,7 +313,7 @@ Operations AllOperations() {
     return all;
 }
 
-// A row of the table: what its operation answers and leaves when nothing fails, and what failures do to it.
+// A row of the table: the results and objects of its operation without failures, and what failures change.
 class Failing {
 public:
     Failing(const Operations& operations, const Cells& row, RecordedReports& reports)
@@ -326,21 +326,21 @@ public:
     }
     int requests() const { return requests_; }
 
-    // What comes of it that the requests from the n-th on fail, `count` of them. Behind that, nothing fails.
+    // The outcome when `count` allocations from the n-th on fail. Afterwards the operation must succeed.
     std::string FailOnce(int n, int count) {
         Objects objects;
         const Contents before = Prepared(objects);
         FailAllocationsFrom(n, count);
         std::string outcome = Answer(objects);
-        const Contents behind = objects.Held();
-        const bool isAsEver = outcome == good_ && behind == left_;
-        for (std::size_t part = 0; !isAsEver && part < behind.size(); ++part) {
-            if (behind[part] != before[part]) {
-                outcome += (behind[part] == "gone" ? " -> " : " spoils ") + std::string(kParts[part]);
+        const Contents after = objects.Held();
+        const bool isAsEver = outcome == good_ && after == left_;
+        for (std::size_t part = 0; !isAsEver && part < after.size(); ++part) {
+            if (after[part] != before[part]) {
+                outcome += (after[part] == "gone" ? " -> " : " spoils ") + std::string(kParts[part]);
             }
         }
-        EXPECT_EQ(Answer(objects), good_) << "again behind failure " << n;
-        EXPECT_EQ(objects.Held(), left_) << "again behind failure " << n;
+        EXPECT_EQ(Answer(objects), good_) << "again after failure " << n;
+        EXPECT_EQ(objects.Held(), left_) << "again after failure " << n;
         return isAsEver ? "as ever" : outcome;
     }
 
@@ -367,20 +367,20 @@ private:
 };
 
 TEST(Allocations, FailAsDocumentedAndLoseNothing) {
-    CrushShutDown();  // what tests before this one made
+    CrushShutDown();  // frees what earlier tests left
     const int live = LiveBlocks();
     {
         TestTables tables;
         RecordedReports reports;
         const Operations operations = AllOperations();
-        std::set<std::string> untold;
+        std::set<std::string> unlisted;
         for (const auto& [name, run] : operations) {
-            untold.insert(name);
+            unlisted.insert(name);
         }
         for (const Cells& row : ReadCases("tests/message/cases/failures.txt", 7)) {
             SCOPED_TRACE(row[0] + ", " + row[1]);
             ASSERT_TRUE(operations.contains(row[0]) && kPreparations.contains(row[1]));
-            untold.erase(row[0]);
+            unlisted.erase(row[0]);
             Failing operation(operations, row, reports);
             const int requests = operation.requests();
             EXPECT_EQ(requests, std::stoi(row[2]));
@@ -392,7 +392,7 @@ TEST(Allocations, FailAsDocumentedAndLoseNothing) {
             }
             EXPECT_EQ(seen, expected);
         }
-        EXPECT_EQ(untold, std::set<std::string>{});
+        EXPECT_EQ(unlisted, std::set<std::string>{});
         CrushShutDown();
     }
     EXPECT_EQ(LiveBlocks(), live);

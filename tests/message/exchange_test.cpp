@@ -25,8 +25,8 @@
 namespace zel::test {
 namespace {
 
-// Threads wait here for one another. std::latch can sleep for ever where the C++ library has no futex: MinGW's looks at
-// the count before it takes the lock under which it then waits.
+// Threads wait here for one another. Not std::latch: MinGW's can sleep for ever, because it looks at the count before
+// it takes the lock under which it waits.
 class StartLine {
 public:
     explicit StartLine(int threads) : missing_(threads) {}
@@ -79,7 +79,7 @@ TEST_F(Exchange, RoundTripsRandomMessages) {
         EXPECT_EQ(received.message->userData, sent.message->userData);
         const bool marked = (sent.compressMode & 2) != 0;
         EXPECT_EQ(received.compressMode, marked ? 2 : (sent.message->packFlags & 4) != 0 ? 1 : 0);
-        // What was unpacked packs to the same bytes again, unless a version filter has left out mandatory fields.
+        // An unpacked message packs to the same bytes again, unless its version left out mandatory fields.
         received.shortFrame = sent.shortFrame;
         if (sent.version == 0) {
             ASSERT_EQ(ToHex(Pack(received)), ToHex(frame)) << round;
@@ -102,7 +102,7 @@ TEST_F(Exchange, SurvivesEveryTruncation) {
         for (std::size_t size = 0; size < frame.size() - 6; ++size) {
             const ExactCopy cut(frame.substr(6, size));
             const long result = received.unpackMessageNoFrame(cut.data.get(), static_cast<long>(size));
-            // A cut header cannot pass; a cut payload passes where a field ends.
+            // A cut header is refused; a payload may be cut at the end of a field.
             EXPECT_TRUE(result == -1 || size >= 32) << size;
             EXPECT_EQ(result == -1, !reports_.Take().empty()) << size;
             short msgType = 0;
@@ -114,7 +114,7 @@ TEST_F(Exchange, SurvivesEveryTruncation) {
 }
 
 TEST_F(Exchange, LetsZeroBytesFollowReceivedTexts) {
-    // Whatever follows on the wire, or nothing.
+    // With bytes after it on the wire, and without.
     for (const std::string& note : {std::string(), std::string(20, 'n')}) {
         for (std::size_t round = 0; round < 80; ++round) {
             CZELMessage sent(0, round % 2 == 0 ? 0 : 1);
@@ -126,7 +126,7 @@ TEST_F(Exchange, LetsZeroBytesFollowReceivedTexts) {
             }
             CZELMessage received(0, 0);
             ASSERT_EQ(Unpack(received, Pack(sent)), 0) << round;
-            // Readers of the widest number find eight bytes.
+            // Programs may read the widest number: eight bytes.
             std::string expected = text;
             expected.resize(std::max<std::size_t>(text.size() + 1, 8));
             const auto* value = static_cast<const char*>(received.getFieldValue(kLegSymbol, 1));
@@ -155,7 +155,7 @@ TEST_F(Exchange, ReceivesAsManyFieldsAsTheHeaderCounts) {
     }
 }
 
-// With zero bytes, not with what lies beside them, in every place that a list has.
+// With zero bytes, not with other memory, at every place in a list.
 TEST_F(Exchange, FillsUpShortCharacters) {
     const ZELFieldListEntry list[] = {{kLegs, 1}, {kCode, 1}, {kLegSymbol, 1}, {kDest, 1}, {kFlag, 1}};
     tables_.ChangeField(kCode).length = 20;
@@ -241,7 +241,7 @@ TEST_F(Exchange, LeavesTheStateThatEachFailurePromises) {
     ASSERT_EQ(object.unpackMessageNoFrame(good.data() + 6, static_cast<long>(good.size()) - 6), 0);
     EXPECT_EQ(object.compressMode, 7) << "only a frame's message sets the mode";
 
-    // Failed validation: the message stays.
+    // Validation fails: the message stays.
     const ZelMsgStruct* kept = object.message;
     object.repeatCount = 5;
     std::string bad = good;
@@ -253,14 +253,14 @@ TEST_F(Exchange, LeavesTheStateThatEachFailurePromises) {
     EXPECT_EQ(object.unpackMessage(nullptr), -1);
     reports_.Take();
 
-    // Failed creation: the message is gone; the report shows constants.
+    // Creation fails: the message is gone; the report shows constants.
     sender.compressMode = 0;
     SetNumber(Create(sender, kPlainGroup, 1), kLegs, -3);
     EXPECT_EQ(reports_.With(Unpack(object, Pack(sender))),
               "-1: 1001 RepeatCount parameter must have a positive value; 1434 MsgType = 304, SubType = 304");
     EXPECT_TRUE(object.message == nullptr && object.subType == kPlainGroup && object.repeatCount == -3);
 
-    // Failed field: likewise gone.
+    // A field fails: the message is gone, too.
     FillSimple(sender);
     bad = Pack(sender);
     bad[bad.size() - 3] = 14;
@@ -272,7 +272,7 @@ TEST_F(Exchange, NamesNoSlotByTheIdZero) {
     CZELMessage sent(0, 0);
     for (int round = 0; round < 3; ++round) {
         Create(sent, kPlainGroup, 1).setFieldValue(kNote, "the last slot", -1);
-        // Behind the last slot lie those that the next message starts with.
+        // After the last slot the block keeps initial slots for the next message.
         SetNumber(sent, 0, 1, 0);
         SetNumber(sent, kLegs, 1);
         sent.setFieldValue(kLegSymbol, "RYE", 1);
@@ -315,7 +315,7 @@ TEST_F(Exchange, ProcessesResponses) {
         EXPECT_EQ(
             ProcessRspNoFrame(frame.data.get() + offset, static_cast<long>(frame.size) - offset, &msgType, &subType),
             0);
-        // Any other frame format has the long length and the short offset: the long frame's message is not there.
+        // Other frame formats have the long length, but the message after 4 bytes: there is no message there.
         frame.data[1] = 0x20;
         msgType = 55;
         EXPECT_EQ(ProcessRsp(frame.data.get(), 0, &msgType, &subType, 0), shortFrame - 1);
@@ -329,7 +329,7 @@ TEST_F(Exchange, ProcessesResponses) {
     EXPECT_EQ(sender.getZelIdFromName("SIDE"), -1) << "no provider";
 }
 
-// What one thread does with objects of its own. The first look for each type meets that of other threads.
+// One thread with its own objects. The first lookup of each type races with those of other threads.
 void ExchangeEachType(const Tables& tables, const TestTables& types, unsigned seed) {
     Random random(seed);
     for (unsigned round = 0; round < 24; ++round) {
@@ -342,7 +342,7 @@ void ExchangeEachType(const Tables& tables, const TestTables& types, unsigned se
     }
 }
 
-// All that values and streams of a thread's own come to, in one text.
+// The results of one thread's values and streams, as text.
 std::string ConvertAndBuild(int seed) {
     const auto number = static_cast<signed char>(seed);
     const _money price{123456 * seed, 20};
@@ -394,7 +394,7 @@ TEST_F(Exchange, RunsInSeveralThreadsAtOnce) {
         EXPECT_TRUE(alone.back().ends_with(" 14 39")) << alone.back();
     }
     for (int start = 0; start < 20; ++start) {
-        // New tables: no plan is there yet.
+        // New tables, so that there are no plans yet.
         tables_.ChangeField(kSide);
         StartLine ready(kThreads);
         std::vector<std::thread> threads;

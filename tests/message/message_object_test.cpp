@@ -37,7 +37,7 @@ TEST_F(MessageObject, StartsEmpty) {
     EXPECT_TRUE(object_.shortFrame == 0 && object_.message == nullptr && object_.sequence == 0);
     const CZELMessage other(3, 1);
     EXPECT_TRUE(other.version == 3 && other.useFormat2 == 1);
-    // Without a message nothing is found, and setting does nothing.
+    // Without a message getters find nothing and setters do nothing.
     EXPECT_EQ(object_.getField(kSide, -1), nullptr);
     EXPECT_EQ(object_.getFieldValue(kSide, -1), nullptr);
     EXPECT_EQ(object_.getFieldLen(kSide, -1), 0);
@@ -78,7 +78,7 @@ TEST_F(MessageObject, SetsValuesByTheirType) {
     EXPECT_EQ(Value(kBlob), "xyz") << "as many bytes as before";
     object_.setFieldValue(kSymbol, std::string(70000, 'x').c_str(), -1);
     EXPECT_EQ(object_.getField(kSymbol, -1)->length, 65535) << "not cut down to a few characters by 16 bits";
-    // A dictionary whose length exceeds the type must not make the copy run out of the slot.
+    // A dictionary length above that of the type must not make the copy exceed the slot.
     object_.setFieldValue(kValue, std::string(200, 'v').data(), -1);
     EXPECT_EQ(object_.getField(kValue, -1)->ownsValue, 0);
 }
@@ -89,9 +89,9 @@ void Drop(_field_data& slot) {
     slot.ownsValue = 0;
 }
 
-// Whatever a program or a peer has written into a slot: no more is read than values have, and nothing beyond buffers of
-// the library's goes out.
-TEST_F(MessageObject, BelievesNoLengthThatABufferLacks) {
+// Whatever length a program or a peer gives a slot: no more is read than the value has, and nothing beyond the
+// library's buffers is sent.
+TEST_F(MessageObject, TrustsNoLengthAboveThatOfTheBuffer) {
     char own[] = "own bytes";
     struct Row {
         const char* name;
@@ -137,7 +137,7 @@ TEST_F(MessageObject, BelievesNoLengthThatABufferLacks) {
         const long first = 38 + (row.format == 2 ? 6 : 4);
         EXPECT_EQ(ToHex({buffer + first, static_cast<std::size_t>(length - first)}), row.payload) << row.name;
     }
-    // A setter stays within both, too.
+    // Setters stay within both buffers, too.
     for (const short id : {kBlob, kSide, kStamp, kPrice}) {
         Create(object_, kAllTypes).setFieldValueBinary(id, "AB", 2, -1);
         object_.getField(id, -1)->length = 5000;
@@ -151,7 +151,7 @@ TEST_F(MessageObject, BelievesNoLengthThatABufferLacks) {
     ASSERT_EQ(Unpack(object_, Pack(object_)), 0);
     object_.message->varUserDataLen = 9;
     EXPECT_EQ(ToHex(std::string_view(Pack(object_)).substr(32, 13)), "00 07 00 09 75 73 65 72 00 00 00 00 00");
-    // A place in the slot is nobody's to own.
+    // The inline value cannot be owned.
     for (const short id : {kSide, kQty, kStamp, kPrice}) {
         Create(object_, kAllTypes).getField(id, -1)->ownsValue = 1;
         object_.setFieldValueBinary(id, "AB", 2, -1);
@@ -159,7 +159,7 @@ TEST_F(MessageObject, BelievesNoLengthThatABufferLacks) {
         object_.createStruct();
         object_.getField(id, -1)->ownsValue = 1;
     }
-    // A date-time keeps the length that a peer gave it, and a value of the program's has 8 bytes all the same.
+    // A date-time keeps the length that a peer gave it, but only 8 bytes of the program's value are read.
     for (const std::size_t wireLength : {std::size_t{8}, std::size_t{100}, std::size_t{12000}}) {
         CZELMessage sent(0, 1);
         SetNumber(Create(sent, kAllTypes), kSide, 1);
@@ -202,7 +202,7 @@ TEST_F(MessageObject, CountsItsSlotsItself) {
     }
 }
 
-TEST_F(MessageObject, WorksByTheTablesThatItWasCreatedFrom) {
+TEST_F(MessageObject, KeepsTheTablesThatItWasCreatedFrom) {
     char before[kZELMaxFrame];
     char after[kZELMaxFrame];
     long lengths[2] = {};
@@ -210,7 +210,7 @@ TEST_F(MessageObject, WorksByTheTablesThatItWasCreatedFrom) {
     object_.setFieldValue(kSymbol, "RYE", -1);
     object_.message->msgIdSeq = 1;
     ASSERT_EQ(object_.packMessage(before, &lengths[0]), 0);
-    // Characters of so many bytes that packing by them would send what lies behind the text.
+    // With this length packing would send bytes after the text.
     tables_.ChangeField(kSymbol).type = kZELChars;
     tables_.ChangeField(kSymbol).length = 3000;
     tables_.ChangeField(kQty).type = kZELText;
@@ -231,20 +231,20 @@ TEST_F(MessageObject, WorksByTheTablesThatItWasCreatedFrom) {
     EXPECT_EQ(reports_.Take(), Lines{});
     EXPECT_EQ(object_.packMessage(after, &lengths[1]), -1);
     reports_.Take();
-    // The same tables again find their plans again.
+    // Equal tables find the earlier plans again.
     tables_.ChangeField(4).type = kZELInt;
     int live = 0;
     for (int start = 0; start < 1000; ++start) {
         tables_.Install();
         Create(object_, kAllTypes);
-        ASSERT_EQ(object_.getField(kSymbol, -1)->length, 3000) << "new messages go by new tables";
+        ASSERT_EQ(object_.getField(kSymbol, -1)->length, 3000) << "new messages use new tables";
         StopUsingTables();
         live = start == 0 ? LiveBlocks() : live;
     }
     EXPECT_EQ(LiveBlocks(), live);
 }
 
-// Tables that differ in one word from earlier ones give plans of their own.
+// Tables that differ from earlier ones in one word get plans of their own.
 TEST_F(MessageObject, TakesNoPlanOfOtherTables) {
     static const ZELFieldListEntry kList[] = {{kLegs, 1}, {kLegSymbol, 1}, {kLegQty, 1}, {kNote, 2}, {kSide, 1}};
     ZELSubTypeNode& node = tables_.ChangeMessage(kPlainGroup);
@@ -298,7 +298,7 @@ TEST_F(MessageObject, FindsOccurrences) {
     EXPECT_EQ(reports_.Take(), Lines(3, "1001 GetFldEntry() Failed"));
 }
 
-TEST_F(MessageObject, KeepsReplacedValuesUntilTheMessageGoes) {
+TEST_F(MessageObject, KeepsReplacedValuesUntilTheMessageEnds) {
     const int live = LiveBlocks();
     Create(object_, kAllTypes);
     const int empty = LiveBlocks();
@@ -308,7 +308,7 @@ TEST_F(MessageObject, KeepsReplacedValuesUntilTheMessageGoes) {
     object_.setFieldValueBinary(kSide, "\1\2", 2, -1);
     object_.setFieldValueBinary(kSide, "\3\4", 2, -1);
     EXPECT_EQ(std::string(first, 5), "first");
-    EXPECT_GT(LiveBlocks(), empty) << "the long text has found no room beside the slots";
+    EXPECT_GT(LiveBlocks(), empty) << "the long text found no room after the slots";
     EXPECT_EQ(object_.message->numFields, 4) << "every call counts";
     object_.createStruct();
     EXPECT_EQ(LiveBlocks(), empty);

@@ -41,14 +41,14 @@ TEST(ValueOwner, IsTheMessageUntilTheProgramTakesTheValue) {
     }
 }
 
-// What a program holds that no message releases.
+// A value that the program holds.
 struct Taken {
     void* value;
     std::string content;
-    int origin;  // the message whose buffer it is, counted over all objects; negative: none
+    int origin;  // the number of the message that made the buffer; negative: none
 };
 
-// Moves values between messages, the program and nowhere, at random.
+// Moves values between messages and the program at random, and releases them.
 class Movements {
 public:
     explicit Movements(unsigned seed) : random_(seed) {}
@@ -75,7 +75,7 @@ public:
     }
 
 private:
-    // The message of that number, and what the program gave to it.
+    // A message with its number, and the values that the program gave to it.
     struct Owner {
         CZELMessage object{0, 0};
         int message = 0;
@@ -83,7 +83,7 @@ private:
     };
     static constexpr unsigned kSlots = 7;
 
-    // A new message in place of the one before, which releases what it owns.
+    // Replaces the message, which releases what it owns.
     void Begin(Owner& owner) {
         const SubType subTypes[] = {kAllTypes, kMarkedGroup, kPlainGroup};
         Create(owner.object, subTypes[random_() % 3], static_cast<short>(random_() % 3 * 20 + 5));
@@ -102,7 +102,7 @@ private:
                                              static_cast<short>(bytes.size()), OccurrenceOf(owner, slot));
             ASSERT_EQ(std::memcmp(slot.value, bytes.data(), bytes.size()), 0);
             if (before.value != nullptr && before.origin != owner.message) {
-                // A setter releases nothing that is not its message's.
+                // A setter does not release the program's buffers.
                 taken_.push_back(before);
             }
         } else if (choice < 13 && slot.ownsValue != 0) {
@@ -121,7 +121,7 @@ private:
         }
     }
 
-    // What the slot owns, which it is about to lose.
+    // What the slot owns, before it loses it.
     static Taken Leave(Owner& owner, const _field_data& slot) {
         if (slot.ownsValue == 0) {
             return {nullptr, "", -1};

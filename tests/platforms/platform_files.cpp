@@ -1,5 +1,5 @@
-// What one platform writes, the other must read: `write FOLDER` writes packed messages, streams and conversions to
-// files, `read FOLDER` holds the files that another build wrote against its own.
+// Each platform must read what the other writes. `write FOLDER` writes packed messages, streams and conversions to
+// files; `read FOLDER` compares the files that another build wrote with its own.
 #include <array>
 #include <bit>
 #include <cstdio>
@@ -76,7 +76,7 @@ Files PackMessages() {
     return files;
 }
 
-// Compressors may differ, so compressed bytes are read only; all others must be the same, too.
+// All bytes must be readable and, except compressed ones, equal: compressors may differ.
 void ReadMessages(const Files& files) {
     std::map<std::string, std::size_t> read;
     ForEachMessage([&](const std::string& file, const CZELMessage& own, const std::string& packed) {
@@ -101,7 +101,7 @@ void ReadMessages(const Files& files) {
     });
     for (const auto& [file, at] : read) {
         if (at != files.at(file).size()) {
-            Tell(file, "goes on behind its messages");
+            Tell(file, "goes on after its messages");
         }
     }
 }
@@ -157,7 +157,7 @@ std::string ShownSort(const std::string& bytes) {
     return shown;
 }
 
-// What the readers make of the streams; it travels as text, so that each platform's reading is compared, too.
+// What the readers find in the streams, as text, so that it can be compared, too.
 Files ReadStreams(const Files& streams) {
     Files files;
     for (const auto& [name, bytes] : streams) {
@@ -169,7 +169,7 @@ Files ReadStreams(const Files& streams) {
 std::string MoneyLines(Random& random) {
     std::string lines;
     for (int i = 0; i < 20000; ++i) {
-        // Numbers of every size, not of nine and ten digits alone.
+        // Numbers of every size, not only of nine and ten digits.
         const int amount = static_cast<int>(random()) >> random() % 32;
         constexpr short kCodes[] = {1, 2, 4, 8, 16, 32, 64, 128, 256, 10, 20, 30, 40, 50, 512, 561, 611, 0, -1};
         const _money money{amount, kCodes[random() % std::size(kCodes)]};

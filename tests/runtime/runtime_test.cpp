@@ -30,7 +30,7 @@ TEST(Allocator, RetriesThroughTheNewHandler) {
     EXPECT_EQ(std::string(static_cast<char*>(block), 10), std::string(10, '\0'));
     ZELFree(block);
     ZELFree(nullptr);
-    // A handler may give up by throwing; nothing leaves the library.
+    // A handler may throw to give up; the exception does not leave the library.
     FailAllocationsFrom(1);
     std::set_new_handler([] { throw std::bad_alloc(); });
     EXPECT_EQ(Allocate(10), nullptr);
@@ -68,7 +68,7 @@ TEST(Bounded, FailedCallsMoveNothing) {
     EXPECT_EQ(ToHex({out, 6}), "00 00 00 05 06 3F");
 }
 
-TEST(ErrorSink, AnswersTheOneBefore) {
+TEST(ErrorSink, ReturnsTheOneBefore) {
     int context = 0;
     const ZELErrorSink count = [](int code, const char* /*text*/, void* counter) {
         *static_cast<int*>(counter) += code;
@@ -76,7 +76,7 @@ TEST(ErrorSink, AnswersTheOneBefore) {
     EXPECT_EQ(ZELSetErrorSink(count, &context), nullptr);
     SetError(5, nullptr, "text");
     EXPECT_EQ(ZELSetErrorSink(nullptr, nullptr), count);
-    SetError(7, nullptr, "nobody listens");
+    SetError(7, nullptr, "no sink");
     EXPECT_EQ(context, 5);
 }
 

@@ -1,4 +1,4 @@
-// Terms and keys: their bytes, what is read of them, what is refused.
+// Terms and keys: their bytes, reading them, refusing them.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -17,7 +17,7 @@
 namespace zel::test {
 namespace {
 
-// The term alone, without the header of the filter, which holds nothing else.
+// The bytes of the term, without the header of the filter.
 template <typename... Value>
 std::string Term(const char* comparison, Value... value) {
     ZELFilter filter;
@@ -88,7 +88,7 @@ TEST(Filter, KeepsNoPartOfATermThatFindsNoRoom) {
     EXPECT_TRUE(Bytes(sort) == before);
 }
 
-// A growth that fails is counted, and a copy has the source's count and its smaller room.
+// A growth that fails is counted. A copy has the source's count and its smaller room.
 template <typename Stream>
 void CheckCopies(int (*add)(Stream&)) {
     Stream source;
@@ -173,10 +173,10 @@ TEST(Filter, ReadsTermsWithTheDictionary) {
     EXPECT_EQ(filter.GetFilterItem(item), 0);
     EXPECT_EQ(filter.GetFilterItem(item), -1);
     EXPECT_EQ(Shown(item), "0 < short 3") << "an id without a comparison";
-    EXPECT_EQ(reports.Take(), Lines{}) << "whose type nobody asks for";
+    EXPECT_EQ(reports.Take(), Lines{}) << "its type is not looked up";
 }
 
-// The count and all items after loading `length` of the bytes, or "refused" with the stream as before.
+// The count and all items after loading `length` of the bytes, or "refused" when the stream is unchanged.
 template <typename Item, typename Stream>
 std::string Loaded(Stream stream, const std::string& bytes, int length, int (Stream::*read)(Item&)) {
     const std::string before = Bytes(stream);
@@ -245,7 +245,7 @@ TEST(Streams, KeepTheLowBitsOfWhatTheHeaderCannotHold) {
     EXPECT_EQ(key.fieldId, 5) << "half a key";
 }
 
-TEST(Filter, LongTextsAreRefusedAndPassedOver) {
+TEST(Filter, LongTextsAreRefusedAndSkipped) {
     TestTables tables;
     RecordedReports reports;
     ZELFilter filter;

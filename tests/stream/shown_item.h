@@ -1,5 +1,5 @@
-// A term or a key as a line of text: "14 >= text ABC", "14 1". Every accessor that has the value is shown, so a second
-// one would be seen.
+// A term or a key as a line of text: "14 >= text ABC", "14 1". Shows every accessor that has a value, because only
+// one may.
 #ifndef ZEL_TESTS_STREAM_SHOWN_ITEM_H
 #define ZEL_TESTS_STREAM_SHOWN_ITEM_H
 

@@ -1,4 +1,4 @@
-// The buffer under filters and sort data, step by step in small blocks.
+// The buffer of filters and sort data, step by step, with small blocks.
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -85,8 +85,8 @@ TEST(Stream, DoesEachStep) {
     EXPECT_EQ(LiveBlocks(), blocks);
 }
 
-// As the constructors of older headers call it: in storage that nobody cleared.
-TEST(Stream, InitStreamDoesNotLookAtWhatItFinds) {
+// Constructors from older headers call it on storage that was not cleared.
+TEST(Stream, InitStreamIgnoresOldContents) {
     const int blocks = LiveBlocks();
     const std::string positions(4 * sizeof(char*), '\xAB');
     OpenSort sent;

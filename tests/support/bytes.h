@@ -35,7 +35,7 @@ inline std::string ToHex(std::string_view bytes) {
     return text;
 }
 
-// A copy on the heap of exactly this size, so that a sanitizer sees a read behind it.
+// A heap copy of exactly this size, so that a sanitizer sees a read after it.
 struct ExactCopy {
     explicit ExactCopy(std::string_view bytes) : data(new char[bytes.size()]), size(bytes.size()) {
         std::memcpy(data.get(), bytes.data(), size);

@@ -1,5 +1,5 @@
-// Tables of cases in text files: one row a line, its cells between "|" and taken as they stand. Lines that start with
-// "#" are left out.
+// Tables of cases in text files: one row on each line, its cells between "|" and with their spaces. Lines that start
+// with "#" are comments.
 #ifndef ZEL_TESTS_SUPPORT_CASES_H
 #define ZEL_TESTS_SUPPORT_CASES_H
 
@@ -25,7 +25,7 @@ inline Cells SplitCells(const std::string& line) {
     return cells;
 }
 
-// The rows of a file below the sources, each with this number of cells.
+// The rows of a file, by its path in the sources. Each must have this number of cells.
 inline std::vector<Cells> ReadCases(const std::string& path, std::size_t cellCount) {
     std::ifstream file(std::string(ZEL_SOURCE_DIR "/") + path);
     std::vector<Cells> rows;

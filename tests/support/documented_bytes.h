@@ -9,7 +9,7 @@
 
 namespace zel::test {
 
-// Those of its indented blocks: of each line the hex before the remark, which stands behind two blanks.
+// The bytes in the page's indented blocks: the hex of each line, without the remark after two blanks.
 inline std::string DocumentedBytes(const std::string& page) {
     std::ifstream file(ZEL_SOURCE_DIR "/docs/" + page);
     std::string bytes;

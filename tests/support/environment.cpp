@@ -6,7 +6,7 @@
 namespace zel::test {
 
 void SetEnvironment(const std::string& name, const std::string& value) {
-    // The environment keeps pointing to what it was given.
+    // The environment keeps pointers to these strings.
     static std::deque<std::string> given;
     given.push_back(name + '=' + value);
     putenv(given.back().data());

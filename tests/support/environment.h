@@ -6,7 +6,7 @@
 
 namespace zel::test {
 
-// Sets the variable; an empty value is as good as none.
+// Sets the variable. An empty value counts as none.
 void SetEnvironment(const std::string& name, const std::string& value);
 
 }  // namespace zel::test

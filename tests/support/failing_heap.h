@@ -1,4 +1,4 @@
-// A heap for tests: it counts the blocks that are out and fails the n-th request when told to.
+// A heap for tests: it counts blocks, and fails requests on demand.
 #ifndef ZEL_TESTS_SUPPORT_FAILING_HEAP_H
 #define ZEL_TESTS_SUPPORT_FAILING_HEAP_H
 
@@ -6,13 +6,13 @@
 
 namespace zel::test {
 
-// Fails the n-th request from now on (1: the next one) and those behind it, `count` in all; 0: none.
+// Fails the n-th request from now on (1: the next one) and those after it, `count` in all. 0: fails none.
 void FailAllocationsFrom(int n, int count = INT_MAX);
 
 // Requests since the last call of FailAllocationsFrom, failed ones included.
 int AllocationCount();
 
-// Blocks that were handed out and not released.
+// Blocks that were allocated and not released.
 int LiveBlocks();
 
 }  // namespace zel::test

@@ -1,5 +1,5 @@
-// Stands in front of the compression library: forces its answers and counts its passes. The linker routes the library's
-// calls here (--wrap); unless told otherwise the real library answers.
+// Replaces the compression library on demand: sets results and counts passes. The linker routes all calls here
+// (--wrap); by default they go on to the real library.
 #ifndef ZEL_TESTS_SUPPORT_FAKE_CRUSH_H
 #define ZEL_TESTS_SUPPORT_FAKE_CRUSH_H
 
@@ -18,7 +18,7 @@ struct FakeCrush {
     int shutDowns = 0;
 };
 
-// The one that answers from now on; null: the real library.
+// Uses this one from now on; null: the real library.
 void UseFakeCrush(FakeCrush* fake);
 
 }  // namespace zel::test

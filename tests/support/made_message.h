@@ -1,4 +1,4 @@
-// Messages of the test tables in objects, and their way through bytes.
+// Makes messages of the test tables, packs them and unpacks them.
 #ifndef ZEL_TESTS_SUPPORT_MADE_MESSAGE_H
 #define ZEL_TESTS_SUPPORT_MADE_MESSAGE_H
 
@@ -20,7 +20,7 @@ inline CZELMessage& Create(CZELMessage& object, SubType subType, short repeatCou
     return object;
 }
 
-// Of shorts, the low half counts.
+// A short takes the low half.
 inline void SetNumber(CZELMessage& object, short id, ZELLong number, short occurrence = -1) {
     object.setFieldValue(id, &number, occurrence);
 }

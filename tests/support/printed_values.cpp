@@ -16,10 +16,10 @@ void Print(char* text, const char* format, Args... args) {
     static_cast<void>(std::snprintf(text, room, format, args...));
 }
 
-// Puts a "," before every third digit from the end.
+// Inserts "," between groups of three digits.
 void Group(char* digits) {
-    for (std::size_t length = std::strlen(digits), behind = 3; behind < length; behind += 3) {
-        char* at = digits + length - behind;
+    for (std::size_t length = std::strlen(digits), fromEnd = 3; fromEnd < length; fromEnd += 3) {
+        char* at = digits + length - fromEnd;
         std::memmove(at + 1, at, std::strlen(at) + 1);
         *at = ',';
     }
@@ -45,7 +45,7 @@ bool PrintMoney(const _money& money, char* text, short format) {
     const bool negative = whole < 0 || numerator < 0;
     const int shown = static_cast<int>(std::labs(numerator));
     char digits[16];
-    // In 32 bits the most negative number is its own negative.
+    // In 32 bits the most negative number stays negative.
     Print<sizeof digits>(digits, "%d", whole == INT_MIN ? INT_MIN : static_cast<int>(std::labs(whole)));
     const bool longNumber = format == 2 && std::strlen(digits) > 6;
     const bool dollar = format >= 1 && format <= 3 && !longNumber;

@@ -1,4 +1,4 @@
-// The renderings as the C library prints them: what the library's own digits are held against, and timed against.
+// Values as the C library prints them, to compare the library's digits and times with.
 #ifndef ZEL_TESTS_SUPPORT_PRINTED_VALUES_H
 #define ZEL_TESTS_SUPPORT_PRINTED_VALUES_H
 
@@ -6,7 +6,7 @@
 
 namespace zel::test {
 
-// Each text takes 24 bytes at most. False for an invalid display code.
+// Each text takes at most 24 bytes. False for an invalid display code.
 bool PrintMoney(const _money& money, char* text, short format);
 
 void PrintDate(const _datetime& value, char* text, short format);

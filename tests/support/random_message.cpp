@@ -7,7 +7,7 @@ namespace zel::test {
 
 namespace {
 
-// Letters, or any bytes but 0.
+// Letters, or any bytes except 0.
 std::string RandomText(Random& random, int length) {
     const bool anyBytes = random.Below(4) == 0;
     std::string text;
@@ -17,7 +17,7 @@ std::string RandomText(Random& random, int length) {
     return text;
 }
 
-// Records that have a text, now and then: random bytes hardly ever do.
+// Sometimes records that have a text, as random bytes rarely do.
 std::string RandomRecord(Random& random, std::uint16_t type) {
     constexpr short kCodes[] = {1, 2, 4, 8, 16, 32, 64, 128, 256, 10, 20, 30, 40, 50, 512, 599};
     std::string bytes = random.Bytes(8);
@@ -46,7 +46,7 @@ void SetRandomly(CZELMessage& object, const ZELDictionaryField& field, short id,
     object.setFieldValue(id, RandomRecord(random, field.type).data(), occurrence);
 }
 
-// Whether the slot's value lies in memory in full: of a money value its last two bytes are padding.
+// The bytes of the slot's value to compare: the last two of a money value are padding.
 std::size_t ComparedLength(const ZELDictionaryField& field, const _field_data& slot) {
     return field.type == kZELMoney ? 6 : slot.length;
 }

@@ -12,12 +12,12 @@ namespace zel::test {
 
 const ZELDictionaryField& FieldOf(const Tables& tables, int id);
 
-// Creates a message of this kind in the object, with the repeat count, and gives its fields random values: mandatory
-// ones always, optional ones now and then, but so that a receiver can tell the repetitions apart.
+// Creates a message of this type with the repeat count, and gives random values to its mandatory and to some optional
+// fields, so that a receiver can tell the repetitions apart.
 void FillRandomly(CZELMessage& object, const Tables& tables, short msgType, const ZELSubTypeNode& node,
                   short repeatCount, bool positional, Random& random);
 
-// "" when the receiver has every value that the sender set and its version sends, else what differs.
+// "" when the receiver has every value that the sender set and its version includes; else what differs.
 std::string Difference(const CZELMessage& sent, const CZELMessage& received, const Tables& tables, bool positional);
 
 }  // namespace zel::test

@@ -1,4 +1,4 @@
-// Records what the library reports while it lives: "code text", innermost cause first.
+// Records the library's reports while it exists: "code text", innermost cause first.
 #ifndef ZEL_TESTS_SUPPORT_RECORDED_REPORTS_H
 #define ZEL_TESTS_SUPPORT_RECORDED_REPORTS_H
 
@@ -18,14 +18,14 @@ public:
     RecordedReports(const RecordedReports&) = delete;
     RecordedReports& operator=(const RecordedReports&) = delete;
 
-    // What came since the last call.
+    // The reports since the last call.
     Lines Take() {
         Lines taken;
         taken.swap(lines_);
         return taken;
     }
 
-    // The same in one text, "; " between them.
+    // The reports since the last call as one text, separated by "; ".
     std::string TakeText() {
         std::string text;
         for (const std::string& line : Take()) {
@@ -34,10 +34,10 @@ public:
         return text;
     }
 
-    // An answer with the reports that came before it: "-1: 1001 ...; 1432 ...".
-    std::string With(long answer) {
+    // A result with the reports before it: "-1: 1001 ...; 1432 ...".
+    std::string With(long result) {
         const std::string text = TakeText();
-        return std::to_string(answer) + (text.empty() ? "" : ": ") + text;
+        return std::to_string(result) + (text.empty() ? "" : ": ") + text;
     }
 
 private:

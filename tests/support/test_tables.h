@@ -50,7 +50,7 @@ public:
 
     const ZELSubTypeNode& Message(SubType subType) const { return nodes_[static_cast<std::size_t>(subType) - 1]; }
 
-    // To be changed, before the core is used again. What changes of the header's fields counts after Install.
+    // A record to change before the next use of the core. Changes of the header's fields take effect with Install.
     ZELDictionaryField& ChangeField(int id);
     ZELSubTypeNode& ChangeMessage(SubType subType);
 };

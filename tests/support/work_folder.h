@@ -1,4 +1,4 @@
-// A folder of its own in which a test runs while the object lives, and the files there and among the sources.
+// A test runs in its own folder while this object exists. Reads files there and in the sources.
 #ifndef ZEL_TESTS_SUPPORT_WORK_FOLDER_H
 #define ZEL_TESTS_SUPPORT_WORK_FOLDER_H
 
@@ -26,7 +26,7 @@ inline std::string SourcePath(const std::string& name) {
 
 class WorkFolder {
 public:
-    // With copies of these files of the sources.
+    // Copies these files of the sources into the folder.
     explicit WorkFolder(std::initializer_list<const char*> copied = {}) {
         std::filesystem::create_directory(path_);
         std::filesystem::current_path(path_);

@@ -26,7 +26,7 @@ complete_words() {
     _zel
     echo "${COMPREPLY[*]}"
 }
-expect "verbs of dict" "build check show diff wireshark" "$(complete_words zel dict '')"
+expect "verbs of dict" "build check show diff header wireshark" "$(complete_words zel dict '')"
 expect "verb begun" "value" "$(complete_words zel va)"
 expect "options" "--json" "$(complete_words zel dict show "$sample" --j)"
 expect "files are left to readline" "" "$(complete_words zel dict show '')"

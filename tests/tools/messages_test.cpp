@@ -35,7 +35,7 @@ protected:
 
     static std::string Golden(const std::string& name) { return ReadFile(SourcePath("tests/tools/golden/" + name)); }
 
-    test::WorkFolder folder_{"examples/orders.jsonl", "zeldata/sample.json"};
+    test::WorkFolder folder_{"examples/orders.jsonl", "zeldata/sample.json", "tests/tools/cases/odd_names.json"};
 };
 
 TEST_F(Messages, AreShownAsTheGoldenFilesSay) {

@@ -6,6 +6,7 @@
 #include <cmath>
 #include <filesystem>
 #include <fstream>
+#include <nlohmann/json.hpp>
 
 #include "tests/support/bytes.h"
 #include "tests/support/work_folder.h"
@@ -14,6 +15,7 @@
 #include "tools/io/byte_input.h"
 #include "tools/io/line_reader.h"
 #include "tools/io/progress.h"
+#include "tools/text/json_file.h"
 #include "tools/text/json_text.h"
 #include "tools/text/value_json.h"
 #include "tools/text/value_text.h"
@@ -120,7 +122,8 @@ template <typename Bits>
 void ExpectSame(Bits bits, void (*append)(std::string&, Bits), ZELFieldType type) {
     std::string json;
     append(json, bits);
-    const std::string read = ReadValueJson(nlohmann::json::parse(json), {type, sizeof bits});
+    Findings findings;
+    const std::string read = ReadValueJson(ParseJson(json, findings), {type, sizeof bits});
     ASSERT_EQ(ValueAt<Bits>(read.data()), bits) << json;
 }
 

@@ -13,7 +13,7 @@
 
 namespace zel::tools {
 
-// The arguments as they stand behind "zel" on a command line.
+// The arguments as they stand after "zel" on a command line.
 class CommandLine {
 public:
     explicit CommandLine(const std::string& arguments) {

@@ -1,5 +1,5 @@
 // The command without memory and without room for its output: it says so, has the status for that, and leaves no file
-// unfinished. In each run one request for memory fails: about fifty of them in turn, spread over all; every one with
+// unfinished. In each run one request for memory fails: some of them in turn, spread over all; every one with
 // ZEL_FAIL_EVERY_REQUEST in the environment, which takes minutes.
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -51,6 +51,13 @@ extern "C" short __wrap_CrushBegin() noexcept {
 namespace zel::tools {
 namespace {
 
+// How many runs for each verb. Under the sanitizers, which look for other faults, one takes seven times as long.
+#ifdef __SANITIZE_ADDRESS__
+constexpr int kRuns = 15;
+#else
+constexpr int kRuns = 60;
+#endif
+
 struct Verb {
     std::string arguments;
     bool writesFiles = false;  // also when they go again
@@ -72,6 +79,7 @@ const Verb kVerbs[] = {
     {"dict show sample.json 10/2"},
     {"dict diff small.img newer.json"},
     {"dict diff --json small.json newer.json"},
+    {"dict header small.json -o old.img", true},
     {"dict wireshark small.json -o old.img", true},
     {"value money 101'16"},
     {"value date 11/30/99"},
@@ -156,11 +164,11 @@ TEST_F(StarvedCommand, SaysWhatItLacks) {
     int first = 0;
     for (const auto& [arguments, writesFiles] : kVerbs) {
         const int status = Run(arguments);
-        EXPECT_TRUE(status == kStatusGood || status == kStatusFound) << arguments << ": " << Said();
+        EXPECT_TRUE(status == kStatusGood || status == kStatusDiffers) << arguments << ": " << Said();
         whole_.merge(FilesHere());
         const int requests = *requests_;
         EXPECT_GT(requests, 100) << arguments;
-        const int step = std::getenv("ZEL_FAIL_EVERY_REQUEST") != nullptr ? 1 : requests / 50 + 1;
+        const int step = std::getenv("ZEL_FAIL_EVERY_REQUEST") != nullptr ? 1 : requests / kRuns + 1;
         for (int n = 1 + first++ % step; n <= requests; n += step) {
             ExpectUnable(arguments, "zel: out of memory\n", [n] { test::FailAllocationsFrom(n, 1); });
         }

@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstring>
 #include <filesystem>
+#include <nlohmann/json.hpp>
 #include <sstream>
 #include <string>
 
@@ -16,10 +17,9 @@
 #include "tools/dictionary/dictionary_file.h"
 #include "tools/dictionary/image_builder.h"
 #include "tools/text/json_file.h"
-#include "tools/verbs/command_pages.h"
-#include "tools/verbs/dict.h"
-#include "tools/verbs/help.h"
-#include "tools/verbs/value.h"
+#include "tools/verbs/all_verbs.h"
+#include "tools/verbs/help_text.h"
+#include "tools/verbs/pages.h"
 #include "zeldata/checksum.h"
 #include "zeldata/image_check.h"
 
@@ -49,23 +49,23 @@ protected:
         return outcome.err + outcome.out + "= " + std::to_string(outcome.status) + '\n';
     }
 
-    static void RunExamples(const CLI::App& verb, int& count) {
-        for (const std::string& line : Lines(verb.get_footer())) {
+    static void RunExamples(const Verb& verb, int& count) {
+        for (const std::string& line : Lines(verb.footer)) {
             if (IsExample(line)) {
                 const std::string said = Run(line.substr(std::string("  zel ").size()));
                 EXPECT_TRUE(said.ends_with("= 0\n")) << line << '\n' << said;
                 ++count;
             }
         }
-        for (const CLI::App* below : verb.get_subcommands([](const CLI::App*) { return true; })) {
-            RunExamples(*below, count);
+        for (const Verb& below : verb.verbs) {
+            RunExamples(below, count);
         }
     }
 
     test::WorkFolder folder_{"zeldata/sample.json", "tests/tools/cases/small.json", "tests/tools/cases/newer.json"};
 };
 
-// The transcript has each command behind "$ " and below it all that it writes.
+// The transcript has each command after "$ ", and below it all that it writes.
 TEST_F(Verbs, WriteWhatTheTranscriptSays) {
     const std::string expected = test::ReadFile(CasePath("transcript.txt"));
     std::string written;
@@ -90,12 +90,9 @@ TEST_F(Verbs, TellWhatTheyDidAndLeaveNothingElse) {
 }
 
 TEST_F(Verbs, EveryExampleOfTheHelpWorks) {
-    CLI::App app;
-    int status = 0;
     int count = 0;
-    AddDictCommand(app, status);
-    AddValueCommand(app, status);
-    RunExamples(app, count);
+    RunExamples(DictVerb(), count);
+    RunExamples(ValueVerb(), count);
     EXPECT_GT(count, 15);
 }
 
@@ -113,7 +110,7 @@ TEST_F(Verbs, WriteWhatTheirPageShows) {
             ++count;
         }
     }
-    EXPECT_EQ(count, 3);
+    EXPECT_EQ(count, 4);
 }
 
 TEST_F(Verbs, TellWhenNoSourceMakesTheImage) {
@@ -151,24 +148,27 @@ TEST(DictionaryDiff, NamesEachChangeAndTheFormatsThatItBreaks) {
     const nlohmann::json before = ReadJsonFile(CasePath("small.json"), findings);
     EXPECT_EQ(Changes(before, before), "");
     for (const test::Cells& row : test::ReadCases("tests/tools/cases/changes.txt", 3)) {
-        const nlohmann::json after = before.patch(nlohmann::json::parse(row[1]));
+        const nlohmann::json after = before.patch(ParseJson(row[1], findings));
         EXPECT_EQ(Changes(before, after), row[2]) << row[0];
     }
 }
 
 TEST(CommandPages, CoverEveryVerbThatIsNotHidden) {
-    CLI::App app("Tools \\ 'of' ~all~ `kinds`", "zel");
-    ConfigureApp(app);
-    app.footer("One paragraph.\nExamples:\n  zel go -a 'x'\n  .zel\nAnother.");
-    CLI::App* group = app.add_subcommand("group", "A group");
-    CLI::App* first = group->add_subcommand("first", "The first");
-    first->add_option("FILE")->description("A file")->required();
-    first->add_option("MORE")->description("Another");
-    first->add_option("-o,--output")->description("Out-put")->option_text("NAME");
-    first->add_flag("--hidden")->group("");
-    AddPagesCommand(app, "1.2");
-    EXPECT_EQ(ManualPage(app, "1.2"), test::ReadFile(CasePath("manual.txt")));
-    EXPECT_EQ(BashCompletion(app), test::ReadFile(CasePath("completion.txt")));
+    std::string output;
+    Verb first{.name = "first",
+               .summary = "The first",
+               .options = {{"FILE", &output, "A file", "", true},
+                           {"MORE", &output, "Another"},
+                           {"-o,--output", &output, "Out-put", "NAME"}},
+               .run = [] { return 0; }};
+    const Verb group{.name = "group", .summary = "A group", .verbs = {first}};
+    first.isHidden = true;
+    const Verb command{.name = "zel",
+                       .summary = "Tools \\ 'of' ~all~ `kinds`",
+                       .footer = "One paragraph.\nExamples:\n  zel go -a 'x'\n  .zel\nAnother.",
+                       .verbs = {group, first}};
+    EXPECT_EQ(ManualPage(command, "1.2"), test::ReadFile(CasePath("manual.txt")));
+    EXPECT_EQ(BashCompletion(command), test::ReadFile(CasePath("completion.txt")));
 }
 
 }  // namespace

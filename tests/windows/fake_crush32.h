@@ -1,4 +1,4 @@
-// A CRUSH32.dll that stands in the real one's place and answers what it is told.
+// A CRUSH32.dll in place of the real one, with results that the test sets.
 #ifndef ZEL_TESTS_WINDOWS_FAKE_CRUSH32_H
 #define ZEL_TESTS_WINDOWS_FAKE_CRUSH32_H
 
@@ -17,7 +17,7 @@ struct CrushAnswers {
 
 }  // namespace zel::test
 
-// Exported by name, beside the six ordinals.
+// Exported by name, in addition to the six ordinals.
 extern "C" zel::test::CrushAnswers* FakeCrushAnswers();
 
 #endif  // ZEL_TESTS_WINDOWS_FAKE_CRUSH32_H

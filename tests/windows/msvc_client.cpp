@@ -1,5 +1,5 @@
-// A program as users build it with Microsoft's compiler: against the public headers, linked with zel.lib. It is built a
-// second time against the headers as they were before input pointers became const.
+// A program that is built like with Microsoft's compiler: with the public headers and zel.lib. It is built a second
+// time with the headers from before input pointers became const.
 #include "tests/windows/msvc_program.h"
 #include "zelprovider.h"
 #include "zelstream.h"

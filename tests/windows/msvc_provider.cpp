@@ -1,4 +1,4 @@
-// A provider as Microsoft's compiler builds it: its virtual functions must be found in their slots.
+// A provider as Microsoft's compiler builds it. Its virtual functions must be in their slots.
 #include "zelprovider.h"
 
 namespace {

@@ -1,4 +1,4 @@
-// The library with another CRUSH32.dll in its folder: what its answers do to messages.
+// The library with another CRUSH32.dll in its folder: what the DLL's results do to messages.
 #include <gtest/gtest.h>
 
 #include "include/zelmessage.h"
@@ -20,7 +20,7 @@ protected:
         EXPECT_EQ(answers_.startUps, answers_.shutDowns);
     }
 
-    // An order of 35 characters' reference, packed; "" when it cannot be.
+    // Packs an order with a reference of 35 characters; "" when that fails.
     std::string Pack(int compressMode, CrushAnswers answers = {}) {
         answers.startUps = answers_.startUps;
         answers.shutDowns = answers_.shutDowns;

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Reads the built files: what they export, that they import nothing but one another and Windows, and that they load at
-# any address without an executable stack.
+# Checks the built files: their exports, that they import only one another and Windows, and that they load at any address
+# without an executable stack.
 #   shipped_files.sh <folder of the files> <objdump>
 set -euo pipefail
 folder=$1 objdump=$2
@@ -47,7 +47,7 @@ for file in zel.dll zeldata.dll CRUSH32.dll zel.exe; do
     expect "hardening of $file" $'DYNAMIC_BASE\nNX_COMPAT' \
         "$(headers $file | sed -nE 's/^\t+(DYNAMIC_BASE|NX_COMPAT)$/\1/p')"
 done
-# Nobody tells them of threads, so nothing of a thread's may need releasing. The one object is the C++ library's.
+# They get no notifications of threads, so no thread-local object may need a destructor. The one that does is the C++ library's.
 for file in zel.dll zeldata.dll CRUSH32.dll; do
     expect "thread-local storage of $file" "00000000 00000000" \
         "$(headers $file | sed -n 's/^Entry 9 \(.*\) Thread Storage Directory.*/\1/p')"

@@ -1,5 +1,5 @@
-// A program that finds no zeldata.dll: it gets its error box, which must not keep it where there is no display, and can
-// go on.
+// A program that finds no zeldata.dll: it gets the error box, which must not block where there is no display, and
+// continues.
 #include "zelmessage.h"
 
 int main() {

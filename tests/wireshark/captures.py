@@ -9,7 +9,7 @@ ERROR, WARNING = "8388608", "6291456"
 
 
 class Capture:
-    """A pcap file in memory. Each stream has a client address of its own."""
+    """A pcap file in memory. Each stream has its own client address."""
 
     def __init__(self):
         self.bytes = bytearray(struct.pack("<IHHiIII", 0xA1B2C3D4, 2, 4, 0, 0, 262144, 1))
@@ -32,7 +32,7 @@ class Capture:
 class Tshark:
     def __init__(self, work, zel):
         self.work, self.zel = work, zel
-        # No settings or plugins of the user's.
+        # Without settings and plugins of the user.
         self.environment = dict(os.environ, HOME=str(work), XDG_CONFIG_HOME=str(work), WIRESHARK_CONFIG_DIR=str(work))
 
     def make_dissector(self, dictionary):
@@ -74,8 +74,8 @@ def is_unlisted(tree):
 
 
 class Message:
-    """The values below a tree, by filter name: of the message, and of each repetition of its group. Those that a receiver
-    passes over are left out."""
+    """The values in a tree, by filter name: of the message, and of each repetition of its group. Values that a receiver
+    skips are left out."""
 
     def __init__(self, tree):
         self.outside, self.group, self.severities = {}, {}, set()

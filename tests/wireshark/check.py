@@ -1,9 +1,9 @@
 #!/usr/bin/env -S python3 -B
-"""Holds what tshark shows with the dissector against what `zel decode` says of the same bytes.
+"""Compares what tshark shows with the dissector and what `zel decode` shows of the same bytes.
 
     check.py ZEL SOURCE_FOLDER WORK_FOLDER
 
-Exit status 77: nothing was tested, because tshark is not here.
+Exit status 77: nothing was tested, because tshark is not installed.
 """
 import collections
 import json
@@ -61,7 +61,7 @@ def escaped(characters):
 
 
 def as_shown(value, padding):
-    """A text, or the bytes of one that is none: those are escaped, and so is a text that Wireshark would cut."""
+    """A text, or bytes that are not UTF-8: those are escaped, and so is a text that Wireshark would cut."""
     if isinstance(value, dict):
         raw = bytes.fromhex(value["hex"]).rstrip(padding)
         try:
@@ -107,12 +107,12 @@ def is_same(kind, shown, text, value):
 
 
 def differences(dictionary, shown, members, where):
-    """What is shown of a message or a repetition, held against the members that `zel decode` writes."""
+    """Compares what tshark shows of a message or a repetition with the members that `zel decode` writes."""
     rest = {name: list(values) for name, values in shown.items() if name.startswith("zel.field.")}
     for member, value in members.items():
         name = re.sub(r"\[\d+\]$", "", member)
         kind, filter_name = dictionary.types[name], dictionary.filters[name]
-        # Money has a text beside its number, and no number when its display code is none.
+        # Money has a text and a number, but no number when its display code is invalid.
         numbers, texts = rest.get(filter_name, []), rest.get(filter_name + ".text", [])
         text = texts.pop(0) if texts else None
         number = numbers.pop(0) if numbers and not (text or "").startswith("amount") else None
@@ -145,7 +145,7 @@ def message_differences(dictionary, shown, decoded):
 
 
 def decode(zel, dictionary, stream):
-    """By offset: the message as JSON or None, and whether something was complained of."""
+    """By offset: the message as JSON or None, and whether a fault was reported."""
     result = subprocess.run([zel, "decode", "--json", "-d", dictionary.path], input=stream, capture_output=True)
     messages = {each["offset"]: each for each in map(json.loads, result.stdout.decode().splitlines())}
     complaints = {int(number) for number in re.findall(r": offset (\d+), message", result.stderr.decode())}
@@ -166,7 +166,7 @@ def mutated(rng, message):
 
 
 def check_labels(tshark, dictionary, capture, stream):
-    """Short values that the command lists stand in the tree as it writes them; long ones are cut."""
+    """Short values in the command's listing are the same in the tree; long ones are cut."""
     def is_short(value):
         return len(value.encode()) <= 100 and not value.endswith("...")
     numbers = ",".join(str(each["id"]) for each in dictionary.source["fields"] if each["type"].startswith("bytes"))
@@ -190,14 +190,14 @@ def header_size(message):
 
 
 def lengthened(message):
-    """In the format 2, the first field with a value that is a byte longer."""
+    """Makes the first field one byte longer, in format 2."""
     at = header_size(message)
     size = int.from_bytes(message[at + 2:at + 4], "big")
     return message[:at + 2] + (size + 1).to_bytes(2, "big") + message[at + 4:at + 4 + size] + b"\0" + message[at + 4 + size:]
 
 
 def recompressed(rng, message):
-    """A message whose payload is compressed in any way that zlib knows, and perhaps damaged, or announced otherwise."""
+    """A message with a payload that zlib compressed in some way, perhaps damaged or with wrong lengths."""
     at = header_size(message)
     plain = message[at:] * rng.choice([1, 1, 5])
     squeeze = zlib.compressobj(rng.choice([0, 1, 9]), zlib.DEFLATED, -15, 9, rng.randrange(5))
@@ -215,8 +215,8 @@ def verdict(is_refused, is_told):
 
 
 def check_against_decode(tshark, dictionary, rng):
-    """Random messages of a dictionary, whole, truncated at every length, damaged, and compressed by another, each behind a
-    frame that fits."""
+    """Random messages of a dictionary, whole, truncated at every length, damaged, and compressed by another compressor, each
+    with the right frame."""
     text = "\n".join(generated.lines(rng, dictionary.source, 250))
     encoded = subprocess.run([tshark.zel, "encode", "-d", dictionary.path], input=text.encode(), capture_output=True)
     frames = [whole for _, whole in split_frames(encoded.stdout)]
@@ -241,7 +241,7 @@ def check_against_decode(tshark, dictionary, rng):
     for whole, message in zip(frames, shown):
         expected = verdict(offset not in decoded, offset in told)
         found = verdict(ERROR in message.severities, WARNING in message.severities)
-        # The command does not tell what is left out of payloads that it expands, or that announce fewer than no fields.
+        # The command does not report missing fields in compressed payloads, or with a negative number of fields.
         is_silent = "zel.compressed" in message.outside or int(message.outside.get("zel.numfields", ["0"])[0]) < 0
         assert expected == found or is_silent and expected == "good" and found == "told", \
             f"{dictionary.path}: {expected}, shown as {found}: {whole.hex()} {vars(message)}"
@@ -272,7 +272,7 @@ def tshark_of(tshark, streams, **options):
 
 
 def check_lost_frames(tshark, orders):
-    """Bytes that are no frame are told, and the frame behind them is found."""
+    """Bytes that are not a frame are shown as such, and the frame after them is found."""
     good = split_frames(orders)[1][1]
     user_data = b"\0\7\xff\xff"
     rows = {
@@ -286,7 +286,7 @@ def check_lost_frames(tshark, orders):
         frames = [message for message in messages if message.outside.get("zel.message") == ["CANCEL_ORDER"]]
         size = sum(map(len, rows[name])) - len(good) * len(frames)
         assert frames and (junk + 1) // 3 == size, f"{name}: {junk} {len(frames)} {size}"
-    # As long as a frame may be, in many segments.
+    # The longest frame, in many segments.
     message = good[4:30] + user_data + bytes(65535) + bytes(12288)
     longest = frame(message)
     shown = tshark_of(tshark, [[longest[at:at + 1400] for at in range(0, len(longest), 1400)] + [good]])[0]
@@ -305,7 +305,7 @@ def check_damage(tshark, orders, rng):
 
 
 def check_claims(tshark, orders):
-    """Without a port: a stream is claimed by its first frame, and nothing else is."""
+    """Without a port, only a stream that starts with a frame is claimed."""
     head, first = split_frames(orders)[0]
     others = [b"GET / HTTP/1.1\r\n\r\n", first[:head + 27], first[:head + 7] + b"\x7f" + first[head + 8:],
               first[:head + 17] + b"\x7f" + first[head + 18:], b"\2" + first[1:], bytes(100)]
@@ -335,7 +335,7 @@ def check_filters(tshark, orders):
 
 
 def check_page(tshark, source):
-    """Each command of the page writes what stands below it, where "..." stands for anything."""
+    """Each command of the page writes what the page shows, where "..." matches anything."""
     for folder in ("zeldata", "examples"):
         (tshark.work / folder).symlink_to((source / folder).resolve())
     environment = dict(tshark.environment, PATH=f"{os.path.dirname(tshark.zel)}:{os.environ['PATH']}")

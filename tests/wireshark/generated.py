@@ -5,7 +5,7 @@ import struct
 HEADER = [(1, "short"), (2, "long"), (3, "int"), (4, "long"), (5, "short"), (6, "int"), (7, "bytes11")]
 TYPES = ["short", "long", "int", "chars", "text", "float", "double", "datetime", "money", "bytes10", "bytes11"]
 MARKER = 140
-# Names that are the same to a filter, and characters that a script or a filter could stumble over.
+# Names that are the same in filters, and characters that could break a script or a filter.
 NAMES = ["Lot-Size", "LOT.SIZE", 'A"B', "back\\slash", "]]--", "%d%s", "1st", "{x}", "'", "~"]
 
 

@@ -1,9 +1,10 @@
-// Dictionary images: what the compiler writes is served as the source says, and no image can harm its reader.
+// Dictionary images: the provider serves what the source says, and no image can harm it.
 #include <gtest/gtest.h>
 
 #include <cstring>
 #include <filesystem>
 #include <map>
+#include <nlohmann/json.hpp>
 #include <sstream>
 #include <stdexcept>
 #include <string>
@@ -42,7 +43,7 @@ std::string SmallImage() {
     return Build("tests/zeldata/cases/small.json");
 }
 
-// All that the message library can read, in lines.
+// Everything that the message library can read, as lines.
 std::string Contents(const ZELDictionaryHeader* dictionary, const ZELTypeNode* type) {
     std::ostringstream out;
     for (unsigned id = 1; id <= static_cast<unsigned>(dictionary->count); ++id) {
@@ -64,7 +65,7 @@ std::string Contents(const ZELDictionaryHeader* dictionary, const ZELTypeNode* t
     return out.str();
 }
 
-// What is wrong with the image, or nothing. The block has exactly its size, so that the sanitizer sees a read behind.
+// What is wrong with the image, or "". The block has exactly its size, so that the sanitizer sees a read after it.
 std::string Fault(const std::string& bytes) {
     const test::ExactCopy block(bytes);
     ImageView view;
@@ -78,7 +79,7 @@ std::string Fault(const std::string& bytes) {
     return "";
 }
 
-// The image with its size and checksum made to agree with the bytes.
+// The image with its size and checksum corrected.
 std::string Sealed(std::string bytes) {
     ImageHeader header;
     std::memcpy(&header, bytes.data(), sizeof header);
@@ -95,8 +96,8 @@ protected:
 
     void Write(const std::string& bytes) const { tools::WriteFileAtomically(path_, {bytes.begin(), bytes.end()}); }
 
-    // The contents served while the file is replaced by a bad one, or, on Windows, protected against that. Each name is
-    // found; 64 characters of it count.
+    // The contents that are served while the file is replaced by a bad one, or, on Windows, protected against that.
+    // Checks that each name is found by its first 64 characters.
     std::string Serve(const std::string& bytes) const {
         const int before = test::LiveBlocks();
         Write(bytes);
@@ -109,7 +110,7 @@ protected:
 #else
         Write("x");
 #endif
-        // None of its calls asks for memory.
+        // The provider's calls allocate nothing.
         test::FailAllocationsFrom(1);
         const ZELDictionaryHeader* dictionary = provider->dataDictionary();
         for (int id = 1; id <= dictionary->count; ++id) {

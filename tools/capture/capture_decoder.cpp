@@ -3,6 +3,7 @@
 #include <array>
 #include <cstdio>
 
+#include "core/wire/compression.h"
 #include "tools/capture/message_listing.h"
 #include "tools/io/out_of_memory.h"
 #include "tools/text/findings.h"
@@ -11,23 +12,8 @@ namespace zel::tools {
 
 namespace {
 
-FrameKind KindOf(const Frame& frame) {
-    switch (frame.messageAt) {
-        case kShortFrameSize:
-            return FrameKind::kShort;
-        case kLongFrameSize:
-            return FrameKind::kLong;
-        default:
-            return FrameKind::kNone;
-    }
-}
-
-std::int16_t TypeOf(const HeaderNumbers& header) {
-    return static_cast<std::int16_t>(HighHalf(header.msgType));
-}
-
-std::int16_t SubTypeOf(const HeaderNumbers& header) {
-    return static_cast<std::int16_t>(LowHalf(header.msgType));
+Reader ReaderOf(std::string_view bytes) {
+    return {bytes.data(), bytes.data() + bytes.size()};
 }
 
 void AppendCount(std::string& out, std::uint64_t messages, std::uint64_t bytes, const std::string& what) {
@@ -50,12 +36,11 @@ CaptureDecoder::CaptureDecoder(const Catalog* catalog, DecodedForm form, std::se
 }
 
 void CaptureDecoder::Complain(const Frame& frame, const std::string& text) {
-    errors_.AboutMessage(frame.offset, frame.number, text);
+    errors_.AddForMessage(frame.offset, frame.number, text);
 }
 
 void CaptureDecoder::Decode(const Frame& frame) {
-    ReceivedMessage message{frame.offset, frame.number, frame.size, KindOf(frame),
-                            {},           nullptr,      nullptr,    &findings_.order};
+    ReceivedMessage message{frame.offset, frame.number, frame.size, frame.kind, {}, nullptr, nullptr, &findings_.order};
     if (form_ == DecodedForm::kRaw) {
         return DecodeRaw(frame, message);
     }
@@ -77,32 +62,33 @@ void CaptureDecoder::Decode(const Frame& frame) {
 }
 
 void CaptureDecoder::DecodeRaw(const Frame& frame, ReceivedMessage& message) {
-    const std::string_view bytes(frame.bytes + frame.messageAt, frame.size - frame.messageAt);
-    if (!ReadHeader(bytes.data(), bytes.size(), message.header)) {
+    Reader payload = ReaderOf(frame.Message());
+    if (!ViewHeader(payload, message.header)) {
         return Complain(frame, "no header");
     }
-    AppendRawListing(output_.text, message, bytes.substr(message.header.size));
+    AppendRawListing(output_.text, message, payload);
     FlushWhenLarge(output_);
 }
 
 // False, told to the user, when the library refuses the message. What it passes over is told, too.
 bool CaptureDecoder::Unpack(const Frame& frame, ReceivedMessage& message) {
-    const std::string_view bytes(frame.bytes + frame.messageAt, frame.size - frame.messageAt);
+    const std::string_view bytes = frame.Message();
     reports_.Clear();
     const long result = WithMemory([&] {
         return message.frame == FrameKind::kNone
                    ? object_->unpackMessageNoFrame(bytes.data(), static_cast<long>(bytes.size()))
                    : object_->unpackMessage(frame.bytes);
     });
-    const bool hasHeader = ReadHeader(bytes.data(), bytes.size(), message.header);
-    message.kind = catalog_->FindMessage(TypeOf(message.header), SubTypeOf(message.header));
+    Reader payload = ReaderOf(bytes);
+    const bool hasHeader = ViewHeader(payload, message.header);
+    const ZelMsgStruct& header = message.header.numbers;
+    message.kind = catalog_->FindMessage(header.msgType, header.subType);
     if (result != 0 || !hasHeader || message.kind == nullptr) {
         const bool isUnknown = hasHeader && message.kind == nullptr;
-        Complain(frame,
-                 Explain(reports_.reports(), catalog_) +
-                     (isUnknown ? " (the dictionary has no message of type " + std::to_string(TypeOf(message.header)) +
-                                      ", sub-type " + std::to_string(SubTypeOf(message.header)) + ')'
-                                : ""));
+        Complain(frame, Explain(reports_.reports(), catalog_) +
+                            (isUnknown ? " (the dictionary has no message of type " + std::to_string(header.msgType) +
+                                             ", sub-type " + std::to_string(header.subType) + ')'
+                                       : ""));
         return false;
     }
     message.content = object_->message;
@@ -110,8 +96,8 @@ bool CaptureDecoder::Unpack(const Frame& frame, ReceivedMessage& message) {
     findings_.lost.clear();
     if (!reports_.reports().empty()) {
         findings_.lost = Explain(reports_.reports(), catalog_) + "; left out";
-    } else if (!IsCompressed(PackFlags(message.header.flags))) {
-        WalkPayload(*catalog_, message.header, bytes.substr(message.header.size), *message.content, findings_);
+    } else if (!IsCompressed(header.packFlags)) {
+        WalkPayload(*catalog_, header, payload, *message.content, findings_);
     }
     if (!findings_.lost.empty()) {
         Complain(frame, findings_.lost);

@@ -4,7 +4,9 @@
 #include <cstring>
 #include <utility>
 
-#include "tools/capture/header_bytes.h"
+#include "core/wire/frame.h"
+#include "core/wire/header_numbers.h"
+#include "runtime/reports.h"
 #include "tools/text/findings.h"
 
 namespace zel::tools {
@@ -13,6 +15,42 @@ namespace {
 
 // The largest frame, and a block to read ahead.
 constexpr std::size_t kBufferSize = 2 * kMaxFrameRead;
+
+struct FrameHead {
+    FrameKind kind;
+    long length;  // of what follows
+};
+
+// Reads the frame's own bytes, of which there are `size`, at least 1. Returns what is wrong with them, or nothing.
+std::string ReadFrameHead(const char* bytes, std::size_t size, FrameHead& head) {
+    if (bytes[0] != kSoh) {
+        return std::to_string(reports::kNoSoh.code) + ' ' + reports::kNoSoh.text;
+    }
+    const short format = size < 2 ? short{kLongFrame} : FrameFormatOf(bytes);
+    if (format != kShortFrame && format != kLongFrame) {
+        return "the frame's format is " + std::to_string(format) + "; expected 1 or 3";
+    }
+    head.kind = format == kShortFrame ? FrameKind::kShort : FrameKind::kLong;
+    if (size < FrameSize(head.kind)) {
+        return "the capture ends within a frame";
+    }
+    head.length = FrameLengthOf(bytes, format);
+    return head.length < 0 ? "the frame's length is " + std::to_string(head.length) : "";
+}
+
+// What LooksLikeFrame wants to see: a long frame and the first two fields of a header.
+constexpr std::size_t kFrameStartSize = 6 + 4 + 6;
+
+bool LooksLikeFrame(const char* bytes, std::size_t size) {
+    FrameHead head{};
+    if (size < kFrameStartSize || bytes[0] != kSoh || !ReadFrameHead(bytes, size, head).empty()) {
+        return false;
+    }
+    Reader header{bytes + FrameSize(head.kind), bytes + size};
+    std::uint32_t flags = 0;
+    return LoadU16Be(header.next) == kFlags && DecodeNumber<kFlags>(header, flags) &&
+           LoadU16Be(header.next) == kMsgType;
+}
 
 }  // namespace
 
@@ -47,35 +85,24 @@ void FrameReader::Drop(std::size_t size) {
 
 FrameState FrameReader::Next(Frame& frame, std::string& fault) {
     Drop(std::exchange(pending_, 0));
-    std::size_t available = Fill(kLongFrameSize);
+    std::size_t available = Fill(FrameSize(FrameKind::kLong));
     if (available == 0) {
         return FrameState::kEnd;
     }
-    frame = {Bytes(), 0, 0, offset_, ++number_};
+    frame = {Bytes(), 0, FrameKind::kNone, offset_, ++number_};
     FrameHead head{};
-    const FrameHeadState state = ReadFrameHead(Bytes(), available, head);
-    if (state == FrameHeadState::kNoSoh) {
-        fault = "1005 SOH not in header";
+    fault = ReadFrameHead(Bytes(), available, head);
+    if (!fault.empty()) {
         return FrameState::kLost;
     }
-    if (state == FrameHeadState::kShort) {
-        fault = "the capture ends within a frame";
-        return FrameState::kLost;
-    }
-    if (state == FrameHeadState::kUnknownFormat || head.length < 0) {
-        fault = state == FrameHeadState::kUnknownFormat
-                    ? "the frame's format is " + std::to_string(head.format) + "; expected 1 or 3"
-                    : "the frame's length is " + std::to_string(head.length);
-        return FrameState::kLost;
-    }
-    frame.messageAt = head.size;
-    frame.size = head.size + static_cast<std::size_t>(head.length);
+    frame.kind = head.kind;
+    frame.size = FrameSize(head.kind) + static_cast<std::size_t>(head.length);
     if (frame.size <= kMaxFrameRead) {
         available = Fill(frame.size);
         frame.bytes = Bytes();
         if (available < frame.size) {
             fault = "the frame announces " + Counted(static_cast<std::size_t>(head.length), "byte") +
-                    "; the capture ends after " + std::to_string(available - head.size);
+                    "; the capture ends after " + std::to_string(available - FrameSize(head.kind));
             return FrameState::kLost;
         }
         pending_ = frame.size;
@@ -99,7 +126,7 @@ FrameState FrameReader::Rest(Frame& frame, std::string& fault) {
     if (size == 0) {
         return FrameState::kEnd;
     }
-    frame = {Bytes(), size, 0, offset_, ++number_};
+    frame = {Bytes(), size, FrameKind::kNone, offset_, ++number_};
     pending_ = size;
     if (size > kMaxFrameRead) {
         fault = "the message has more than " + std::to_string(kMaxFrameRead) + " bytes";

@@ -5,8 +5,10 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <vector>
 
+#include "tools/capture/frame_kind.h"
 #include "tools/io/byte_input.h"
 
 namespace zel::tools {
@@ -17,9 +19,12 @@ inline constexpr std::size_t kMaxFrameRead = std::size_t{1} << 20U;
 struct Frame {
     const char* bytes;  // stay until the next one is read
     std::size_t size;
-    std::size_t messageAt;  // behind the frame's own bytes
-    std::uint64_t offset;   // in the capture
-    std::uint64_t number;   // counted from 1
+    FrameKind kind;
+    std::uint64_t offset;  // in the capture
+    std::uint64_t number;  // counted from 1
+
+    // The bytes after the frame's own.
+    [[nodiscard]] std::string_view Message() const { return {bytes + FrameSize(kind), size - FrameSize(kind)}; }
 };
 
 enum class FrameState {

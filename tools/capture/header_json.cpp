@@ -2,8 +2,10 @@
 
 #include <algorithm>
 #include <array>
+#include <nlohmann/json.hpp>
 #include <optional>
 
+#include "core/wire/header.h"
 #include "tools/text/findings.h"
 #include "tools/text/hex_text.h"
 #include "tools/text/json_members.h"
@@ -18,18 +20,7 @@ using Json = nlohmann::json;
 
 constexpr const char* kFrameNames[] = {"none", "short", "long"};
 
-// Set on every message that a program sends.
-constexpr std::int64_t kPackSent = 1;
-
 constexpr std::int64_t kMostNibble = 15;
-
-void AppendPair(std::string& out, std::uint32_t number) {
-    out += '[';
-    AppendNumber(out, HighHalf(number));
-    out += ',';
-    AppendNumber(out, LowHalf(number));
-    out += ']';
-}
 
 // The numbers of an array with a maximum for each.
 template <std::size_t Count>
@@ -52,13 +43,8 @@ std::array<std::uint32_t, Count> ReadNumbers(const Json& json, const char* key,
     throw MessageError(std::string(key) + ": is " + Shown(json) + "; expected numbers up to [" + expected + ']');
 }
 
-std::uint16_t ReadFlags(const Json& json) {
-    std::int64_t flags = 0;
-    flags = flags << 4U | ReadNumberMember(json, "encryptFlag", 0, kMostNibble, 0);
-    flags = flags << 4U | ReadNumberMember(json, "packFlags", 0, kMostNibble, kPackSent);
-    flags = flags << 4U | ReadNumberMember(json, "format", 0, kMostNibble, 0);
-    flags = flags << 4U | ReadNumberMember(json, "version", 0, kMostNibble, 0);
-    return static_cast<std::uint16_t>(flags);
+std::uint16_t ReadFlag(const Json& json, const char* key, std::int64_t other) {
+    return static_cast<std::uint16_t>(ReadNumberMember(json, key, 0, kMostNibble, other));
 }
 
 void ReadVarUserData(const Json& json, GivenHeader& header) {
@@ -97,46 +83,54 @@ FrameKind ReadFrameJson(const Json& json) {
     return static_cast<FrameKind>(found - std::begin(kFrameNames));
 }
 
-void AppendHeaderJson(std::string& out, const HeaderNumbers& header) {
-    out += "\"serviceId\":";
-    AppendPair(out, header.serviceId);
-    out += ",\"messageId\":[";
-    AppendNumber(out, HighHalf(header.msgId));
+void AppendHeaderJson(std::string& out, const HeaderView& header) {
+    const ZelMsgStruct& numbers = header.numbers;
+    out += "\"serviceId\":[";
+    AppendNumber(out, static_cast<std::uint16_t>(numbers.serviceIdHigh));
     out += ',';
-    AppendNumber(out, header.msgId >> 8U & 0xFFU);
+    AppendNumber(out, static_cast<std::uint16_t>(numbers.serviceIdLow));
+    out += "],\"messageId\":[";
+    AppendNumber(out, numbers.msgIdSeq);
     out += ',';
-    AppendNumber(out, header.msgId & 0xFFU);
+    AppendNumber(out, numbers.msgIdPart2);
+    out += ',';
+    AppendNumber(out, numbers.msgIdPart3);
     if (header.varUserData == nullptr) {
         out += "],\"userData\":";
-        AppendNumber(out, header.userData);
+        AppendNumber(out, numbers.userData);
     } else {
         out += "],\"varUserData\":\"";
-        AppendHex(out, header.varUserData, header.varUserDataLength);
+        AppendHex(out, header.varUserData, numbers.varUserDataLen);
         out += '"';
     }
     out += ",\"format\":";
-    AppendNumber(out, FieldFormat(header.flags));
+    AppendNumber(out, numbers.format);
     out += ",\"version\":";
-    AppendNumber(out, Version(header.flags));
+    AppendNumber(out, numbers.version);
     out += ",\"packFlags\":";
-    AppendNumber(out, PackFlags(header.flags));
+    AppendNumber(out, numbers.packFlags);
     out += ",\"encryptFlag\":";
-    AppendNumber(out, EncryptFlag(header.flags));
+    AppendNumber(out, numbers.encryptFlag);
 }
 
 GivenHeader ReadHeaderJson(const Json& json) {
     GivenHeader header{};
-    header.numbers.flags = ReadFlags(json);
+    ZelMsgStruct& numbers = header.numbers;
+    numbers.encryptFlag = ReadFlag(json, "encryptFlag", 0);
+    numbers.packFlags = ReadFlag(json, "packFlags", kPackSent);
+    numbers.format = ReadFlag(json, "format", 0);
+    numbers.version = ReadFlag(json, "version", 0);
     if (const auto member = json.find("serviceId"); member != json.end()) {
         const auto [high, low] = ReadNumbers<2>(*member, "serviceId", {UINT16_MAX, UINT16_MAX});
-        header.numbers.serviceId = high << 16U | low;
+        numbers.serviceIdHigh = static_cast<short>(high);
+        numbers.serviceIdLow = static_cast<short>(low);
     }
     if (const auto member = json.find("messageId"); member != json.end()) {
         const auto [sequence, part2, part3] = ReadNumbers<3>(*member, "messageId", {UINT16_MAX, UINT8_MAX, UINT8_MAX});
-        header.numbers.msgId = sequence << 16U | part2 << 8U | part3;
+        SplitMsgId(sequence << 16U | part2 << 8U | part3, numbers);
         header.hasMessageId = true;
     }
-    header.numbers.userData = static_cast<std::int32_t>(ReadNumberMember(json, "userData", INT32_MIN, INT32_MAX, 0));
+    numbers.userData = static_cast<std::int32_t>(ReadNumberMember(json, "userData", INT32_MIN, INT32_MAX, 0));
     ReadVarUserData(json, header);
     return header;
 }

@@ -2,10 +2,11 @@
 #ifndef ZEL_TOOLS_CAPTURE_HEADER_JSON_H
 #define ZEL_TOOLS_CAPTURE_HEADER_JSON_H
 
-#include <nlohmann/json.hpp>
+#include <nlohmann/json_fwd.hpp>
 #include <string>
 
-#include "tools/capture/header_bytes.h"
+#include "core/wire/header_numbers.h"
+#include "tools/capture/frame_kind.h"
 
 namespace zel::tools {
 
@@ -15,11 +16,11 @@ void AppendFrameJson(std::string& out, FrameKind frame);
 [[nodiscard]] FrameKind ReadFrameJson(const nlohmann::json& json);
 
 // The members from "serviceId" on.
-void AppendHeaderJson(std::string& out, const HeaderNumbers& header);
+void AppendHeaderJson(std::string& out, const HeaderView& header);
 
 struct GivenHeader {
-    HeaderNumbers numbers;  // its type, number of fields and size are 0; varUserData is null
-    bool hasMessageId;      // else the library gives one
+    ZelMsgStruct numbers;  // of the members that the JSON can set
+    bool hasMessageId;     // else the library gives one
     bool hasVarUserData;
     std::string varUserData;
 };

@@ -18,30 +18,30 @@ bool TellsRepeatCount(const CatalogMessage& kind, const ZELDataBuf& buffer) {
            image::IsInteger(kind.entries[index].field->type);
 }
 
-// The members of the slots [range.first, range.last), of which the first is that of `entry`.
-void AppendSlots(std::string& out, const CatalogMessage& kind, const ZELDataBuf& buffer, SlotRange range,
-                 std::size_t entry, bool& isFirst) {
-    for (std::size_t index = range.first; index < range.last; ++index, ++entry) {
-        const _field_data& slot = buffer.fields[index];
+// The members of the slots [first, last).
+void AppendSlots(std::string& out, const CatalogMessage& kind, const PlacedSlots& placed, std::size_t first,
+                 std::size_t last, bool& isFirst) {
+    for (std::size_t index = first; index < last; ++index) {
+        const _field_data& slot = placed.slots[index];
         if (slot.isSet == 0) {
             continue;
         }
-        out.append(kind.entries[entry].memberText, isFirst ? 1 : 0);
+        const CatalogEntry& entry = kind.entries[placed.places[index].entry];
+        out.append(entry.memberText, isFirst ? 1 : 0);
         isFirst = false;
-        const CatalogField& field = *kind.entries[entry].field;
-        AppendValueJson(out, {field.type, field.length}, slot);
+        AppendValueJson(out, {entry.field->type, entry.field->length}, slot);
     }
 }
 
-void AppendGroup(std::string& out, const CatalogMessage& kind, const ZELDataBuf& buffer, SlotRange range) {
+void AppendGroup(std::string& out, const CatalogMessage& kind, const PlacedSlots& placed) {
     out += ",\"group\":[";
-    for (std::size_t first = range.first; first < range.last; first += kind.groupSize) {
-        if (first != range.first) {
+    for (std::size_t first = placed.groupFirst; first < placed.groupLast; first += kind.groupSize) {
+        if (first != placed.groupFirst) {
             out += ',';
         }
         bool isFirst = true;
         out += '{';
-        AppendSlots(out, kind, buffer, {first, std::min(first + kind.groupSize, range.last)}, kind.groupStart, isFirst);
+        AppendSlots(out, kind, placed, first, std::min(first + kind.groupSize, placed.groupLast), isFirst);
         out += '}';
     }
     out += ']';
@@ -49,17 +49,18 @@ void AppendGroup(std::string& out, const CatalogMessage& kind, const ZELDataBuf&
 
 }  // namespace
 
-SlotRange GroupSlots(const CatalogMessage& kind, const ZelMsgStruct& content) {
-    const auto count = static_cast<std::size_t>(content.dataBuf->count);
-    const std::size_t first = std::min(kind.groupStart, count);
-    if (content.repeatCount > 0) {
-        return {first, std::min(count, first + static_cast<std::size_t>(content.repeatCount) * kind.groupSize)};
+PlacedSlots PlaceContent(const CatalogMessage& kind, const ZelMsgStruct& content) {
+    PlacedSlots placed{content.dataBuf->fields, PlaceSlots(kind, *content.dataBuf), 0, 0};
+    const auto isInGroup = [](const SlotPlace& place) { return place.repetition != 0; };
+    const auto first = std::find_if(placed.places.begin(), placed.places.end(), isInGroup);
+    const auto last = std::find_if_not(first, placed.places.end(), isInGroup);
+    placed.groupFirst = static_cast<std::size_t>(first - placed.places.begin());
+    placed.groupLast = static_cast<std::size_t>(last - placed.places.begin());
+    while (content.repeatCount <= 0 && placed.groupLast > placed.groupFirst &&
+           placed.slots[placed.groupLast - 1].isSet == 0) {
+        --placed.groupLast;
     }
-    std::size_t last = kind.groupSize == 0 ? first : count;
-    while (last > first && content.dataBuf->fields[last - 1].isSet == 0) {
-        --last;
-    }
-    return {first, last};
+    return placed;
 }
 
 void AppendMessageJson(std::string& out, const ReceivedMessage& message) {
@@ -73,7 +74,7 @@ void AppendMessageJson(std::string& out, const ReceivedMessage& message) {
     out += kind.jsonText;
     out += ',';
     AppendHeaderJson(out, message.header);
-    const SlotRange group = GroupSlots(kind, *message.content);
+    const PlacedSlots placed = PlaceContent(kind, *message.content);
     if (kind.groupSize != 0 && !TellsRepeatCount(kind, buffer)) {
         out += ",\"repeatCount\":";
         AppendNumber(out, message.content->repeatCount);
@@ -88,14 +89,11 @@ void AppendMessageJson(std::string& out, const ReceivedMessage& message) {
     }
     out += ",\"fields\":{";
     bool isFirst = true;
-    AppendSlots(out, kind, buffer, {0, group.first}, 0, isFirst);
-    if (message.content->repeatCount > 0 && kind.groupSize != 0) {
-        AppendSlots(out, kind, buffer, {group.last, static_cast<std::size_t>(buffer.count)},
-                    kind.groupStart + kind.groupSize, isFirst);
-    }
+    AppendSlots(out, kind, placed, 0, placed.groupFirst, isFirst);
+    AppendSlots(out, kind, placed, placed.groupLast, placed.places.size(), isFirst);
     out += '}';
-    if (group.first != group.last) {
-        AppendGroup(out, kind, buffer, group);
+    if (placed.groupFirst != placed.groupLast) {
+        AppendGroup(out, kind, placed);
     }
     out += "}\n";
 }

@@ -6,8 +6,9 @@
 #include <string>
 #include <vector>
 
+#include "core/wire/header_numbers.h"
 #include "include/zelmessage.h"
-#include "tools/capture/header_bytes.h"
+#include "tools/capture/frame_kind.h"
 #include "tools/dictionary/catalog.h"
 
 namespace zel::tools {
@@ -18,18 +19,21 @@ struct ReceivedMessage {
     std::uint64_t number;
     std::size_t size;  // with its frame
     FrameKind frame;
-    HeaderNumbers header;
+    HeaderView header;
     const CatalogMessage* kind;
     const ZelMsgStruct* content;
     const std::vector<std::uint16_t>* order;  // empty: that in which the fields are packed
 };
 
-// The group's slots are [first, last); a repeat count of 0 leaves those that have no value at the end out.
-struct SlotRange {
-    std::size_t first;
-    std::size_t last;
+// The slots of a message with their places. Those of the group are [groupFirst, groupLast); without a repeat count, the
+// ones at the end that have no value are not counted.
+struct PlacedSlots {
+    const _field_data* slots;
+    std::vector<SlotPlace> places;
+    std::size_t groupFirst;
+    std::size_t groupLast;
 };
-[[nodiscard]] SlotRange GroupSlots(const CatalogMessage& kind, const ZelMsgStruct& content);
+[[nodiscard]] PlacedSlots PlaceContent(const CatalogMessage& kind, const ZelMsgStruct& content);
 
 void AppendMessageJson(std::string& out, const ReceivedMessage& message);
 

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "core/wire/compression.h"
+#include "tools/capture/payload_walk.h"
 #include "tools/capture/stream_listing.h"
 #include "tools/text/findings.h"
 #include "tools/text/hex_text.h"
@@ -16,29 +18,27 @@ namespace {
 constexpr const char* kFrameTexts[] = {"no frame", "short frame", "long frame"};
 
 void AppendHeading(std::string& out, const ReceivedMessage& message, const std::string& name) {
-    const HeaderNumbers& header = message.header;
-    const auto type = static_cast<std::int16_t>(HighHalf(header.msgType));
-    const auto subType = static_cast<std::int16_t>(LowHalf(header.msgType));
+    const ZelMsgStruct& header = message.header.numbers;
     out += "message " + std::to_string(message.number) + " at offset " + std::to_string(message.offset) + ": ";
     out += name.empty() ? "" : name + ", ";
-    out += "type " + std::to_string(type) + ", sub-type " + std::to_string(subType) + ", ";
+    out += "type " + std::to_string(header.msgType) + ", sub-type " + std::to_string(header.subType) + ", ";
     out += Counted(message.size, "byte") + '\n';
 
-    out += "  service " + std::to_string(HighHalf(header.serviceId)) + '.' + std::to_string(LowHalf(header.serviceId)) +
-           ", message id " + std::to_string(HighHalf(header.msgId)) + '.' + std::to_string(header.msgId >> 8U & 0xFFU) +
-           '.' + std::to_string(header.msgId & 0xFFU) + ", user data ";
-    if (header.varUserData == nullptr) {
+    out += "  service " + std::to_string(static_cast<std::uint16_t>(header.serviceIdHigh)) + '.' +
+           std::to_string(static_cast<std::uint16_t>(header.serviceIdLow)) + ", message id " +
+           std::to_string(header.msgIdSeq) + '.' + std::to_string(header.msgIdPart2) + '.' +
+           std::to_string(header.msgIdPart3) + ", user data ";
+    if (message.header.varUserData == nullptr) {
         AppendNumber(out, header.userData);
     } else {
-        AppendQuoted(out, {header.varUserData, header.varUserDataLength});
+        AppendQuoted(out, {message.header.varUserData, header.varUserDataLen});
     }
     out += "\n  ";
     out += kFrameTexts[static_cast<std::size_t>(message.frame)];
-    out += ", format " + std::to_string(FieldFormat(header.flags)) + ", version " +
-           std::to_string(Version(header.flags)) + ", encryption " + std::to_string(EncryptFlag(header.flags)) +
-           ", packing " + std::to_string(PackFlags(header.flags)) +
-           (IsCompressed(PackFlags(header.flags)) ? " (compressed), " : ", ") + Counted(header.numFields, "field") +
-           '\n';
+    out += ", format " + std::to_string(header.format) + ", version " + std::to_string(header.version) +
+           ", encryption " + std::to_string(header.encryptFlag) + ", packing " + std::to_string(header.packFlags) +
+           (IsCompressed(header.packFlags) ? " (compressed), " : ", ") +
+           Counted(static_cast<std::uint16_t>(header.numFields), "field") + '\n';
 }
 
 void AppendPadded(std::string& out, const std::string& text, std::size_t width, bool right) {
@@ -85,16 +85,16 @@ void AppendField(std::string& out, const Catalog& catalog, const CatalogField& f
 void AppendListing(std::string& out, const Catalog& catalog, const ReceivedMessage& message,
                    const std::set<std::uint16_t>& streams) {
     const CatalogMessage& kind = *message.kind;
-    const ZelMsgStruct& content = *message.content;
     const Columns columns = ColumnsOf(kind);
-    const SlotRange group = GroupSlots(kind, content);
+    const PlacedSlots placed = PlaceContent(kind, *message.content);
     AppendHeading(out, message, kind.name);
-    for (std::size_t index = 0; index < static_cast<std::size_t>(content.dataBuf->count); ++index) {
-        const bool inGroup = index >= group.first && index < group.last;
-        if (inGroup && (index - group.first) % kind.groupSize == 0) {
-            out += "    repetition " + std::to_string((index - group.first) / kind.groupSize + 1) + '\n';
+    for (std::size_t index = 0; index < placed.places.size(); ++index) {
+        const _field_data& slot = placed.slots[index];
+        const SlotPlace& place = placed.places[index];
+        const bool inGroup = index >= placed.groupFirst && index < placed.groupLast;
+        if (inGroup && place.entry == kind.groupStart) {
+            out += "    repetition " + std::to_string(place.repetition) + '\n';
         }
-        const _field_data& slot = content.dataBuf->fields[index];
         if (slot.isSet != 0) {
             AppendField(out, catalog, catalog.Field(slot.id), slot, columns, inGroup ? "    " : "  ",
                         streams.contains(slot.id));
@@ -103,30 +103,28 @@ void AppendListing(std::string& out, const Catalog& catalog, const ReceivedMessa
     out += '\n';
 }
 
-void AppendRawListing(std::string& out, const ReceivedMessage& message, std::string_view payload) {
-    constexpr unsigned kIdLengthAndValue = 2;
+void AppendRawListing(std::string& out, const ReceivedMessage& message, Reader payload) {
     constexpr std::size_t kBytesPerLine = 16;
+    const ZelMsgStruct& header = message.header.numbers;
     AppendHeading(out, message, "");
-    const bool hasFields =
-        FieldFormat(message.header.flags) == kIdLengthAndValue && !IsCompressed(PackFlags(message.header.flags));
-    int left = hasFields ? message.header.numFields : 0;
-    for (; left > 0 && payload.size() >= 4; --left) {
-        const std::size_t length = LoadU16(payload.data() + 2);
-        if (payload.size() - 4 < length) {
-            break;
-        }
-        out += "  field " + std::to_string(LoadU16(payload.data())) + ", " + Counted(length, "byte") + "  ";
-        AppendSpacedHex(out, payload.data() + 4, length);
+    const bool hasFields = header.format == kIdLengthAndValue && !IsCompressed(header.packFlags);
+    WireField field{};
+    for (int left = hasFields ? static_cast<std::uint16_t>(header.numFields) : 0;
+         left > 0 && NextCountedField(payload, field); --left) {
+        out += "  field " + std::to_string(field.id) + ", " + Counted(field.value.length, "byte") + "  ";
+        AppendSpacedHex(out, field.value.bytes, field.value.length);
         out += '\n';
-        payload.remove_prefix(4 + length);
     }
-    if (!payload.empty()) {
+    if (Remaining(payload) != 0) {
         out += "  " + std::string(hasFields ? "rest of the payload" : "payload") + ", " +
-               Counted(payload.size(), "byte") + '\n';
+               Counted(Remaining(payload), "byte") + '\n';
     }
-    for (; !payload.empty(); payload.remove_prefix(std::min(kBytesPerLine, payload.size()))) {
+    const char* bytes = nullptr;
+    for (std::size_t size = 0; Remaining(payload) != 0;) {
+        size = std::min(kBytesPerLine, Remaining(payload));
+        (void)Take(payload, size, bytes);
         out += "    ";
-        AppendSpacedHex(out, payload.data(), std::min(kBytesPerLine, payload.size()));
+        AppendSpacedHex(out, bytes, size);
         out += '\n';
     }
     out += '\n';

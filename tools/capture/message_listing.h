@@ -15,9 +15,9 @@ namespace zel::tools {
 void AppendListing(std::string& out, const Catalog& catalog, const ReceivedMessage& message,
                    const std::set<std::uint16_t>& streams);
 
-// The same without a dictionary: the header, and in format 2 each field's id, length and bytes; in the other formats
+// A message without a dictionary: the header, and in format 2 each field's id, length and bytes; in the other formats
 // the payload's bytes.
-void AppendRawListing(std::string& out, const ReceivedMessage& message, std::string_view payload);
+void AppendRawListing(std::string& out, const ReceivedMessage& message, Reader payload);
 
 }  // namespace zel::tools
 

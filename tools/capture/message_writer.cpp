@@ -2,8 +2,11 @@
 
 #include <algorithm>
 #include <cstring>
+#include <nlohmann/json.hpp>
 #include <unordered_map>
 
+#include "core/wire/compression.h"
+#include "core/wire/header.h"
 #include "tools/capture/payload_walk.h"
 #include "tools/io/out_of_memory.h"
 #include "tools/text/findings.h"
@@ -18,24 +21,7 @@ namespace {
 
 using Json = nlohmann::json;
 
-constexpr unsigned kValueOnly = 1;
-constexpr unsigned kIdLengthAndValue = 2;
-
 constexpr std::size_t kMostUserData = UINT16_MAX;
-
-// compressMode of the message object.
-enum CompressMode { kPlain = 0, kCompressed = 1, kMarked = 2 };
-
-bool IsSeparate(std::uint16_t type) {
-    return type == kZELChars || type == kZELText || type == kZELBytes10 || type == kZELBytes11;
-}
-
-CompressMode ModeOf(unsigned packFlags) {
-    if ((packFlags & kPackMarked) != 0) {
-        return kMarked;
-    }
-    return IsCompressed(packFlags) ? kCompressed : kPlain;
-}
 
 std::string TypeText(std::int64_t type, std::int64_t subType) {
     return "type " + std::to_string(type) + ", sub-type " + std::to_string(subType);
@@ -46,10 +32,23 @@ int CountIn(const std::string& bytes) {
     return ValueAt<std::int16_t>(bytes.data());
 }
 
+std::uint32_t JoinWithoutBorrow(short high, short low) {
+    return std::uint32_t{static_cast<std::uint16_t>(high)} << 16U | static_cast<std::uint16_t>(low);
+}
+
+// Writes these numbers over those of a packed message. The library takes some of them from elsewhere: it sets packing
+// flags by its own rules, joins negative halves with a borrow, and gives a message without a sequence number a new id.
+void StampHeader(const ZelMsgStruct& numbers, Writer header) {
+    (void)(EncodeNumber<kFlags>(JoinFlags(numbers), header) &&
+           EncodeNumber<kMsgType>(JoinWithoutBorrow(numbers.msgType, numbers.subType), header) &&
+           EncodeNumber<kServiceId>(JoinWithoutBorrow(numbers.serviceIdHigh, numbers.serviceIdLow), header) &&
+           EncodeNumber<kMsgId>(JoinMsgId(numbers), header));
+}
+
 }  // namespace
 
 MessageWriter::MessageWriter(const Catalog& catalog)
-    : catalog_(catalog), object_(0, 0), buffer_(kZELMaxFrame + kMostUserData) {
+    : catalog_(catalog), object_(0, 0), buffer_(kZELMaxFrame + kMostUserData), slotsOfId_(std::size_t{UINT16_MAX} + 1) {
     object_.sequence = 1;
 }
 
@@ -74,7 +73,7 @@ std::string_view MessageWriter::Write(const Json& json) {
     }
     SetMissing(json);
     const std::string_view packed = Pack(frame);
-    const std::size_t frameSize = frame == FrameKind::kShort ? kShortFrameSize : kLongFrameSize;
+    const std::size_t frameSize = FrameSize(frame == FrameKind::kShort ? frame : FrameKind::kLong);
     if (json.contains("order")) {
         Reorder(json["order"], buffer_.data() + frameSize, packed.size() - frameSize);
     }
@@ -138,7 +137,7 @@ void MessageWriter::ReadObject(const Json& object, std::size_t repetition, const
     const auto& others = repetition == 0 ? kind_->inside : kind_->outside;
     for (const auto& item : object.items()) {
         const std::string place = MemberPlace(where, item.key().c_str());
-        // What is behind the name or the id tells the fields of one id apart.
+        // The number in brackets tells the fields of one id apart.
         const std::size_t bracket = std::min(item.key().find('['), item.key().size());
         const CatalogField* field = catalog_.FindField(item.key());
         std::string key = item.key();
@@ -186,28 +185,50 @@ int MessageWriter::RepeatCount(const Json& json) const {
 void MessageWriter::Create(int repeatCount) {
     object_.msgType = kind_->type;
     object_.subType = kind_->subType;
-    object_.serviceIdHigh = static_cast<short>(HighHalf(header_.numbers.serviceId));
-    object_.serviceIdLow = static_cast<short>(LowHalf(header_.numbers.serviceId));
+    object_.serviceIdHigh = header_.numbers.serviceIdHigh;
+    object_.serviceIdLow = header_.numbers.serviceIdLow;
     object_.repeatCount = static_cast<short>(repeatCount);
-    object_.version = static_cast<short>(Version(header_.numbers.flags));
-    object_.compressMode = ModeOf(PackFlags(header_.numbers.flags));
+    object_.version = static_cast<short>(header_.numbers.version);
+    object_.compressMode = CompressModeOf(header_.numbers.packFlags);
     object_.createStruct();
     if (object_.message == nullptr) {
         throw MessageError(Explain(reports_.reports(), &catalog_));
     }
     ZelMsgStruct& message = *object_.message;
-    message.format = static_cast<unsigned short>(FieldFormat(header_.numbers.flags));
-    message.encryptFlag = static_cast<unsigned short>(EncryptFlag(header_.numbers.flags));
+    message.format = header_.numbers.format;
+    message.encryptFlag = header_.numbers.encryptFlag;
     message.userData = header_.numbers.userData;
     if (header_.hasVarUserData) {
         message.varUserData = header_.varUserData.data();
         message.varUserDataLen = static_cast<unsigned short>(header_.varUserData.size());
     }
+    NumberSlots();
+}
+
+// Finds the occurrence by which the message object knows each slot.
+void MessageWriter::NumberSlots() {
+    const ZELDataBuf& buffer = *object_.message->dataBuf;
+    places_ = PlaceSlots(*kind_, buffer);
+    firstSlots_.assign(kind_->entries.size(), places_.size());
+    occurrences_.resize(places_.size());
+    for (std::size_t i = 0; i < places_.size(); ++i) {
+        slotsOfId_[buffer.fields[i].id] = 0;
+    }
+    for (std::size_t i = 0; i < places_.size(); ++i) {
+        occurrences_[i] = ++slotsOfId_[buffer.fields[i].id];
+        firstSlots_[places_[i].entry] = std::min(firstSlots_[places_[i].entry], i);
+    }
+}
+
+// The slot's number, or that of all slots when the message has no such slot.
+std::size_t MessageWriter::SlotAt(const SlotPlace& place) const {
+    const std::size_t earlier = place.repetition > 1 ? place.repetition - 1 : 0;
+    return std::min(firstSlots_[place.entry] + earlier * kind_->groupSize, places_.size());
 }
 
 void MessageWriter::SetField(const GivenField& given) {
     const CatalogField& field = *kind_->entries[given.place.entry].field;
-    const unsigned format = FieldFormat(header_.numbers.flags);
+    const unsigned format = header_.numbers.format;
     std::string bytes;
     try {
         bytes = ReadValueJson(*given.value, {field.type, field.length});
@@ -222,16 +243,12 @@ void MessageWriter::SetField(const GivenField& given) {
         throw MessageError(given.where + ": has " + Counted(bytes.size(), "byte") + "; expected " +
                            std::to_string(field.length));
     }
-    const auto id = static_cast<short>(field.id);
-    const auto occurrence = static_cast<short>(OccurrenceOf(*kind_, object_.repeatCount, given.place));
-    const _field_data* slot = object_.getField(id, occurrence);
-    const bool inGroup = given.place.repetition != 0;
-    if (slot == nullptr || (inGroup && object_.repeatCount > 0 &&
-                            given.place.repetition > static_cast<std::size_t>(object_.repeatCount))) {
+    const std::size_t index = SlotAt(given.place);
+    if (index == places_.size() || places_[index].entry != given.place.entry) {
         throw MessageError(given.where + ": the message has " +
                            Counted(static_cast<std::size_t>(object_.repeatCount), "repetition"));
     }
-    if (slot->isSet != 0) {
+    if (object_.message->dataBuf->fields[index].isSet != 0) {
         throw MessageError(given.where + ": the field is given twice");
     }
     SetValue(given.place, bytes);
@@ -249,8 +266,8 @@ void MessageWriter::SetField(const GivenField& given) {
 void MessageWriter::SetValue(const SlotPlace& place, const std::string& bytes) {
     const CatalogField& field = *kind_->entries[place.entry].field;
     const auto id = static_cast<short>(field.id);
-    const auto occurrence = static_cast<short>(OccurrenceOf(*kind_, object_.repeatCount, place));
-    if (!IsSeparate(field.type)) {
+    const short occurrence = occurrences_[SlotAt(place)];
+    if (IsFixed(ShapeOf(field.type))) {
         object_.setFieldValue(id, bytes.data(), occurrence);
     } else {
         object_.setFieldValueBinary(id, bytes.data(), static_cast<short>(bytes.size()), occurrence);
@@ -282,15 +299,16 @@ void MessageWriter::SetMissing(const Json& json) {
         const _field_data& slot = buffer.fields[i];
         const CatalogField& field = catalog_.Field(slot.id);
         if (slot.isSet == 0 && slot.presence == kZELMandatory && field.version > object_.version) {
-            const std::size_t size = IsSeparate(field.type) ? static_cast<std::size_t>(field.length) : sizeof(_money);
-            SetValue(PlaceOf(*kind_, object_.repeatCount, static_cast<std::size_t>(i)), std::string(size, '\0'));
+            const Shape shape = ShapeOf(field.type);
+            const std::size_t size = IsFixed(shape) ? FixedMemorySize(shape) : static_cast<std::size_t>(field.length);
+            SetValue(places_[static_cast<std::size_t>(i)], std::string(size, '\0'));
         }
     }
 }
 
 std::string_view MessageWriter::Pack(FrameKind frame) {
     object_.shortFrame = frame == FrameKind::kShort ? 1 : 0;
-    const std::size_t frameSize = frame == FrameKind::kShort ? kShortFrameSize : kLongFrameSize;
+    const std::size_t frameSize = FrameSize(frame == FrameKind::kShort ? frame : FrameKind::kLong);
     long length = 0;
     if (WithMemory([&] { return object_.packMessage(buffer_.data(), &length); }) != 0) {
         throw MessageError(reports_.reports().empty() ? "cannot be packed" : Explain(reports_.reports(), &catalog_));
@@ -300,39 +318,42 @@ std::string_view MessageWriter::Pack(FrameKind frame) {
         throw MessageError("frame: a short frame holds at most 32767 bytes; the message has " +
                            std::to_string(size - frameSize));
     }
-    HeaderNumbers packed{};
-    if (!ReadHeader(buffer_.data() + frameSize, size - frameSize, packed)) {
+    HeaderView packed{};
+    Reader sent{buffer_.data() + frameSize, buffer_.data() + size};
+    if (!ViewHeader(sent, packed)) {
         throw MessageError("the dictionary's header fields are not those of the protocol");
     }
-    HeaderNumbers numbers = header_.numbers;
-    numbers.msgType = static_cast<std::uint32_t>(static_cast<std::uint16_t>(kind_->type)) << 16U |
-                      static_cast<std::uint16_t>(kind_->subType);
-    numbers.msgId = header_.hasMessageId ? numbers.msgId : packed.msgId;
-    if (IsCompressed(PackFlags(numbers.flags)) && !IsCompressed(PackFlags(packed.flags))) {
-        // Compression would not have made it smaller: the payload went out plain.
-        numbers.flags = static_cast<std::uint16_t>(numbers.flags & ~(kPackCompressed << 8U));
+    ZelMsgStruct numbers = header_.numbers;
+    numbers.msgType = kind_->type;
+    numbers.subType = kind_->subType;
+    if (!header_.hasMessageId) {
+        SplitMsgId(JoinMsgId(packed.numbers), numbers);
     }
-    StampHeader(buffer_.data() + frameSize, numbers);
+    if (IsCompressed(numbers.packFlags) && !IsCompressed(packed.numbers.packFlags)) {
+        // Compression would not have made it smaller: the payload went out uncompressed.
+        numbers.packFlags = static_cast<unsigned short>(numbers.packFlags & ~unsigned{kPackCompressed});
+    }
+    StampHeader(numbers, {buffer_.data() + frameSize, buffer_.data() + size});
     return {buffer_.data(), size};
 }
 
-// Puts the fields of a plain payload into the order in which they were received.
+// Puts the fields of an uncompressed payload into the order in which they were received.
 void MessageWriter::Reorder(const Json& order, char* message, std::size_t size) const {
-    HeaderNumbers header{};
-    const unsigned format = FieldFormat(header_.numbers.flags);
+    HeaderView header{};
+    Reader payload{message, message + size};
+    const unsigned format = header_.numbers.format;
     if (!order.is_array()) {
         throw MessageError("order: is " + Shown(order) + "; expected an array of field ids");
     }
-    if (!ReadHeader(message, size, header) || format == kValueOnly || IsCompressed(PackFlags(header.flags))) {
+    if (!ViewHeader(payload, header) || format == kValueOnly || IsCompressed(header.numbers.packFlags)) {
         throw MessageError("order: only a plain payload of fields with ids has an order of its own");
     }
-    const std::string payload(message + header.size, size - header.size);
+    char* const fieldsAt = message + (payload.next - message);
     std::unordered_map<std::uint16_t, std::vector<std::string_view>> fields;
     WireField field{};
     std::size_t count = 0;
-    for (std::string_view rest = payload; NextWireField(catalog_, format, rest, field); ++count) {
-        fields[field.id].push_back(rest.substr(0, field.size));
-        rest.remove_prefix(field.size);
+    for (; NextWireField(catalog_, format, payload, field); ++count) {
+        fields[field.id].push_back(field.bytes);
     }
     std::unordered_map<std::uint16_t, std::size_t> used;
     std::string reordered;
@@ -348,7 +369,7 @@ void MessageWriter::Reorder(const Json& order, char* message, std::size_t size) 
         throw MessageError("order: names " + Counted(order.size(), "field") + "; the message has " +
                            std::to_string(count));
     }
-    reordered.copy(message + header.size, reordered.size());
+    reordered.copy(fieldsAt, reordered.size());
 }
 
 }  // namespace zel::tools

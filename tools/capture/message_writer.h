@@ -3,7 +3,7 @@
 #define ZEL_TOOLS_CAPTURE_MESSAGE_WRITER_H
 
 #include <cstddef>
-#include <nlohmann/json.hpp>
+#include <nlohmann/json_fwd.hpp>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -35,6 +35,8 @@ private:
     void ReadObject(const nlohmann::json& object, std::size_t repetition, const std::string& where);
     [[nodiscard]] int RepeatCount(const nlohmann::json& json) const;
     void Create(int repeatCount);
+    void NumberSlots();
+    [[nodiscard]] std::size_t SlotAt(const SlotPlace& place) const;
     void SetField(const GivenField& given);
     void SetMissing(const nlohmann::json& json);
     void SetValue(const SlotPlace& place, const std::string& bytes);
@@ -50,6 +52,10 @@ private:
     const CatalogMessage* kind_ = nullptr;
     GivenHeader header_{};
     std::vector<GivenField> given_;
+    std::vector<SlotPlace> places_;        // by slot
+    std::vector<short> occurrences_;       // by slot
+    std::vector<std::size_t> firstSlots_;  // by entry; as many as there are slots: it has none
+    std::vector<short> slotsOfId_;         // counted by NumberSlots
 };
 
 }  // namespace zel::tools

@@ -9,28 +9,32 @@
 #include <string_view>
 #include <vector>
 
-#include "tools/capture/header_bytes.h"
+#include "core/wire/field_codec.h"
 #include "tools/dictionary/catalog.h"
 
 namespace zel::tools {
 
-// One field of a payload, the bytes in front of its value included.
 struct WireField {
     std::uint16_t id;
-    std::size_t size;
+    WireValue value;
+    std::string_view bytes;  // id and length included
 };
 
-// The field at the start of `rest` in format 0 or 2; false when it has none that the catalog can step over.
-[[nodiscard]] bool NextWireField(const Catalog& catalog, unsigned format, std::string_view rest, WireField& field);
+// Reads the next field in format 0 or 2. False: there is none, or none of which the catalog knows the length; the
+// reader stays where it is.
+[[nodiscard]] bool NextWireField(const Catalog& catalog, unsigned format, Reader& payload, WireField& field);
+
+// Reads the next field in format 2, for which no catalog is needed.
+[[nodiscard]] bool NextCountedField(Reader& payload, WireField& field);
 
 struct PayloadFindings {
     std::vector<std::uint16_t> order;  // the ids as received, when that is not the order in which they are packed
     std::string lost;                  // what the library has passed over; empty: nothing
 };
 
-// `message` was unpacked from the plain `payload` behind this header, and nothing was reported.
-void WalkPayload(const Catalog& catalog, const HeaderNumbers& header, std::string_view payload,
-                 const ZelMsgStruct& message, PayloadFindings& findings);
+// `message` was unpacked from the uncompressed `payload` after this header, and nothing was reported.
+void WalkPayload(const Catalog& catalog, const ZelMsgStruct& header, Reader payload, const ZelMsgStruct& message,
+                 PayloadFindings& findings);
 
 }  // namespace zel::tools
 

@@ -45,7 +45,7 @@ std::string MessageJson(const CatalogMessage& message) {
     return json;
 }
 
-// The group stands behind the first entry of the field that counts it.
+// The group follows the first entry of the field that counts it.
 void FindGroup(const ZELSubTypeNode& node, CatalogMessage& message) {
     message.groupStart = message.entries.size();
     const auto isCount = [&node](const CatalogEntry& entry) { return entry.field->id == node.repeatFieldId; };
@@ -58,51 +58,40 @@ void FindGroup(const ZELSubTypeNode& node, CatalogMessage& message) {
     message.groupSize = static_cast<std::size_t>(node.groupSize);
 }
 
-// Fields may be listed twice; a member of an object may not.
+// Fields may be listed twice; a member of an object may not. What stands after the group shares an object with what
+// stands before it.
 void NameEntries(CatalogMessage& message) {
-    struct Listed {
-        int parts[3];
-    };
-    std::unordered_map<const CatalogField*, Listed> listed;
+    std::unordered_map<const CatalogField*, int> listedOutside;
+    std::unordered_map<const CatalogField*, int> listedInside;
     for (std::size_t i = 0; i < message.entries.size(); ++i) {
         CatalogEntry& entry = message.entries[i];
-        int(&parts)[3] = listed[entry.field].parts;
-        const auto part = static_cast<int>(message.PartOf(i));
-        entry.rank = ++parts[part];
-        // What stands behind the group shares an object with what stands before it.
-        const int twin = entry.rank + (message.PartOf(i) == MessagePart::kBehind ? parts[0] : 0);
-        entry.key = entry.field->name + (twin == 1 ? "" : '[' + std::to_string(twin) + ']');
+        const bool inGroup = message.PartOf(i) == MessagePart::kGroup;
+        const int rank = ++(inGroup ? listedInside : listedOutside)[entry.field];
+        entry.key = entry.field->name + (rank == 1 ? "" : '[' + std::to_string(rank) + ']');
         entry.memberText += ',';
         AppendText(entry.memberText, entry.key);
         entry.memberText += ':';
-        (message.PartOf(i) == MessagePart::kGroup ? message.inside : message.outside).try_emplace(entry.key, i);
-    }
-    for (std::size_t i = message.groupStart; i < message.entries.size(); ++i) {
-        CatalogEntry& entry = message.entries[i];
-        entry.before = listed[entry.field].parts[0];
-        entry.inGroup = listed[entry.field].parts[1];
+        (inGroup ? message.inside : message.outside).try_emplace(entry.key, i);
     }
 }
 
 }  // namespace
 
-SlotPlace PlaceOf(const CatalogMessage& message, int repeatCount, std::size_t index) {
-    if (index < message.groupStart) {
-        return {index, 0};
+std::vector<SlotPlace> PlaceSlots(const CatalogMessage& message, const ZELDataBuf& slots) {
+    std::vector<SlotPlace> places(static_cast<std::size_t>(slots.count));
+    std::size_t entry = 0;
+    unsigned repetition = 0;
+    for (std::size_t i = 0; i < places.size(); ++i) {
+        // Each repetition begins at the group's first entry; after the group the library counts from 0 again.
+        if (slots.fields[i].repetition > repetition) {
+            entry = message.groupStart;
+        }
+        repetition = slots.fields[i].repetition;
+        const bool inGroup = message.PartOf(entry) == MessagePart::kGroup;
+        places[i] = {entry, inGroup ? repetition + std::size_t{1} : 0};
+        ++entry;
     }
-    const std::size_t inGroup = index - message.groupStart;
-    const std::size_t repetition = inGroup / message.groupSize;
-    if (repeatCount == 0 || repetition < static_cast<std::size_t>(repeatCount)) {
-        return {message.groupStart + inGroup % message.groupSize, repetition + 1};
-    }
-    return {index - (static_cast<std::size_t>(repeatCount) - 1) * message.groupSize, 0};
-}
-
-int OccurrenceOf(const CatalogMessage& message, int repeatCount, const SlotPlace& place) {
-    const CatalogEntry& entry = message.entries[place.entry];
-    const bool isBehind = message.PartOf(place.entry) == MessagePart::kBehind;
-    const int repetitions = isBehind ? repeatCount : std::max(static_cast<int>(place.repetition) - 1, 0);
-    return entry.before + repetitions * entry.inGroup + entry.rank;
+    return places;
 }
 
 Catalog::Catalog(const DictionaryTables& tables) : unknown_{0, 0, 0, 0, ""} {
@@ -137,7 +126,7 @@ void Catalog::AddMessage(const image::ImageView& names, std::int16_t type, const
     CatalogMessage message{type, node.subType, MessageName(names, type, node.subType), "", {}, 0, 0, 0, {}, {}};
     message.jsonText = MessageJson(message);
     for (int i = 0; i < node.fieldCount; ++i) {
-        message.entries.push_back({&Field(node.fieldList[i].fieldId), "", "", 0, 0, 0});
+        message.entries.push_back({&Field(node.fieldList[i].fieldId), "", ""});
     }
     FindGroup(node, message);
     NameEntries(message);

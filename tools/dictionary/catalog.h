@@ -35,13 +35,10 @@ struct CatalogEntry {
     const CatalogField* field;
     std::string key;         // the field's name; with "[2]" and so on when the part lists it again
     std::string memberText;  // the key as it begins a further member of a JSON object: ,"NAME":
-    int rank;                // 1 for the first entry of the field in its part
-    int before;              // entries of the field in the parts before
-    int inGroup;             // and in the group
 };
 
-// The parts of a message: what stands before the repeating group, the group, and what stands behind it.
-enum class MessagePart { kBefore, kGroup, kBehind };
+// The parts of a message: what stands before the repeating group, the group, and what stands after it.
+enum class MessagePart { kBefore, kGroup, kAfter };
 
 struct CatalogMessage {
     std::int16_t type;
@@ -60,7 +57,7 @@ struct CatalogMessage {
         if (entry < groupStart) {
             return MessagePart::kBefore;
         }
-        return entry < groupStart + groupSize ? MessagePart::kGroup : MessagePart::kBehind;
+        return entry < groupStart + groupSize ? MessagePart::kGroup : MessagePart::kAfter;
     }
 };
 
@@ -70,12 +67,8 @@ struct SlotPlace {
     std::size_t repetition;  // from 1; 0: outside the group
 };
 
-// The place of slot `index` of a message created with this repeat count. With a count of 0 the group's fields fill all
-// slots behind the count.
-[[nodiscard]] SlotPlace PlaceOf(const CatalogMessage& message, int repeatCount, std::size_t index);
-
-// Which of the slots with its field's id the slot of a place is, counted from 1.
-[[nodiscard]] int OccurrenceOf(const CatalogMessage& message, int repeatCount, const SlotPlace& place);
+// The place of each slot of a message.
+[[nodiscard]] std::vector<SlotPlace> PlaceSlots(const CatalogMessage& message, const ZELDataBuf& slots);
 
 class Catalog {
 public:

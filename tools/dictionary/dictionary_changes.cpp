@@ -5,6 +5,7 @@
 #include <set>
 #include <utility>
 
+#include "core/tables/field_shape.h"
 #include "tools/dictionary/message_changes.h"
 #include "zeldata/field_rules.h"
 
@@ -58,23 +59,13 @@ std::string Described(const FieldSource& field) {
     return rule.name + length + ", version " + std::to_string(field.version);
 }
 
-bool HasOwnLength(std::uint16_t type) {
-    return type == kZELText || type == kZELBytes10 || type == kZELBytes11;
-}
-
-bool IsWord(std::uint16_t type) {
-    return type == kZELLong || type == kZELInt;
-}
-
-// Types that share one form on the wire; only the empty bytes10 differs, which nothing but format 1 sends.
+// Types of one shape share their bytes; only the empty bytes10 differs, which nothing but format 1 sends. A float is
+// read as another number than a whole one.
 Formats BrokenByType(std::uint16_t before, std::uint16_t after) {
-    if (IsWord(before) && IsWord(after)) {
-        return kNoFormat;
+    if (image::IsInteger(before) != image::IsInteger(after) || ShapeOf(before) != ShapeOf(after)) {
+        return kAllFormats;
     }
-    if (HasOwnLength(before) && HasOwnLength(after)) {
-        return before == kZELBytes10 || after == kZELBytes10 ? kFormat1 : kNoFormat;
-    }
-    return kAllFormats;
+    return before == kZELBytes10 || after == kZELBytes10 ? kFormat1 : kNoFormat;
 }
 
 Change CompareTypes(const FieldSource& before, const FieldSource& after) {

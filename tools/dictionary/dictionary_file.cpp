@@ -1,6 +1,7 @@
 #include "tools/dictionary/dictionary_file.h"
 
 #include <iostream>
+#include <nlohmann/json.hpp>
 
 #include "include/zelmessage.h"
 #include "runtime/module.h"

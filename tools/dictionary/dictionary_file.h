@@ -23,8 +23,8 @@ struct DictionaryFile {
 // Either kind of file; what an error would keep from being built or served is an error in the findings here too.
 [[nodiscard]] DictionaryFile ReadDictionaryFile(const std::string& path, Findings& findings);
 
-// The same for a verb, of the image that is served here when the path is empty. Nothing when there is none that can be
-// used: standard error says why.
+// Reads a dictionary for a verb. An empty path means the image that the provider serves here. Returns nothing if it
+// cannot be used, and says why on standard error.
 [[nodiscard]] std::optional<DictionaryFile> OpenDictionaryFile(const std::string& path);
 
 [[nodiscard]] bool IsSourceName(const std::string& path);

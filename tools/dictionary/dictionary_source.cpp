@@ -1,5 +1,7 @@
 #include "tools/dictionary/dictionary_source.h"
 
+#include <algorithm>
+#include <nlohmann/json.hpp>
 #include <utility>
 
 #include "tools/text/json_members.h"
@@ -189,6 +191,17 @@ DictionarySource ParseDictionary(const Json& json, Findings& findings) {
 const FieldSource* FindField(const DictionarySource& dictionary, const std::string& name) {
     const auto found = dictionary.fieldByName.find(name);
     return found == dictionary.fieldByName.end() ? nullptr : &dictionary.fields[found->second];
+}
+
+std::string TypeAndSubType(const MessageSource& message) {
+    return std::to_string(message.type) + '/' + std::to_string(message.subType);
+}
+
+const MessageSource* FindMessage(const DictionarySource& dictionary, const std::string& subject) {
+    const auto found = std::find_if(dictionary.messages.begin(), dictionary.messages.end(), [&](const auto& message) {
+        return message.name == subject || TypeAndSubType(message) == subject;
+    });
+    return found == dictionary.messages.end() ? nullptr : &*found;
 }
 
 std::string Summary(const DictionarySource& dictionary) {

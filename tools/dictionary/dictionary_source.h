@@ -4,7 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <nlohmann/json.hpp>
+#include <nlohmann/json_fwd.hpp>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -51,6 +51,12 @@ struct DictionarySource {
 
 // The field with this name, or null.
 [[nodiscard]] const FieldSource* FindField(const DictionarySource& dictionary, const std::string& name);
+
+// "10/2"
+[[nodiscard]] std::string TypeAndSubType(const MessageSource& message);
+
+// The message with this name or type and sub-type, or null.
+[[nodiscard]] const MessageSource* FindMessage(const DictionarySource& dictionary, const std::string& subject);
 
 // "12 fields, 2 messages"
 [[nodiscard]] std::string Summary(const DictionarySource& dictionary);

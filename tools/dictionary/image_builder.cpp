@@ -23,7 +23,7 @@ using image::ImageType;
 // Any presence but kZELMandatory is optional.
 constexpr std::uint16_t kOptional = 1;
 
-// Texts that are too long were refused before; what is behind a text stays zero.
+// Texts that are too long were refused before; what follows a text stays zero.
 template <std::size_t Size>
 void CopyText(char (&to)[Size], const std::string& from) {
     std::memcpy(to, from.data(), std::min(from.size(), Size - 1));
@@ -118,7 +118,7 @@ MessageTables BuildMessages(const DictionarySource& dictionary) {
     return tables;
 }
 
-// Appends a part and answers its offset. Parts come in falling order of alignment, so that none needs padding.
+// Appends a part and returns its offset. Parts come in falling order of alignment, so that none needs padding.
 template <typename Element>
 std::uint32_t AppendPart(std::vector<char>& bytes, const std::vector<Element>& part) {
     const std::size_t offset = bytes.size();

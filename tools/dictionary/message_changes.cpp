@@ -17,7 +17,7 @@ struct Entry {
     const FieldSource* field;
     bool mandatory;
     bool inGroup;
-    bool behindMarker;
+    bool afterMarker;
     bool isLast;
 };
 
@@ -29,17 +29,17 @@ struct Listed {
 Listed ListEntries(const MessageSide& side) {
     Listed listed;
     std::map<std::uint16_t, std::size_t> seen;
-    bool behindMarker = false;
+    bool afterMarker = false;
     const MessageSource& message = side.message;
     for (std::size_t i = 0; i < message.entries.size(); ++i) {
         const FieldSource* field = FindField(side.dictionary, message.entries[i].field);
         const bool inGroup = i >= message.groupStart && i < message.groupStart + message.groupSize;
-        behindMarker = behindMarker || field->id == kZELGroupMarker;
+        afterMarker = afterMarker || field->id == kZELGroupMarker;
         listed.entries.push_back({{field->id, seen[field->id]++},
                                   field,
                                   message.entries[i].mandatory,
                                   inGroup,
-                                  behindMarker,
+                                  afterMarker,
                                   !inGroup && i + 1 == message.entries.size()});
     }
     for (const Entry& entry : listed.entries) {
@@ -111,7 +111,7 @@ void CompareEntry(const std::string& subject, const Entry& before, const Entry& 
         changes.push_back({ChangeKind::kChanged, subject,
                            name + (after.inGroup ? " moved into the group" : " moved out of the group"), kAllFormats,
                            "one side takes it once, the other in every repetition"});
-    } else if (before.behindMarker != after.behindMarker && before.inGroup) {
+    } else if (before.afterMarker != after.afterMarker && before.inGroup) {
         changes.push_back({ChangeKind::kChanged, subject,
                            name + " moved past the field that marks where a repetition starts", kAllFormats,
                            "the value lands in another repetition"});

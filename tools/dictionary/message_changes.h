@@ -2,8 +2,6 @@
 #ifndef ZEL_TOOLS_DICTIONARY_MESSAGE_CHANGES_H
 #define ZEL_TOOLS_DICTIONARY_MESSAGE_CHANGES_H
 
-#include <vector>
-
 #include <string>
 #include <vector>
 

@@ -3,11 +3,13 @@
 #include <algorithm>
 #include <cstdint>
 #include <map>
+#include <nlohmann/json.hpp>
 #include <set>
 #include <string>
 #include <unordered_map>
 #include <utility>
 
+#include "core/tables/header_fields.h"
 #include "include/zelmessage.h"
 #include "tools/text/json_members.h"
 #include "zeldata/field_rules.h"
@@ -19,23 +21,12 @@ namespace {
 
 constexpr std::size_t kMaxTextLength = sizeof(ZELDictionaryField::text) - 1;
 
-struct HeaderField {
-    std::uint16_t id;
-    std::vector<std::uint16_t> types;
-    const char* expected;
-};
-
-const std::vector<HeaderField>& HeaderFields() {
-    static const std::vector<HeaderField> fields = {
-        {1, {kZELShort}, "short"},
-        {2, {kZELLong, kZELInt}, "long or int"},
-        {3, {kZELLong, kZELInt}, "long or int"},
-        {4, {kZELLong, kZELInt}, "long or int"},
-        {5, {kZELShort}, "short"},
-        {6, {kZELLong, kZELInt}, "long or int"},
-        {7, {kZELText, kZELBytes10, kZELBytes11}, "text, bytes10 or bytes11"},
-    };
-    return fields;
+// The types that a header field may have.
+const char* TypesOfHeaderField(HeaderFieldId id) {
+    if (id == kVarUserData) {
+        return "text, bytes10 or bytes11";
+    }
+    return kHeaderFields[id].width == 2 ? "short" : "long or int";
 }
 
 bool IsControl(char character) {
@@ -89,20 +80,18 @@ FieldById CheckFields(const DictionarySource& dictionary, Findings& findings) {
 }
 
 void CheckHeaderFields(const FieldById& byId, Findings& findings) {
-    for (const HeaderField& header : HeaderFields()) {
-        const auto found = byId.find(header.id);
+    for (std::uint16_t id = kFlags; id <= kHeaderFieldCount; ++id) {
+        const std::string expected = TypesOfHeaderField(static_cast<HeaderFieldId>(id));
+        const auto found = byId.find(id);
         if (found == byId.end()) {
             AddError(findings, "fields",
-                     "the header field " + std::to_string(header.id) + " is missing; expected one of type " +
-                         header.expected);
+                     "the header field " + std::to_string(id) + " is missing; expected one of type " + expected);
             continue;
         }
         const FieldSource& field = *found->second;
-        const bool fits = std::find(header.types.begin(), header.types.end(), field.type) != header.types.end();
-        if (!fits && field.type != 0) {
-            AddError(
-                findings, field.place + ".type",
-                "the header field " + std::to_string(header.id) + " has the wrong type; expected " + header.expected);
+        if (!FitsHeaderField(id, field.type) && field.type != 0) {
+            AddError(findings, field.place + ".type",
+                     "the header field " + std::to_string(id) + " has the wrong type; expected " + expected);
         }
     }
 }
@@ -120,12 +109,12 @@ void CheckEntry(const DictionarySource& dictionary, const EntrySource& entry, Fi
                    entry.field + " is mandatory and of version " + version +
                        ": a message of an older version that leaves it out cannot be sent");
     }
-    if (field->id >= 1 && field->id <= HeaderFields().back().id) {
+    if (field->id >= 1 && field->id <= kHeaderFieldCount) {
         AddWarning(findings, entry.place, entry.field + " is a header field, which every message carries anyway");
     }
 }
 
-// The group begins behind the first entry of its repeat-count field, which therefore stands in the list once.
+// The group follows the first entry of its repeat-count field, so that field must be listed once.
 void CheckListedTwice(const MessageSource& message, Findings& findings) {
     const std::string countField = message.groupStart == 0 ? "" : message.entries[message.groupStart - 1].field;
     std::unordered_map<std::string, const EntrySource*> listed;
@@ -173,7 +162,7 @@ void CheckGroup(const DictionarySource& dictionary, const MessageSource& message
     const EntrySource& count = message.entries[message.groupStart - 1];
     const FieldSource* field = FindField(dictionary, count.field);
     if (message.groupSize == 0) {
-        AddError(findings, count.place, "the group behind it has no fields; expected one or more");
+        AddError(findings, count.place, "the group after it has no fields; expected one or more");
     }
     if (field != nullptr && field->type != 0 && !image::IsInteger(field->type)) {
         AddError(findings, count.place,
@@ -185,7 +174,7 @@ void CheckGroup(const DictionarySource& dictionary, const MessageSource& message
         AddWarning(findings, count.place,
                    count.field +
                        " is optional: a message without it is read as one of 0 repetitions, and what "
-                       "stands behind the group is lost");
+                       "stands after the group is lost");
     }
     CheckMarker(dictionary, message, findings);
 }

@@ -41,7 +41,7 @@ private:
     int descriptor_;
 };
 
-// A file that grows: at its end `wait` is asked, and reading goes on for as long as it answers true. A file that has
+// A file that grows: at its end `wait` is called, and reading goes on as long as it returns true. A file that has
 // become shorter than what was read ends with an exception.
 [[nodiscard]] ByteInput FollowedInput(InputFile& file, std::function<bool()> wait);
 

@@ -5,7 +5,6 @@
 #include <stdexcept>
 
 #include "tools/io/descriptor.h"
-#include "tools/io/status.h"
 #include "tools/io/terminal.h"
 
 namespace zel::tools {
@@ -21,14 +20,6 @@ void Flush(ByteOutput& output) {
         throw OutputClosed();
     }
     throw std::runtime_error(std::string("cannot write to standard output: ") + std::strerror(error));
-}
-
-int UntilReaderGoes(const std::function<int()>& verb) {
-    try {
-        return verb();
-    } catch (const OutputClosed&) {
-        return kStatusGood;
-    }
 }
 
 }  // namespace zel::tools

@@ -4,12 +4,11 @@
 
 #include <cstddef>
 #include <exception>
-#include <functional>
 #include <string>
 
 namespace zel::tools {
 
-// The reader of the output has gone: nothing is left to do, and nobody to tell.
+// The reader closed the pipe. The verb ends without a complaint.
 struct OutputClosed : std::exception {};
 
 // Append to `text`, then call FlushWhenLarge. Both throw OutputClosed, and std::runtime_error for other failures.
@@ -26,9 +25,6 @@ inline void FlushWhenLarge(ByteOutput& output) {
         Flush(output);
     }
 }
-
-// Runs a verb; its exit status, that of success when the reader has gone.
-[[nodiscard]] int UntilReaderGoes(const std::function<int()>& verb);
 
 }  // namespace zel::tools
 

@@ -1,4 +1,5 @@
-// Files as descriptors: reads that return what is there, writes in one go, bytes as they are. One file per platform.
+// Files as descriptors. Reads return what is there; writes write everything; bytes are not translated. One source per
+// platform.
 #ifndef ZEL_TOOLS_IO_DESCRIPTOR_H
 #define ZEL_TOOLS_IO_DESCRIPTOR_H
 

@@ -8,11 +8,11 @@ namespace zel::tools {
 
 ErrorLines::ErrorLines(std::string input, ByteOutput& output) : input_(std::move(input)), output_(output) {}
 
-void ErrorLines::AboutMessage(std::uint64_t offset, std::uint64_t number, const std::string& text) {
-    About("offset " + std::to_string(offset) + ", message " + std::to_string(number) + ": " + text);
+void ErrorLines::AddForMessage(std::uint64_t offset, std::uint64_t number, const std::string& text) {
+    Add("offset " + std::to_string(offset) + ", message " + std::to_string(number) + ": " + text);
 }
 
-void ErrorLines::About(const std::string& text) {
+void ErrorLines::Add(const std::string& text) {
     any_ = true;
     Flush(output_);
     const std::string line = input_ + ": " + text + '\n';

@@ -9,16 +9,16 @@
 
 namespace zel::tools {
 
-// Where complaints go: one line each, behind what was written so far.
+// Writes one line for each error, after all output so far.
 class ErrorLines {
 public:
-    // `output` is flushed before each line, so that both stay in order on a terminal.
+    // `output` is flushed before each line. So both are in order on a terminal.
     ErrorLines(std::string input, ByteOutput& output);
 
     // "INPUT: offset 52, message 2: TEXT"
-    void AboutMessage(std::uint64_t offset, std::uint64_t number, const std::string& text);
+    void AddForMessage(std::uint64_t offset, std::uint64_t number, const std::string& text);
     // "INPUT: TEXT"
-    void About(const std::string& text);
+    void Add(const std::string& text);
 
     [[nodiscard]] bool any() const { return any_; }
 

@@ -8,7 +8,7 @@
 namespace zel::tools {
 
 // Writes a new file beside `path` and renames it; a process that has the old file mapped keeps it as it was. Throws
-// std::runtime_error with what went wrong, and leaves neither a part of the file nor a changed one behind.
+// std::runtime_error with what went wrong, and leaves the old file as it was.
 void WriteFileAtomically(const std::string& path, const std::vector<char>& bytes);
 
 }  // namespace zel::tools

@@ -1,6 +1,5 @@
-// What the command does when memory runs out: it ends at once, whatever it was doing. Nothing of it can be told in the
-// language's own way: streams swallow that exception and go on with less, and no exception may pass through the
-// library.
+// Ends the command at once when memory runs out. Exceptions would not do: streams swallow them and lose output, and
+// none may pass through the library.
 #ifndef ZEL_TOOLS_IO_OUT_OF_MEMORY_H
 #define ZEL_TOOLS_IO_OUT_OF_MEMORY_H
 

@@ -5,8 +5,8 @@
 namespace zel::tools {
 
 inline constexpr int kStatusGood = 0;
-inline constexpr int kStatusFound = 1;   // something that was asked for is bad, differs or is not there
-inline constexpr int kStatusUnable = 2;  // wrong arguments, no usable dictionary, no way to write, no memory
+inline constexpr int kStatusDiffers = 1;  // something is bad, differs, or was not found
+inline constexpr int kStatusUnable = 2;   // wrong arguments, no usable dictionary, no way to write, no memory
 
 }  // namespace zel::tools
 

@@ -1,4 +1,4 @@
-// The standard streams: what the command sets up for them, and whether a terminal is behind them.
+// The standard streams: what the command sets up for them, and whether they are a terminal.
 #ifndef ZEL_TOOLS_IO_TERMINAL_H
 #define ZEL_TOOLS_IO_TERMINAL_H
 

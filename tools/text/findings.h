@@ -24,7 +24,7 @@ void AddWarning(Findings& findings, std::string place, std::string text);
 // One line for each finding.
 void PrintFindings(std::ostream& out, const std::string& file, const Findings& findings);
 
-// The number with the noun behind it: "1 error", "2 errors".
+// The number and its noun: "1 error", "2 errors".
 [[nodiscard]] std::string Counted(std::size_t number, const std::string& noun);
 
 }  // namespace zel::tools

@@ -47,7 +47,7 @@ bool ReadGroup(std::string_view group, std::string& bytes) {
     return true;
 }
 
-// Whether the rest of a line, from the last group's end on, is the text that the line's bytes stand for: behind two
+// Whether the rest of a line, from the last group's end on, is the text that the line's bytes stand for: after two
 // blanks and as long, or between "|".
 bool IsTextColumn(std::string_view rest, std::size_t byteCount, bool isDump) {
     rest = rest.substr(0, rest.find_last_not_of('\r') + 1);
@@ -129,7 +129,7 @@ bool HexLines::IsCount(std::string_view token) const {
     return false;
 }
 
-// The line behind its offset: a first group that ends with ":", or that is longer than the second and the number of
+// The line after its offset: a first group that ends with ":", or that is longer than the second and the number of
 // bytes so far.
 std::string_view HexLines::SkipOffset(std::string_view line) {
     const std::string_view first = FirstToken(line);
@@ -137,18 +137,18 @@ std::string_view HexLines::SkipOffset(std::string_view line) {
     if (!IsHex(digits)) {
         return line;
     }
-    const std::string_view behind = line.substr(first.size());
+    const std::string_view after = line.substr(first.size());
     if (first.ends_with(':')) {
-        return behind;
+        return after;
     }
-    const std::string_view second = FirstToken(SkipBlanks(behind));
+    const std::string_view second = FirstToken(SkipBlanks(after));
     const bool startsDump = digits.find_first_not_of('0') == std::string_view::npos;
     // A dump's last line may be an offset alone.
     const bool isLonger = second.empty() ? digits.size() >= 6 && count_ != 0 : first.size() > second.size();
     if (!isLonger || digits.size() < 4 || !(startsDump || IsCount(digits))) {
         return line;
     }
-    return behind;
+    return after;
 }
 
 bool HexLines::Read(std::string_view line, std::string& bytes, std::string& fault) {
@@ -157,21 +157,21 @@ bool HexLines::Read(std::string_view line, std::string& bytes, std::string& faul
         return true;
     }
     const std::size_t before = bytes.size();
-    const std::string_view behindOffset = SkipOffset(rest);
-    const bool isDump = behindOffset.size() != rest.size();
+    const std::string_view afterOffset = SkipOffset(rest);
+    const bool isDump = afterOffset.size() != rest.size();
     if (isDump && DropPrefix(FirstToken(rest)).find_first_not_of("0:") == std::string_view::npos) {
         count_ = 0;
     }
-    rest = SkipBlanks(behindOffset);
-    std::string_view behindGroup;
+    rest = SkipBlanks(afterOffset);
+    std::string_view afterGroup;
     while (!rest.empty()) {
         const std::string_view group = FirstToken(rest);
         const std::size_t count = bytes.size() - before;
-        const bool behindGap = count != 0 && behindGroup.starts_with("  ");
-        if (count != 0 && (behindGap || group.starts_with('|')) && IsTextColumn(behindGroup, count, isDump)) {
+        const bool afterGap = count != 0 && afterGroup.starts_with("  ");
+        if (count != 0 && (afterGap || group.starts_with('|')) && IsTextColumn(afterGroup, count, isDump)) {
             break;
         }
-        if (behindGap && !IsBytes(rest)) {
+        if (afterGap && !IsBytes(rest)) {
             break;
         }
         if (group != "|" && !ReadGroup(group, bytes)) {
@@ -180,8 +180,8 @@ bool HexLines::Read(std::string_view line, std::string& bytes, std::string& faul
                                  : '"' + std::string(group.substr(0, 40)) + "\" is no group of hex digits";
             return false;
         }
-        behindGroup = rest.substr(group.size());
-        rest = SkipBlanks(behindGroup);
+        afterGroup = rest.substr(group.size());
+        rest = SkipBlanks(afterGroup);
     }
     count_ += bytes.size() - before;
     return true;

@@ -27,7 +27,7 @@ void AppendSpacedHex(std::string& out, const char* bytes, std::size_t size, cons
 [[nodiscard]] bool ParseHex(std::string_view digits, std::string& bytes);
 
 // Reads one line of a dump after the other. A line is an offset (optional), groups of digits, and a column of text
-// (optional, behind two spaces or between "|"). Empty lines and those that start with "#" hold nothing.
+// (optional, after two spaces or between "|"). Empty lines and those that start with "#" hold nothing.
 class HexLines {
 public:
     // Appends the line's bytes. False with `fault` set and nothing appended when the line cannot be read.

@@ -1,6 +1,7 @@
 #include "tools/text/json_members.h"
 
 #include <algorithm>
+#include <nlohmann/json.hpp>
 
 namespace zel::tools {
 

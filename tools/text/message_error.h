@@ -6,7 +6,7 @@
 
 namespace zel::tools {
 
-// The text is the end of the line that the user sees.
+// Its text ends the line that the user sees.
 struct MessageError : std::runtime_error {
     using std::runtime_error::runtime_error;
 };

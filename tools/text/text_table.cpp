@@ -55,18 +55,18 @@ std::string Line(const std::vector<std::string>& cells, const std::vector<Column
         line += columns[i].isNumeric ? padding + cells[i] : cells[i] + padding;
     }
     line.erase(line.find_last_not_of(' ') + 1);
-    return Harmless(style.width == 0 ? line : CutTo(line, style.width));
+    return Printable(style.width == 0 ? line : CutTo(line, style.width));
 }
 
-const char* Escape(Ink ink) {
-    switch (ink) {
-        case Ink::kBold:
+const char* Escape(Highlight highlight) {
+    switch (highlight) {
+        case Highlight::kBold:
             return "\x1b[1m";
-        case Ink::kRed:
+        case Highlight::kRed:
             return "\x1b[31m";
-        case Ink::kGreen:
+        case Highlight::kGreen:
             return "\x1b[32m";
-        case Ink::kYellow:
+        case Highlight::kYellow:
             break;
     }
     return "\x1b[33m";
@@ -78,11 +78,11 @@ Style OutputStyle() {
     return {TakesColor(Stream::kOutput), static_cast<std::size_t>(TerminalWidth(Stream::kOutput))};
 }
 
-std::string Inked(const Style& style, Ink ink, const std::string& text) {
-    return style.color ? Escape(ink) + text + "\x1b[0m" : text;
+std::string Highlighted(const Style& style, Highlight highlight, const std::string& text) {
+    return style.color ? Escape(highlight) + text + "\x1b[0m" : text;
 }
 
-std::string Harmless(std::string text) {
+std::string Printable(std::string text) {
     std::replace_if(
         text.begin(), text.end(), [](char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7f; }, '?');
     return text;
@@ -90,7 +90,7 @@ std::string Harmless(std::string text) {
 
 void PrintTable(std::ostream& out, const Table& table, const Style& style) {
     const std::vector<Column> columns = Measure(table);
-    out << Inked(style, Ink::kBold, Line(table.heads, columns, style)) << '\n';
+    out << Highlighted(style, Highlight::kBold, Line(table.heads, columns, style)) << '\n';
     for (const std::vector<std::string>& row : table.rows) {
         out << Line(row, columns, style) << '\n';
     }

@@ -17,13 +17,13 @@ struct Style {
 
 [[nodiscard]] Style OutputStyle();
 
-enum class Ink { kBold, kRed, kGreen, kYellow };
+enum class Highlight { kBold, kRed, kGreen, kYellow };
 
-// The text as it is, or in that ink when the style has colours.
-[[nodiscard]] std::string Inked(const Style& style, Ink ink, const std::string& text);
+// The text, highlighted when the style has colours.
+[[nodiscard]] std::string Highlighted(const Style& style, Highlight highlight, const std::string& text);
 
-// The text with a "?" for each control character: images may hold some, and a terminal must not see them.
-[[nodiscard]] std::string Harmless(std::string text);
+// The text with a "?" for each control character: images may hold some, and a terminal would obey them.
+[[nodiscard]] std::string Printable(std::string text);
 
 struct Table {
     std::vector<std::string> heads;

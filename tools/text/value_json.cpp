@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <cstring>
 #include <limits>
+#include <nlohmann/json.hpp>
 #include <optional>
 #include <string_view>
 

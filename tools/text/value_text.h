@@ -13,7 +13,7 @@ namespace zel::tools {
 [[nodiscard]] bool AppendMoneyText(std::string& out, const _money& money);
 
 // "1999-11-30", "09:05:07", "1999-11-30T09:05:07" or, for a record of zeros, ""; nothing for records that none of
-// these stands for. The reverse answers false for other texts.
+// these stands for. ReadDateTimeText returns false for other texts.
 [[nodiscard]] bool AppendDateTimeText(std::string& out, const _datetime& value);
 [[nodiscard]] bool ReadDateTimeText(std::string_view text, _datetime& value);
 

@@ -1,48 +1,37 @@
 #include "tools/verbs/command.h"
 
-#include <CLI/CLI.hpp>
 #include <cstdio>
 #include <exception>
 #include <iostream>
+#include <stdexcept>
 
+#include "tools/io/byte_output.h"
 #include "tools/io/status.h"
 #include "tools/io/terminal.h"
-#include "tools/verbs/command_pages.h"
-#include "tools/verbs/decode.h"
-#include "tools/verbs/dict.h"
-#include "tools/verbs/encode.h"
-#include "tools/verbs/help.h"
-#include "tools/verbs/value.h"
+#include "tools/verbs/all_verbs.h"
+#include "tools/verbs/command_line.h"
+#include "tools/verbs/pages.h"
 
 namespace zel::tools {
 
 namespace {
 
-int Run(int argc, const char* const* argv, const std::string& version) {
-    CLI::App app("Tools for the ZEL message protocol", "zel");
-    ConfigureApp(app);
-    app.set_version_flag("--version", "zel " + version, "Show the version");
-    app.require_subcommand(1);
-    app.footer(
-        "Examples:\n"
-        "  zel encode examples/orders.jsonl > orders.zel\n"
-        "  zel decode orders.zel\n"
-        "  zel dict show zeldata/sample.json 10/2\n"
-        "  zel value money \"101'16\"\n"
-        "'zel VERB --help' tells more.\n"
-        "Exit status: 0 good, 1 something bad or different was found, 2 wrong usage, no usable dictionary, output that "
-        "cannot be written, or no memory.");
-    int status = kStatusGood;
-    AddDecodeCommand(app, status);
-    AddEncodeCommand(app, status);
-    AddDictCommand(app, status);
-    AddValueCommand(app, status);
-    AddPagesCommand(app, version);
+int RunVerb(const Verb& verb) {
     try {
-        app.parse(argc, argv);
-    } catch (const CLI::ParseError& error) {
-        status = app.exit(error) == 0 ? kStatusGood : kStatusUnable;
+        return verb.run();
+    } catch (const OutputClosed&) {
+        return kStatusGood;
+    } catch (const UsageError& error) {
+        (void)std::fprintf(stderr, "%s\n%s\n", error.what(), kSeeHelp);
+        return kStatusUnable;
     }
+}
+
+int Run(int argc, const char* const* argv, const std::string& version) {
+    Verb command = ZelCommand();
+    command.verbs.push_back(PagesVerb(command, version));
+    const ParsedCommand parsed = ParseCommandLine(command, version, argc, argv);
+    const int status = parsed.verb == nullptr ? parsed.status : RunVerb(*parsed.verb);
     // Help is output, too.
     std::cout.flush();
     if (!std::cout && !IsReaderGone()) {
@@ -53,6 +42,7 @@ int Run(int argc, const char* const* argv, const std::string& version) {
 
 }  // namespace
 
+// All that a verb throws ends here or in RunVerb.
 int RunCommand(int argc, const char* const* argv, const char* version) noexcept {
     try {
         return Run(argc, argv, version);

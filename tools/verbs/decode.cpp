@@ -1,5 +1,3 @@
-#include "tools/verbs/decode.h"
-
 #include <chrono>
 #include <memory>
 #include <optional>
@@ -17,6 +15,7 @@
 #include "tools/io/progress.h"
 #include "tools/io/status.h"
 #include "tools/text/hex_text.h"
+#include "tools/verbs/all_verbs.h"
 #include "tools/verbs/dictionary_option.h"
 
 namespace zel::tools {
@@ -63,7 +62,7 @@ ByteInput OpenInput(const DecodeOptions& options, InputFile& file, ByteOutput& o
     if (!options.hex) {
         return flushed;
     }
-    return HexInput(std::move(flushed), [&errors](const std::string& text) { errors.About(text); });
+    return HexInput(std::move(flushed), [&errors](const std::string& text) { errors.Add(text); });
 }
 
 std::set<std::uint16_t> FindStreams(const std::vector<std::string>& names, const Catalog& catalog) {
@@ -71,7 +70,7 @@ std::set<std::uint16_t> FindStreams(const std::vector<std::string>& names, const
     for (const std::string& name : names) {
         const CatalogField* field = catalog.FindField(name);
         if (field == nullptr) {
-            throw CLI::ValidationError("--streams", "the dictionary has no field " + name);
+            throw UsageError("--streams: the dictionary has no field " + name);
         }
         ids.insert(field->id);
     }
@@ -93,80 +92,68 @@ void DecodeFrames(const DecodeOptions& options, FrameReader& reader, CaptureDeco
             continue;
         }
         if (state == FrameState::kLost && !(options.resync && !options.unframed && reader.Resynchronise())) {
-            errors.AboutMessage(frame.offset, frame.number,
-                                fault + "; stopped at offset " + std::to_string(frame.offset));
+            errors.AddForMessage(frame.offset, frame.number,
+                                 fault + "; stopped at offset " + std::to_string(frame.offset));
             return;
         }
-        errors.AboutMessage(frame.offset, frame.number,
-                            fault + "; goes on at offset " + std::to_string(reader.offset()));
+        errors.AddForMessage(frame.offset, frame.number,
+                             fault + "; goes on at offset " + std::to_string(reader.offset()));
     }
 }
 
 int Decode(const DecodeOptions& options) {
     ByteOutput output{kStandardOutput, ""};
+    InputFile file(options.input);
     std::optional<LoadedDictionary> dictionary;
     std::optional<Catalog> catalog;
-    std::optional<InputFile> file;
-    try {
-        file.emplace(options.input);
-        if (!options.raw) {
-            dictionary.emplace(options.dictionary);
-            catalog.emplace(dictionary->tables());
-        }
-    } catch (const std::runtime_error& error) {
-        (void)std::fprintf(stderr, "zel: %s\n", error.what());
-        return kStatusUnable;
+    if (!options.raw) {
+        dictionary.emplace(options.dictionary);
+        catalog.emplace(dictionary->tables());
     }
     const std::set<std::uint16_t> streams =
         catalog ? FindStreams(options.streams, *catalog) : std::set<std::uint16_t>();
-    ErrorLines errors(file->name(), output);
+    ErrorLines errors(file.name(), output);
     CaptureDecoder decoder(catalog ? &*catalog : nullptr, FormOf(options), streams, output, errors);
-    FrameReader reader(OpenInput(options, *file, output, errors));
-    Progress progress(options.hex ? 0 : file->Size());
+    FrameReader reader(OpenInput(options, file, output, errors));
+    Progress progress(options.hex ? 0 : file.Size());
     try {
         DecodeFrames(options, reader, decoder, errors, progress);
     } catch (const InputError& error) {
-        errors.About(error.what());
+        errors.Add(error.what());
     }
     decoder.Finish();
     Flush(output);
-    return errors.any() ? kStatusFound : kStatusGood;
+    return errors.any() ? kStatusDiffers : kStatusGood;
 }
 
 }  // namespace
 
-void AddDecodeCommand(CLI::App& app, int& status) {
+Verb DecodeVerb() {
     auto options = std::make_shared<DecodeOptions>();
-    CLI::App* decode = app.add_subcommand("decode", "Show the messages of a capture");
-    decode->add_option("FILE", options->input, "Capture: frames back to back; - is standard input (default)")
-        ->option_text(" ");
-    AddDictionaryOption(*decode, options->dictionary);
-    decode->add_flag("--hex", options->hex,
-                     "The capture is hex text: offsets, blanks and text columns are passed over");
-    CLI::Option* unframed =
-        decode->add_flag("--unframed", options->unframed, "The capture is one message without a frame");
-    decode->add_flag("--follow", options->follow, "Wait for more at the end of the file")->excludes(unframed);
-    decode->add_flag("--resync", options->resync, "Look for the next frame where bytes are none, instead of stopping");
-    CLI::Option* json = decode->add_flag("--json", options->json, "Write one JSON object a line");
-    CLI::Option* summary = decode->add_flag("--summary", options->summary, "Write counts and bytes by message type");
-    CLI::Option* raw = decode->add_flag("--raw", options->raw, "Use no dictionary: headers and, in format 2, fields");
-    CLI::Option* streams =
-        decode->add_option("--streams", options->streams, "Open the filter or sort data in these fields")
-            ->option_text("FIELD,...")
-            ->delimiter(',')
-            ->allow_extra_args(false);
-    json->excludes(summary)->excludes(raw)->excludes(streams);
-    summary->excludes(raw)->excludes(streams);
-    raw->excludes(streams);
-    decode->footer(
-        "Examples:\n"
-        "  zel decode capture.zel\n"
-        "  zel decode --json capture.zel | grep '\"SYMBOL\":\"RYE\"'\n"
-        "  zel decode --summary -d zeldata/sample.json capture.zel\n"
-        "  zel decode --hex --streams FILTER_STREAM,SORT_STREAM dump.txt\n"
-        "  zel decode --follow capture.zel\n"
-        "Exit status: 0 all messages good, 1 some bad, 2 wrong usage, no dictionary or no capture.");
-    decode->callback([options, &status] { status = UntilReaderGoes([&options] { return Decode(*options); }); });
+    return {
+        .name = "decode",
+        .summary = "Show the messages of a capture",
+        .options = {{"FILE", &options->input, "Capture: frames back to back; - is standard input (default)"},
+                    DictionaryOption(&options->dictionary),
+                    {"--hex", &options->hex,
+                     "The capture is hex text: offsets, blanks and text columns are passed over"},
+                    {"--unframed", &options->unframed, "The capture is one message without a frame"},
+                    {"--follow", &options->follow, "Wait for more at the end of the file"},
+                    {"--resync", &options->resync, "Look for the next frame where bytes are none, instead of stopping"},
+                    {"--json", &options->json, "Write one JSON object a line"},
+                    {"--summary", &options->summary, "Write counts and bytes by message type"},
+                    {"--raw", &options->raw, "Use no dictionary: headers and, in format 2, fields"},
+                    {"--streams", &options->streams, "Open the filter or sort data in these fields", "FIELD,..."}},
+        .exclusive = {{"--unframed", "--follow"}, {"--json", "--summary", "--raw", "--streams"}},
+        .footer =
+            "Examples:\n"
+            "  zel decode capture.zel\n"
+            "  zel decode --json capture.zel | grep '\"SYMBOL\":\"RYE\"'\n"
+            "  zel decode --summary -d zeldata/sample.json capture.zel\n"
+            "  zel decode --hex --streams FILTER_STREAM,SORT_STREAM dump.txt\n"
+            "  zel decode --follow capture.zel\n"
+            "Exit status: 0 all messages good, 1 some bad, 2 wrong usage, no dictionary or no capture.",
+        .run = [options] { return Decode(*options); }};
 }
 
 }  // namespace zel::tools

@@ -1,13 +1,14 @@
-#include "tools/verbs/dict_diff.h"
-
 #include <algorithm>
 #include <iostream>
+#include <memory>
 #include <nlohmann/json.hpp>
+#include <string>
 
 #include "tools/dictionary/dictionary_changes.h"
 #include "tools/dictionary/dictionary_file.h"
 #include "tools/io/status.h"
 #include "tools/text/text_table.h"
+#include "tools/verbs/all_verbs.h"
 
 namespace zel::tools {
 
@@ -15,21 +16,28 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
+struct DiffOptions {
+    std::string before;
+    std::string after;
+    bool breakingOnly = false;
+    bool json = false;
+};
+
 struct KindStyle {
     const char* name;
-    Ink ink;
+    Highlight highlight;
 };
 
 KindStyle StyleOf(ChangeKind kind) {
     switch (kind) {
         case ChangeKind::kAdded:
-            return {"added", Ink::kGreen};
+            return {"added", Highlight::kGreen};
         case ChangeKind::kRemoved:
-            return {"removed", Ink::kYellow};
+            return {"removed", Highlight::kYellow};
         case ChangeKind::kChanged:
             break;
     }
-    return {"changed", Ink::kBold};
+    return {"changed", Highlight::kBold};
 }
 
 std::vector<int> FormatList(Formats formats) {
@@ -55,13 +63,14 @@ std::string FormatNames(Formats formats) {
 
 void PrintChange(const Change& change, const Style& style) {
     const KindStyle kind = StyleOf(change.kind);
-    std::cout << Inked(style, kind.ink, kind.name) << ' ' << Harmless(change.subject + ": " + change.text) << '\n';
+    std::cout << Highlighted(style, kind.highlight, kind.name) << ' ' << Printable(change.subject + ": " + change.text)
+              << '\n';
     if (change.breaks != kNoFormat) {
-        std::cout << "    " << Inked(style, Ink::kRed, "breaks " + FormatNames(change.breaks)) << ": ";
+        std::cout << "    " << Highlighted(style, Highlight::kRed, "breaks " + FormatNames(change.breaks)) << ": ";
     } else if (!change.reason.empty()) {
         std::cout << "    ";
     }
-    std::cout << Harmless(change.reason) << (change.reason.empty() ? "" : "\n");
+    std::cout << Printable(change.reason) << (change.reason.empty() ? "" : "\n");
 }
 
 void PrintJson(const std::vector<Change>& changes) {
@@ -91,8 +100,6 @@ bool ReadSide(const std::string& path, DictionaryFile& file) {
     return false;
 }
 
-}  // namespace
-
 int DiffDictionaries(const DiffOptions& options) {
     DictionaryFile before;
     DictionaryFile after;
@@ -107,7 +114,7 @@ int DiffDictionaries(const DiffOptions& options) {
     }
     if (options.json) {
         PrintJson(changes);
-        return changes.empty() ? kStatusGood : kStatusFound;
+        return changes.empty() ? kStatusGood : kStatusDiffers;
     }
     const Style style = OutputStyle();
     for (const Change& change : changes) {
@@ -115,7 +122,28 @@ int DiffDictionaries(const DiffOptions& options) {
     }
     const auto breaking = std::count_if(changes.begin(), changes.end(), Breaks);
     std::cout << Counted(changes.size(), "change") << ", " << breaking << " that break peers\n";
-    return changes.empty() ? kStatusGood : kStatusFound;
+    return changes.empty() ? kStatusGood : kStatusDiffers;
+}
+
+}  // namespace
+
+Verb DictDiffVerb() {
+    auto options = std::make_shared<DiffOptions>();
+    return {.name = "diff",
+            .summary = "Compare two dictionaries and tell what breaks peers",
+            .options = {{"OLD", &options->before, "Image, or source whose name ends with .json", "", true},
+                        {"NEW", &options->after, "Image, or source whose name ends with .json", "", true},
+                        {"--breaking", &options->breakingOnly, "Tell only what breaks peers"},
+                        {"--json", &options->json, "Write the changes as a JSON array"}},
+            .footer =
+                "A change breaks peers when a program with the one dictionary and a program with the other "
+                "cannot exchange a message, or read other values than were sent, in the field formats that are "
+                "named.\n"
+                "Examples:\n"
+                "  zel dict diff zeldata/sample.json zeldata/sample.json\n"
+                "  zel dict diff --breaking zeldata/sample.json sample.img\n"
+                "Exit status: 0 no changes to tell, 1 changes, 2 wrong usage or no usable dictionary.",
+            .run = [options] { return DiffDictionaries(*options); }};
 }
 
 }  // namespace zel::tools

@@ -1,10 +1,12 @@
-#include "tools/verbs/dict_show.h"
-
 #include <algorithm>
 #include <cstdint>
 #include <filesystem>
 #include <iostream>
 #include <map>
+#include <memory>
+#include <nlohmann/json.hpp>
+#include <optional>
+#include <string>
 
 #include "tools/dictionary/dictionary_file.h"
 #include "tools/dictionary/image_builder.h"
@@ -13,11 +15,19 @@
 #include "tools/io/status.h"
 #include "tools/text/json_file.h"
 #include "tools/text/text_table.h"
+#include "tools/verbs/all_verbs.h"
+#include "tools/verbs/dictionary_option.h"
 #include "zeldata/field_rules.h"
 
 namespace zel::tools {
 
 namespace {
+
+struct ShowOptions {
+    std::string dictionary;  // either may be empty; one argument alone stands here, whichever it is
+    std::string subject;
+    bool json = false;
+};
 
 struct Request {
     std::string path;     // empty: what is served
@@ -39,10 +49,6 @@ Request ReadRequest(const ShowOptions& options) {
 
 std::string TypeName(const FieldSource& field) {
     return image::FindFieldTypeRule(field.type)->name;
-}
-
-std::string TypeAndSubType(const MessageSource& message) {
-    return std::to_string(message.type) + '/' + std::to_string(message.subType);
 }
 
 void ShowFields(const std::vector<const FieldSource*>& fields, const Style& style) {
@@ -71,7 +77,9 @@ void ShowMessages(const std::vector<const MessageSource*>& messages, const Style
 
 // One message in the order of the wire; the fields of its group stand under their count.
 void ShowMessage(const DictionarySource& dictionary, const MessageSource& message, const Style& style) {
-    std::cout << Inked(style, Ink::kBold, Harmless("message " + TypeAndSubType(message) + ' ' + message.name)) << '\n';
+    std::cout << Highlighted(style, Highlight::kBold,
+                             Printable("message " + TypeAndSubType(message) + ' ' + message.name))
+              << '\n';
     Table table{{"id", "field", "presence", "type", "length", "version", "text"}, {}};
     for (std::size_t i = 0; i < message.entries.size(); ++i) {
         const EntrySource& entry = message.entries[i];
@@ -115,12 +123,10 @@ bool ShowSubject(const DictionarySource& dictionary, const std::string& subject,
             found = true;
         }
     }
-    for (const MessageSource& message : dictionary.messages) {
-        if (message.name == subject || TypeAndSubType(message) == subject) {
-            std::cout << (found ? "\n" : "");
-            ShowMessage(dictionary, message, style);
-            found = true;
-        }
+    if (const MessageSource* message = FindMessage(dictionary, subject)) {
+        std::cout << (found ? "\n" : "");
+        ShowMessage(dictionary, *message, style);
+        found = true;
     }
     return found;
 }
@@ -163,10 +169,8 @@ int ShowSource(const DictionaryFile& file) {
     if (errors != 0) {
         PrintFindings(std::cerr, file.path, findings);
     }
-    return errors == 0 ? kStatusGood : kStatusFound;
+    return errors == 0 ? kStatusGood : kStatusDiffers;
 }
-
-}  // namespace
 
 int ShowDictionary(const ShowOptions& options) {
     const Request request = ReadRequest(options);
@@ -189,9 +193,31 @@ int ShowDictionary(const ShowOptions& options) {
     if (!ShowSubject(file->dictionary, request.subject, style)) {
         std::cerr << file->path << ": has no field or message " << request.subject << "; 'zel dict show " << file->path
                   << "' lists what it has\n";
-        return kStatusFound;
+        return kStatusDiffers;
     }
     return kStatusGood;
+}
+
+}  // namespace
+
+Verb DictShowVerb() {
+    auto options = std::make_shared<ShowOptions>();
+    return {
+        .name = "show",
+        .summary = "Show the fields and messages of a dictionary",
+        .options = {DictionaryArgument(&options->dictionary),
+                    {"WHAT", &options->subject,
+                     "Name of a field or a message, id of a field, or TYPE/SUBTYPE of a message. Without it, "
+                     "everything"},
+                    {"--json", &options->json, "Write the whole dictionary as a source that builds to the same image"}},
+        .footer =
+            "Examples:\n"
+            "  zel dict show zeldata/sample.json\n"
+            "  zel dict show zeldata/sample.json LIMIT_PRICE\n"
+            "  zel dict show zeldata/sample.json 10/2\n"
+            "  zel dict show zeldata/sample.json --json\n"
+            "Exit status: 0 shown, 1 nothing has that name or number, 2 wrong usage or no usable dictionary.",
+        .run = [options] { return ShowDictionary(*options); }};
 }
 
 }  // namespace zel::tools

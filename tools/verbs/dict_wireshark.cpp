@@ -1,16 +1,18 @@
-#include "tools/verbs/dict_wireshark.h"
-
 #include <array>
 #include <cstdio>
 #include <filesystem>
 #include <iostream>
+#include <memory>
 #include <optional>
+#include <string>
 #include <string_view>
 
 #include "tools/dictionary/dictionary_file.h"
 #include "tools/io/file_output.h"
 #include "tools/io/status.h"
 #include "tools/text/json_text.h"
+#include "tools/verbs/all_verbs.h"
+#include "tools/verbs/dictionary_option.h"
 
 namespace zel::tools {
 
@@ -18,6 +20,15 @@ namespace zel::tools {
 extern const char* const kDissector;
 
 namespace {
+
+struct WiresharkOptions {
+    std::string dictionary;  // empty: what the provider serves
+    std::string output;      // empty: standard output
+};
+
+// Where Wireshark looks for the dissector.
+constexpr const char* kPluginFolders =
+    "~/.local/lib/wireshark/plugins on Linux and macOS, %APPDATA%\\Wireshark\\plugins on Windows";
 
 // A text as Lua reads it back. What is no UTF-8 would not be shown: its bytes become question marks.
 std::string LuaText(std::string_view text) {
@@ -80,8 +91,6 @@ std::string DissectorText(const std::string& source, const DictionarySource& dic
     return text + "    },\n}\n" + kDissector;
 }
 
-}  // namespace
-
 int WriteDissector(const WiresharkOptions& options) {
     const std::optional<DictionaryFile> file = OpenDictionaryFile(options.dictionary);
     if (!file) {
@@ -97,6 +106,24 @@ int WriteDissector(const WiresharkOptions& options) {
     std::cout << options.output << ": " << Summary(file->dictionary) << "\nTo install it, copy it to " << kPluginFolders
               << '\n';
     return kStatusGood;
+}
+
+}  // namespace
+
+Verb DictWiresharkVerb() {
+    auto options = std::make_shared<WiresharkOptions>();
+    return {.name = "wireshark",
+            .summary = "Write a dissector for Wireshark that knows a dictionary",
+            .options = {DictionaryArgument(&options->dictionary),
+                        {"-o,--output", &options->output, "Lua file to write; without it, standard output", "FILE"}},
+            .footer = std::string("The file is a whole dissector, for Wireshark and tshark from 3.6 on. To install it, "
+                                  "copy it to ") +
+                      kPluginFolders +
+                      ". To try it out, name it: tshark -X lua_script:FILE.\n"
+                      "Examples:\n"
+                      "  zel dict wireshark zeldata/sample.json -o zel.lua\n"
+                      "Exit status: 0 written, 2 wrong usage, no usable dictionary or the file cannot be written.",
+            .run = [options] { return WriteDissector(*options); }};
 }
 
 }  // namespace zel::tools

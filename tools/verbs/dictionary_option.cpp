@@ -2,11 +2,17 @@
 
 namespace zel::tools {
 
-void AddDictionaryOption(CLI::App& verb, std::string& path) {
-    verb.add_option("-d,--dictionary", path,
-                    "Dictionary: an image, or a source (*.json); else the image that ZELDATA_IMAGE names, else "
-                    "zeldata.img beside the provider")
-        ->option_text("FILE");
+VerbOption DictionaryOption(std::string* path) {
+    return {"-d,--dictionary", path,
+            "Dictionary: an image, or a source (*.json); else the image that ZELDATA_IMAGE names, else "
+            "zeldata.img beside the provider",
+            "FILE"};
+}
+
+VerbOption DictionaryArgument(std::string* path) {
+    return {"IMAGE", path,
+            "Dictionary: an image, or a source whose name ends with .json. Without it, the image that the provider "
+            "serves: what ZELDATA_IMAGE names, else zeldata.img beside the provider library"};
 }
 
 }  // namespace zel::tools

@@ -1,13 +1,18 @@
-// The option -d/--dictionary.
+// The options of several verbs that choose a dictionary.
 #ifndef ZEL_TOOLS_VERBS_DICTIONARY_OPTION_H
 #define ZEL_TOOLS_VERBS_DICTIONARY_OPTION_H
 
-#include <CLI/CLI.hpp>
 #include <string>
+
+#include "tools/verbs/verb.h"
 
 namespace zel::tools {
 
-void AddDictionaryOption(CLI::App& verb, std::string& path);
+// -d, --dictionary: of verbs that work on messages.
+[[nodiscard]] VerbOption DictionaryOption(std::string* path);
+
+// The argument IMAGE: of verbs that work on a dictionary.
+[[nodiscard]] VerbOption DictionaryArgument(std::string* path);
 
 }  // namespace zel::tools
 

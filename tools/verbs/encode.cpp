@@ -1,7 +1,5 @@
-#include "tools/verbs/encode.h"
-
 #include <memory>
-#include <optional>
+#include <nlohmann/json.hpp>
 #include <string>
 
 #include "tools/capture/message_writer.h"
@@ -16,6 +14,7 @@
 #include "tools/text/hex_text.h"
 #include "tools/text/json_file.h"
 #include "tools/text/message_error.h"
+#include "tools/verbs/all_verbs.h"
 #include "tools/verbs/dictionary_option.h"
 
 namespace zel::tools {
@@ -58,7 +57,7 @@ void EncodeLines(const EncodeOptions& options, LineReader& reader, MessageWriter
             }
             FlushWhenLarge(output);
         } catch (const MessageError& error) {
-            errors.AboutMessage(line.offset, number, error.what());
+            errors.AddForMessage(line.offset, number, error.what());
         }
         progress.Show(line.offset);
     }
@@ -66,52 +65,43 @@ void EncodeLines(const EncodeOptions& options, LineReader& reader, MessageWriter
 
 int Encode(const EncodeOptions& options) {
     ByteOutput output{kStandardOutput, ""};
-    std::optional<LoadedDictionary> dictionary;
-    std::optional<Catalog> catalog;
-    std::optional<InputFile> file;
-    try {
-        file.emplace(options.input);
-        dictionary.emplace(options.dictionary);
-        catalog.emplace(dictionary->tables());
-    } catch (const std::runtime_error& error) {
-        (void)std::fprintf(stderr, "zel: %s\n", error.what());
-        return kStatusUnable;
-    }
-    ErrorLines errors(file->name(), output);
-    MessageWriter writer(*catalog);
+    InputFile file(options.input);
+    const LoadedDictionary dictionary(options.dictionary);
+    const Catalog catalog(dictionary.tables());
+    ErrorLines errors(file.name(), output);
+    MessageWriter writer(catalog);
     // What was written is seen before the next read, which may wait.
     LineReader reader([&file, &output](char* to, std::size_t size) {
         Flush(output);
-        return file->Read(to, size);
+        return file.Read(to, size);
     });
-    Progress progress(file->Size());
+    Progress progress(file.Size());
     try {
         EncodeLines(options, reader, writer, output, errors, progress);
     } catch (const InputError& error) {
-        errors.About(error.what());
+        errors.Add(error.what());
     }
     Flush(output);
-    return errors.any() ? kStatusFound : kStatusGood;
+    return errors.any() ? kStatusDiffers : kStatusGood;
 }
 
 }  // namespace
 
-void AddEncodeCommand(CLI::App& app, int& status) {
+Verb EncodeVerb() {
     auto options = std::make_shared<EncodeOptions>();
-    CLI::App* encode = app.add_subcommand("encode", "Write messages from JSON, one object a line");
-    encode
-        ->add_option("FILE", options->input,
-                     "Messages as 'zel decode --json' writes them; - is standard input (default)")
-        ->option_text(" ");
-    AddDictionaryOption(*encode, options->dictionary);
-    encode->add_flag("--hex", options->hex, "Write hex text, one line a message, instead of bytes");
-    encode->footer(
-        "Examples:\n"
-        "  zel encode examples/orders.jsonl > orders.zel\n"
-        "  echo '{\"name\":\"NOTICE\",\"fields\":{\"HEADLINE\":\"Closed\"}}' | zel encode --hex\n"
-        "  zel decode --json capture.zel | sed 's/\"RYE\"/\"OATS\"/' | zel encode > changed.zel\n"
-        "Exit status: 0 all messages good, 1 some bad, 2 wrong usage, no dictionary or no input.");
-    encode->callback([options, &status] { status = UntilReaderGoes([&options] { return Encode(*options); }); });
+    return {.name = "encode",
+            .summary = "Write messages from JSON, one object a line",
+            .options = {{"FILE", &options->input,
+                         "Messages as 'zel decode --json' writes them; - is standard input (default)"},
+                        DictionaryOption(&options->dictionary),
+                        {"--hex", &options->hex, "Write hex text, one line a message, instead of bytes"}},
+            .footer =
+                "Examples:\n"
+                "  zel encode examples/orders.jsonl > orders.zel\n"
+                "  echo '{\"name\":\"NOTICE\",\"fields\":{\"HEADLINE\":\"Closed\"}}' | zel encode --hex\n"
+                "  zel decode --json capture.zel | sed 's/\"RYE\"/\"OATS\"/' | zel encode > changed.zel\n"
+                "Exit status: 0 all messages good, 1 some bad, 2 wrong usage, no dictionary or no input.",
+            .run = [options] { return Encode(*options); }};
 }
 
 }  // namespace zel::tools

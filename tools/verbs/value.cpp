@@ -1,18 +1,16 @@
-#include "tools/verbs/value.h"
-
 #include <array>
-#include <cstdint>
-#include <cstring>
 #include <iostream>
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 
+#include "core/wire/value_bytes.h"
 #include "include/zelmessage.h"
-#include "runtime/byte_order.h"
 #include "tools/capture/library_reports.h"
 #include "tools/io/status.h"
 #include "tools/text/hex_text.h"
+#include "tools/verbs/all_verbs.h"
 
 namespace zel::tools {
 
@@ -48,20 +46,19 @@ void ShowFormats(int (*render)(const Record*, char*, short) noexcept, const Reco
     }
 }
 
-template <std::size_t size>
-void ShowBytes(const char (&bytes)[size]) {
+// The record as it travels.
+template <Shape shape, typename Record>
+void ShowBytes(const Record& record) {
+    char bytes[FixedWireSize(shape)];
+    EncodeFixed<shape>(&record, bytes);
     std::string text;
-    AppendSpacedHex(text, bytes, size, kLowerHex);
+    AppendSpacedHex(text, bytes, sizeof bytes, kLowerHex);
     ShowLine("bytes", text);
 }
 
 // False when the library cannot take the record apart, nor show it.
 bool ShowMoneyRecord(const _money& money) {
-    // As it travels.
-    char bytes[6];
-    StoreU32Be(bytes, static_cast<std::uint32_t>(money.amount));
-    StoreU16Be(bytes + 4, static_cast<std::uint16_t>(money.displayCode));
-    ShowBytes(bytes);
+    ShowBytes<Shape::kMoney>(money);
     ShowLine("amount", std::to_string(money.amount));
     ShowLine("display code", std::to_string(money.displayCode));
     long whole = 0;
@@ -99,10 +96,7 @@ void ShowTimeFormats(const _datetime& value) {
 }
 
 void ShowDateTimeRecord(const _datetime& value) {
-    // It travels as it lies in memory.
-    char bytes[sizeof value];
-    std::memcpy(bytes, &value, sizeof value);
-    ShowBytes(bytes);
+    ShowBytes<Shape::kDateTime>(value);
     ShowLine("kind", std::to_string(value.kind));
 }
 
@@ -170,15 +164,15 @@ constexpr char kExitStatus[] =
     "Put '--' in front of a text that begins with '-' and no digit.\n"
     "Exit status: 0 read, 1 the library refused or reported it, 2 wrong usage.";
 
-struct ValueVerb {
+struct Conversion {
     const char* name;
-    const char* description;
+    const char* summary;
     const char* formatHelp;  // null: takes no format
     const char* examples;
     bool (*show)(const ValueOptions&);  // false: the library refuses the text
 };
 
-constexpr ValueVerb kVerbs[] = {
+constexpr Conversion kConversions[] = {
     {"money", "Read an amount and show its record and renderings",
      "Show the rendering in this format alone: 0 to 3, or any other number for both signs",
      "Examples:\n"
@@ -209,38 +203,41 @@ constexpr ValueVerb kVerbs[] = {
      ShowFraction},
 };
 
-int Convert(const ValueVerb& verb, const ValueOptions& options) {
+int Convert(const Conversion& conversion, const ValueOptions& options) {
     const ReportCollector collector;
-    const bool isRead = verb.show(options);
+    const bool isRead = conversion.show(options);
     for (const LibraryReport& report : collector.reports()) {
         std::cerr << "zel: error " << report.code << ": " << report.text << '\n';
     }
     if (!isRead && collector.reports().empty()) {
-        std::cerr << "zel: '" << options.text << "': the library refuses it without a report; 'zel value " << verb.name
-                  << " --help' shows texts that it reads\n";
+        std::cerr << "zel: '" << options.text << "': the library refuses it without a report; 'zel value "
+                  << conversion.name << " --help' shows texts that it reads\n";
     }
-    return isRead && collector.reports().empty() ? kStatusGood : kStatusFound;
+    return isRead && collector.reports().empty() ? kStatusGood : kStatusDiffers;
 }
 
 }  // namespace
 
-void AddValueCommand(CLI::App& app, int& status) {
-    CLI::App* value = app.add_subcommand("value", "Convert money, dates, times and fractions");
-    value->require_subcommand(1);
-    value->footer(
-        "Example:\n"
-        "  zel value money \"101'16\"\n"
-        "'zel value VERB --help' tells more.");
-    for (const ValueVerb& verb : kVerbs) {
-        CLI::App* command = value->add_subcommand(verb.name, verb.description);
+Verb ValueVerb() {
+    Verb value{.name = "value",
+               .summary = "Convert money, dates, times and fractions",
+               .footer =
+                   "Example:\n"
+                   "  zel value money \"101'16\"\n"
+                   "'zel value VERB --help' tells more."};
+    for (const Conversion& conversion : kConversions) {
         auto options = std::make_shared<ValueOptions>();
-        command->add_option("TEXT", options->text, "Text to read")->required();
-        if (verb.formatHelp != nullptr) {
-            command->add_option("--format", options->format, verb.formatHelp)->option_text("N");
+        Verb verb{.name = conversion.name,
+                  .summary = conversion.summary,
+                  .options = {{"TEXT", &options->text, "Text to read", "", true}},
+                  .footer = std::string(conversion.examples) + kExitStatus,
+                  .run = [&conversion, options] { return Convert(conversion, *options); }};
+        if (conversion.formatHelp != nullptr) {
+            verb.options.push_back({"--format", &options->format, conversion.formatHelp, "N"});
         }
-        command->footer(std::string(verb.examples) + kExitStatus);
-        command->callback([&verb, options, &status] { status = Convert(verb, *options); });
+        value.verbs.push_back(std::move(verb));
     }
+    return value;
 }
 
 }  // namespace zel::tools

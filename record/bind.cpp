@@ -1,0 +1,147 @@
+#include "record/binding.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "core/slots/message_model.h"
+#include "core/tables/plan_table.h"
+#include "core/tables/tables_in_use.h"
+#include "record/bind_check.h"
+#include "runtime/allocator.h"
+#include "runtime/reports.h"
+
+namespace zel {
+
+namespace {
+
+struct Parts {
+    ZELBinding* binding;
+    FieldStep* steps;
+    FieldName* names;
+};
+
+FieldStep StartOfStep(const PlanEntry& entry) noexcept {
+    FieldStep step{};
+    step.wireId = entry.wireId;
+    step.shape = entry.shape;
+    step.isMandatory = entry.presence == kZELMandatory;
+    step.isMarker = entry.isMarker;
+    step.rule = entry.rule;
+    step.presenceOffset = ZEL_NOWHERE;
+    return step;
+}
+
+// The entry that counts the repetitions, or -1.
+int FindCountEntry(const MessagePlan& plan) noexcept {
+    for (int at = 0; plan.repeatFieldId != 0 && at < plan.entryCount; ++at) {
+        if (plan.entries[at].rule.id == plan.repeatFieldId) {
+            return at;
+        }
+    }
+    return -1;
+}
+
+// A binding whose steps have no members, or none without memory.
+Parts NewBinding(const MessagePlan& plan) noexcept {
+    const auto count = static_cast<std::size_t>(plan.entryCount);
+    static_assert(sizeof(ZELBinding) % alignof(FieldStep) == 0);
+    auto* binding =
+        static_cast<ZELBinding*>(AllocateZeroed(sizeof(ZELBinding) + count * (sizeof(FieldStep) + sizeof(FieldName))));
+    if (binding == nullptr) {
+        return {};
+    }
+    auto* steps = reinterpret_cast<FieldStep*>(binding + 1);
+    auto* names = reinterpret_cast<FieldName*>(steps + count);
+    for (std::size_t at = 0; at < count; ++at) {
+        const PlanEntry& entry = plan.entries[at];
+        steps[at] = StartOfStep(entry);
+        const ZELDictionaryField* record = FindFldRecord(static_cast<short>(entry.rule.id));
+        if (record != nullptr) {
+            // The last byte stays zero.
+            std::memcpy(names[at].text, record->name, sizeof names[at].text - 1);
+        }
+    }
+    binding->plan = &plan;
+    binding->steps = steps;
+    binding->names = names;
+    binding->countEntry = FindCountEntry(plan);
+    return {binding, steps, names};
+}
+
+// A message without a repetition has slots of the group's fields in place of those after it, and nobody sets them.
+bool CanLackRepetitions(const MessagePlan& plan) noexcept {
+    const int groupSize = plan.groupEnd - plan.groupBegin;
+    for (int at = plan.groupEnd; at < plan.entryCount && groupSize != 0; ++at) {
+        if (plan.entries[plan.groupBegin + (at - plan.groupEnd) % groupSize].presence == kZELMandatory) {
+            return false;
+        }
+    }
+    return true;
+}
+
+// Which messages go by the steps alone.
+void JudgeSteps(ZELBinding& binding) noexcept {
+    const MessagePlan& plan = *binding.plan;
+    // Of the id 0 each message that is created or received is reported.
+    const bool isUsual =
+        (plan.repeatFieldId == 0 || plan.groupBegin != plan.groupEnd) && plan.hasDictionary && !plan.hasIdZero;
+    const auto steps = [&](auto holds) { return std::all_of(binding.steps, binding.steps + plan.entryCount, holds); };
+    binding.packsByStep = isUsual && plan.knowsAllFields && steps([](const FieldStep& step) {
+                              return (step.move == Move::kNone && !step.isNumber) || step.wireId != kNoId;
+                          });
+    binding.packsNoneByStep = CanLackRepetitions(plan);
+    binding.unpacksByStep = isUsual && (binding.countEntry < 0 || binding.steps[binding.countEntry].wireId != kNoId);
+}
+
+}  // namespace
+
+}  // namespace zel
+
+extern "C" int ZELBind(const ZELLayout* layout, const ZELBinding** binding, char* text, size_t textSize) noexcept {
+    using namespace zel;
+    Disagreements disagreements(text, textSize);
+    if (binding != nullptr) {
+        *binding = nullptr;
+    }
+    if (layout == nullptr || binding == nullptr || (layout->members == nullptr && layout->memberCount != 0) ||
+        (layout->group != nullptr && layout->group->members == nullptr && layout->group->memberCount != 0)) {
+        return ZEL_BAD_ARGUMENT;
+    }
+    ReportListener listener;
+    const MessagePlan* plan = FindPlanOrReport(layout->msgType, layout->subType);
+    if (plan == nullptr) {
+        return listener.code > 0 ? listener.code : ZEL_BAD_CALL;
+    }
+    const Parts parts = NewBinding(*plan);
+    if (parts.binding == nullptr) {
+        SendReport(reports::kModelAllocation);
+        return listener.code > 0 ? listener.code : ZEL_BAD_CALL;
+    }
+    BindMembers(*layout, *parts.binding, parts.steps, parts.names, disagreements);
+    if (!disagreements.IsEmpty()) {
+        Release(parts.binding);
+        return ZEL_BAD_LAYOUT;
+    }
+    JudgeSteps(*parts.binding);
+    *binding = parts.binding;
+    return 0;
+}
+
+extern "C" void ZELFreeBinding(const ZELBinding* binding) noexcept {
+    zel::Release(const_cast<ZELBinding*>(binding));
+}
+
+extern "C" int ZELIsCurrent(const ZELBinding* binding) noexcept {
+    using namespace zel;
+    if (binding == nullptr || !tablesAreInUse || !HasDataDictionary() ||
+        FindMessage(binding->plan->msgType, binding->plan->subType).plan != binding->plan) {
+        return 0;
+    }
+    for (int at = 0; at < binding->plan->entryCount; ++at) {
+        const FieldName& name = binding->names[at];
+        if (name.isAskedFor && GetFldByName(name.text) != static_cast<short>(binding->steps[at].rule.id)) {
+            return 0;
+        }
+    }
+    return 1;
+}

@@ -1,0 +1,342 @@
+// Unpacking by steps.
+#include "core/tables/message_table.h"
+#include "core/tables/tables_in_use.h"
+#include "core/wire/frame.h"
+#include "message/exchange.h"
+#include "record/frame_run.h"
+#include "record/member.h"
+#include "record/record_general.h"
+
+namespace zel {
+
+namespace {
+
+// A message that the way of the message object has to read.
+constexpr int kLeftToSlots = -1;
+
+// A value as it lies on the wire.
+template <short format>
+struct OnTheWire {
+    Reader& in;
+    WireValue value;
+
+    template <Shape shape>
+    bool Find(const FieldStep& step) noexcept {
+        return LocateValue<format, shape>(step.rule, in, value);
+    }
+    template <Shape shape>
+    void Store(void* out) const noexcept {
+        (void)StoreValue<shape>(value, out);
+    }
+    const char* Bytes() const noexcept { return value.bytes; }
+    std::size_t Length() const noexcept { return value.length; }
+    bool Pass(const FieldStep& step) noexcept {
+        if constexpr (format == kIdLengthAndValue) {
+            return WithShape(step.shape, [&](auto shape) { return Find<shape()>(step); });
+        } else {
+            // Of a field with such a step the dictionary's length is that of its type.
+            const auto length = static_cast<std::size_t>(step.rule.length);
+            return length != 0 ? Skip(in, FrontSize(format) + length) : Find<Shape::kCounted>(step);
+        }
+    }
+};
+
+// Fields of a group that a repetition lacks: one bit for each.
+using FieldSet = std::uint64_t;
+constexpr std::ptrdiff_t kMostInSet = 64;
+
+struct Walk {
+    const ZELBinding& binding;
+    ZELReading& reading;
+    Reader in;
+    int taken;  // fields
+    std::uint32_t repetitions;
+    FailedAt& at;
+};
+
+// Whether the field at the reader is the step's.
+template <short format>
+bool IsOfStep(const FieldStep& step, const Reader& in) noexcept {
+    return format == kValueOnly ? step.wireId != kNoId && Remaining(in) != 0 : IsNextField(step.wireId, in);
+}
+
+// At the field that begins at `field`.
+[[gnu::noinline]] bool GiveUp(Walk& walk, const char* field, const FieldStep& step, int repetition) noexcept {
+    walk.in.next = field;
+    walk.at.fieldId = step.rule.id;
+    walk.at.repetition = repetition;
+    return false;
+}
+
+// Reads the repeat count, as validation does: the low 16 bits of the first 32. Without the field there is none.
+template <short format>
+bool PassCount(Walk& walk, const FieldStep& step) noexcept {
+    if (!IsOfStep<format>(step, walk.in)) {
+        return format != kValueOnly || Remaining(walk.in) == 0;
+    }
+    OnTheWire<format> source{walk.in, {}};
+    std::uint32_t count = 0;
+    if (step.shape == Shape::kShort) {
+        if (!source.template Find<Shape::kShort>(step)) {
+            return false;
+        }
+        source.template Store<Shape::kShort>(&count);
+    } else {
+        if (!source.template Find<Shape::kLong>(step)) {
+            return false;
+        }
+        source.template Store<Shape::kLong>(&count);
+    }
+    ++walk.taken;
+    walk.repetitions = count & UINT16_MAX;
+    const bool fits = !walk.binding.hasGroup || walk.repetitions <= walk.binding.mostRepetitions;
+    return fits && walk.repetitions <= static_cast<std::uint32_t>(mostRepetitions) &&
+           FitSlots(*walk.binding.plan, walk.repetitions);
+}
+
+// Takes the field at the reader for its step; false where the way of the message object is to look.
+template <short format>
+[[gnu::always_inline]] inline bool TakeField(const FieldStep& step, char* base, Reader& in) noexcept {
+    OnTheWire<format> source{in, {}};
+    if (FillMember(step, base, source) != 0) [[unlikely]] {
+        return false;
+    }
+    MarkPresent(step, base);
+    return true;
+}
+
+// Whether the field that is at the reader in place of the step's may come there.
+template <short format>
+bool MayLack(const FieldStep& step, const Reader& in) noexcept {
+    // Where a marker is missing nobody knows which repetition the next field is of.
+    return (format != kValueOnly && !step.isMarker) || Remaining(in) == 0;
+}
+
+// A group without markers leaves it to the fields which repetition they are of: each goes to the first that lacks it.
+// So none may come that an earlier repetition lacked.
+bool IsInPlace(const StepRange& range, FieldSet lacking, FieldSet& lacked) noexcept {
+    const bool isInPlace = (lacked & ~lacking) == 0 && (lacked == 0 || range.end - range.begin <= kMostInSet);
+    lacked |= lacking;
+    return isInPlace;
+}
+
+// Between the fields in front of the group and the group; nothing without one.
+template <short format>
+bool StartGroup(Walk& walk, char* record) noexcept {
+    const ZELBinding& binding = walk.binding;
+    const MessagePlan& plan = *binding.plan;
+    if (plan.groupBegin == plan.groupEnd) {
+        return true;
+    }
+    if (!PassCount<format>(walk, binding.steps[plan.groupBegin - 1])) {
+        return false;
+    }
+    if (binding.hasGroup) {
+        StoreHost(record + binding.countOffset, walk.repetitions);
+    }
+    // Without a repetition the slots of the message are of another order.
+    return walk.repetitions != 0 || Remaining(walk.in) == 0;
+}
+
+// Passes the steps, each once: a field that is the step's is taken, any other step's field did not arrive. False: the
+// way of the message object is to look. What the header says of the number of fields is looked at when all is done.
+template <short format>
+bool PassSteps(Walk& walk, char* record) noexcept {
+    const ZELBinding& binding = walk.binding;
+    const MessagePlan& plan = *binding.plan;
+    const bool hasCount = plan.groupBegin != plan.groupEnd;
+    FieldSet lacked = 0;
+    // The count field is the last one in front of the group.
+    StepRange range{binding.steps, binding.steps + plan.groupBegin - (hasCount ? 1 : 0), 0, -1, kBeforeGroup};
+    std::uint32_t repetitions = 0;
+    do {
+        char* const base = record + range.base;
+        Reader in = walk.in;
+        FieldSet lacking = 0;
+        int taken = static_cast<int>(range.end - range.begin);
+        for (const FieldStep* step = range.begin; step != range.end; ++step) {
+            const char* const field = in.next;
+            const bool isNext = IsOfStep<format>(*step, in);
+            if (isNext ? !TakeField<format>(*step, base, in) : !MayLack<format>(*step, in)) [[unlikely]] {
+                return GiveUp(walk, field, *step, range.repetition);
+            }
+            if (!isNext) [[unlikely]] {
+                --taken;
+                NoteAbsent(*step, base, range.repetition, walk.reading);
+                lacking |= FieldSet{1} << (static_cast<std::size_t>(step - range.begin) % kMostInSet);
+            }
+        }
+        walk.in = in;
+        walk.taken += taken;
+        const bool isLoose = range.part == kInGroup && plan.groupMarkers == 0;
+        if ((isLoose && !IsInPlace(range, lacking, lacked)) ||
+            (range.part == kBeforeGroup && !StartGroup<format>(walk, record))) {
+            return false;
+        }
+        // Nobody wants to know what a group lacks that the layout has not.
+        repetitions = binding.hasGroup || Remaining(walk.in) != 0 ? walk.repetitions : 0;
+    } while (NextRange(binding, repetitions, range));
+    return true;
+}
+
+// Reads a payload by steps: 0, or kLeftToSlots.
+int PassPayload(const ZELBinding& binding, const Unpacking& unpacking, const ZelMsgStruct& header,
+                const Reader& payload, const Reader& message, FailedAt& at) noexcept {
+    Walk walk{binding, unpacking.reading, payload, 0, 0, at};
+    bool isDone = false;
+    switch (header.format) {
+        case kIdAndValue:
+            isDone = PassSteps<kIdAndValue>(walk, unpacking.record);
+            break;
+        case kValueOnly:
+            isDone = PassSteps<kValueOnly>(walk, unpacking.record);
+            break;
+        case kIdLengthAndValue:
+            isDone = PassSteps<kIdLengthAndValue>(walk, unpacking.record);
+            break;
+        default:
+            break;
+    }
+    // Less than the header says is all there is; what is left then is a field out of order, one that came again, or one
+    // that the message does not have. More than the header says is not the message's.
+    const int fields = std::max<int>(header.numFields, 0);
+    isDone = isDone && (walk.taken == fields || (walk.taken < fields && Remaining(walk.in) == 0));
+    // A payload that was expanded lies elsewhere: of what is received, its beginning is to blame.
+    const bool isReceived = walk.in.end == message.end;
+    at.offset = static_cast<std::size_t>((isReceived ? walk.in.next : message.next) - unpacking.message);
+    return isDone ? 0 : kLeftToSlots;
+}
+
+// Likewise for one that has to be expanded or transformed back. Apart for the room that the buffers take.
+[[gnu::noinline]] int PassWrapped(const ZELBinding& binding, const Unpacking& unpacking, const ZelMsgStruct& header,
+                                  const Reader& received, FailedAt& at) noexcept {
+    PayloadBuffers buffers;
+    Reader payload = received;
+    if (UnwrapPayload(header, buffers, payload) != Unwrapped::kDone ||
+        !KeepForViews(binding, unpacking.scratch, payload)) {
+        return kLeftToSlots;
+    }
+    return PassPayload(binding, unpacking, header, payload, received, at);
+}
+
+bool IsKnownMessage(short msgType, short subType) noexcept {
+    return FindIndexedMessage(msgType, subType) != nullptr || FindSubType(msgType, subType) != nullptr;
+}
+
+int UnpackBySteps(const ZELBinding& binding, const Unpacking& unpacking, FailedAt& at) noexcept {
+    if (!tablesAreInUse) {
+        return kLeftToSlots;
+    }
+    ZelMsgStruct header{};
+    const Reader payload = PeekZELHeader(unpacking.message, unpacking.length, header);
+    if (payload.next == nullptr) {
+        return kLeftToSlots;
+    }
+    const bool isOther = header.msgType != binding.plan->msgType;
+    if (isOther || !binding.unpacksByStep || header.subType != binding.plan->subType) {
+        const bool isOfType = !isOther && header.subType == binding.plan->subType;
+        return !isOfType && IsKnownMessage(header.msgType, header.subType) ? ZEL_OTHER_MESSAGE : kLeftToSlots;
+    }
+    const int result = IsSentPlain(header) ? PassPayload(binding, unpacking, header, payload, payload, at)
+                                           : PassWrapped(binding, unpacking, header, payload, at);
+    if (result == 0) {
+        TakeEnvelope(header, unpacking.reading);
+    }
+    return result;
+}
+
+// After a failure nothing in the record looks like something received.
+void ClearRecord(const ZELBinding& binding, char* record) noexcept {
+    (void)ForEachSlot(binding, 0, [&](const FieldStep& step, const PlanEntry& /*entry*/, std::uint32_t /*repetition*/) {
+        (void)ClearMember(step, record);
+        return 0;
+    });
+    for (int at = binding.plan->groupEnd; at < binding.plan->entryCount; ++at) {
+        (void)ClearMember(binding.steps[at], record);
+    }
+    if (binding.hasGroup) {
+        StoreHost(record + binding.countOffset, std::uint32_t{0});
+    }
+}
+
+}  // namespace
+
+int UnpackMessage(const ZELBinding& binding, const Unpacking& unpacking, FailedAt& at) noexcept {
+    ZELReading& reading = unpacking.reading;
+    const Scratch scratch = unpacking.scratch;
+    reading.absentCount = 0;
+    int result = UnpackBySteps(binding, unpacking, at);
+    if (result == kLeftToSlots) {
+        unpacking.scratch = scratch;
+        reading.absentCount = 0;
+        result = UnpackBySlots(binding, unpacking, at);
+    }
+    if (result != 0) {
+        unpacking.scratch = scratch;
+        reading.absentCount = 0;
+        if (result != ZEL_OTHER_MESSAGE) {
+            ClearRecord(binding, unpacking.record);
+        }
+    }
+    return result;
+}
+
+}  // namespace zel
+
+namespace {
+
+// Starts what the caller asks for; `none` for those who ask for nothing.
+ZELReading& StartReading(ZELReading* reading, ZELReading& none) noexcept {
+    ZELReading& asked = reading != nullptr ? *reading : none;
+    asked.absentCount = 0;
+    asked.used = 0;
+    return asked;
+}
+
+zel::Scratch ScratchOf(const ZELReading& reading) noexcept {
+    return {static_cast<char*>(reading.scratch), reading.scratch != nullptr ? reading.scratchSize : 0};
+}
+
+}  // namespace
+
+extern "C" int ZELUnpackRecord(const ZELBinding* binding, const void* bytes, size_t length, void* record,
+                               ZELReading* reading, ZELFailure* failure) noexcept {
+    using namespace zel;
+    ZELReading none{};
+    ZELReading& asked = StartReading(reading, none);
+    Scratch scratch = ScratchOf(asked);
+    FailedAt at;
+    if (binding == nullptr || bytes == nullptr || record == nullptr) {
+        return Explain(failure, binding, ZEL_BAD_ARGUMENT, at);
+    }
+    std::size_t size = 0;
+    int result = ZELFindFrame(bytes, length, &size);
+    if (result == 0) {
+        result = UnpackFrame(*binding, static_cast<const char*>(bytes), static_cast<char*>(record), asked, scratch, at);
+        asked.used = size;
+    }
+    return result == 0 ? 0 : Explain(failure, binding, result, at);
+}
+
+extern "C" int ZELUnpackRecordNoFrame(const ZELBinding* binding, const void* bytes, size_t length, void* record,
+                                      ZELReading* reading, ZELFailure* failure) noexcept {
+    using namespace zel;
+    ZELReading none{};
+    ZELReading& asked = StartReading(reading, none);
+    Scratch scratch = ScratchOf(asked);
+    FailedAt at;
+    if (binding == nullptr || bytes == nullptr || record == nullptr || length > INT32_MAX) {
+        return Explain(failure, binding, ZEL_BAD_ARGUMENT, at);
+    }
+    const int result = UnpackMessage(
+        *binding,
+        {static_cast<const char*>(bytes), static_cast<long>(length), static_cast<char*>(record), asked, scratch}, at);
+    asked.used = length;
+    if (result != 0) {
+        return Explain(failure, binding, result, at);
+    }
+    if (asked.envelope != nullptr) {
+        asked.envelope->frameKind = ZEL_FRAME_NONE;
+    }
+    return 0;
+}

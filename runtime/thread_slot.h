@@ -1,0 +1,15 @@
+// One pointer that each thread has for itself, null at first. Not a thread-local object: those take notifications of
+// threads that start and end, which the library's files go without.
+#ifndef ZEL_RUNTIME_THREAD_SLOT_H
+#define ZEL_RUNTIME_THREAD_SLOT_H
+
+namespace zel {
+
+class ReportListener;
+
+ReportListener* ThreadListener() noexcept;
+void SetThreadListener(ReportListener* listener) noexcept;
+
+}  // namespace zel
+
+#endif  // ZEL_RUNTIME_THREAD_SLOT_H

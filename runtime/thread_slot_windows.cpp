@@ -1,0 +1,36 @@
+#include <windows.h>
+
+#include "runtime/thread_slot.h"
+
+namespace zel {
+
+namespace {
+
+// Taken when the file is loaded, given back when it is unloaded. Windows has no more than some thousand: without one
+// nobody listens.
+struct Slot {
+    Slot() noexcept : index(TlsAlloc()) {}
+    ~Slot() noexcept { TlsFree(index); }
+    Slot(const Slot&) = delete;
+    Slot& operator=(const Slot&) = delete;
+
+    DWORD index;
+};
+
+const Slot slot;
+
+}  // namespace
+
+ReportListener* ThreadListener() noexcept {
+    // Asking clears the thread's last error, which the program may still want to read.
+    const DWORD lastError = GetLastError();
+    auto* listener = static_cast<ReportListener*>(TlsGetValue(slot.index));
+    SetLastError(lastError);
+    return listener;
+}
+
+void SetThreadListener(ReportListener* listener) noexcept {
+    TlsSetValue(slot.index, listener);
+}
+
+}  // namespace zel

@@ -1,0 +1,491 @@
+// Records: layouts that do not fit, agreement with the message object, frames in a row, memory.
+#include "include/zelrecord.h"
+
+#include <gtest/gtest.h>
+
+#include <cstddef>
+#include <cstdlib>
+#include <regex>
+#include <set>
+
+#include "core/tables/tables_in_use.h"
+#include "fuzz/received_message.h"
+#include "tests/support/failing_heap.h"
+#include "tests/support/made_message.h"
+#include "tests/support/record_agreement.h"
+#include "tests/support/recorded_reports.h"
+#include "tests/support/work_folder.h"
+
+namespace zel::test {
+namespace {
+
+// ---- Agreement ------------------------------------------------------------------------------------------------------
+
+// Each case is a dictionary, a layout and some messages. ZEL_RECORD_CASES says how many.
+TEST(RecordAgreement, HoldsForAnyDictionaryLayoutAndMessage) {
+    const char* asked = std::getenv("ZEL_RECORD_CASES");
+    const unsigned long cases = asked != nullptr ? std::strtoul(asked, nullptr, 10) : 3000;
+    unsigned long bound = 0;
+    unsigned long packed = 0;
+    for (unsigned long seed = 0; seed < cases; ++seed) {
+        Random random(static_cast<std::uint32_t>(seed));
+        const RandomTables tables(random);
+        RecordAgreement agreement(random, tables);
+        bound += agreement.IsBound() ? 1U : 0U;
+        for (int step = 0; agreement.IsBound() && step < 6; ++step) {
+            const std::string message = agreement.Pack();
+            packed += message.empty() ? 0U : 1U;
+            agreement.Unpack(message);
+            agreement.Unpack(fuzz::MakeReceived(random, tables, agreement.subType()).bytes);
+        }
+    }
+    EXPECT_GT(bound, cases / 2);
+    EXPECT_GT(packed, cases);
+}
+
+TEST(RecordAgreement, HoldsForMessagesThatAreCutOrHaveAnyBitFlipped) {
+    int formats[3] = {};
+    for (std::uint32_t seed = 1; formats[0] < 4 || formats[1] < 4 || formats[2] < 4; ++seed) {
+        Random random(seed);
+        const RandomTables tables(random);
+        RecordAgreement agreement(random, tables);
+        const std::string message = agreement.IsBound() ? agreement.Pack() : "";
+        if (message.size() < 54 || message.size() > 394 || ++formats[message[3] >> 4 & 3] > 4) {
+            continue;
+        }
+        for (std::size_t size = 1; size < message.size(); ++size) {
+            agreement.Unpack(message.substr(0, size));
+        }
+        for (std::size_t bit = 0; bit < message.size() * 8; ++bit) {
+            std::string flipped = message;
+            flipped[bit / 8] = static_cast<char>(flipped[bit / 8] ^ 1 << bit % 8);
+            agreement.Unpack(flipped);
+        }
+    }
+}
+
+// ---- A struct -------------------------------------------------------------------------------------------------------
+
+struct Leg {
+    char symbol[8];
+    std::int64_t quantity;
+    std::uint8_t hasQuantity;
+};
+
+struct Spread {
+    std::int16_t side;
+    std::uint32_t legCount;
+    Leg legs[3];
+    ZELView note;
+};
+
+constexpr std::uint32_t At(std::size_t offset) {
+    return static_cast<std::uint32_t>(offset);
+}
+
+// The layout of Spread, to be changed.
+struct SpreadLayout {
+    std::vector<ZELMember> members = {
+        {"SIDE", 0, ZEL_INT16, At(offsetof(Spread, side)), 2, 0, ZEL_NOWHERE},
+        {nullptr, kNote, ZEL_VIEW, At(offsetof(Spread, note)), 0, At(offsetof(Spread, note) + sizeof(void*)),
+         ZEL_NOWHERE},
+    };
+    std::vector<ZELMember> inGroup = {
+        {"LEG_SYMBOL", 0, ZEL_CHARS, At(offsetof(Leg, symbol)), 8, 0, ZEL_NOWHERE},
+        {"LEG_QTY", 0, ZEL_INT64, At(offsetof(Leg, quantity)), 8, 0, At(offsetof(Leg, hasQuantity))},
+    };
+    ZELGroup group = {At(offsetof(Spread, legs)), sizeof(Leg), 3, At(offsetof(Spread, legCount)), nullptr, 0};
+    ZELLayout layout = {1, kMarkedGroup, sizeof(Spread), nullptr, 0, nullptr};
+
+    int Bind(const ZELBinding** binding, std::string& text, bool hasGroup = true, std::size_t textSize = 2000) {
+        layout.members = members.data();
+        layout.memberCount = At(members.size());
+        group.members = inGroup.data();
+        group.memberCount = At(inGroup.size());
+        layout.group = hasGroup ? &group : nullptr;
+        text.assign(textSize, '?');
+        const int result = ZELBind(&layout, binding, text.data(), text.size());
+        text.resize(std::min(text.find('\0'), text.size()));
+        return result;
+    }
+};
+
+using Bound = std::unique_ptr<const ZELBinding, decltype(&ZELFreeBinding)>;
+
+Bound BindSpread() {
+    std::string text;
+    const ZELBinding* binding = nullptr;
+    EXPECT_EQ(SpreadLayout().Bind(&binding, text), 0) << text;
+    return {binding, &ZELFreeBinding};
+}
+
+Spread SampleSpread() {
+    return {7, 2, {{"RYE", -5, 1}, {"BARLEY4", 1 << 20, 1}, {"unused", 0, 0}}, {"spread", 6}};
+}
+
+std::string PackSpread(const ZELBinding* binding, const Spread& spread, ZELEnvelope envelope = {}) {
+    std::string frame(ZEL_MAX_FRAME, '\0');
+    std::size_t length = 0;
+    EXPECT_EQ(ZELPackRecord(binding, &spread, &envelope, frame.data(), frame.size(), &length, nullptr), 0);
+    frame.resize(length);
+    return frame;
+}
+
+// ---- Layouts that do not fit ----------------------------------------------------------------------------------------
+
+struct BadLayout {
+    const char* name;
+    void (*change)(SpreadLayout&);
+    const char* text;
+};
+
+ZELMember Extra(const char* field, ZELKind kind, std::uint32_t size) {
+    return {field, 0, kind, 0, size, 0, ZEL_NOWHERE};
+}
+
+const BadLayout kBadLayouts[] = {
+    {"no such name", [](SpreadLayout& all) { all.members.push_back(Extra("SIED", ZEL_INT16, 2)); },
+     "SIED: no field in the dictionary; int16_t in the struct\n"},
+    {"no such id", [](SpreadLayout& all) { all.members[1].fieldId = 9999; },
+     "id 9999: no field in the dictionary; view in the struct\n"},
+    {"not in the message", [](SpreadLayout& all) { all.members.push_back(Extra("QTY", ZEL_INT32, 4)); },
+     "QTY (11): not a field of this message; int32_t\n"},
+    {"kind", [](SpreadLayout& all) { all.members[0].kind = ZEL_FLOAT; }, "SIDE (10): short; float\n"},
+    {"no kind", [](SpreadLayout& all) { all.members[0].kind = 99; }, "SIDE (10): short; kind 99, which is none\n"},
+    {"narrower", [](SpreadLayout& all) { all.inGroup[1].kind = ZEL_INT16; }, "LEG_QTY (32): long; int16_t\n"},
+    {"size", [](SpreadLayout& all) { all.members[0].size = 4; }, "SIDE (10): short; int16_t of 4 bytes\n"},
+    {"no size", [](SpreadLayout& all) { all.inGroup[0].size = 0; }, "LEG_SYMBOL (31): text; chars[0] of 0 bytes\n"},
+    {"past the struct", [](SpreadLayout& all) { all.members[0].offset = 0xFFFFFFFF; },
+     "SIDE (10): short; a member at 4294967295 of 2 bytes, past the struct of SIZE\n"},
+    {"past the repetition", [](SpreadLayout& all) { all.inGroup[1].presenceOffset = sizeof(Leg); },
+     "LEG_QTY (32): long; a presence flag at LEG of 1 bytes, past the repetition of LEG\n"},
+    {"length past", [](SpreadLayout& all) { all.members[1].lengthOffset = sizeof(Spread); },
+     "NOTE (33): text; a length at SIZE of WORD bytes, past the struct of SIZE\n"},
+    {"group past", [](SpreadLayout& all) { all.group.capacity = 0xFFFFFFFF; },
+     "LEGS (30): counts the repetitions; 4294967295 of LEG bytes at FIRST, past the struct of SIZE\n"},
+    {"count past", [](SpreadLayout& all) { all.group.countOffset = sizeof(Spread) - 3; },
+     "LEGS (30): counts the repetitions; the group's count lies past the struct\n"},
+    {"mandatory", [](SpreadLayout& all) { all.members.erase(all.members.begin()); },
+     "SIDE (10): mandatory short; no member in the struct\n"},
+    {"twice", [](SpreadLayout& all) { all.members.push_back(all.members[0]); },
+     "SIDE (10): once in the message; twice in the struct\n"},
+    {"in the group", [](SpreadLayout& all) { all.members.push_back(Extra("LEG_QTY", ZEL_INT32, 4)); },
+     "LEG_QTY (32): in the repeating group; outside the group of the struct\n"},
+    {"outside the group", [](SpreadLayout& all) { all.inGroup.push_back(Extra("NOTE", ZEL_CHARS, 4)); },
+     "NOTE (33): outside the repeating group; in the group of the struct\n"},
+    {"count as a member", [](SpreadLayout& all) { all.members.push_back(Extra("LEGS", ZEL_INT16, 2)); },
+     "LEGS (30): counts the repetitions; the struct has a member for it, but it is sent from the group's count\n"},
+    {"marker as a member", [](SpreadLayout& all) { all.inGroup.push_back(Extra("MARK", ZEL_INT16, 2)); },
+     "MARK (140): marks the repetitions; the struct has a member for it, but it is sent from the group's count\n"},
+    {"no group",
+     [](SpreadLayout& all) {
+         all.layout.subType = kAllTypes;
+         all.members.pop_back();
+     },
+     "message 1/1: no repeating group; the struct has one\n"},
+    {"several",
+     [](SpreadLayout& all) {
+         all.members[0].kind = ZEL_VIEW;
+         all.inGroup[0].kind = ZEL_MONEY;
+     },
+     "SIDE (10): short; view\nLEG_SYMBOL (31): text; _money\n"},
+};
+
+std::string Replaced(std::string text) {
+    const std::pair<const char*, std::size_t> sizes[] = {{"SIZE", sizeof(Spread)}, {"LEG bytes", sizeof(Leg)},
+                                                         {"at LEG", sizeof(Leg)},  {"of LEG", sizeof(Leg)},
+                                                         {"WORD", sizeof(void*)},  {"FIRST", offsetof(Spread, legs)}};
+    for (const auto& [name, size] : sizes) {
+        const std::string word = std::string(name).find("LEG") == std::string::npos ? name : "LEG";
+        std::string with = name;
+        with.replace(with.find(word), word.size(), std::to_string(size));
+        for (std::size_t at = text.find(name); at != std::string::npos; at = text.find(name, at + 1)) {
+            text.replace(at, std::string(name).size(), with);
+        }
+    }
+    return text;
+}
+
+TEST(Binding, SaysEverythingThatDoesNotFit) {
+    const TestTables tables;
+    for (const BadLayout& row : kBadLayouts) {
+        SpreadLayout all;
+        row.change(all);
+        std::string text;
+        const ZELBinding* binding = nullptr;
+        EXPECT_EQ(all.Bind(&binding, text), ZEL_BAD_LAYOUT) << row.name;
+        EXPECT_EQ(binding, nullptr) << row.name;
+        EXPECT_EQ(text, Replaced(row.text)) << row.name;
+        std::string start;
+        EXPECT_EQ(all.Bind(&binding, start, true, 10), ZEL_BAD_LAYOUT) << row.name;
+        EXPECT_EQ(start, text.substr(0, 9)) << "cut";
+    }
+    SpreadLayout short8;
+    short8.layout.subType = kAllTypes;
+    short8.members = {Extra("SIDE", ZEL_INT16, 2), Extra("CODE", ZEL_CHARS, 7), Extra("BLOB", ZEL_CHARS, 7)};
+    std::string text;
+    const ZELBinding* binding = nullptr;
+    EXPECT_EQ(short8.Bind(&binding, text, false), ZEL_BAD_LAYOUT);
+    EXPECT_EQ(text, "CODE (13): chars of 8 bytes; chars[7]\nBLOB (20): bytes11; chars[7]\n");
+}
+
+TEST(Binding, KnowsWhetherItIsCurrent) {
+    RecordedReports reports;
+    Bound binding{nullptr, &ZELFreeBinding};
+    {
+        TestTables tables;
+        binding = BindSpread();
+        EXPECT_EQ(ZELIsCurrent(binding.get()), 1);
+        std::strncpy(tables.ChangeField(kSide).name, "OTHER", 8);
+        EXPECT_EQ(ZELIsCurrent(binding.get()), 0);
+        std::strncpy(tables.ChangeField(kSide).name, "SIDE", 8);
+        EXPECT_EQ(ZELIsCurrent(binding.get()), 1);
+        tables.ChangeField(kLegQty).version = 2;
+        EXPECT_EQ(ZELIsCurrent(binding.get()), 0);
+        tables.ChangeField(kLegQty).version = 1;
+        tables.ChangeMessage(kMarkedGroup).subType = 99;
+        EXPECT_EQ(ZELIsCurrent(binding.get()), 0);
+        std::string text;
+        const ZELBinding* none = nullptr;
+        EXPECT_EQ(SpreadLayout().Bind(&none, text), ZEL_NO_SUCH_MESSAGE);
+        EXPECT_EQ(reports.TakeText(), "1416 Type/SubType pair not found in the message table in shared memory");
+        tables.ChangeMessage(kMarkedGroup).subType = kMarkedGroup;
+        tables.Install();
+        const std::string frame = PackSpread(binding.get(), SampleSpread());
+        StopUsingTables();
+        EXPECT_EQ(ZELIsCurrent(binding.get()), 0);
+        Spread spread = SampleSpread();
+        char buffer[ZEL_MAX_FRAME];
+        std::size_t length = 0;
+        ZELFailure failure;
+        EXPECT_EQ(ZELPackRecord(binding.get(), &spread, nullptr, buffer, sizeof buffer, &length, &failure),
+                  ZEL_NO_DICTIONARY);
+        EXPECT_STREQ(failure.text, "SIDE (10): no dictionary is in use: call ZELStart first, and ZELStop last");
+        EXPECT_EQ(ZELUnpackRecord(binding.get(), frame.data(), frame.size(), &spread, nullptr, nullptr),
+                  ZEL_NO_DICTIONARY);
+        EXPECT_EQ(SpreadLayout().Bind(&none, text), ZEL_NO_MESSAGE_TABLE);
+        binding.reset();
+    }
+}
+
+// ---- Results --------------------------------------------------------------------------------------------------------
+
+TEST(Results, HaveANameForEachReport) {
+    std::set<std::string> codes;
+    const std::string reports = ReadFile(SourcePath("runtime/reports.h"));
+    const std::string header = ReadFile(SourcePath("include/zelrecord.h"));
+    const std::regex report(R"(Report k\w+\{(\d+),)");
+    for (std::sregex_iterator at(reports.begin(), reports.end(), report), end; at != end; ++at) {
+        codes.insert((*at)[1]);
+    }
+    EXPECT_GT(codes.size(), 25U);
+    for (const std::string& code : codes) {
+        EXPECT_NE(header.find(" = " + code + ","), std::string::npos) << code;
+    }
+}
+
+struct BadSpread {
+    const char* name;
+    void (*change)(Spread&, ZELEnvelope&);
+    int result;
+    const char* text;
+    int repetition;
+};
+
+const BadSpread kBadSpreads[] = {
+    {"range", [](Spread& spread, ZELEnvelope&) { spread.legs[1].quantity = INT64_C(0x80000000); }, ZEL_OUT_OF_RANGE,
+     "LEG_QTY (32) of repetition 1: the member's number does not fit the field: send a smaller one", 1},
+    {"count", [](Spread& spread, ZELEnvelope&) { spread.legCount = 4; }, ZEL_TOO_MANY,
+     "LEGS (30): more repetitions than the struct has room for, or than 32767: send fewer, or raise the capacity", -1},
+    {"negative count", [](Spread& spread, ZELEnvelope&) { spread.legCount = 0xFFFFFFFF; }, ZEL_TOO_MANY, nullptr, -1},
+    {"null view", [](Spread& spread, ZELEnvelope&) { spread.note.data = nullptr; }, ZEL_BAD_ARGUMENT,
+     "NOTE (33): an argument cannot be: a null pointer, a view without bytes, or a number out of bounds", -1},
+    {"long view", [](Spread& spread, ZELEnvelope&) { spread.note.length = 65536; }, ZEL_TEXT_TOO_LONG, nullptr, -1},
+    {"long text", [](Spread& spread, ZELEnvelope&) { spread.note.length = 13000; }, ZEL_FIELD_UNPACKABLE, nullptr, -1},
+    {"format", [](Spread&, ZELEnvelope& envelope) { envelope.format = 3; }, ZEL_BAD_ARGUMENT, nullptr, -1},
+    {"version", [](Spread&, ZELEnvelope& envelope) { envelope.version = -1; }, ZEL_BAD_ARGUMENT, nullptr, -1},
+    {"user data", [](Spread&, ZELEnvelope& envelope) { envelope.varUserData.length = 1; }, ZEL_BAD_ARGUMENT, nullptr,
+     -1},
+};
+
+TEST(Results, SayWhatIsWrongWithARecord) {
+    const TestTables tables;
+    const Bound binding = BindSpread();
+    const std::string text(13000, 'n');
+    for (const BadSpread& row : kBadSpreads) {
+        Spread spread = SampleSpread();
+        ZELEnvelope envelope{};
+        row.change(spread, envelope);
+        if (spread.note.length == text.size()) {
+            spread.note.data = text.data();
+        }
+        char buffer[ZEL_MAX_FRAME];
+        std::size_t length = 0;
+        ZELFailure failure{};
+        EXPECT_EQ(ZELPackRecord(binding.get(), &spread, &envelope, buffer, sizeof buffer, &length, &failure),
+                  row.result)
+            << row.name;
+        EXPECT_EQ(failure.repetition, row.repetition) << row.name;
+        if (row.text != nullptr) {
+            EXPECT_STREQ(failure.text, row.text) << row.name;
+        }
+    }
+}
+
+// ---- Frames in a row ------------------------------------------------------------------------------------------------
+
+struct Head {
+    const char* bytes;
+    int result;
+    std::size_t size;
+};
+
+TEST(Frames, AreFoundAtTheHeadOfBytes) {
+    const Head heads[] = {
+        {"", ZEL_INCOMPLETE, 4},
+        {"02", ZEL_NO_FRAME, 0},
+        {"01", ZEL_INCOMPLETE, 4},
+        {"01 20", ZEL_NO_FRAME, 0},
+        {"01 10 02", ZEL_INCOMPLETE, 4},
+        {"01 30 02 00", ZEL_INCOMPLETE, 6},
+        {"01 10 02 00 AA", ZEL_INCOMPLETE, 6},
+        {"01 10 02 00 AA BB CC", 0, 6},
+        {"01 30 01 00 00 00 AA", 0, 7},
+        {"01 10 FF FF", ZEL_NO_FRAME, 0},
+        {"01 30 1D 30 01 00", ZEL_INCOMPLETE, 77859},
+        {"01 30 1E 30 01 00", ZEL_NO_FRAME, 0},
+        {"01 30 00 00 00 80", ZEL_NO_FRAME, 0},
+    };
+    for (const Head& head : heads) {
+        const ExactCopy bytes(FromHex(head.bytes));
+        std::size_t size = 99;
+        EXPECT_EQ(ZELFindFrame(bytes.data.get(), bytes.size, &size), head.result) << head.bytes;
+        EXPECT_EQ(size, head.size) << head.bytes;
+    }
+}
+
+TEST(Frames, AreReadInARow) {
+    TestTables tables;
+    const Bound binding = BindSpread();
+    Spread spread = SampleSpread();
+    ZELEnvelope compressed{};
+    compressed.encryptFlag = 1;
+    CZELMessage other(0, 0);
+    SetNumber(Create(other, kAllTypes), kSide, 1);
+    std::string stream = PackSpread(binding.get(), spread);
+    const std::size_t second = stream.size();
+    stream += Pack(other);
+    std::string bad = PackSpread(binding.get(), spread);
+    bad[second - 8] = 0x7F;
+    const std::size_t third = stream.size();
+    stream += bad;
+    spread.side = 8;
+    const std::size_t fourth = stream.size();
+    stream += PackSpread(binding.get(), spread, compressed);
+    const std::size_t end = stream.size();
+    stream += "\x01\x10";
+
+    Spread records[4] = {};
+    char scratch[200];
+    std::uint64_t offsets[4];
+    ZELRun run{};
+    run.offsets = offsets;
+    EXPECT_EQ(ZELUnpackRun(binding.get(), stream.data(), stream.size(), records, sizeof(Spread), 4, &run),
+              ZEL_NO_SCRATCH);
+    EXPECT_EQ(run.used, fourth);
+    run.scratch = scratch;
+    run.scratchSize = sizeof scratch;
+    EXPECT_EQ(ZELUnpackRun(binding.get(), stream.data(), stream.size(), records, sizeof(Spread), 4, &run),
+              ZEL_INCOMPLETE);
+    EXPECT_EQ(run.read, 2U);
+    EXPECT_EQ(run.skipped, 1U);
+    EXPECT_EQ(run.bad, 1U);
+    EXPECT_EQ(run.firstBad, third);
+    EXPECT_EQ(run.firstBadResult, ZEL_FIELD_UNREADABLE);
+    EXPECT_EQ(run.used, end);
+    EXPECT_EQ(offsets[0], 0U);
+    EXPECT_EQ(offsets[1], fourth);
+    EXPECT_EQ(records[0].side, 7);
+    EXPECT_EQ(records[1].side, 8);
+    EXPECT_GE(records[1].note.data, scratch);
+    EXPECT_EQ(std::string(static_cast<const char*>(records[1].note.data), records[1].note.length), "spread");
+    EXPECT_STREQ(records[1].legs[0].symbol, "RYE");
+    EXPECT_EQ(records[1].legs[1].quantity, 1 << 20);
+    EXPECT_EQ(ZELUnpackRun(binding.get(), stream.data(), stream.size(), records, sizeof(Spread), 1, &run), 0);
+    EXPECT_EQ(run.used, second);
+    run.stopAtBad = 1;
+    EXPECT_EQ(ZELUnpackRun(binding.get(), stream.data(), stream.size(), records, sizeof(Spread), 4, &run),
+              ZEL_FIELD_UNREADABLE);
+    EXPECT_EQ(run.used, third);
+}
+
+// ---- Memory ---------------------------------------------------------------------------------------------------------
+
+TEST(Memory, IsNotAskedForByTheQuickWays) {
+    const TestTables tables;
+    const Bound binding = BindSpread();
+    char userData[] = "user data";
+    for (std::int16_t format = 0; format <= 2; ++format) {
+        for (const bool isTransformed : {false, true}) {
+            ZELEnvelope envelope{};
+            envelope.format = format;
+            envelope.encryptFlag = isTransformed ? 1 : 0;
+            envelope.varUserData = {userData, sizeof userData};
+            Spread spread = SampleSpread();
+            spread.legs[1].hasQuantity = 0;
+            char buffer[ZEL_MAX_FRAME];
+            char scratch[ZEL_SCRATCH_SIZE];
+            std::size_t length = 0;
+            ZELReading reading{};
+            reading.scratch = scratch;
+            reading.scratchSize = sizeof scratch;
+            FailAllocationsFrom(1);
+            const int packed =
+                ZELPackRecord(binding.get(), &spread, &envelope, buffer, sizeof buffer, &length, nullptr);
+            const int unpacked = ZELUnpackRecord(binding.get(), buffer, length, &spread, &reading, nullptr);
+            const int asked = AllocationCount();
+            FailAllocationsFrom(0);
+            EXPECT_EQ(packed, 0) << format;
+            EXPECT_EQ(unpacked, 0) << format;
+            EXPECT_EQ(asked, 0) << format;
+        }
+    }
+}
+
+TEST(Memory, MayBeOutAtAnyRequest) {
+    TestTables tables;
+    // The way of the message object: a field out of order, and a type whose length is another.
+    tables.ChangeField(kLegQty).length = 2;
+    tables.Install();
+    const int before = LiveBlocks();
+    for (int n = 1, failures = 1; failures != 0; ++n) {
+        failures = 0;
+        FailAllocationsFrom(n, 1);
+        const ZELBinding* made = nullptr;
+        std::string text;
+        const int bound = SpreadLayout().Bind(&made, text);
+        FailAllocationsFrom(0);
+        const Bound binding{made, &ZELFreeBinding};
+        failures += bound != 0 ? 1 : 0;
+        EXPECT_TRUE(bound == 0 || (bound > 0 && bound < ZEL_BAD_CALL)) << bound;
+        if (bound != 0) {
+            continue;
+        }
+        Spread spread = SampleSpread();
+        const std::string frame = PackSpread(binding.get(), spread);
+        std::string room(ZEL_MAX_FRAME, '\0');
+        std::size_t length = 0;
+        FailAllocationsFrom(n, 1);
+        const int packed = ZELPackRecord(binding.get(), &spread, nullptr, room.data(), room.size(), &length, nullptr);
+        FailAllocationsFrom(n, 1);
+        const int unpacked = ZELUnpackRecord(binding.get(), frame.data(), frame.size(), &spread, nullptr, nullptr);
+        FailAllocationsFrom(0);
+        failures += (packed != 0 ? 1 : 0) + (unpacked != 0 ? 1 : 0);
+        EXPECT_TRUE(packed >= 0 && packed < ZEL_NOT_BUILT + 1) << packed;
+        EXPECT_TRUE(unpacked == 0 || (unpacked < ZEL_BAD_CALL && spread.side == 0 && spread.legCount == 0)) << unpacked;
+    }
+    EXPECT_LE(LiveBlocks(), before + 16) << "plans stay";
+}
+
+}  // namespace
+}  // namespace zel::test

@@ -1,0 +1,45 @@
+// A verb of the command as a record. The command line, the help, the manual page and the completion are made from
+// these.
+#ifndef ZEL_TOOLS_VERBS_VERB_H
+#define ZEL_TOOLS_VERBS_VERB_H
+
+#include <functional>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <variant>
+#include <vector>
+
+namespace zel::tools {
+
+// What an option sets. A flag sets a bool; a list takes its values with commas between them, and as an argument also
+// all that stand on the line.
+using OptionTarget = std::variant<bool*, std::string*, std::vector<std::string>*, std::optional<short>*>;
+
+struct VerbOption {
+    std::string names;  // "-o,--output"; a name without a dash is that of an argument
+    OptionTarget target;
+    std::string description;
+    std::string placeholder = {};  // stands for the value in texts; unused for flags and arguments
+    bool isRequired = false;
+};
+
+struct Verb {
+    std::string name;
+    std::string summary;
+    std::vector<VerbOption> options = {};
+    std::vector<std::vector<std::string>> exclusive = {};  // of each list of options at most one can be given
+    std::string footer = {};                               // see help_text.h; empty: that of the whole command
+    std::function<int()> run = {};                         // returns the exit status; empty for a group of verbs
+    std::vector<Verb> verbs = {};                          // of a group
+    bool isHidden = false;                                 // left out of help, manual page and completion
+};
+
+// The arguments parse, but make no sense together with the input. The user is told to look at the help.
+struct UsageError : std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
+
+}  // namespace zel::tools
+
+#endif  // ZEL_TOOLS_VERBS_VERB_H
