@@ -1,5 +1,6 @@
 #include <cfenv>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 
 #include "include/zelmessage.h"
