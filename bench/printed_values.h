@@ -1,10 +1,10 @@
-// Values as the C library prints them, to compare the library's digits and times with.
-#ifndef ZEL_TESTS_SUPPORT_PRINTED_VALUES_H
-#define ZEL_TESTS_SUPPORT_PRINTED_VALUES_H
+// Values as the C library prints them, to compare the times of the library with.
+#ifndef ZEL_BENCH_PRINTED_VALUES_H
+#define ZEL_BENCH_PRINTED_VALUES_H
 
 #include "include/zelmessage.h"
 
-namespace zel::test {
+namespace zel::bench {
 
 // Each text takes at most 24 bytes. False for an invalid display code.
 bool PrintMoney(const _money& money, char* text, short format);
@@ -12,6 +12,6 @@ bool PrintMoney(const _money& money, char* text, short format);
 void PrintDate(const _datetime& value, char* text, short format);
 void PrintTime(const _datetime& value, char* text, short format);
 
-}  // namespace zel::test
+}  // namespace zel::bench
 
-#endif  // ZEL_TESTS_SUPPORT_PRINTED_VALUES_H
+#endif  // ZEL_BENCH_PRINTED_VALUES_H

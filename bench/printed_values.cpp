@@ -1,11 +1,11 @@
-#include "tests/support/printed_values.h"
+#include "bench/printed_values.h"
 
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <string>
 
-namespace zel::test {
+namespace zel::bench {
 
 namespace {
 
@@ -123,4 +123,4 @@ void PrintTime(const _datetime& value, char* text, short format) {
     }
 }
 
-}  // namespace zel::test
+}  // namespace zel::bench
