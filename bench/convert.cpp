@@ -6,15 +6,15 @@
 #include <cstring>
 #include <string>
 
+#include "bench/printed_values.h"
 #include "convert/money_double.h"
 #include "include/zelmessage.h"
-#include "tests/support/printed_values.h"
 
 namespace {
 
-using zel::test::PrintDate;
-using zel::test::PrintMoney;
-using zel::test::PrintTime;
+using zel::bench::PrintDate;
+using zel::bench::PrintMoney;
+using zel::bench::PrintTime;
 
 constexpr int kValues = 16;
 

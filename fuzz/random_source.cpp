@@ -1,6 +1,7 @@
 #include "fuzz/random_source.h"
 
 #include <algorithm>
+#include <nlohmann/json.hpp>
 
 #include "tools/dictionary/image_builder.h"
 #include "tools/dictionary/source_check.h"

@@ -9,13 +9,13 @@
 #include <cmath>
 #include <cstring>
 
+#include "bench/printed_values.h"
 #include "convert/date_time.h"
 #include "convert/money.h"
 #include "convert/money_double.h"
 #include "convert/money_parse.h"
 #include "fuzz/check.h"
 #include "tests/support/bytes.h"
-#include "tests/support/printed_values.h"
 #include "tests/support/random.h"
 
 namespace zel::fuzz {
@@ -84,7 +84,7 @@ void CheckMoney(Random& input, const _money& money) {
     const auto format = static_cast<short>(input.OneIn(8) ? input.Short() : input.Below(5));
     char printed[64];
     MoneyParts parts{};
-    if (!test::PrintMoney(money, printed, format)) {
+    if (!bench::PrintMoney(money, printed, format)) {
         char text[24] = "";
         return Check(ZELMoneyToStr(&money, text, format) == -1 && text[0] == '\0', "what has no value has no text");
     }
@@ -191,8 +191,8 @@ void CheckDateTime(Random& input, const _datetime& value) {
     const auto dateFormat = input.OneIn(8) ? static_cast<short>(input.Short()) : known.written;
     char printedDate[64];
     char printedTime[64];
-    test::PrintDate(value, printedDate, dateFormat);
-    test::PrintTime(value, printedTime, timeFormat);
+    bench::PrintDate(value, printedDate, dateFormat);
+    bench::PrintTime(value, printedTime, timeFormat);
     const std::string date = Rendered<18>([&](char* text) { return ZELDateToStr(&value, text, dateFormat); });
     const std::string time = Rendered<18>([&](char* text) { return ZELTimeToStr(&value, text, timeFormat); });
     Check(date == printedDate && time == printedTime, "date and time are what is printed");

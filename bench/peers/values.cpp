@@ -5,8 +5,8 @@
 
 #include "bench/order.h"
 #include "bench/peers/timing.h"
+#include "bench/printed_values.h"
 #include "include/zelstream.h"
-#include "tests/support/printed_values.h"
 
 namespace zel::bench {
 
@@ -50,16 +50,16 @@ std::vector<Conversion> Conversions() {
     };
     add(
         "money to text", [](char* text) { ZELMoneyToStr(&kPrice, text, 0); },
-        [](char* text) { test::PrintMoney(kPrice, text, 0); });
+        [](char* text) { PrintMoney(kPrice, text, 0); });
     add(
         "money to fraction text", [](char* text) { ZELMoneyToStr(&kFraction, text, 0); },
-        [](char* text) { test::PrintMoney(kFraction, text, 0); });
+        [](char* text) { PrintMoney(kFraction, text, 0); });
     add(
         "date to text", [](char* text) { ZELDateToStr(&kMoment, text, 14); },
-        [](char* text) { test::PrintDate(kMoment, text, 14); });
+        [](char* text) { PrintDate(kMoment, text, 14); });
     add(
         "time to text", [](char* text) { ZELTimeToStr(&kMoment, text, 3); },
-        [](char* text) { test::PrintTime(kMoment, text, 3); });
+        [](char* text) { PrintTime(kMoment, text, 3); });
     all.push_back({"decimals to fraction",
                    [] {
                        char* text = ConvertDecimalToFraction("12.125");

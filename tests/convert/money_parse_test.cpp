@@ -35,31 +35,5 @@ TEST(ZELStrToMoney, Cases) {
     EXPECT_EQ(reports.With(ZELStrToMoney("1", nullptr)), "-1: 1001 ZELFormatMoney failed");
 }
 
-TEST(ZELCompareMoneyStr, RoundsTheSecondToSinglePrecision) {
-    struct Row {
-        const char* first;
-        const char* second;
-        int result;
-    };
-    // 16777217 is not a float, and the float nearest to 0.1 is greater than 0.1.
-    for (const Row& row : {Row{"1 1/2", "1.5", 0},
-                           {"-1.5", "1.5", -1},
-                           {"2", "1.5", 1},
-                           {"-2", "-1.5", -1},
-                           {"25000000.50", "25000000", 1},
-                           {"16777216", "16777217", 0},
-                           {"16777217", "16777217", 1},
-                           {"0.1", "0.1", -1},
-                           {"1/3", "1", -2},
-                           {"1", "1/3", -2},
-                           {nullptr, "1", -2},
-                           {"1", nullptr, -2},
-                           {"-25000000.50", "1", -2},
-                           {"1", "-25000000.50", -2}}) {
-        EXPECT_EQ(ZELCompareMoneyStr(row.first, row.second), row.result)
-            << testing::PrintToString(row.first) << ", " << testing::PrintToString(row.second);
-    }
-}
-
 }  // namespace
 }  // namespace zel::test

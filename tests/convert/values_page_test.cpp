@@ -60,7 +60,7 @@ TEST(ValuesPage, DatesAndTimes) {
             _datetime back{};
             EXPECT_EQ(ZELStrToDate(text, &back, static_cast<short>(std::stoi(row[2]))), 0);
             EXPECT_EQ(back.day, row[2].ends_with("day 0") ? 0 : 30) << row[1];
-            EXPECT_TRUE(back.month == 11 && back.year == 99) << row[1];
+            EXPECT_EQ(std::tuple(back.month, back.year), std::tuple(11, 99)) << row[1];
         }
     }
     for (const Cells& row : Table("Times", 2)) {

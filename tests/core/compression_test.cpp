@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 #include "core/wire/transform.h"
 #include "include/zelmessage.h"
 #include "tests/support/bytes.h"
@@ -56,7 +58,7 @@ TEST_F(Compression, FramesTheData) {
     EXPECT_EQ(static_cast<unsigned char>(framed[7]), framed.size() - 8);
     EXPECT_EQ(Expand(5, framed), 0);
     EXPECT_EQ(Output(), source);
-    EXPECT_TRUE(crush_.begins == 2 && crush_.ends == 2);
+    EXPECT_EQ(std::tuple(crush_.begins, crush_.ends), std::tuple(2, 2));
     for (std::size_t size = 0; size < framed.size(); ++size) {
         EXPECT_EQ(Expand(4, framed.substr(0, size)), -1) << size;
     }
@@ -76,7 +78,7 @@ TEST_F(Compression, FallsBackToThePlainPayload) {
         EXPECT_EQ(Compress(4, "payload"), -1);
         EXPECT_EQ(Output(), "payload");
     }
-    EXPECT_TRUE(crush_.begins == 2 && crush_.ends == 2);
+    EXPECT_EQ(std::tuple(crush_.begins, crush_.ends), std::tuple(2, 2));
     crush_.beginStatus = 1;
     EXPECT_EQ(Compress(4, "refused pass"), -1);
     EXPECT_EQ(Output(), "refused pass");
@@ -116,7 +118,7 @@ TEST(Transform, CopiesUpToAWholePayload) {
     EXPECT_EQ(ZELEncryptData(1, in.data(), kZELMaxPayload + 1, out.data.get(), &length), -1);
     EXPECT_EQ(length, 7);
     EXPECT_EQ(ZELEncryptData(1, in.data(), kZELMaxPayload, out.data.get(), &length), 0);
-    EXPECT_TRUE(length == kZELMaxPayload && std::string(out.data.get(), out.size) == in);
+    EXPECT_EQ(std::tuple(length, std::string(out.data.get(), out.size)), std::tuple(kZELMaxPayload, in));
 }
 
 }  // namespace

@@ -120,75 +120,46 @@ TEST_F(Header, ReportsTheFieldThatFails) {
 
 // A dictionary with other rules for a header field must not make the library read or write by them.
 TEST_F(Header, IsRefusedWhenTheDictionaryContradictsIt) {
-    struct Row {
-        short id;
-        int type;
-        int length;
-        const char* building;
-        const char* reading;
-    };
-    const Row rows[] = {
-        {4, kZELText, 4, "1417 ZEL_HDR_MSGID", "1427 ZEL_HDR_MSGID"},
-        {1, kZELLong, 2, "1417 ZEL_HDR_FLAGS", "1427 ZEL_HDR_FLAGS"},
-        {2, 12, 4, "1027 Invalid Field[2], FieldType[12] received; 1417 ZEL_HDR_MSG_TYPE",
-         "1027 Invalid Field Type[12] received; 1427 ZEL_HDR_MSG_TYPE"},
-        {7, 0, 0, "1027 Invalid Field[7], FieldType[0] received; 1417 ZEL_HDR_VAR_USER_DATA", ""},
-        {7, kZELChars, -75, "1417 ZEL_HDR_VAR_USER_DATA", "1414 FieldId[7]"},
-        {7, kZELText, -1, "", "1414 FieldId[7]"},
-        {7, kZELText, 9, "", "1427 ZEL_HDR_VAR_USER_DATA"},
-        {2, kZELLong, -1, "", "1414 FieldId[2]; 1001 UnpackZELFieldId() failed; 1413 ZEL_HDR_SERVICEID"},
-        {5, kZELShort, -1, "", "1414 FieldId[5]; 1001 UnpackZELFieldId() failed; 1413 ZEL_HDR_USER_DATA"},
-        {3, kZELInt, 60, "", "1427 ZEL_HDR_SERVICEID"},
-    };
     char userData[] = "six...";
     header_.varUserData = userData;
     header_.varUserDataLen = 6;
     const std::string good = Build(header_);
-    for (const Row& row : rows) {
-        ZELDictionaryField& field = tables_.ChangeField(row.id);
+    for (const Cells& row : ReadCases("tests/core/cases/header_rules.txt", 5)) {
+        ZELDictionaryField& field = tables_.ChangeField(std::stoi(row[0]));
         const ZELDictionaryField before = field;
-        field.type = static_cast<std::uint16_t>(row.type);
-        field.length = static_cast<std::int16_t>(row.length);
+        field.type = static_cast<std::uint16_t>(std::stoi(row[1]));
+        field.length = static_cast<std::int16_t>(std::stoi(row[2]));
         tables_.Install();
         ZelMsgStruct sent{};
         sent.varUserData = userData;
         sent.varUserDataLen = 6;
         char out[64];
         unsigned short length = 0;
-        EXPECT_EQ(BuildZELHeader(HeaderRulesInUse(), &sent, out, &length) != nullptr, *row.building == '\0') << row.id;
-        EXPECT_EQ(reports_.TakeText(), row.building) << row.id;
-        EXPECT_EQ(Unpack(good) != nullptr, *row.reading == '\0') << row.id;
-        EXPECT_EQ(reports_.TakeText(), row.reading) << row.id;
+        EXPECT_EQ(BuildZELHeader(HeaderRulesInUse(), &sent, out, &length) != nullptr, row[3].empty()) << row[0];
+        EXPECT_EQ(reports_.TakeText(), row[3]) << row[0];
+        EXPECT_EQ(Unpack(good) != nullptr, row[4].empty()) << row[0];
+        EXPECT_EQ(reports_.TakeText(), row[4]) << row[0];
         FreeVarUserData(header_);
         field = before;
     }
 }
 
 TEST(Frame, WritesAndReadsBothForms) {
-    struct Row {
-        long length;
-        short format;
-        int result;
-        const char* bytes;
-        long readBack;
-    };
-    const Row rows[] = {
-        {41, 1, 0, "01 10 29 00", 41},       {0x01020304, 3, 0, "01 30 04 03 02 01", 0x01020304},
-        {32767, 1, 0, "01 10 FF 7F", 32767}, {40000, 1, -1, "01 10 40 9C", -25536},
-        {5, 0, 0, "01 00 05 00 00 00", 5},   {-1, 3, 0, "01 30 FF FF FF FF", -1},
-    };
     RecordedReports reports;
     long length = 7;
     short format = 8;
     EXPECT_EQ(ReadFrame("\x02\x30\0\0\0\0", &length, &format), -1);
     EXPECT_EQ(reports.TakeText(), "1005 SOH not in header");
-    EXPECT_TRUE(length == 7 && format == 8);
-    for (const Row& row : rows) {
-        const ExactCopy out(std::string(row.format == 1 ? 4 : 6, '?'));
-        EXPECT_EQ(WriteFrame(row.length, row.format, out.data.get()), row.result);
-        EXPECT_EQ(ToHex({out.data.get(), out.size}), row.bytes);
+    EXPECT_EQ(length, 7);
+    EXPECT_EQ(format, 8);
+    for (const Cells& row : ReadCases("tests/core/cases/frames.txt", 5)) {
+        const auto given = static_cast<short>(std::stoi(row[1]));
+        const ExactCopy out(std::string(given == 1 ? 4 : 6, '?'));
+        EXPECT_EQ(WriteFrame(std::stol(row[0]), given, out.data.get()), std::stoi(row[2])) << row[0];
+        EXPECT_EQ(ToHex({out.data.get(), out.size}), row[3]);
         EXPECT_EQ(ReadFrame(out.data.get(), &length, &format), 0);
-        EXPECT_TRUE(length == row.readBack && format == row.format) << row.bytes;
+        EXPECT_EQ(length, std::stol(row[4])) << row[3];
+        EXPECT_EQ(format, given) << row[3];
     }
 }
 

@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 #include "core/message_unpack.h"
 #include "core/message_validate.h"
 #include "core/slots/message_model.h"
@@ -204,7 +206,7 @@ TEST_F(Building, SendsPlainWhatWasNotCompressed) {
     }
     object_.message->packFlags = 9;
     ASSERT_EQ(Build(), 0);
-    EXPECT_TRUE(built_[2] == 0x59 && built_.size() == 32U + 4 + 4 + 3000) << "marked, and plain";
+    EXPECT_EQ(std::tuple(built_[2], built_.size()), std::tuple(0x59, 32U + 4 + 4 + 3000)) << "marked, and plain";
     // Impossible sizes are not sent.
     for (const int size : {-9, 20000, 40000}) {
         object_.message->packFlags = 5;
@@ -214,23 +216,17 @@ TEST_F(Building, SendsPlainWhatWasNotCompressed) {
 }
 
 TEST_F(Building, UnpacksFieldsIntoTheirRepetition) {
-    const std::string leg = FromHex("00 8C 00 01 00 1F 00 01");
-    const std::string payload =
-        FromHex("00 0A 00 01 00 1E 00 03") + leg + "a" + leg + "b" + leg + "c" + FromHex("00 21 00 01") + "n";
-    ASSERT_EQ(Unpack(kMarkedGroup, 3, 0, 9, payload), 0);
-    EXPECT_EQ(TextOf(kLegSymbol, 1) + TextOf(kLegSymbol, 2) + TextOf(kLegSymbol, 3) + TextOf(kNote, 1), "abcn");
-    EXPECT_EQ(reports_.Take(), Lines{});
-    // Without markers the repetitions are filled in order of arrival; extra fields are skipped.
-    const std::string symbol = FromHex("00 1F 00 01");
-    ASSERT_EQ(Unpack(kPlainGroup, 2, 0, 5, symbol + "a" + symbol + "b" + symbol + "c" + FromHex("00 21 00 01") + "n"),
-              0);
-    EXPECT_EQ(TextOf(kLegSymbol, 1) + TextOf(kLegSymbol, 2) + TextOf(kNote, 1), "abn");
-    EXPECT_EQ(reports_.Take(), Lines{"1425 Field Received[31] is not in the list of fields"});
-    // A leg's field before all markers, and one after more markers than there are legs.
-    ASSERT_EQ(Unpack(kMarkedGroup, 1, 0, 4, symbol + "a" + leg + "b" + leg + "c"), 0);
-    EXPECT_EQ(TextOf(kLegSymbol, 1), "b");
-    EXPECT_EQ(reports_.Take(), (Lines{"1425 Field Received[31] is not in the list of fields",
-                                      "1425 Field Received[140] is not in the list of fields"}));
+    for (const Cells& row : ReadCases("tests/core/cases/repetitions.txt", 7)) {
+        const auto repetitions = static_cast<short>(std::stoi(row[2]));
+        ASSERT_EQ(Unpack(static_cast<SubType>(std::stoi(row[1])), repetitions, 0, std::stoi(row[3]), FromHex(row[4])),
+                  0);
+        std::string texts = TextOf(kNote, 1);
+        for (short occurrence = repetitions; occurrence > 0; --occurrence) {
+            texts.insert(0, TextOf(kLegSymbol, occurrence));
+        }
+        EXPECT_EQ(texts, row[5]) << row[0];
+        EXPECT_EQ(reports_.TakeText(), row[6]) << row[0];
+    }
 }
 
 TEST_F(Building, UnpacksWhatItCanAndReportsTheRest) {

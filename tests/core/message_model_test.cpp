@@ -2,9 +2,13 @@
 
 #include <gtest/gtest.h>
 
+#include <sstream>
+#include <tuple>
+
 #include "core/tables/message_table.h"
 #include "core/tables/plan_table.h"
 #include "core/tables/tables_in_use.h"
+#include "tests/support/cases.h"
 #include "tests/support/failing_heap.h"
 #include "tests/support/recorded_reports.h"
 #include "tests/support/test_tables.h"
@@ -12,39 +16,31 @@
 namespace zel::test {
 namespace {
 
-std::vector<int> SlotIds(const ZELDataBuf& buffer) {
-    std::vector<int> ids;
-    ids.reserve(static_cast<std::size_t>(buffer.count));
-    for (int slot = 0; slot < buffer.count; ++slot) {
-        ids.push_back(buffer.fields[slot].id);
-    }
-    return ids;
-}
-
 TEST(MessageModel, ExpandsTheGroup) {
-    struct Row {
-        SubType subType;
-        short repeatCount;
-        std::vector<int> ids;
-    };
-    const Row rows[] = {
-        {kMarkedGroup, 1, {10, 30, 140, 31, 32, 33}},
-        {kMarkedGroup, 3, {10, 30, 140, 31, 32, 140, 31, 32, 140, 31, 32, 33}},
-        {kPlainGroup, 2, {30, 31, 32, 31, 32, 33}},
-        // Without a repetition the group's fields take the slots after it: fieldCount - groupSize in all.
-        {kPlainGroup, 0, {30, 31}},
-        {kMarkedGroup, 0, {10, 30, 140}},
-        {kVersions, -7, {10, 40, 41}},
-        {kVersions, 5, {10, 40, 41}},
-    };
     TestTables tables;
-    for (const Row& row : rows) {
-        ZelMsgStruct* message = CreateZelMsgStruct(1, row.subType, row.repeatCount);
-        ASSERT_NE(message, nullptr);
-        EXPECT_EQ(SlotIds(*message->dataBuf), row.ids);
-        EXPECT_EQ(message->repeatCount, row.repeatCount);
-        EXPECT_EQ(message->numFields, 0);
-        FreeZelMsgStruct(message);
+    for (const Cells& row : ReadCases("tests/core/cases/layouts.txt", 5)) {
+        std::istringstream ids(row[0]);
+        std::vector<ZELFieldListEntry> list;
+        for (std::uint16_t id = 0; ids >> id;) {
+            list.push_back({id, 1});
+        }
+        ZELSubTypeNode& node = tables.ChangeMessage(kVersions);
+        node.fieldList = list.data();
+        node.fieldCount = static_cast<std::int16_t>(list.size());
+        node.repeatFieldId = static_cast<std::uint16_t>(std::stoi(row[1]));
+        node.groupSize = static_cast<std::int16_t>(std::stoi(row[2]));
+        ZelMsgStruct* message = CreateZelMsgStruct(1, kVersions, static_cast<short>(std::stoi(row[3])));
+        std::string slots = message != nullptr ? "" : "none";
+        for (int slot = 0; message != nullptr && slot < message->dataBuf->count; ++slot) {
+            slots += slot == 0 ? "" : " ";
+            slots += std::to_string(message->dataBuf->fields[slot].id);
+        }
+        EXPECT_EQ(slots, row[4]) << row[0] << ", " << row[1] << ' ' << row[2] << ' ' << row[3];
+        if (message != nullptr) {
+            EXPECT_EQ(message->repeatCount, std::stoi(row[3]));
+            EXPECT_EQ(message->numFields, 0);
+            FreeZelMsgStruct(message);
+        }
     }
 }
 
@@ -68,30 +64,18 @@ TEST(MessageModel, InitialisesSlotsFromTheDictionary) {
 }
 
 TEST(MessageModel, RefusesWhatTheTablesCannotGive) {
-    struct Row {
-        const char* name;
-        short msgType;
-        SubType subType;
-        short repeatCount;
-        Lines reports;
-    };
-    const Lines unknown{"1416 Type/SubType pair not found in the message table in shared memory"};
-    const Row rows[] = {
-        {"type", 2, kAllTypes, 0, unknown},
-        {"sub-type", 1, static_cast<SubType>(99), 0, unknown},
-        {"negative", 1, kPlainGroup, -1, {"1001 RepeatCount parameter must have a positive value"}},
-        {"16 bits overflow", 1, kPlainGroup, 16384, {"1001 CreateZELDataBuf() failed"}},
-        {"group beyond the list", 1, kBadTable, 2, {"1001 CreateZELDataBuf() failed"}},
-    };
     TestTables tables;
     RecordedReports reports;
     const int live = LiveBlocks();
     EXPECT_EQ(FreeZELDataBuf(CreateZELDataBuf(1, kPlainGroup, 2)), 0);
-    for (const Row& row : rows) {
-        EXPECT_EQ(CreateZELDataBuf(row.msgType, row.subType, row.repeatCount), nullptr) << row.name;
-        EXPECT_EQ(reports.Take(), row.reports) << row.name;
-        EXPECT_EQ(CreateZelMsgStruct(row.msgType, row.subType, row.repeatCount), nullptr) << row.name;
-        EXPECT_EQ(reports.Take(), row.reports) << row.name;
+    for (const Cells& row : ReadCases("tests/core/cases/no_model.txt", 5)) {
+        const auto [type, subType, count] = std::tuple(std::stoi(row[1]), std::stoi(row[2]), std::stoi(row[3]));
+        EXPECT_EQ(CreateZELDataBuf(static_cast<short>(type), static_cast<short>(subType), static_cast<short>(count)),
+                  nullptr);
+        EXPECT_EQ(reports.TakeText(), row[4]) << row[0];
+        EXPECT_EQ(CreateZelMsgStruct(static_cast<short>(type), static_cast<short>(subType), static_cast<short>(count)),
+                  nullptr);
+        EXPECT_EQ(reports.TakeText(), row[4]) << row[0];
     }
     UseTables(nullptr, nullptr);
     EXPECT_EQ(CreateZelMsgStruct(1, kAllTypes, 0), nullptr);

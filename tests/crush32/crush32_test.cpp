@@ -88,6 +88,11 @@ TEST(Crush, OneByteSavedIsEnough) {
     EXPECT_EQ(Compress(run).size() + 9, run.size());
 }
 
+TEST(Crush, TheWindowSpansAPayload) {
+    const std::string noise = Payload(12288 - 3000, 1, true);
+    EXPECT_NE(Compress(noise + noise.substr(0, 3000)), "");
+}
+
 // Bytes worked out by hand, valid for every compressor and platform.
 TEST(Crush, ExpandsForeignData) {
     for (const zel::test::Cells& row : zel::test::ReadCases("tests/crush32/cases/foreign.txt", 4)) {

@@ -3,6 +3,7 @@
 
 #include <cstdio>
 #include <filesystem>
+#include <tuple>
 
 #include "crush32/crush32.h"
 #include "include/zelmessage.h"
@@ -89,8 +90,8 @@ TEST_F(Lifecycle, LoadsOnceAndRefreshesTheTables) {
     EXPECT_NE(CZELMessage::getVormaZelData(), nullptr);
     EXPECT_EQ(BoxOfConstruction(), "");
     CZELMessage::init();
-    EXPECT_TRUE(counts.loads == 1 && counts.entries == 1);
-    EXPECT_TRUE(counts.dictionaries == 2 && counts.messageTables == 2);
+    EXPECT_EQ(std::tuple(counts.loads, counts.entries), std::tuple(1, 1));
+    EXPECT_EQ(std::tuple(counts.dictionaries, counts.messageTables), std::tuple(2, 2));
     EXPECT_EQ(startUps, 2);
     {
         CZELMessage message(0, 0);
@@ -102,20 +103,20 @@ TEST_F(Lifecycle, LoadsOnceAndRefreshesTheTables) {
     }
     CZELMessage::terminate();
     EXPECT_EQ(CZELMessage::getVormaZelData(), nullptr);
-    EXPECT_TRUE(counts.destructions == 1 && counts.lastFlag == 1 && counts.unloads == 1 && shutDowns == 1);
+    EXPECT_EQ(std::tuple(counts.destructions, counts.lastFlag, counts.unloads, shutDowns), std::tuple(1, 1, 1, 1));
     CZELMessage::terminate();
-    EXPECT_TRUE(counts.destructions == 1 && counts.unloads == 1 && shutDowns == 2);
+    EXPECT_EQ(std::tuple(counts.destructions, counts.unloads, shutDowns), std::tuple(1, 1, 2));
     EXPECT_EQ(BoxOfConstruction(), kBox);
     CZELMessage::init();
-    EXPECT_TRUE(counts.loads == 2 && counts.entries == 2 && counts.dictionaries == 3);
+    EXPECT_EQ(std::tuple(counts.loads, counts.entries, counts.dictionaries), std::tuple(2, 2, 3));
     EXPECT_NE(CZELMessage::getVormaZelData(), nullptr);
     CZELMessage::terminate();
-    EXPECT_TRUE(counts.otherSlots == 0 && counts.lookups == 2);
+    EXPECT_EQ(std::tuple(counts.otherSlots, counts.lookups), std::tuple(0, 2));
 }
 
 TEST_F(Lifecycle, StopsWithoutAStart) {
     CZELMessage::terminate();
-    EXPECT_TRUE(shutDowns == 1 && startUps == 0);
+    EXPECT_EQ(std::tuple(shutDowns, startUps), std::tuple(1, 0));
 }
 
 TEST_F(Lifecycle, LeavesMessagesThatOutliveIt) {
@@ -143,7 +144,7 @@ void ExpectQuietFailure(int loads, int entries) {
     RecordedReports reports;
     EXPECT_EQ(BoxesShownBy([] { CZELMessage::init(); }), "");
     EXPECT_EQ(CZELMessage::getVormaZelData(), nullptr);
-    EXPECT_TRUE(counts.loads == loads && counts.entries == entries);
+    EXPECT_EQ(std::tuple(counts.loads, counts.entries), std::tuple(loads, entries));
     EXPECT_EQ(startUps, 1);
     EXPECT_EQ(reports.Take(), Lines{});
     EXPECT_EQ(BoxOfConstruction(), kBox);

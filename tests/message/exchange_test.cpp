@@ -3,10 +3,9 @@
 
 #include <algorithm>
 #include <atomic>
-#include <cstring>
-#include <sstream>
 #include <string>
 #include <thread>
+#include <tuple>
 #include <vector>
 
 #include "core/tables/dictionary.h"
@@ -43,7 +42,7 @@ private:
 
 class Exchange : public testing::Test {
 protected:
-    Tables TablesInUse() const { return {zelGetDataDictionary(), zelGetMessageTable()}; }
+    static Tables TablesInUse() { return {zelGetDataDictionary(), zelGetMessageTable()}; }
     static void FillSimple(CZELMessage& object) { SetNumber(Create(object, kAllTypes), kSide, 1); }
 
     TestTables tables_;
@@ -74,7 +73,8 @@ TEST_F(Exchange, RoundTripsRandomMessages) {
         EXPECT_EQ(ToHex(frame.substr(0, 2)), sent.shortFrame != 0 ? "01 10" : "01 30");
         ASSERT_EQ(Unpack(received, frame), 0) << testing::PrintToString(reports_.Take());
         ASSERT_EQ(Difference(sent, received, TablesInUse(), format == 1), "") << round;
-        EXPECT_TRUE(received.serviceIdHigh == sent.serviceIdHigh && received.serviceIdLow == sent.serviceIdLow);
+        EXPECT_EQ(std::tuple(received.serviceIdHigh, received.serviceIdLow),
+                  std::tuple(sent.serviceIdHigh, sent.serviceIdLow));
         EXPECT_EQ(received.repeatCount, node.repeatFieldId != 0 ? repeats : -1);
         EXPECT_EQ(received.message->userData, sent.message->userData);
         const bool marked = (sent.compressMode & 2) != 0;
@@ -249,7 +249,7 @@ TEST_F(Exchange, LeavesTheStateThatEachFailurePromises) {
     EXPECT_EQ(reports_.With(Unpack(object, bad)),
               "-1: 1005 SOH not in header; 1001 UnpackZELHeader() failed; 1423 Can not Unpack ZEL Header; 1432 "
               "ValidateZELMsg() failed");
-    EXPECT_TRUE(object.message == kept && object.repeatCount == -1);
+    EXPECT_EQ(std::tuple(object.message, object.repeatCount), std::tuple(kept, -1));
     EXPECT_EQ(object.unpackMessage(nullptr), -1);
     reports_.Take();
 
@@ -258,7 +258,7 @@ TEST_F(Exchange, LeavesTheStateThatEachFailurePromises) {
     SetNumber(Create(sender, kPlainGroup, 1), kLegs, -3);
     EXPECT_EQ(reports_.With(Unpack(object, Pack(sender))),
               "-1: 1001 RepeatCount parameter must have a positive value; 1434 MsgType = 304, SubType = 304");
-    EXPECT_TRUE(object.message == nullptr && object.subType == kPlainGroup && object.repeatCount == -3);
+    EXPECT_EQ(std::tuple(object.message, object.subType, object.repeatCount), std::tuple(nullptr, kPlainGroup, -3));
 
     // A field fails: the message is gone, too.
     FillSimple(sender);
@@ -276,7 +276,8 @@ TEST_F(Exchange, NamesNoSlotByTheIdZero) {
         SetNumber(sent, 0, 1, 0);
         SetNumber(sent, kLegs, 1);
         sent.setFieldValue(kLegSymbol, "RYE", 1);
-        EXPECT_TRUE(sent.getField(kLegs, -1)->isSet == 1 && sent.getField(kLegSymbol, 1)->isSet == 1) << round;
+        EXPECT_EQ(std::tuple(sent.getField(kLegs, -1)->isSet, sent.getField(kLegSymbol, 1)->isSet), std::tuple(1, 1))
+            << round;
     }
 }
 
@@ -291,7 +292,7 @@ TEST_F(Exchange, RefusesMoreRepetitionsThanTheProgramAllows) {
     reports_.Take();
     EXPECT_EQ(reports_.With(Unpack(object, frame)),
               "-1: 1001 CreateZELDataBuf() failed; 1434 MsgType = 304, SubType = 304");
-    EXPECT_TRUE(object.message == nullptr && object.repeatCount == 3);
+    EXPECT_EQ(std::tuple(object.message, object.repeatCount), std::tuple(nullptr, 3));
     object.createStruct();
     EXPECT_NE(object.message, nullptr) << "its own messages may have as many as they like";
     ASSERT_EQ(ZELSetMostRepetitions(-2), 2);
@@ -310,7 +311,7 @@ TEST_F(Exchange, ProcessesResponses) {
         sender.shortFrame = shortFrame;
         const ExactCopy frame(Pack(sender));
         EXPECT_EQ(ProcessRsp(frame.data.get(), -1, &msgType, &subType, 99), 0);
-        EXPECT_TRUE(msgType == 1 && subType == kAllTypes);
+        EXPECT_EQ(std::tuple(msgType, subType), std::tuple(1, kAllTypes));
         const int offset = shortFrame != 0 ? 4 : 6;
         EXPECT_EQ(
             ProcessRspNoFrame(frame.data.get() + offset, static_cast<long>(frame.size) - offset, &msgType, &subType),
@@ -325,7 +326,7 @@ TEST_F(Exchange, ProcessesResponses) {
     long length = 0;
     short frameType = 0;
     EXPECT_EQ(sender.getHeaderInfo("\x01\x30\x07\x00\x00\x00", &length, &frameType), 0);
-    EXPECT_TRUE(length == 7 && frameType == 3);
+    EXPECT_EQ(std::tuple(length, frameType), std::tuple(7, 3));
     EXPECT_EQ(sender.getZelIdFromName("SIDE"), -1) << "no provider";
 }
 
@@ -344,45 +345,30 @@ void ExchangeEachType(const Tables& tables, const TestTables& types, unsigned se
 
 // The results of one thread's values and streams, as text.
 std::string ConvertAndBuild(int seed) {
-    const auto number = static_cast<signed char>(seed);
     const _money price{123456 * seed, 20};
-    const _datetime stamp{number, 11, 99, 9, 5, number, 0, 3};
-    _money readPrice{};
-    _datetime readStamp{};
+    const _datetime stamp{static_cast<signed char>(seed), 11, 99, 9, 5, 7, 0, 3};
     char text[24];
-    std::ostringstream done;
-    done << ZELMoneyToStr(&price, text, 0) << text << ZELStrToMoney(text, &readPrice) << readPrice.amount;
-    done << ZELDateToStr(&stamp, text, 11) << text << ZELStrToDate(text, &readStamp, 11);
-    done << ZELTimeToStr(&stamp, text, 0) << text << ZELAddStrToTime(text, &readStamp);
-    done << std::memcmp(&readStamp, &stamp, sizeof stamp);
+    std::string done;
+    ZELMoneyToStr(&price, text, 0);
+    done += text;
+    ZELDateTimeToStr(&stamp, text);
+    done += text;
     char* fraction = ConvertDecimalToFraction((std::to_string(seed) + ".375").c_str());
-    done << ' ' << fraction << ' ' << ZELStrToMoney(fraction, &readPrice) << readPrice.amount;
+    done += ' ' + std::string(fraction);
     ZELFree(fraction);
-
-    const std::string symbol(static_cast<std::size_t>(seed) * 100, 's');
     ZELFilter filter;
-    ZELSortData sort;
     for (int term = 0; term < 40; ++term) {
         filter.AddFilter(kCount, ">=", seed + term);
-        filter.AddFilter(kSymbol, "!=", symbol.c_str(), static_cast<int>(symbol.size()));
-        sort.AddSortData(kSymbol, static_cast<short>(term));
+        filter.AddFilter(kSymbol, "!=", std::string(400, 's').c_str(), 400);
     }
-    ZELFilter readFilter;
-    ZELSortData readSort;
+    ZELFilter read;
     const char* stream = filter.GetStream();
-    done << readFilter.SetStream(stream, filter.GetLength());
-    stream = sort.GetStream();
-    done << readSort.SetStream(stream, sort.GetLength());
-    readFilter.Rewind();
-    ZELFilterItem item;
-    while (readFilter.GetFilterItem(item) == 0) {
-        done << ' ' << Shown(item);
+    read.SetStream(stream, filter.GetLength());
+    read.Rewind();
+    for (ZELFilterItem item; read.GetFilterItem(item) == 0;) {
+        done += ' ' + Shown(item);
     }
-    SortItem key{};
-    while (readSort.GetSortItem(key) == 0) {
-        done << ' ' << key.fieldId << ' ' << key.sortOrder;
-    }
-    return done.str();
+    return done;
 }
 
 TEST_F(Exchange, RunsInSeveralThreadsAtOnce) {
@@ -390,8 +376,7 @@ TEST_F(Exchange, RunsInSeveralThreadsAtOnce) {
     std::vector<std::string> alone;
     for (int seed = 1; seed <= kThreads; ++seed) {
         alone.push_back(ConvertAndBuild(seed));
-        EXPECT_NE(alone.back().find(std::to_string(seed) + " 3/8 0"), std::string::npos) << alone.back();
-        EXPECT_TRUE(alone.back().ends_with(" 14 39")) << alone.back();
+        EXPECT_NE(alone.back().find(std::to_string(seed) + " 3/8 12 >= int "), std::string::npos) << alone.back();
     }
     for (int start = 0; start < 20; ++start) {
         // New tables, so that there are no plans yet.

@@ -3,6 +3,7 @@
 #include <cstring>
 #include <functional>
 #include <set>
+#include <tuple>
 #include <utility>
 
 #include "core/slots/message_block.h"
@@ -32,11 +33,11 @@ protected:
 };
 
 TEST_F(MessageObject, StartsEmpty) {
-    EXPECT_TRUE(object_.msgType == 0 && object_.subType == 0 && object_.serviceIdHigh == 0);
-    EXPECT_TRUE(object_.serviceIdLow == 0 && object_.repeatCount == -1 && object_.compressMode == 0);
-    EXPECT_TRUE(object_.shortFrame == 0 && object_.message == nullptr && object_.sequence == 0);
+    EXPECT_EQ(std::tuple(object_.msgType, object_.subType, object_.serviceIdHigh), std::tuple(0, 0, 0));
+    EXPECT_EQ(std::tuple(object_.serviceIdLow, object_.repeatCount, object_.compressMode), std::tuple(0, -1, 0));
+    EXPECT_EQ(std::tuple(object_.shortFrame, object_.message, object_.sequence), std::tuple(0, nullptr, 0));
     const CZELMessage other(3, 1);
-    EXPECT_TRUE(other.version == 3 && other.useFormat2 == 1);
+    EXPECT_EQ(std::tuple(other.version, other.useFormat2), std::tuple(3, 1));
     // Without a message getters find nothing and setters do nothing.
     EXPECT_EQ(object_.getField(kSide, -1), nullptr);
     EXPECT_EQ(object_.getFieldValue(kSide, -1), nullptr);
@@ -83,59 +84,28 @@ TEST_F(MessageObject, SetsValuesByTheirType) {
     EXPECT_EQ(object_.getField(kValue, -1)->ownsValue, 0);
 }
 
-// Takes the value from the message and releases it.
-void Drop(_field_data& slot) {
-    ZELFree(std::exchange(slot.value, nullptr));
-    slot.ownsValue = 0;
-}
-
 // Whatever length a program or a peer gives a slot: no more is read than the value has, and nothing beyond the
 // library's buffers is sent.
 TEST_F(MessageObject, TrustsNoLengthAboveThatOfTheBuffer) {
     char own[] = "own bytes";
-    struct Row {
-        const char* name;
-        int format;
-        short id;
-        void (*change)(_field_data& slot, char* own);
-        const char* payload;
-    };
-    const Row rows[] = {
-        {"text", 0, kSymbol, [](_field_data& slot, char*) { slot.length = 12; },
-         "00 0E 00 0C 41 42 00 00 00 00 00 00 00 00 00 00"},
-        {"bytes", 2, kBlob, [](_field_data& slot, char*) { slot.length = 10; },
-         "00 14 00 0A 41 42 00 00 00 00 00 00 00 00"},
-        {"characters", 2, kCode, [](_field_data& slot, char*) { slot.length = 9; },
-         "00 0D 00 09 41 42 00 00 00 00 00 00 00"},
-        {"characters of the dictionary's length", 0, kCode, [](_field_data& slot, char*) { slot.length = 1; },
-         "00 0D 41 42 00 00 00 00 00 00"},
-        {"in place", 0, kSymbol,
-         [](_field_data& slot, char*) {
-             Drop(slot);
-             slot.value = std::memset(slot.inlineValue, 'i', 8);
-             slot.length = 10;
-         },
-         "00 0E 00 0A 69 69 69 69 69 69 69 69 00 00"},
-        {"the program's", 0, kSymbol,
-         [](_field_data& slot, char* bytes) {
-             Drop(slot);
-             slot.value = bytes;
-             slot.length = 5;
-         },
-         "00 0E 00 05 6F 77 6E 20 62"},
-        {"none", 0, kSymbol, [](_field_data& slot, char*) { Drop(slot); }, "00 0E 00 00"},
-    };
     char buffer[kZELMaxFrame];
     long length = 0;
-    for (const Row& row : rows) {
+    for (const Cells& row : ReadCases("tests/message/cases/lengths.txt", 6)) {
+        const auto id = static_cast<short>(std::stoi(row[2]));
         Create(object_, kAllTypes);
-        object_.setFieldValueBinary(row.id, "AB", 2, -1);
+        object_.setFieldValueBinary(id, "AB", 2, -1);
         SetNumber(object_, kSide, 1);
-        object_.message->format = static_cast<unsigned short>(row.format);
-        row.change(*object_.getField(row.id, -1), own);
-        ASSERT_EQ(object_.packMessage(buffer, &length), 0) << row.name;
-        const long first = 38 + (row.format == 2 ? 6 : 4);
-        EXPECT_EQ(ToHex({buffer + first, static_cast<std::size_t>(length - first)}), row.payload) << row.name;
+        object_.message->format = static_cast<unsigned short>(std::stoi(row[1]));
+        _field_data& slot = *object_.getField(id, -1);
+        if (row[3] != "the library's") {
+            ZELFree(std::exchange(slot.value, nullptr));
+            slot.ownsValue = 0;
+            slot.value = row[3] == "in place" ? std::memset(slot.inlineValue, 'i', 8) : row[3] == "own" ? own : nullptr;
+        }
+        slot.length = static_cast<unsigned short>(std::stoi(row[4]));
+        ASSERT_EQ(object_.packMessage(buffer, &length), 0) << row[0];
+        const long first = 38 + (row[1] == "2" ? 6 : 4);
+        EXPECT_EQ(ToHex({buffer + first, static_cast<std::size_t>(length - first)}), row[5]) << row[0];
     }
     // Setters stay within both buffers, too.
     for (const short id : {kBlob, kSide, kStamp, kPrice}) {
@@ -198,7 +168,8 @@ TEST_F(MessageObject, CountsItsSlotsItself) {
         } else {
             object_.createStruct();
         }
-        EXPECT_TRUE(object_.message->dataBuf->count == 8 && object_.message->dataBuf->fields[7].id == kNote);
+        EXPECT_EQ(std::tuple(object_.message->dataBuf->count, object_.message->dataBuf->fields[7].id),
+                  std::tuple(8, kNote));
     }
 }
 

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <new>
+#include <tuple>
 
 #include "include/zelmessage.h"
 #include "runtime/allocator.h"
@@ -52,7 +53,7 @@ TEST(Bounded, FailedCallsMoveNothing) {
     EXPECT_TRUE(ReadU16Be(reader, value));
     EXPECT_EQ(value, 0x1234);
     EXPECT_FALSE(ReadU16Be(reader, value));
-    EXPECT_TRUE(value == 0x1234 && Remaining(reader) == 1);
+    EXPECT_EQ(std::tuple(value, Remaining(reader)), std::tuple(0x1234, 1));
     EXPECT_TRUE(Take(reader, 1, taken));
     EXPECT_EQ(taken, bytes.data() + 2);
     char out[7] = "??????";

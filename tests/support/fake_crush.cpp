@@ -14,26 +14,10 @@ void UseFakeCrush(FakeCrush* fake) {
 
 extern "C" {
 
-void __real_CrushStartUp() noexcept;
-void __real_CrushShutDown() noexcept;
 short __real_CrushBegin() noexcept;
 int __real_CrushCompress(const char* source, char* destination, int sourceLength) noexcept;
 short __real_CrushExpand(const char* source, char* destination, int expandedLength, int compressedLength) noexcept;
 void __real_CrushEnd() noexcept;
-
-void __wrap_CrushStartUp() noexcept {
-    if (current != nullptr) {
-        ++current->startUps;
-    }
-    __real_CrushStartUp();
-}
-
-void __wrap_CrushShutDown() noexcept {
-    if (current != nullptr) {
-        ++current->shutDowns;
-    }
-    __real_CrushShutDown();
-}
 
 short __wrap_CrushBegin() noexcept {
     if (current == nullptr) {

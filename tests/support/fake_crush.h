@@ -14,8 +14,6 @@ struct FakeCrush {
     int begins = 0;
     int ends = 0;
     int expansions = 0;
-    int startUps = 0;
-    int shutDowns = 0;
 };
 
 // Uses this one from now on; null: the real library.

@@ -6,6 +6,8 @@ namespace {
 constexpr int kFirstId = 8;
 constexpr int kFields = 20;
 constexpr int kHighestId = kZELGroupMarker + 2;
+// Of the header, of no record, of nothing that can be received.
+constexpr int kOddIds[] = {0, 1, 5, 7, kFirstId + kFields, kZELGroupMarker, kHighestId + 1, 65535};
 }  // namespace
 
 RandomTables::RandomTables(Random& random) : InstalledTables(kHighestId, kType), isOdd_(random.OneIn(4)) {
@@ -32,7 +34,7 @@ void RandomTables::AddField(Random& random, int id) {
 void RandomTables::AddList(Random& random, int subType) {
     std::vector<ZELFieldListEntry> list;
     for (int left = random.Below(14); left > 0; --left) {
-        const int id = isOdd_ && random.OneIn(16) ? random.Below(kHighestId + 3) : kFirstId + random.Below(kFields);
+        const int id = isOdd_ && random.OneIn(16) ? random.Pick(kOddIds) : kFirstId + random.Below(kFields);
         const bool isMandatory = random.OneIn(16);
         list.push_back({static_cast<std::uint16_t>(id), isMandatory ? kZELMandatory : std::uint16_t{1}});
     }

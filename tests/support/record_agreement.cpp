@@ -48,6 +48,11 @@ bool IsArray(const ZELMember& member) {
     return member.kind == ZEL_CHARS || member.kind == ZEL_BYTES;
 }
 
+// Whether a member can be for it.
+bool IsUsual(const ZELDictionaryField& field) {
+    return field.type >= kZELShort && field.type <= kZELBytes11;
+}
+
 int FirstCode(const Lines& reports) {
     return reports.empty() ? 0 : std::stoi(reports.front());
 }
@@ -116,7 +121,7 @@ void RecordAgreement::MakeLayout() {
         const bool isNumber = (id == node_.repeatFieldId && id != 0) || (inGroup && id == kZELGroupMarker);
         memberOf_.push_back(-1);
         if (seen[inGroup].insert(id).second && !isNumber && (!inGroup || hasGroup_) &&
-            (presence == kZELMandatory || !random_.OneIn(4))) {
+            (presence == kZELMandatory || !random_.OneIn(IsUsual(tables_.FieldOrNone(id)) ? 4 : 1))) {
             memberOf_.back() = static_cast<int>(members_[inGroup].size());
             members_[inGroup].push_back(MakeMember(id, ends[inGroup]));
         }
@@ -149,7 +154,7 @@ std::vector<RecordAgreement::Place> RecordAgreement::Places(const CZELMessage& o
             const std::vector<ZELMember>& members = members_[repetition < 0 ? 0 : 1];
             places.push_back({slot < slots.count ? &slots.fields[slot] : nullptr,
                               member < 0 ? nullptr : &members[static_cast<std::size_t>(member)],
-                              repetition < 0 ? 0 : group_.offset + static_cast<unsigned>(repetition) * group_.stride,
+                              BaseOf(repetition),
                               {node_.fieldList[entry].fieldId, repetition}});
         }
     };
@@ -174,7 +179,7 @@ void RecordAgreement::FillMember(const ZELMember& member, char* base, bool isWil
         const std::int64_t small = static_cast<std::int16_t>(number);
         std::memcpy(at, &small, member.size);
     } else if (member.kind == ZEL_BYTES) {
-        Store(base + member.lengthOffset, isWild ? number : number % (member.size + 1));
+        Store(base + member.lengthOffset, number % (isWild ? 1U << noise_.Below(32) : member.size + 1));
     } else if (member.kind == ZEL_CHARS) {
         const ZELDictionaryField& field = tables_.FieldOrNone(static_cast<unsigned>(member.fieldId));
         const bool isShort = field.type == kZELChars && !isWild && field.length > 0;
@@ -198,7 +203,7 @@ std::string RecordAgreement::FillRecord() {
     }
     for (std::uint32_t at = 0; at < group_.capacity; ++at) {
         for (const ZELMember& member : members_[1]) {
-            FillMember(member, record.data() + group_.offset + at * group_.stride, isWild);
+            FillMember(member, record.data() + BaseOf(static_cast<int>(at)), isWild);
         }
     }
     if (hasGroup_) {
@@ -225,6 +230,14 @@ int RecordAgreement::SetField(CZELMessage& object, const Place& place, short occ
         object.setFieldValue(id, IsWhole(member) ? static_cast<const void*>(&number) : at, occurrence);
         return 0;
     }
+    return SetText(object, place, occurrence, base);
+}
+
+int RecordAgreement::SetText(CZELMessage& object, const Place& place, short occurrence, const char* base) const {
+    const ZELMember& member = *place.member;
+    const char* at = base + member.offset;
+    const auto id = static_cast<short>(member.fieldId);
+    const ZELDictionaryField& field = tables_.FieldOrNone(place.slot->id);
     const bool isOne = field.type == kZELChars && field.length == 1;
     std::size_t length = isOne ? 1 : strnlen(at, member.size);
     if (member.kind == ZEL_BYTES) {
@@ -279,11 +292,7 @@ int RecordAgreement::SetFields(CZELMessage& object, const char* record) const {
     return 0;
 }
 
-std::string RecordAgreement::Pack() {
-    constexpr std::size_t kMost = kZELMaxFrame + 100;
-    const ExactCopy record(FillRecord());
-    const std::uint32_t count = hasGroup_ ? Load<std::uint32_t>(record.data.get() + group_.countOffset) : 0;
-    std::string userData = random_.Bytes(random_.Below(8));
+ZELEnvelope RecordAgreement::MakeEnvelope(const std::string& userData) {
     ZELEnvelope envelope{};
     envelope.serviceIdLow = random_.Byte();
     envelope.version = static_cast<std::int16_t>(random_.Below(4));
@@ -297,6 +306,15 @@ std::string RecordAgreement::Pack() {
     if (random_.OneIn(4)) {
         envelope.varUserData = {userData.data(), userData.size()};
     }
+    return envelope;
+}
+
+std::string RecordAgreement::Pack() {
+    constexpr std::size_t kMost = kZELMaxFrame + 100;
+    const ExactCopy record(FillRecord());
+    const std::uint32_t count = hasGroup_ ? Load<std::uint32_t>(record.data.get() + group_.countOffset) : 0;
+    std::string userData = random_.Bytes(random_.Below(8));
+    ZELEnvelope envelope = MakeEnvelope(userData);
 
     static CZELMessage object(0, 0);
     object.msgType = RandomTables::kType;
@@ -438,11 +456,11 @@ void RecordAgreement::Unpack(const std::string& message) {
         }
     }
     if (result != ZEL_OTHER_MESSAGE && hasGroup_) {
-        const std::uint32_t count = result == 0 ? static_cast<std::uint32_t>(object.repeatCount) : 0;
-        Store(expected.data() + group_.countOffset, count);
+        const int count = result == 0 ? object.repeatCount : 0;
+        Store(expected.data() + group_.countOffset, static_cast<std::uint32_t>(count));
         // What the quick way read before it gave up may lie beyond.
-        const std::size_t end = group_.offset + count * group_.stride;
-        expected.replace(end, std::string::npos, record.data.get() + end, layout_.size - end);
+        expected.resize(BaseOf(count));
+        expected.append(record.data.get() + expected.size(), record.size - expected.size());
     }
     Check(std::string_view(record.data.get(), record.size) == expected, "unpacking fills, or clears, the record");
     if (result == 0) {

@@ -42,8 +42,14 @@ private:
     void MakeLayout();
     void FillMember(const ZELMember& member, char* base, bool isWild);
     std::string FillRecord();
+    ZELEnvelope MakeEnvelope(const std::string& userData);
+    // Of the struct that holds a repetition; -1: outside the group.
+    std::size_t BaseOf(int repetition) const {
+        return repetition < 0 ? 0 : group_.offset + static_cast<std::size_t>(repetition) * group_.stride;
+    }
     std::vector<Place> Places(const CZELMessage& object) const;
     int SetField(CZELMessage& object, const Place& place, short occurrence, const char* base) const;
+    int SetText(CZELMessage& object, const Place& place, short occurrence, const char* base) const;
     int SetFields(CZELMessage& object, const char* record) const;
     void Expect(const Place& place, std::string& expected, const char* record) const;
     int ExpectRecord(const CZELMessage& object, int result, std::string& expected, const char* record,

@@ -27,18 +27,11 @@ TestTables::TestTables() : InstalledTables(kHighest, 1) {
     Define(kMark, kZELShort, 2, "MARK");
     Define(kDest, kZELText, 0, "DEST");
 
-    AddMessage(kAllTypes, 0, 0,
-               {{kSide, 2},
-                {kQty, 1},
-                {kCount, 0},
-                {kCode, 1},
-                {kSymbol, 1},
-                {kRate, 1},
-                {kValue, 1},
-                {kStamp, 1},
-                {kPrice, 1},
-                {kKey, 1},
-                {kBlob, 1}});
+    std::vector<ZELFieldListEntry> all{{kSide, 2}};
+    for (std::uint16_t id = kQty; id <= kBlob; ++id) {
+        all.push_back({id, static_cast<std::uint16_t>(id == kCount ? 0 : 1)});
+    }
+    AddMessage(kAllTypes, 0, 0, std::move(all));
     AddMessage(kMarkedGroup, kLegs, 3, {{kSide, 2}, {kLegs, 1}, {kMark, 1}, {kLegSymbol, 1}, {kLegQty, 1}, {kNote, 1}});
     AddMessage(kPlainGroup, kLegs, 2, {{kLegs, 1}, {kLegSymbol, 1}, {kLegQty, 1}, {kNote, 1}});
     AddMessage(kVersions, 0, 0, {{kSide, 1}, {kNew2, 1}, {kNew3, 2}});

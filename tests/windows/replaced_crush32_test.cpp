@@ -1,6 +1,8 @@
 // The library with another CRUSH32.dll in its folder: what the DLL's results do to messages.
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 #include "include/zelmessage.h"
 #include "tests/support/recorded_reports.h"
 #include "tests/windows/fake_crush32.h"
@@ -56,9 +58,9 @@ TEST_F(ReplacedCrush32, WhatCannotBeCompressedIsSentPlain) {
     EXPECT_EQ(answers_.begins, 0);
     EXPECT_EQ(Pack(1, {.compress = -14}), plain);
     EXPECT_EQ(Pack(1, {.compress = -16}), plain);
-    EXPECT_TRUE(answers_.begins == 1 && answers_.ends == 1);
+    EXPECT_EQ(std::tuple(answers_.begins, answers_.ends), std::tuple(1, 1));
     EXPECT_EQ(Pack(1, {.begin = 5, .compress = 3}), plain);
-    EXPECT_TRUE(answers_.begins == 1 && answers_.ends == 0) << "a pass that did not begin is not ended";
+    EXPECT_EQ(std::tuple(answers_.begins, answers_.ends), std::tuple(1, 0)) << "a pass that did not begin is not ended";
     EXPECT_EQ(reports_.Take(), Lines{});
 }
 
@@ -70,11 +72,11 @@ TEST_F(ReplacedCrush32, WhatCannotBeExpandedIsRefused) {
     answers_.begins = answers_.ends = 0;
     answers_.expand = 9;
     EXPECT_EQ(received.unpackMessage(packed.data()), -1);
-    EXPECT_TRUE(answers_.begins == 1 && answers_.ends == 1);
+    EXPECT_EQ(std::tuple(answers_.begins, answers_.ends), std::tuple(1, 1));
     EXPECT_EQ(reports_.Take().back(), "1432 ValidateZELMsg() failed");
     answers_.begin = 1;
     EXPECT_EQ(received.unpackMessage(packed.data()), -1);
-    EXPECT_TRUE(answers_.begins == 2 && answers_.ends == 1);
+    EXPECT_EQ(std::tuple(answers_.begins, answers_.ends), std::tuple(2, 1));
 }
 
 }  // namespace

@@ -42,7 +42,7 @@ int WriteHeader(const HeaderOptions& options) {
         if (messages.back() == nullptr) {
             std::cerr << file->path << ": has no message " << subject << "; 'zel dict show " << file->path
                       << "' lists what it has\n";
-            return kStatusFound;
+            return kStatusDiffers;
         }
     }
     const std::string text =

@@ -1,0 +1,158 @@
+// Money, doubles, fractions and short numbers into one another.
+#include <cfenv>
+#include <climits>
+#include <cmath>
+#include <functional>
+#include <map>
+#include <random>
+
+#include "convert/fraction.h"
+#include "convert/money_double.h"
+#include "convert/money_parse.h"
+#include "convert/text.h"
+#include "include/zelmessage.h"
+#include "tests/support/cases.h"
+#include "tests/support/failing_heap.h"
+#include "tests/support/recorded_reports.h"
+
+namespace zel::test {
+namespace {
+
+constexpr _money kBefore{-9, -9};
+
+// What an operation made of `money`; a refusal leaves it as it was.
+std::string Shown(int result, const _money& money, const _money& before = kBefore) {
+    const std::string shown = std::to_string(money.amount) + ' ' + std::to_string(money.displayCode);
+    if (result == 0) {
+        return shown;
+    }
+    const bool isUntouched = money.amount == before.amount && money.displayCode == before.displayCode;
+    return std::to_string(result) + (isUntouched ? "" : " and changed");
+}
+
+_money Money(const Cells& row) {
+    return {static_cast<ZELLong>(std::stol(row[1])), static_cast<short>(std::stoi(row[2]))};
+}
+
+std::string FromDouble(const Cells& row, int (*convert)(double, _money*) noexcept) {
+    _money money = kBefore;
+    // Not std::stod, which refuses the smallest numbers.
+    return Shown(convert(std::strtod(row[1].c_str(), nullptr), &money), money);
+}
+
+std::string Text(const Cells& row) {
+    std::string text(24, 'x');
+    const _money money = Money(row);
+    EXPECT_EQ(ZELMoneyToStr(&money, text.data(), static_cast<short>(row[0].back() - '0')), 0);
+    const std::size_t end = text.find('\0');
+    return end != std::string::npos ? text.substr(0, end) + '.' : text.substr(0, text.find('x') + 1);
+}
+
+TEST(Numbers, AreConverted) {
+    const auto orNull = [](const std::string& text) { return text == "null" ? nullptr : text.c_str(); };
+    const std::map<std::string, std::function<std::string(const Cells&)>> operations{
+        {"gcf", [](auto& row) { return std::to_string(FindGCF(std::stol(row[1]), std::stol(row[2]))); }},
+        {"double to money", [](auto& row) { return FromDouble(row, DoubleToMoney); }},
+        {"double to binary money", [](auto& row) { return FromDouble(row, DoubleToBinaryMoney); }},
+        {"binary money",
+         [](auto& row) {
+             _money money = Money(row);
+             const int result = MoneyToBinaryMoney(&money);
+             return Shown(result, money, Money(row));
+         }},
+        {"compare money",
+         [&](auto& row) { return std::to_string(ZELCompareMoneyStr(orNull(row[1]), orNull(row[2]))); }},
+        {"money text 0", Text},
+        {"money text 1", Text},
+        {"money text 2", Text},
+        {"money text 3", Text},
+        {"number",
+         [](auto& row) {
+             std::int32_t value = 1;
+             const bool isRead = ReadSignedNumber(row[1], value);
+             EXPECT_EQ(IsSignedNumber(row[1]), isRead ? 1 : 0) << row[1];
+             return isRead ? std::to_string(value) : "none";
+         }},
+        {"short",
+         [](auto& row) {
+             char text[8] = "";
+             EXPECT_EQ(ShortToStr(static_cast<short>(std::stoi(row[1])), text), 0);
+             return std::string(text);
+         }},
+    };
+    for (const Cells& row : ReadCases("tests/convert/cases/numbers.txt", 4)) {
+        EXPECT_EQ(operations.at(row[0])(row), row[3]) << row[0] << ": " << row[1] << ", " << row[2];
+    }
+    EXPECT_EQ(DoubleToBinaryMoney(1.5, nullptr), -1);
+    _money money = kBefore;
+    std::fesetround(FE_UPWARD);
+    const int result = DoubleToMoney(0.3000001, &money);
+    std::fesetround(FE_TONEAREST);
+    EXPECT_EQ(Shown(result, money), "3 10");
+}
+
+TEST(ConvertDecimalToFraction, Cases) {
+    RecordedReports reports;
+    const int before = LiveBlocks();
+    for (const Cells& row : ReadCases("tests/convert/cases/fractions.txt", 3)) {
+        char* text = ConvertDecimalToFraction(row[0].c_str());
+        EXPECT_STREQ(text == nullptr ? "" : text, row[1].c_str()) << row[0];
+        EXPECT_EQ(text == nullptr ? '\0' : text[31], '\0') << row[0];
+        EXPECT_EQ(reports.TakeText(), row[2]) << row[0];
+        ZELFree(text);
+    }
+    EXPECT_EQ(LiveBlocks(), before);
+    EXPECT_EQ(ConvertDecimalToFraction(nullptr), nullptr);
+}
+
+TEST(DoubleToMoney, RandomNumbersAsTheCLibraryPrintsThem) {
+    std::mt19937 random(3);
+    for (int i = 0; i < 100000; ++i) {
+        const double value = std::ldexp(static_cast<std::int32_t>(random()), static_cast<int>(random() % 32) - 31) / 3;
+        const std::string printed = std::to_string(value);  // "%f"
+        std::string text = printed.substr(0, printed.find_last_not_of('0') + 1).substr(0, 10);
+        text.resize(text.back() == '.' ? text.size() - 1 : text.size());
+        _money money{};
+        _money expected{};
+        ASSERT_EQ(DoubleToMoney(value, &money), ZELStrToMoney(text.c_str(), &expected)) << printed;
+        ASSERT_EQ(Shown(0, money), Shown(0, expected)) << printed;
+    }
+}
+
+TEST(MoneyToDecimalStr, AsTheCLibraryPrintsTheValue) {
+    std::mt19937 random(8);
+    for (int i = 0; i < 100000; ++i) {
+        constexpr short kCodes[] = {1, 2, 8, 256, 10, 20, 30, 40, 50, 545, -1};
+        const _money money{i == 0 ? INT_MIN : static_cast<std::int32_t>(random()), kCodes[random() % 11]};
+        double value = 0;
+        char text[kDecimalTextSize];
+        char printed[kDecimalTextSize];
+        ASSERT_EQ(MoneyToDouble(&money, &value), 0);
+        ASSERT_EQ(MoneyToDecimalStr(&money, text), 0);
+        ASSERT_LT(std::snprintf(printed, sizeof printed, "%.8f", value), kDecimalTextSize);
+        ASSERT_STREQ(text, printed);
+    }
+    const _money negative{-150, 20};
+    const _money invalid{1, 3};
+    double value = 0;
+    char text[kDecimalTextSize];
+    EXPECT_EQ(MoneyToDouble(&negative, &value), 0);
+    EXPECT_EQ(MoneyToDouble(&invalid, &value), -1);
+    EXPECT_EQ(MoneyToDecimalStr(&invalid, text), -1);
+    EXPECT_EQ(value, -1.5);
+}
+
+TEST(Text, TrimsAndAppends) {
+    char text[32] = "old";
+    TrimSpaces(nullptr, text);
+    TrimSpaces(" x ", nullptr);
+    EXPECT_STREQ(text, "old");
+    TrimSpaces(" \ta b\t  ", text);
+    AppendChar(text, '!');
+    EXPECT_STREQ(text, "\ta b\t!");
+    TrimSpaces("   ", text);
+    EXPECT_STREQ(text, "");
+}
+
+}  // namespace
+}  // namespace zel::test
