@@ -154,12 +154,22 @@ int PackPayload(ZelMsgStruct& message, char* out) noexcept {
                        : Built::kRefused;
 }
 
-// The reports of a message whose first field finds no dictionary any more.
-void RefuseAfterTerminate(const MessageBlock& block) noexcept {
+// Whether there is something to build, and somewhere; else what is missing is reported.
+bool CanBuild(const ZelMsgStruct* message, const char* out, const long* outLength) noexcept {
+    if (message == nullptr || out == nullptr || outLength == nullptr) {
+        SendReport(reports::kBuildFailed);
+        return false;
+    }
+    if (tablesAreInUse) [[likely]] {
+        return true;
+    }
+    // The first field finds no dictionary any more.
     SendReport(reports::kNoDictionary);
+    const MessageBlock& block = BlockOf(*message);
     if (block.slotCount != 0) {
         SendReportWith(reports::kFieldVersionUnknown, block.plan->entries[0].rule.id);
     }
+    return false;
 }
 
 }  // namespace
@@ -189,28 +199,15 @@ Built SendZELPayload(const HeaderRules& rules, ZelMsgStruct& message, PayloadBuf
 
 Built BuildZELMessageWithin(ZelMsgStruct* message, const BuildRoom& room, long* outLength,
                             unsigned short sequence) noexcept {
-    if (message == nullptr || room.out == nullptr || outLength == nullptr) {
-        SendReport(reports::kBuildFailed);
-        return Built::kRefused;
-    }
-    if (!tablesAreInUse) {
-        RefuseAfterTerminate(BlockOf(*message));
-        return Built::kRefused;
-    }
-    return BuildByBuffers(*message, room, outLength, sequence);
+    return CanBuild(message, room.out, outLength) ? BuildByBuffers(*message, room, outLength, sequence)
+                                                  : Built::kRefused;
 }
 
 int BuildZELMessage(ZelMsgStruct* message, char* out, long* outLength, unsigned short sequence) noexcept {
-    if (message == nullptr || out == nullptr || outLength == nullptr) {
-        SendReport(reports::kBuildFailed);
+    if (!CanBuild(message, out, outLength)) {
         return -1;
     }
-    const MessageBlock& block = BlockOf(*message);
-    if (!tablesAreInUse) {
-        RefuseAfterTerminate(block);
-        return -1;
-    }
-    if (!IsSentPlain(*message) || !HasFixedHeader(block.plan->header, *message)) {
+    if (!IsSentPlain(*message) || !HasFixedHeader(BlockOf(*message).plan->header, *message)) {
         return BuildByBuffers(*message, {out, SIZE_MAX}, outLength, sequence) == Built::kDone ? 0 : -1;
     }
     // The payload goes where it belongs, and the header in front once the number of fields is known.

@@ -80,7 +80,7 @@ MessageBlock* EndMessage(MessageBlock& block) noexcept {
     const std::size_t room = block.valueRoom;
     std::int32_t owned = 0;
     const _field_data* const end = SlotsOf(block) + block.slotCount;
-#pragma GCC unroll 4
+#pragma GCC unroll 8
     for (const _field_data* slot = SlotsOf(block); slot != end; ++slot) {
         if (slot->ownsValue != 0) {
             const bool isInRoom = reinterpret_cast<std::uintptr_t>(slot->value) - values < room;
