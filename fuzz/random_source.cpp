@@ -36,7 +36,7 @@ public:
 
 private:
     // The value, or now and then another one.
-    std::string Odd(std::string value) {
+    std::string Odd(const std::string& value) {
         constexpr const char* kOdd[] = {"null",
                                         "true",
                                         "-1",
