@@ -118,6 +118,9 @@ extern "C" int ZELBind(const ZELLayout* layout, const ZELBinding** binding, char
         return listener.code > 0 ? listener.code : ZEL_BAD_CALL;
     }
     BindMembers(*layout, *parts.binding, parts.steps, parts.names, disagreements);
+    std::for_each(parts.steps, parts.steps + plan->entryCount, [](FieldStep& step) {
+        step.usualMove = step.presenceOffset == ZEL_NOWHERE ? step.move : Move::kSpecial;
+    });
     if (!disagreements.IsEmpty()) {
         Release(parts.binding);
         return ZEL_BAD_LAYOUT;

@@ -26,7 +26,8 @@ enum class Move : std::uint8_t {
     kCharsView,  // chars and bytes elsewhere
     kText,       // a text and an array
     kBytes,      // a text or bytes and a counted array
-    kBytesView   // a text or bytes, and bytes elsewhere
+    kBytesView,  // a text or bytes, and bytes elsewhere
+    kSpecial     // of `usualMove` alone
 };
 
 // Offsets are from the start of the record, or of the repetition.
@@ -37,6 +38,7 @@ struct FieldStep {
     bool isMandatory : 1;
     bool isMarker : 1;
     bool isNumber : 1;  // sent by the library: the repeat-count field and the group's markers, which are no members
+    Move usualMove;     // `move` where the field is all that there is to it; kSpecial where a flag goes with it
     FieldRule rule;
     std::uint32_t offset;
     std::uint32_t size;

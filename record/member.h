@@ -13,8 +13,8 @@
 namespace zel {
 
 // All values of four bits are moves: a switch over this is one indexed jump.
-inline Move MoveOfStep(const FieldStep& step) noexcept {
-    return static_cast<Move>(static_cast<unsigned>(step.move) & 15);
+inline Move Bounded(Move move) noexcept {
+    return static_cast<Move>(static_cast<unsigned>(move) & 15);
 }
 
 // ---- Out ------------------------------------------------------------------------------------------------------------
@@ -91,7 +91,7 @@ template <typename Use>
         return use(shape, PlainValue{member, FixedMemorySize(shape()), FixedMemorySize(shape())});
     };
     ZELView view;
-    switch (MoveOfStep(step)) {
+    switch (Bounded(step.move)) {
         case Move::kShort16:
             return plain(std::integral_constant<Shape, Shape::kShort>{});
         case Move::kShort32:
@@ -126,6 +126,7 @@ template <typename Use>
             return wrong != 0 ? wrong : UseCounted(view.data, view.length, use);
         }
         case Move::kNone:
+        case Move::kSpecial:
             break;
     }
     __builtin_unreachable();
@@ -199,11 +200,11 @@ template <Shape shape, typename Source>
     return 0;
 }
 
-// Gives the value to the step's member, if it has one: 0, ZEL_TEXT_TOO_LONG or kNotFound.
+// Gives the value to the step's member, if it has one, by one of its two moves: 0, ZEL_TEXT_TOO_LONG or kNotFound.
 template <typename Source>
-[[gnu::always_inline]] inline int FillMember(const FieldStep& step, char* base, Source& source) noexcept {
+[[gnu::always_inline]] inline int FillMember(Move move, const FieldStep& step, char* base, Source& source) noexcept {
     char* const member = base + step.offset;
-    switch (MoveOfStep(step)) {
+    switch (Bounded(move)) {
         case Move::kShort16:
             return FillFixed<Shape::kShort>(step, member, source);
         case Move::kShort32:
@@ -232,6 +233,8 @@ template <typename Source>
             return FillView<Shape::kCounted>(step, base, source);
         case Move::kNone:
             return source.Pass(step) ? 0 : kNotFound;
+        case Move::kSpecial:
+            return kNotFound;
     }
     __builtin_unreachable();
 }

@@ -194,7 +194,7 @@ int FillRecord(const ZELBinding& binding, const ZelMsgStruct& message, const Unp
                 return 0;
             }
             InSlot source{*slot, step.move == Move::kCharsView || step.move == Move::kBytesView};
-            const int wrong = FillMember(step, base, source);
+            const int wrong = FillMember(step.move, step, base, source);
             if (wrong != 0) {
                 at = {step.rule.id, RepetitionOf(entry, repetition), at.offset};
             }

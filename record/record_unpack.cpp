@@ -22,7 +22,12 @@ struct OnTheWire {
 
     template <Shape shape>
     bool Find(const FieldStep& step) noexcept {
-        return LocateValue<format, shape>(step.rule, in, value);
+        if constexpr (IsFixed(shape)) {
+            // Of a field with such a step the dictionary's length is that of its type.
+            return LocateValue<format, shape>({step.rule.id, 0, FixedWireSize(shape), 0}, in, value);
+        } else {
+            return LocateValue<format, shape>(step.rule, in, value);
+        }
     }
     template <Shape shape>
     void Store(void* out) const noexcept {
@@ -34,7 +39,6 @@ struct OnTheWire {
         if constexpr (format == kIdLengthAndValue) {
             return WithShape(step.shape, [&](auto shape) { return Find<shape()>(step); });
         } else {
-            // Of a field with such a step the dictionary's length is that of its type.
             const auto length = static_cast<std::size_t>(step.rule.length);
             return length != 0 ? Skip(in, FrontSize(format) + length) : Find<Shape::kCounted>(step);
         }
@@ -52,20 +56,13 @@ struct Walk {
     int taken;  // fields
     std::uint32_t repetitions;
     FailedAt& at;
+    FieldSet lacking;  // of the range that is passed
 };
 
 // Whether the field at the reader is the step's.
 template <short format>
 bool IsOfStep(const FieldStep& step, const Reader& in) noexcept {
     return format == kValueOnly ? step.wireId != kNoId && Remaining(in) != 0 : IsNextField(step.wireId, in);
-}
-
-// At the field that begins at `field`.
-[[gnu::noinline]] bool GiveUp(Walk& walk, const char* field, const FieldStep& step, int repetition) noexcept {
-    walk.in.next = field;
-    walk.at.fieldId = step.rule.id;
-    walk.at.repetition = repetition;
-    return false;
 }
 
 // Reads the repeat count, as validation does: the low 16 bits of the first 32. Without the field there is none.
@@ -94,15 +91,30 @@ bool PassCount(Walk& walk, const FieldStep& step) noexcept {
            FitSlots(*walk.binding.plan, walk.repetitions);
 }
 
-// Takes the field at the reader for its step; false where the way of the message object is to look.
+// Takes fields for the steps as long as there is nothing special about them. Returns the first step that is left; the
+// reader stands where its field should be.
 template <short format>
-[[gnu::always_inline]] inline bool TakeField(const FieldStep& step, char* base, Reader& in) noexcept {
-    OnTheWire<format> source{in, {}};
-    if (FillMember(step, base, source) != 0) [[unlikely]] {
-        return false;
+[[gnu::always_inline]] inline const FieldStep* TakeUsual(const FieldStep* step, const FieldStep* end, char* base,
+                                                         Reader& reader) noexcept {
+    // What the longest field of one size takes: the compiler sees that such a field needs no other check.
+    constexpr std::size_t most = FrontSize(format) + 8;
+    Reader in{reader.next, reader.end};
+    for (; step != end && Remaining(in) >= most; ++step) {
+        Reader after{in.next, in.end};
+        OnTheWire<format> source{after, {}};
+        // A field that nobody wants is not worth the jump to its move: mostly several of them follow one another. Both
+        // ways compare the id themselves, so that each is a short turn of its own.
+        if (step->usualMove == Move::kNone) {
+            if (!IsOfStep<format>(*step, in) || !source.Pass(*step)) {
+                break;
+            }
+        } else if (!IsOfStep<format>(*step, in) || FillMember(step->usualMove, *step, base, source) != 0) [[unlikely]] {
+            break;
+        }
+        in.next = after.next;
     }
-    MarkPresent(step, base);
-    return true;
+    reader.next = in.next;
+    return step;
 }
 
 // Whether the field that is at the reader in place of the step's may come there.
@@ -110,6 +122,29 @@ template <short format>
 bool MayLack(const FieldStep& step, const Reader& in) noexcept {
     // Where a marker is missing nobody knows which repetition the next field is of.
     return (format != kValueOnly && !step.isMarker) || Remaining(in) == 0;
+}
+
+// Passes one step, whatever is special about it: takes the field that is the step's, else notes that it did not arrive.
+// False, with the reader where the field is: the way of the message object is to look.
+template <short format>
+[[gnu::noinline]] bool PassOne(Walk& walk, const StepRange& range, const FieldStep& step, char* base) noexcept {
+    Reader in = walk.in;
+    if (IsOfStep<format>(step, in)) {
+        OnTheWire<format> source{in, {}};
+        if (FillMember(step.move, step, base, source) == 0) {
+            MarkPresent(step, base);
+            walk.in.next = in.next;
+            return true;
+        }
+    } else if (MayLack<format>(step, in)) {
+        --walk.taken;
+        NoteAbsent(step, base, range.repetition, walk.reading);
+        walk.lacking |= FieldSet{1} << (static_cast<std::size_t>(&step - range.begin) % kMostInSet);
+        return true;
+    }
+    walk.at.fieldId = step.rule.id;
+    walk.at.repetition = range.repetition;
+    return false;
 }
 
 // A group without markers leaves it to the fields which repetition they are of: each goes to the first that lacks it.
@@ -151,25 +186,16 @@ bool PassSteps(Walk& walk, char* record) noexcept {
     std::uint32_t repetitions = 0;
     do {
         char* const base = record + range.base;
-        Reader in = walk.in;
-        FieldSet lacking = 0;
-        int taken = static_cast<int>(range.end - range.begin);
-        for (const FieldStep* step = range.begin; step != range.end; ++step) {
-            const char* const field = in.next;
-            const bool isNext = IsOfStep<format>(*step, in);
-            if (isNext ? !TakeField<format>(*step, base, in) : !MayLack<format>(*step, in)) [[unlikely]] {
-                return GiveUp(walk, field, *step, range.repetition);
-            }
-            if (!isNext) [[unlikely]] {
-                --taken;
-                NoteAbsent(*step, base, range.repetition, walk.reading);
-                lacking |= FieldSet{1} << (static_cast<std::size_t>(step - range.begin) % kMostInSet);
+        walk.lacking = 0;
+        walk.taken += static_cast<int>(range.end - range.begin);
+        const FieldStep* step = range.begin;
+        while ((step = TakeUsual<format>(step, range.end, base, walk.in)) != range.end) {
+            if (!PassOne<format>(walk, range, *step++, base)) {
+                return false;
             }
         }
-        walk.in = in;
-        walk.taken += taken;
         const bool isLoose = range.part == kInGroup && plan.groupMarkers == 0;
-        if ((isLoose && !IsInPlace(range, lacking, lacked)) ||
+        if ((isLoose && !IsInPlace(range, walk.lacking, lacked)) ||
             (range.part == kBeforeGroup && !StartGroup<format>(walk, record))) {
             return false;
         }
@@ -182,7 +208,7 @@ bool PassSteps(Walk& walk, char* record) noexcept {
 // Reads a payload by steps: 0, or kLeftToSlots.
 int PassPayload(const ZELBinding& binding, const Unpacking& unpacking, const ZelMsgStruct& header,
                 const Reader& payload, const Reader& message, FailedAt& at) noexcept {
-    Walk walk{binding, unpacking.reading, payload, 0, 0, at};
+    Walk walk{binding, unpacking.reading, payload, 0, 0, at, 0};
     bool isDone = false;
     switch (header.format) {
         case kIdAndValue:
