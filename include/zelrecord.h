@@ -229,7 +229,7 @@ typedef struct ZELReading {
 } ZELReading;
 
 // Unpacks the frame at the head of `bytes` into the record. Members whose field did not arrive become zero bytes, and
-// their presence flags 0; repetitions from the count on are left as they are. After a failure every member outside the
+// their presence flags 0; repetitions from the count on may hold anything. After a failure every member outside the
 // group and the count are zero (for ZEL_BAD_ARGUMENT, ZEL_INCOMPLETE, ZEL_NO_FRAME and ZEL_OTHER_MESSAGE the record is
 // as it was). `reading` may be null.
 ZEL_API int ZELUnpackRecord(const ZELBinding* binding, const void* bytes, size_t length, void* record,
