@@ -112,10 +112,11 @@ inline bool NextRange(const ZELBinding& binding, std::uint32_t repetitions, Step
         return false;
     }
     if (next < repetitions) {
-        range = {binding.steps + plan.groupBegin, binding.steps + plan.groupEnd,
-                 binding.groupOffset + std::size_t{next} * binding.groupStride, static_cast<int>(next), kInGroup};
+        range =
+            StepRange{binding.steps + plan.groupBegin, binding.steps + plan.groupEnd,
+                      binding.groupOffset + std::size_t{next} * binding.groupStride, static_cast<int>(next), kInGroup};
     } else {
-        range = {binding.steps + plan.groupEnd, binding.steps + plan.entryCount, 0, -1, kAfterGroup};
+        range = StepRange{binding.steps + plan.groupEnd, binding.steps + plan.entryCount, 0, -1, kAfterGroup};
     }
     return true;
 }
