@@ -57,8 +57,9 @@ Record Untouched() {
 
 template <typename Record>
 bool IsUntouched(const Record& record) {
-    const Record other = Untouched<Record>();
-    return std::memcmp(&record, &other, sizeof record) == 0;
+    std::array<char, sizeof record> bytes;
+    std::memcpy(bytes.data(), &record, sizeof record);
+    return std::all_of(bytes.begin(), bytes.end(), [](char byte) { return byte == 0x5A; });
 }
 
 // In units of 1/denominator: below 2^39, as records hold more than 2^31 of them in the large form alone.

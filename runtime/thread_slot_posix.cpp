@@ -5,16 +5,16 @@ namespace zel {
 namespace {
 
 // A plain pointer: nothing is run when a thread starts or ends.
-thread_local ReportListener* listener = nullptr;
+thread_local ReportListener* ofThread = nullptr;
 
 }  // namespace
 
 ReportListener* ThreadListener() noexcept {
-    return listener;
+    return ofThread;
 }
 
-void SetThreadListener(ReportListener* threads) noexcept {
-    listener = threads;
+void SetThreadListener(ReportListener* listener) noexcept {
+    ofThread = listener;
 }
 
 }  // namespace zel

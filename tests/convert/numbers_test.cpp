@@ -22,7 +22,7 @@ constexpr _money kBefore{-9, -9};
 
 // What an operation made of `money`; a refusal leaves it as it was.
 std::string Shown(int result, const _money& money, const _money& before = kBefore) {
-    const std::string shown = std::to_string(money.amount) + ' ' + std::to_string(money.displayCode);
+    std::string shown = std::to_string(money.amount) + ' ' + std::to_string(money.displayCode);
     if (result == 0) {
         return shown;
     }

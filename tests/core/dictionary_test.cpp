@@ -66,19 +66,19 @@ TEST(Dictionary, ComparesNamesOn64Characters) {
 TEST(MessageTable, TakesTheFirstMatch) {
     constexpr int kTypes = 300;
     constexpr int kSubTypes = 40;
-    std::vector<ZELSubTypeNode> nodes(kTypes * kSubTypes);
+    std::vector<ZELSubTypeNode> nodes(std::size_t{kTypes} * kSubTypes);
     std::vector<ZELTypeNode> types(kTypes);
     for (int type = 0; type < kTypes; ++type) {
+        ZELSubTypeNode* const first = &nodes[static_cast<std::size_t>(type) * kSubTypes];
         for (int at = 0; at < kSubTypes; ++at) {
-            ZELSubTypeNode& node = nodes[static_cast<std::size_t>(type * kSubTypes + at)];
+            ZELSubTypeNode& node = first[at];
             // The last sub-type of each type has the number of the first.
             node.subType = static_cast<std::int16_t>(at % (kSubTypes - 1) - 5);
             node.next = at + 1 < kSubTypes ? &node + 1 : nullptr;
         }
         // The last type has the number of the first, so it is never found.
         types[static_cast<std::size_t>(type)] = {
-            static_cast<std::int16_t>(type % (kTypes - 1) * 7 - 300),
-            &nodes[static_cast<std::size_t>(type * kSubTypes)],
+            static_cast<std::int16_t>(type % (kTypes - 1) * 7 - 300), first,
             type + 1 < kTypes ? &types[static_cast<std::size_t>(type) + 1] : nullptr};
     }
     for (const bool hasMemory : {false, true}) {

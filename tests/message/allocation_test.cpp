@@ -284,7 +284,7 @@ Operations AllOperations() {
         {"rewrite as a fraction",
          [](Objects&) {
              char* fraction = ConvertDecimalToFraction("0.5");
-             const std::string shown = fraction != nullptr ? fraction : "none";
+             std::string shown = fraction != nullptr ? fraction : "none";
              ZELFree(fraction);
              return shown;
          }},
