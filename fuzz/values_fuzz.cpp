@@ -4,6 +4,8 @@
 //  - the most negative whole units (two signs), more than 20,000,000 negative units with hundredths and large forms of
 //    negative units with hundredths (their parts have different signs), of a numerator above 99;
 //  - years from 2000 on in two digits, numbers that the builder of a record refuses.
+#include <algorithm>
+#include <array>
 #include <bit>
 #include <climits>
 #include <cmath>
