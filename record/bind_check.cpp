@@ -228,7 +228,6 @@ struct Check {
     }
 
     // After BindNumbers.
-    // After BindNumbers.
     void CheckMandatory(bool hasGroup) noexcept {
         for (int at = 0; at < plan.entryCount; ++at) {
             const FieldStep& step = steps[at];
