@@ -54,7 +54,8 @@ template <typename Use>
                                            const Use& use) noexcept {
     const auto length = static_cast<std::size_t>(std::max<std::int16_t>(step.rule.length, 0));
     // A single character is a byte, zero included, not a text.
-    const std::size_t size = length != 1 ? strnlen(static_cast<const char*>(text), held) : held;
+    // One byte too many says enough.
+    const std::size_t size = length != 1 ? strnlen(static_cast<const char*>(text), std::min(held, length + 1)) : held;
     if (size > length) {
         return ZEL_TEXT_TOO_LONG;
     }

@@ -311,16 +311,20 @@ int UnpackMessage(const ZELBinding& binding, const Unpacking& unpacking, FailedA
 
 namespace {
 
-// Starts what the caller asks for; `none` for those who ask for nothing.
-ZELReading& StartReading(ZELReading* reading, ZELReading& none) noexcept {
+// What both ways to unpack begin and end with. `read` does what lies between, with all pointers there.
+template <typename Read>
+int Unpack(const ZELBinding* binding, const void* bytes, void* record, ZELReading* reading, ZELFailure* failure,
+           const Read& read) noexcept {
+    using namespace zel;
+    ZELReading none{};
     ZELReading& asked = reading != nullptr ? *reading : none;
     asked.absentCount = 0;
     asked.used = 0;
-    return asked;
-}
-
-zel::Scratch ScratchOf(const ZELReading& reading) noexcept {
-    return {static_cast<char*>(reading.scratch), reading.scratch != nullptr ? reading.scratchSize : 0};
+    Scratch scratch{static_cast<char*>(asked.scratch), asked.scratch != nullptr ? asked.scratchSize : 0};
+    FailedAt at;
+    const bool canRead = binding != nullptr && bytes != nullptr && record != nullptr;
+    const int result = canRead ? read(asked, scratch, at) : int{ZEL_BAD_ARGUMENT};
+    return result == 0 ? 0 : Explain(failure, binding, result, at);
 }
 
 }  // namespace
@@ -328,41 +332,32 @@ zel::Scratch ScratchOf(const ZELReading& reading) noexcept {
 extern "C" int ZELUnpackRecord(const ZELBinding* binding, const void* bytes, size_t length, void* record,
                                ZELReading* reading, ZELFailure* failure) noexcept {
     using namespace zel;
-    ZELReading none{};
-    ZELReading& asked = StartReading(reading, none);
-    Scratch scratch = ScratchOf(asked);
-    FailedAt at;
-    if (binding == nullptr || bytes == nullptr || record == nullptr) {
-        return Explain(failure, binding, ZEL_BAD_ARGUMENT, at);
-    }
-    std::size_t size = 0;
-    int result = ZELFindFrame(bytes, length, &size);
-    if (result == 0) {
-        result = UnpackFrame(*binding, static_cast<const char*>(bytes), static_cast<char*>(record), asked, scratch, at);
+    return Unpack(binding, bytes, record, reading, failure, [&](ZELReading& asked, Scratch& scratch, FailedAt& at) {
+        std::size_t size = 0;
+        const int found = ZELFindFrame(bytes, length, &size);
+        if (found != 0) {
+            return found;
+        }
         asked.used = size;
-    }
-    return result == 0 ? 0 : Explain(failure, binding, result, at);
+        return UnpackFrame(*binding, static_cast<const char*>(bytes), static_cast<char*>(record), asked, scratch, at);
+    });
 }
 
 extern "C" int ZELUnpackRecordNoFrame(const ZELBinding* binding, const void* bytes, size_t length, void* record,
                                       ZELReading* reading, ZELFailure* failure) noexcept {
     using namespace zel;
-    ZELReading none{};
-    ZELReading& asked = StartReading(reading, none);
-    Scratch scratch = ScratchOf(asked);
-    FailedAt at;
-    if (binding == nullptr || bytes == nullptr || record == nullptr || length > INT32_MAX) {
-        return Explain(failure, binding, ZEL_BAD_ARGUMENT, at);
-    }
-    const int result = UnpackMessage(
-        *binding,
-        {static_cast<const char*>(bytes), static_cast<long>(length), static_cast<char*>(record), asked, scratch}, at);
-    asked.used = length;
-    if (result != 0) {
-        return Explain(failure, binding, result, at);
-    }
-    if (asked.envelope != nullptr) {
-        asked.envelope->frameKind = ZEL_FRAME_NONE;
-    }
-    return 0;
+    return Unpack(binding, bytes, record, reading, failure, [&](ZELReading& asked, Scratch& scratch, FailedAt& at) {
+        if (length > INT32_MAX) {
+            return int{ZEL_BAD_ARGUMENT};
+        }
+        asked.used = length;
+        const int result = UnpackMessage(
+            *binding,
+            {static_cast<const char*>(bytes), static_cast<long>(length), static_cast<char*>(record), asked, scratch},
+            at);
+        if (result == 0 && asked.envelope != nullptr) {
+            asked.envelope->frameKind = ZEL_FRAME_NONE;
+        }
+        return result;
+    });
 }
