@@ -6,6 +6,7 @@
 #include "core/slots/message_model.h"
 #include "core/tables/plan_table.h"
 #include "core/tables/tables_in_use.h"
+#include "core/wire/field_codec.h"
 #include "record/bind_check.h"
 #include "runtime/allocator.h"
 #include "runtime/reports.h"
@@ -18,6 +19,7 @@ struct Parts {
     ZELBinding* binding;
     FieldStep* steps;
     FieldName* names;
+    FieldTake* takes;
 };
 
 FieldStep StartOfStep(const PlanEntry& entry) noexcept {
@@ -45,13 +47,14 @@ int FindCountEntry(const MessagePlan& plan) noexcept {
 Parts NewBinding(const MessagePlan& plan) noexcept {
     const auto count = static_cast<std::size_t>(plan.entryCount);
     static_assert(sizeof(ZELBinding) % alignof(FieldStep) == 0);
-    auto* binding =
-        static_cast<ZELBinding*>(AllocateZeroed(sizeof(ZELBinding) + count * (sizeof(FieldStep) + sizeof(FieldName))));
+    auto* binding = static_cast<ZELBinding*>(AllocateZeroed(
+        sizeof(ZELBinding) + count * (sizeof(FieldStep) + sizeof(FieldName)) + (count + kNoPart) * sizeof(FieldTake)));
     if (binding == nullptr) {
         return {};
     }
     auto* steps = reinterpret_cast<FieldStep*>(binding + 1);
-    auto* names = reinterpret_cast<FieldName*>(steps + count);
+    auto* takes = reinterpret_cast<FieldTake*>(steps + count);
+    auto* names = reinterpret_cast<FieldName*>(takes + count + kNoPart);
     for (std::size_t at = 0; at < count; ++at) {
         const PlanEntry& entry = plan.entries[at];
         steps[at] = StartOfStep(entry);
@@ -65,7 +68,54 @@ Parts NewBinding(const MessagePlan& plan) noexcept {
     binding->steps = steps;
     binding->names = names;
     binding->countEntry = FindCountEntry(plan);
-    return {binding, steps, names};
+    return {binding, steps, names, takes};
+}
+
+// Bytes of the field in format 0 that are there whatever it holds.
+std::uint32_t SmallestSize(const FieldStep& step) noexcept {
+    constexpr std::uint32_t front = FrontSize(kIdAndValue);
+    switch (step.shape) {
+        case Shape::kCounted:
+            return front + 2;
+        case Shape::kChars:
+            return front + static_cast<std::uint16_t>(step.rule.length);
+        default:
+            return front + FixedWireSize(step.shape);
+    }
+}
+
+Move UsualMoveOf(const FieldStep& step) noexcept {
+    if (step.presenceOffset != ZEL_NOWHERE) {
+        return Move::kStop;
+    }
+    return step.move == Move::kNone && step.shape == Shape::kCounted ? Move::kNoneCounted : step.move;
+}
+
+// Writes the takes of the steps, and one that ends them; returns the address after it.
+FieldTake* MakeTakes(const FieldStep* begin, const FieldStep* end, FieldTake* takes) noexcept {
+    FieldTake* take = std::transform(begin, end, takes, [](FieldStep step) {
+        step.usualMove = UsualMoveOf(step);
+        return FieldTake{step, 0, 0};
+    });
+    FieldTake* const after = take + 1;
+    take->step.move = take->step.usualMove = Move::kStop;
+    while (take-- != takes) {
+        take->needAfter = take[1].need;
+        take->need = SmallestSize(take->step) + (take->step.shape == Shape::kCounted ? 0 : take->needAfter);
+    }
+    return after;
+}
+
+void MakeAllTakes(ZELBinding& binding, FieldTake* takes) noexcept {
+    const MessagePlan& plan = *binding.plan;
+    const int count = plan.groupBegin != plan.groupEnd ? 1 : 0;
+    const FieldStep* const steps = binding.steps;
+    const FieldStep* const group = steps + plan.groupBegin;
+    const FieldStep* const rest = steps + plan.groupEnd;
+    binding.takes[kBeforeGroup] = takes;
+    binding.takes[kInGroup] = MakeTakes(steps, group - count, takes);
+    binding.takes[kAfterGroup] = MakeTakes(group, rest, const_cast<FieldTake*>(binding.takes[kInGroup]));
+    (void)MakeTakes(rest, steps + plan.entryCount, const_cast<FieldTake*>(binding.takes[kAfterGroup]));
 }
 
 // A message without a repetition has slots of the group's fields in place of those after it, and nobody sets them.
@@ -118,14 +168,14 @@ extern "C" int ZELBind(const ZELLayout* layout, const ZELBinding** binding, char
         return listener.code > 0 ? listener.code : ZEL_BAD_CALL;
     }
     BindMembers(*layout, *parts.binding, parts.steps, parts.names, disagreements);
-    std::for_each(parts.steps, parts.steps + plan->entryCount, [](FieldStep& step) {
-        step.usualMove = step.presenceOffset == ZEL_NOWHERE ? step.move : Move::kSpecial;
-    });
     if (!disagreements.IsEmpty()) {
         Release(parts.binding);
         return ZEL_BAD_LAYOUT;
     }
     JudgeSteps(*parts.binding);
+    if (parts.binding->unpacksByStep) {
+        MakeAllTakes(*parts.binding, parts.takes);
+    }
     *binding = parts.binding;
     return 0;
 }

@@ -27,7 +27,9 @@ enum class Move : std::uint8_t {
     kText,       // a text and an array
     kBytes,      // a text or bytes and a counted array
     kBytesView,  // a text or bytes, and bytes elsewhere
-    kSpecial     // of `usualMove` alone
+    // Of takes alone.
+    kNoneCounted,  // no member for a field that counts itself
+    kStop          // a flag goes with the member, or the part ends
 };
 
 // Offsets are from the start of the record, or of the repetition.
@@ -38,7 +40,7 @@ struct FieldStep {
     bool isMandatory : 1;
     bool isMarker : 1;
     bool isNumber : 1;  // sent by the library: the repeat-count field and the group's markers, which are no members
-    Move usualMove;     // `move` where the field is all that there is to it; kSpecial where a flag goes with it
+    Move usualMove;     // of takes alone: what the quick loop does
     FieldRule rule;
     std::uint32_t offset;
     std::uint32_t size;
@@ -46,6 +48,15 @@ struct FieldStep {
     std::uint32_t presenceOffset;  // ZEL_NOWHERE: always there
 };
 static_assert(sizeof(FieldStep) == 32, "two of them in a line of the processor");
+
+// A step as unpacking takes it.
+struct FieldTake {
+    FieldStep step;
+    // Bytes in format 0 from the field up to the value of the next one that counts itself, or to the end of its part:
+    // where so many are left, nothing up to there has to be checked.
+    std::uint32_t need;
+    std::uint32_t needAfter;  // the same of the next field of its part; 0 of the last
+};
 
 // A field's name in the dictionary that the binding was made from.
 struct FieldName {
@@ -56,11 +67,12 @@ struct FieldName {
 
 }  // namespace zel
 
-// The steps and the names follow in memory, one for each entry of the plan's list.
+// What it points to follows in memory; of steps and names there is one for each entry of the plan's list.
 struct ZELBinding {
     const zel::MessagePlan* plan;  // stays as long as the process
     const zel::FieldStep* steps;
     const zel::FieldName* names;
+    const zel::FieldTake* takes[zel::kNoPart];  // of each part, without the repeat-count field in front of the group
     std::uint32_t groupOffset;
     std::uint32_t groupStride;
     std::uint32_t mostRepetitions;  // the layout's group has room for; never above SHRT_MAX

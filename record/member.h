@@ -127,7 +127,8 @@ template <typename Use>
             return wrong != 0 ? wrong : UseCounted(view.data, view.length, use);
         }
         case Move::kNone:
-        case Move::kSpecial:
+        case Move::kNoneCounted:
+        case Move::kStop:
             break;
     }
     __builtin_unreachable();
@@ -234,7 +235,9 @@ template <typename Source>
             return FillView<Shape::kCounted>(step, base, source);
         case Move::kNone:
             return source.Pass(step) ? 0 : kNotFound;
-        case Move::kSpecial:
+        case Move::kNoneCounted:
+            return source.template Find<Shape::kCounted>(step) ? 0 : kNotFound;
+        case Move::kStop:
             return kNotFound;
     }
     __builtin_unreachable();

@@ -1,9 +1,9 @@
 // Unpacking by steps.
+#include "record/record_unpack.h"
 #include "core/tables/message_table.h"
 #include "core/tables/tables_in_use.h"
 #include "core/wire/frame.h"
 #include "message/exchange.h"
-#include "record/frame_run.h"
 #include "record/member.h"
 #include "record/record_general.h"
 
@@ -49,14 +49,18 @@ struct OnTheWire {
 using FieldSet = std::uint64_t;
 constexpr std::ptrdiff_t kMostInSet = 64;
 
+// A payload that is passed, and the part of its fields that is at the reader.
 struct Walk {
     const ZELBinding& binding;
-    ZELReading& reading;
+    const Unpacking& unpacking;
     Reader in;
+    FailedAt& at;
     int taken;  // fields
     std::uint32_t repetitions;
-    FailedAt& at;
-    FieldSet lacking;  // of the range that is passed
+    int repetition;  // -1 outside the group
+    char* base;      // of the part's members
+    const FieldTake* takes;
+    FieldSet lacking;
 };
 
 // Whether the field at the reader is the step's.
@@ -91,30 +95,74 @@ bool PassCount(Walk& walk, const FieldStep& step) noexcept {
            FitSlots(*walk.binding.plan, walk.repetitions);
 }
 
-// Takes fields for the steps as long as there is nothing special about them. Returns the first step that is left; the
-// reader stands where its field should be.
-template <short format>
-[[gnu::always_inline]] inline const FieldStep* TakeUsual(const FieldStep* step, const FieldStep* end, char* base,
-                                                         Reader& reader) noexcept {
-    // What the longest field of one size takes: the compiler sees that such a field needs no other check.
-    constexpr std::size_t most = FrontSize(format) + 8;
-    Reader in{reader.next, reader.end};
-    for (; step != end && Remaining(in) >= most; ++step) {
-        Reader after{in.next, in.end};
-        OnTheWire<format> source{after, {}};
-        // A field that nobody wants is not worth the jump to its move: mostly several of them follow one another. Both
-        // ways compare the id themselves, so that each is a short turn of its own.
-        if (step->usualMove == Move::kNone) {
-            if (!IsOfStep<format>(*step, in) || !source.Pass(*step)) {
-                break;
-            }
-        } else if (!IsOfStep<format>(*step, in) || FillMember(step->usualMove, *step, base, source) != 0) [[unlikely]] {
+// What the compiler may rely on; the sanitizers look.
+[[gnu::always_inline]] inline void IsKnown(bool condition) noexcept {
+    if (!condition) {
+        __builtin_unreachable();
+    }
+}
+
+// A value among fields of format 0 of which as many bytes are there as the take needs.
+struct InRun {
+    Reader& in;
+    const FieldTake& take;
+    WireValue value;
+
+    bool IsNext() const noexcept {
+        IsKnown(Remaining(in) >= 2);
+        return IsNextField(take.step.wireId, in);
+    }
+    template <Shape shape>
+    bool Find(const FieldStep& step) noexcept {
+        if (!IsNext()) {
+            return false;
+        }
+        if constexpr (IsFixed(shape)) {
+            IsKnown(Remaining(in) >= FrontSize(kIdAndValue) + FixedWireSize(shape));
+            // Of a field with such a step the dictionary's length is that of its type.
+            return LocateValue<kIdAndValue, shape>({step.rule.id, 0, FixedWireSize(shape), 0}, in, value);
+        } else if constexpr (shape == Shape::kCounted) {
+            IsKnown(Remaining(in) >= FrontSize(kIdAndValue) + 2);
+            return LocateValue<kIdAndValue, shape>(step.rule, in, value) && Remaining(in) >= take.needAfter;
+        } else {
+            return LocateValue<kIdAndValue, shape>(step.rule, in, value);
+        }
+    }
+    template <Shape shape>
+    void Store(void* out) const noexcept {
+        (void)StoreValue<shape>(value, out);
+    }
+    const char* Bytes() const noexcept { return value.bytes; }
+    std::size_t Length() const noexcept { return value.length; }
+    bool Pass(const FieldStep& step) noexcept {
+        const std::size_t size = FrontSize(kIdAndValue) + static_cast<std::size_t>(step.rule.length);
+        if (!IsNext()) {
+            return false;
+        }
+        IsKnown(Remaining(in) >= size);
+        return Skip(in, size);
+    }
+};
+
+// Takes fields as long as there is nothing special about them. Returns the first take that is left; the reader stands
+// where its field should be.
+[[gnu::always_inline]] inline const FieldTake* TakeUsual(const FieldTake* take, char* base, Reader& reader) noexcept {
+    const char* next = reader.next;
+    const char* const end = reader.end;
+    if (Remaining(reader) < take->need) {
+        return take;
+    }
+    while (true) {
+        Reader after{next, end};
+        InRun source{after, *take, {}};
+        if (FillMember(take->step.usualMove, take->step, base, source) != 0) [[unlikely]] {
             break;
         }
-        in.next = after.next;
+        next = after.next;
+        ++take;
     }
-    reader.next = in.next;
-    return step;
+    reader.next = next;
+    return take;
 }
 
 // Whether the field that is at the reader in place of the step's may come there.
@@ -127,98 +175,120 @@ bool MayLack(const FieldStep& step, const Reader& in) noexcept {
 // Passes one step, whatever is special about it: takes the field that is the step's, else notes that it did not arrive.
 // False, with the reader where the field is: the way of the message object is to look.
 template <short format>
-[[gnu::noinline]] bool PassOne(Walk& walk, const StepRange& range, const FieldStep& step, char* base) noexcept {
+[[gnu::noinline]] bool PassOne(Walk& walk, const FieldTake& take) noexcept {
+    const FieldStep& step = take.step;
     Reader in = walk.in;
     if (IsOfStep<format>(step, in)) {
         OnTheWire<format> source{in, {}};
-        if (FillMember(step.move, step, base, source) == 0) {
-            MarkPresent(step, base);
+        if (FillMember(step.move, step, walk.base, source) == 0) {
+            MarkPresent(step, walk.base);
             walk.in.next = in.next;
             return true;
         }
     } else if (MayLack<format>(step, in)) {
         --walk.taken;
-        NoteAbsent(step, base, range.repetition, walk.reading);
-        walk.lacking |= FieldSet{1} << (static_cast<std::size_t>(&step - range.begin) % kMostInSet);
+        NoteAbsent(step, walk.base, walk.repetition, walk.unpacking.reading);
+        walk.lacking |= FieldSet{1} << (static_cast<std::size_t>(&take - walk.takes) % kMostInSet);
         return true;
     }
     walk.at.fieldId = step.rule.id;
-    walk.at.repetition = range.repetition;
+    walk.at.repetition = walk.repetition;
     return false;
 }
 
-// A group without markers leaves it to the fields which repetition they are of: each goes to the first that lacks it.
-// So none may come that an earlier repetition lacked.
-bool IsInPlace(const StepRange& range, FieldSet lacking, FieldSet& lacked) noexcept {
-    const bool isInPlace = (lacked & ~lacking) == 0 && (lacked == 0 || range.end - range.begin <= kMostInSet);
-    lacked |= lacking;
-    return isInPlace;
+// Passes the fields of a part, each once: a field that is the step's is taken, any other step's field did not arrive.
+template <short format>
+[[gnu::always_inline]] inline bool PassPart(Walk& walk) noexcept {
+    const FieldTake* take = walk.takes;
+    while (true) {
+        take = format == kIdAndValue ? TakeUsual(take, walk.base, walk.in) : take;
+        if (take->step.move == Move::kStop) {
+            walk.taken += static_cast<int>(take - walk.takes);
+            return true;
+        }
+        if (!PassOne<format>(walk, *take++)) {
+            return false;
+        }
+    }
 }
 
 // Between the fields in front of the group and the group; nothing without one.
 template <short format>
-bool StartGroup(Walk& walk, char* record) noexcept {
+bool StartGroup(Walk& walk) noexcept {
     const ZELBinding& binding = walk.binding;
     const MessagePlan& plan = *binding.plan;
     if (plan.groupBegin == plan.groupEnd) {
         return true;
     }
+    // The count field is the last one in front of the group.
     if (!PassCount<format>(walk, binding.steps[plan.groupBegin - 1])) {
         return false;
     }
     if (binding.hasGroup) {
-        StoreHost(record + binding.countOffset, walk.repetitions);
+        StoreHost(walk.unpacking.record + binding.countOffset, walk.repetitions);
     }
     // Without a repetition the slots of the message are of another order.
     return walk.repetitions != 0 || Remaining(walk.in) == 0;
 }
 
-// Passes the steps, each once: a field that is the step's is taken, any other step's field did not arrive. False: the
-// way of the message object is to look. What the header says of the number of fields is looked at when all is done.
+// After a repetition. A group without markers leaves it to the fields which repetition they are of: each goes to the
+// first that lacks it. So none may come that an earlier repetition lacked.
+bool IsInPlace(const Walk& walk, FieldSet& lacked) noexcept {
+    const MessagePlan& plan = *walk.binding.plan;
+    if (plan.groupMarkers != 0) {
+        return true;
+    }
+    const bool isInPlace =
+        (lacked & ~walk.lacking) == 0 && (lacked == 0 || plan.groupEnd - plan.groupBegin <= kMostInSet);
+    lacked |= walk.lacking;
+    return isInPlace;
+}
+
+// Passes all fields. False: the way of the message object is to look. What the header says of the number of fields is
+// looked at when all is done.
 template <short format>
-bool PassSteps(Walk& walk, char* record) noexcept {
+bool PassSteps(Walk& walk) noexcept {
     const ZELBinding& binding = walk.binding;
-    const MessagePlan& plan = *binding.plan;
-    const bool hasCount = plan.groupBegin != plan.groupEnd;
     FieldSet lacked = 0;
-    // The count field is the last one in front of the group.
-    StepRange range{binding.steps, binding.steps + plan.groupBegin - (hasCount ? 1 : 0), 0, -1, kBeforeGroup};
-    std::uint32_t repetitions = 0;
-    do {
-        char* const base = record + range.base;
+    for (Part part = kBeforeGroup;;) {
+        walk.takes = binding.takes[part];
         walk.lacking = 0;
-        walk.taken += static_cast<int>(range.end - range.begin);
-        const FieldStep* step = range.begin;
-        while ((step = TakeUsual<format>(step, range.end, base, walk.in)) != range.end) {
-            if (!PassOne<format>(walk, range, *step++, base)) {
-                return false;
-            }
+        if (!PassPart<format>(walk)) {
+            return false;
         }
-        const bool isLoose = range.part == kInGroup && plan.groupMarkers == 0;
-        if ((isLoose && !IsInPlace(range, walk.lacking, lacked)) ||
-            (range.part == kBeforeGroup && !StartGroup<format>(walk, record))) {
+        if (part == kAfterGroup) {
+            return true;
+        }
+        if (!(part == kInGroup ? IsInPlace(walk, lacked) : StartGroup<format>(walk))) {
             return false;
         }
         // Nobody wants to know what a group lacks that the layout has not.
-        repetitions = binding.hasGroup || Remaining(walk.in) != 0 ? walk.repetitions : 0;
-    } while (NextRange(binding, repetitions, range));
-    return true;
+        const std::uint32_t repetitions = binding.hasGroup || Remaining(walk.in) != 0 ? walk.repetitions : 0;
+        const bool isNext = static_cast<std::uint32_t>(++walk.repetition) < repetitions;
+        part = isNext ? kInGroup : kAfterGroup;
+        walk.repetition = isNext ? walk.repetition : -1;
+        walk.base = walk.unpacking.record;
+        if (isNext) {
+            walk.base +=
+                binding.groupOffset + std::size_t{binding.groupStride} * static_cast<unsigned>(walk.repetition);
+        }
+    }
 }
 
 // Reads a payload by steps: 0, or kLeftToSlots.
 int PassPayload(const ZELBinding& binding, const Unpacking& unpacking, const ZelMsgStruct& header,
                 const Reader& payload, const Reader& message, FailedAt& at) noexcept {
-    Walk walk{binding, unpacking.reading, payload, 0, 0, at, 0};
+    Walk walk{binding, unpacking, payload, at, 0, 0, -1, unpacking.record, nullptr, 0};
     bool isDone = false;
     switch (header.format) {
         case kIdAndValue:
-            isDone = PassSteps<kIdAndValue>(walk, unpacking.record);
+            isDone = PassSteps<kIdAndValue>(walk);
             break;
         case kValueOnly:
-            isDone = PassSteps<kValueOnly>(walk, unpacking.record);
+            isDone = PassSteps<kValueOnly>(walk);
             break;
         case kIdLengthAndValue:
-            isDone = PassSteps<kIdLengthAndValue>(walk, unpacking.record);
+            isDone = PassSteps<kIdLengthAndValue>(walk);
             break;
         default:
             break;
@@ -308,56 +378,3 @@ int UnpackMessage(const ZELBinding& binding, const Unpacking& unpacking, FailedA
 }
 
 }  // namespace zel
-
-namespace {
-
-// What both ways to unpack begin and end with. `read` does what lies between, with all pointers there.
-template <typename Read>
-int Unpack(const ZELBinding* binding, const void* bytes, void* record, ZELReading* reading, ZELFailure* failure,
-           const Read& read) noexcept {
-    using namespace zel;
-    ZELReading none{};
-    ZELReading& asked = reading != nullptr ? *reading : none;
-    asked.absentCount = 0;
-    asked.used = 0;
-    Scratch scratch{static_cast<char*>(asked.scratch), asked.scratch != nullptr ? asked.scratchSize : 0};
-    FailedAt at;
-    const bool canRead = binding != nullptr && bytes != nullptr && record != nullptr;
-    const int result = canRead ? read(asked, scratch, at) : int{ZEL_BAD_ARGUMENT};
-    return result == 0 ? 0 : Explain(failure, binding, result, at);
-}
-
-}  // namespace
-
-extern "C" int ZELUnpackRecord(const ZELBinding* binding, const void* bytes, size_t length, void* record,
-                               ZELReading* reading, ZELFailure* failure) noexcept {
-    using namespace zel;
-    return Unpack(binding, bytes, record, reading, failure, [&](ZELReading& asked, Scratch& scratch, FailedAt& at) {
-        std::size_t size = 0;
-        const int found = ZELFindFrame(bytes, length, &size);
-        if (found != 0) {
-            return found;
-        }
-        asked.used = size;
-        return UnpackFrame(*binding, static_cast<const char*>(bytes), static_cast<char*>(record), asked, scratch, at);
-    });
-}
-
-extern "C" int ZELUnpackRecordNoFrame(const ZELBinding* binding, const void* bytes, size_t length, void* record,
-                                      ZELReading* reading, ZELFailure* failure) noexcept {
-    using namespace zel;
-    return Unpack(binding, bytes, record, reading, failure, [&](ZELReading& asked, Scratch& scratch, FailedAt& at) {
-        if (length > INT32_MAX) {
-            return int{ZEL_BAD_ARGUMENT};
-        }
-        asked.used = length;
-        const int result = UnpackMessage(
-            *binding,
-            {static_cast<const char*>(bytes), static_cast<long>(length), static_cast<char*>(record), asked, scratch},
-            at);
-        if (result == 0 && asked.envelope != nullptr) {
-            asked.envelope->frameKind = ZEL_FRAME_NONE;
-        }
-        return result;
-    });
-}
