@@ -18,8 +18,7 @@ TEST(ZELStrToDate, Cases) {
     RecordedReports reports;
     for (const Cells& row : ReadCases("tests/convert/cases/dates.txt", 4)) {
         _datetime value = kBefore;
-        const std::string result =
-            reports.With(ZELStrToDate(row[1].c_str(), &value, static_cast<short>(std::stoi(row[0]))));
+        const std::string result = reports.With(ZELStrToDate(row[1].c_str(), &value, row.Number<short>(0)));
         EXPECT_EQ(result, (row[2].empty() ? "-1" : "0") + (row[3].empty() ? "" : ": " + row[3]))
             << row[1] << " format " << row[0];
         EXPECT_EQ(Bytes(value), row[2].empty() ? kUntouched : row[2]) << row[1] << " format " << row[0];

@@ -113,7 +113,7 @@ TEST(DateTimeTexts, EveryByteAsTheCLibraryPrintsIt) {
         _datetime value = kBoth;
         reinterpret_cast<unsigned char*>(&value)[i / 256] = static_cast<unsigned char>(i % 256);
         for (const Cells& row : formats) {
-            const auto format = static_cast<short>(std::stoi(row[0]));
+            const auto format = row.Number<short>(0);
             ASSERT_EQ(Date(value, format), Printed(row[1], value)) << format;
             ASSERT_EQ(Time(value, format), Printed(row[2], value)) << format;
         }

@@ -14,8 +14,8 @@ void ExpectMoney(const Cells& row, const std::string& report, int (*parse)(const
     _money money{-9, -9};
     EXPECT_EQ(reports.With(parse(row[0].c_str(), &money)), (valid ? "0" : "-1") + (report.empty() ? "" : ": " + report))
         << row[0];
-    EXPECT_EQ(money.amount, valid ? std::stol(row[1]) : -9) << row[0];
-    EXPECT_EQ(money.displayCode, valid ? std::stol(row[2]) : -9) << row[0];
+    EXPECT_EQ(money.amount, valid ? row.Number<long>(1) : -9) << row[0];
+    EXPECT_EQ(money.displayCode, valid ? row.Number<long>(2) : -9) << row[0];
 }
 
 TEST(ZELStrToMoney, Cases) {

@@ -67,10 +67,10 @@ TEST(ZELFormatMoney, Cases) {
     for (const Cells& row : ReadCases("tests/convert/cases/format_money.txt", 6)) {
         const bool valid = !row[4].empty();
         _money money{-9, -9};
-        EXPECT_EQ(ZELFormatMoney(std::stol(row[1]), std::stol(row[2]), std::stol(row[3]), &money), valid ? 0 : -1)
+        EXPECT_EQ(ZELFormatMoney(row.Number<long>(1), row.Number<long>(2), row.Number<long>(3), &money), valid ? 0 : -1)
             << row[0];
-        EXPECT_EQ(money.amount, valid ? std::stol(row[4]) : -9) << row[0];
-        EXPECT_EQ(money.displayCode, valid ? std::stol(row[5]) : -9) << row[0];
+        EXPECT_EQ(money.amount, valid ? row.Number<long>(4) : -9) << row[0];
+        EXPECT_EQ(money.displayCode, valid ? row.Number<long>(5) : -9) << row[0];
     }
     EXPECT_EQ(ZELFormatMoney(1, 0, 3, nullptr), -1);
     EXPECT_EQ(reports.Take(), Lines{});

@@ -22,7 +22,7 @@ std::string Render(const _money& money, int format) {
 
 TEST(ZELMoneyToStr, Cases) {
     for (const Cells& row : ReadCases("tests/convert/cases/money_text.txt", 7)) {
-        const _money money{static_cast<ZELLong>(std::stol(row[0])), static_cast<short>(std::stoi(row[1]))};
+        const _money money{row.Number<ZELLong>(0), row.Number<short>(1)};
         for (int format = 0; format < 5; ++format) {
             EXPECT_EQ(Render(money, format), row[2 + static_cast<std::size_t>(format)]) << "format " << format;
         }

@@ -31,7 +31,7 @@ std::string Shown(int result, const _money& money, const _money& before = kBefor
 }
 
 _money Money(const Cells& row) {
-    return {static_cast<ZELLong>(std::stol(row[1])), static_cast<short>(std::stoi(row[2]))};
+    return {row.Number<ZELLong>(1), row.Number<short>(2)};
 }
 
 std::string FromDouble(const Cells& row, int (*convert)(double, _money*) noexcept) {
@@ -51,32 +51,32 @@ std::string Text(const Cells& row) {
 TEST(Numbers, AreConverted) {
     const auto orNull = [](const std::string& text) { return text == "null" ? nullptr : text.c_str(); };
     const std::map<std::string, std::function<std::string(const Cells&)>> operations{
-        {"gcf", [](auto& row) { return std::to_string(FindGCF(std::stol(row[1]), std::stol(row[2]))); }},
-        {"double to money", [](auto& row) { return FromDouble(row, DoubleToMoney); }},
-        {"double to binary money", [](auto& row) { return FromDouble(row, DoubleToBinaryMoney); }},
+        {"gcf", [](const Cells& row) { return std::to_string(FindGCF(row.Number<long>(1), row.Number<long>(2))); }},
+        {"double to money", [](const Cells& row) { return FromDouble(row, DoubleToMoney); }},
+        {"double to binary money", [](const Cells& row) { return FromDouble(row, DoubleToBinaryMoney); }},
         {"binary money",
-         [](auto& row) {
+         [](const Cells& row) {
              _money money = Money(row);
              const int result = MoneyToBinaryMoney(&money);
              return Shown(result, money, Money(row));
          }},
         {"compare money",
-         [&](auto& row) { return std::to_string(ZELCompareMoneyStr(orNull(row[1]), orNull(row[2]))); }},
+         [&](const Cells& row) { return std::to_string(ZELCompareMoneyStr(orNull(row[1]), orNull(row[2]))); }},
         {"money text 0", Text},
         {"money text 1", Text},
         {"money text 2", Text},
         {"money text 3", Text},
         {"number",
-         [](auto& row) {
+         [](const Cells& row) {
              std::int32_t value = 1;
              const bool isRead = ReadSignedNumber(row[1], value);
              EXPECT_EQ(IsSignedNumber(row[1]), isRead ? 1 : 0) << row[1];
              return isRead ? std::to_string(value) : "none";
          }},
         {"short",
-         [](auto& row) {
+         [](const Cells& row) {
              char text[8] = "";
-             EXPECT_EQ(ShortToStr(static_cast<short>(std::stoi(row[1])), text), 0);
+             EXPECT_EQ(ShortToStr(row.Number<short>(1), text), 0);
              return std::string(text);
          }},
     };

@@ -44,7 +44,7 @@ TEST_F(Header, WritesWhatTheMembersHoldAndReadsItBack) {
         std::istringstream(row[1]) >> h.encryptFlag >> h.packFlags >> h.format >> h.version >> h.msgType >> h.subType >>
             h.serviceIdHigh >> h.serviceIdLow >> h.msgIdSeq >> h.msgIdPart2 >> h.msgIdPart3 >> h.userData;
         const std::string written = Build(h);
-        const auto offset = static_cast<std::size_t>(std::stoi(row[2]));
+        const auto offset = row.Number<std::size_t>(2);
         EXPECT_EQ(ToHex(written.substr(offset, FromHex(row[3]).size())), row[3]) << row[0];
         EXPECT_EQ(Unpack(written), written.data() + 32) << row[0];
         // Reading does not undo a borrow, so writing again borrows again.
@@ -125,10 +125,10 @@ TEST_F(Header, IsRefusedWhenTheDictionaryContradictsIt) {
     header_.varUserDataLen = 6;
     const std::string good = Build(header_);
     for (const Cells& row : ReadCases("tests/core/cases/header_rules.txt", 5)) {
-        ZELDictionaryField& field = tables_.ChangeField(std::stoi(row[0]));
+        ZELDictionaryField& field = tables_.ChangeField(row.Number(0));
         const ZELDictionaryField before = field;
-        field.type = static_cast<std::uint16_t>(std::stoi(row[1]));
-        field.length = static_cast<std::int16_t>(std::stoi(row[2]));
+        field.type = row.Number<std::uint16_t>(1);
+        field.length = row.Number<std::int16_t>(2);
         tables_.Install();
         ZelMsgStruct sent{};
         sent.varUserData = userData;
@@ -153,12 +153,12 @@ TEST(Frame, WritesAndReadsBothForms) {
     EXPECT_EQ(length, 7);
     EXPECT_EQ(format, 8);
     for (const Cells& row : ReadCases("tests/core/cases/frames.txt", 5)) {
-        const auto given = static_cast<short>(std::stoi(row[1]));
+        const auto given = row.Number<short>(1);
         const ExactCopy out(std::string(given == 1 ? 4 : 6, '?'));
-        EXPECT_EQ(WriteFrame(std::stol(row[0]), given, out.data.get()), std::stoi(row[2])) << row[0];
+        EXPECT_EQ(WriteFrame(row.Number<long>(0), given, out.data.get()), row.Number(2)) << row[0];
         EXPECT_EQ(ToHex({out.data.get(), out.size}), row[3]);
         EXPECT_EQ(ReadFrame(out.data.get(), &length, &format), 0);
-        EXPECT_EQ(length, std::stol(row[4])) << row[3];
+        EXPECT_EQ(length, row.Number<long>(4)) << row[3];
         EXPECT_EQ(format, given) << row[3];
     }
 }

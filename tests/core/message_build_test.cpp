@@ -104,8 +104,8 @@ TEST_F(Building, SendsTheFieldsOfTheFormat) {
 TEST_F(Building, LeavesOutFieldsNewerThanTheMessage) {
     for (const Cells& row : ReadCases("tests/core/cases/versions.txt", 8)) {
         Create(kVersions);
-        object_.message->version = static_cast<unsigned short>(std::stoi(row[1]));
-        object_.message->format = static_cast<unsigned short>(std::stoi(row[2]));
+        object_.message->version = row.Number<unsigned short>(1);
+        object_.message->format = row.Number<unsigned short>(2);
         SetShort(kSide, 1);
         if (row[3] == "1") {
             SetText(kNew2, "x");
@@ -114,7 +114,7 @@ TEST_F(Building, LeavesOutFieldsNewerThanTheMessage) {
             SetShort(kNew3, 3);
         }
         EXPECT_EQ(reports_.With(Build()), row[5] + (row[7].empty() ? "" : ": ") + row[7]) << row[0];
-        EXPECT_EQ(built_.empty() ? 0 : FieldCount(), std::stoi(row[6])) << row[0];
+        EXPECT_EQ(built_.empty() ? 0 : FieldCount(), row.Number(6)) << row[0];
         EXPECT_TRUE(built_.empty() || object_.message->numFields == FieldCount()) << row[0];
     }
     for (const int fieldVersion : {-300, -1, 255, 256, 300}) {
@@ -217,9 +217,8 @@ TEST_F(Building, SendsPlainWhatWasNotCompressed) {
 
 TEST_F(Building, UnpacksFieldsIntoTheirRepetition) {
     for (const Cells& row : ReadCases("tests/core/cases/repetitions.txt", 7)) {
-        const auto repetitions = static_cast<short>(std::stoi(row[2]));
-        ASSERT_EQ(Unpack(static_cast<SubType>(std::stoi(row[1])), repetitions, 0, std::stoi(row[3]), FromHex(row[4])),
-                  0);
+        const auto repetitions = row.Number<short>(2);
+        ASSERT_EQ(Unpack(row.Number<SubType>(1), repetitions, 0, row.Number(3), FromHex(row[4])), 0);
         std::string texts = TextOf(kNote, 1);
         for (short occurrence = repetitions; occurrence > 0; --occurrence) {
             texts.insert(0, TextOf(kLegSymbol, occurrence));
@@ -231,8 +230,7 @@ TEST_F(Building, UnpacksFieldsIntoTheirRepetition) {
 
 TEST_F(Building, UnpacksWhatItCanAndReportsTheRest) {
     for (const Cells& row : ReadCases("tests/core/cases/unpack.txt", 7)) {
-        const int result =
-            Unpack(static_cast<SubType>(std::stoi(row[1])), -1, std::stoi(row[2]), std::stoi(row[3]), FromHex(row[4]));
+        const int result = Unpack(row.Number<SubType>(1), -1, row.Number(2), row.Number(3), FromHex(row[4]));
         EXPECT_EQ(reports_.With(result), row[5] + (row[6].empty() ? "" : ": ") + row[6]) << row[0];
     }
     // Ids of the header's fields, and invalid ids.
@@ -272,10 +270,9 @@ TEST_F(Building, ValidatesAndFindsTheRepeatCount) {
     for (int round = 0; round < 2; ++round) {
         FailAllocationsFrom(1 - round);
         for (const Cells& row : ReadCases("tests/core/cases/validate.txt", 8)) {
-            const std::string header =
-                Header(std::stoi(row[2]), std::stoi(row[3]), static_cast<SubType>(std::stoi(row[1])));
-            EXPECT_EQ(Validate(header + FromHex(row[4])), std::stoi(row[5])) << row[0];
-            EXPECT_EQ(repeatCount_, std::stoi(row[6])) << row[0];
+            const std::string header = Header(row.Number(2), row.Number(3), row.Number<SubType>(1));
+            EXPECT_EQ(Validate(header + FromHex(row[4])), row.Number(5)) << row[0];
+            EXPECT_EQ(repeatCount_, row.Number(6)) << row[0];
             EXPECT_EQ(reports_.TakeText(), row[7]) << row[0];
         }
     }

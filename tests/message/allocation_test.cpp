@@ -272,7 +272,7 @@ TEST(Allocations, FailAsDocumentedAndLoseNothing) {
                 EXPECT_EQ(again.left, good.left) << "again after failure " << n;
             }
         }
-        EXPECT_EQ(good.requests, std::stoi(row[2]));
+        EXPECT_EQ(good.requests, row.Number(2));
         EXPECT_EQ(seen, expected);
     }
     CrushShutDown();

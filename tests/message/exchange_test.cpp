@@ -172,13 +172,9 @@ TEST_F(Exchange, ReceivesAsManyFieldsAsTheHeaderCounts) {
 
 // With zero bytes, not with other memory, at every place in a list.
 TEST_F(Exchange, FillsUpShortCharacters) {
-    const ZELFieldListEntry list[] = {{kLegs, 1}, {kCode, 1}, {kLegSymbol, 1}, {kDest, 1}, {kFlag, 1}};
     tables_.ChangeField(kCode).length = 20;
     tables_.ChangeField(kFlag).length = 3;
-    ZELSubTypeNode& node = tables_.ChangeMessage(kPlainGroup);
-    node.fieldList = list;
-    node.fieldCount = 5;
-    node.groupSize = 3;
+    tables_.ChangeList(kPlainGroup, {{kLegs, 1}, {kCode, 1}, {kLegSymbol, 1}, {kDest, 1}, {kFlag, 1}}, kLegs, 3);
     CZELMessage sent(0, 1);
     SetNumber(Create(sent, kPlainGroup, 2), kLegs, 2);
     std::string expected = FromHex("00 1E 00 02");

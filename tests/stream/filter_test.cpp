@@ -204,8 +204,8 @@ TEST(Streams, TakeWhateverTheirHeaderSays) {
     EXPECT_EQ(sort.AddSortData(9, 9), 0);
     for (const Cells& row : ReadCases("tests/stream/cases/received.txt", 5)) {
         const std::string bytes = FromHex(row[1]);
-        EXPECT_EQ(Loaded(filter, bytes, std::stoi(row[2]), &ZELFilter::GetFilterItem), row[3]) << row[0];
-        EXPECT_EQ(Loaded(sort, bytes, std::stoi(row[2]), &ZELSortData::GetSortItem), row[4]) << row[0];
+        EXPECT_EQ(Loaded(filter, bytes, row.Number(2), &ZELFilter::GetFilterItem), row[3]) << row[0];
+        EXPECT_EQ(Loaded(sort, bytes, row.Number(2), &ZELSortData::GetSortItem), row[4]) << row[0];
     }
 }
 
