@@ -151,25 +151,6 @@ TEST_F(Exchange, LetsZeroBytesFollowReceivedTexts) {
     }
 }
 
-TEST_F(Exchange, ReceivesAsManyFieldsAsTheHeaderCounts) {
-    CZELMessage sent(0, 0);
-    SetNumber(Create(sent, kMarkedGroup, 2), kSide, 1);
-    SetNumber(sent, kLegs, 2);
-    for (const short leg : {short{1}, short{2}}) {
-        SetNumber(sent, kMark, 0, leg);
-        SetNumber(sent, kLegQty, 7, leg);
-    }
-    std::string frame = Pack(sent);
-    for (char count = 0; count <= 6; ++count) {
-        frame[6 + 25] = count;
-        CZELMessage received(0, 0);
-        ASSERT_EQ(Unpack(received, frame), 0);
-        const ZELDataBuf& slots = *received.message->dataBuf;
-        EXPECT_EQ(std::count_if(slots.fields, slots.fields + slots.count, [](auto& slot) { return slot.isSet != 0; }),
-                  std::min<int>(count, slots.count));
-    }
-}
-
 // With zero bytes, not with other memory, at every place in a list.
 TEST_F(Exchange, FillsUpShortCharacters) {
     tables_.ChangeField(kCode).length = 20;

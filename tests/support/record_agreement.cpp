@@ -224,20 +224,9 @@ int RecordAgreement::SetField(CZELMessage& object, const Place& place, short occ
     }
     if (member.kind < ZEL_CHARS) {
         const std::int64_t number = IsWhole(member) ? Number(at, member.size) : 0;
-        if (number != Number(&number, field.type == kZELShort ? 2 : 4)) {
-            return ZEL_OUT_OF_RANGE;
-        }
         object.setFieldValue(id, IsWhole(member) ? static_cast<const void*>(&number) : at, occurrence);
-        return 0;
+        return number == Number(&number, field.type == kZELShort ? 2 : 4) ? 0 : int{ZEL_OUT_OF_RANGE};
     }
-    return SetText(object, place, occurrence, base);
-}
-
-int RecordAgreement::SetText(CZELMessage& object, const Place& place, short occurrence, const char* base) const {
-    const ZELMember& member = *place.member;
-    const char* at = base + member.offset;
-    const auto id = static_cast<short>(member.fieldId);
-    const ZELDictionaryField& field = tables_.FieldOrNone(place.slot->id);
     const bool isOne = field.type == kZELChars && field.length == 1;
     std::size_t length = isOne ? 1 : strnlen(at, member.size);
     if (member.kind == ZEL_BYTES) {
@@ -253,18 +242,16 @@ int RecordAgreement::SetText(CZELMessage& object, const Place& place, short occu
         }
     }
     const std::string bytes(length != 0 ? at : "", length);
-    if (field.type == kZELChars) {
-        if ((isOne ? length : std::strlen(bytes.c_str())) > static_cast<std::size_t>(std::max<int>(field.length, 0))) {
-            return ZEL_TEXT_TOO_LONG;
-        }
-        object.setFieldValue(id, bytes.c_str(), occurrence);
-    } else if (bytes.empty()) {
-        object.getField(id, occurrence)->length = 0;
-        object.setFieldValue(id, "", occurrence);
-    } else {
+    if (field.type != kZELChars && length != 0) {
         object.setFieldValueBinary(id, bytes.data(), static_cast<short>(length), occurrence);
+        return 0;
     }
-    return 0;
+    if (field.type != kZELChars) {
+        object.getField(id, occurrence)->length = 0;  // that of an empty value
+    }
+    object.setFieldValue(id, bytes.c_str(), occurrence);
+    const std::size_t used = isOne ? length : std::strlen(bytes.c_str());
+    return used <= static_cast<std::size_t>(std::max<int>(field.length, 0)) || length == 0 ? 0 : int{ZEL_TEXT_TOO_LONG};
 }
 
 int RecordAgreement::SetFields(CZELMessage& object, const char* record) const {
