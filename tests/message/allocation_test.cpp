@@ -140,7 +140,6 @@ struct Objects {
 
     char userData[10] = "user data";
     char buffer[kZELMaxFrame + sizeof userData] = "";
-    std::string text = std::string(20000, 't');
     std::string plain;
     CZELMessage sent{0, 0};
     CZELMessage object{0, 0};
@@ -205,17 +204,6 @@ const std::map<std::string, std::function<std::string(Objects&)>> kOperations{
     {"unpack", [](Objects& on) { return Word(on.object.unpackMessage(on.buffer) == 0); }},
     {"unpack without a frame",
      [](Objects& on) { return Word(on.object.unpackMessageNoFrame(on.buffer + 6, kZELMaxPayload) == 0); }},
-    {"tell a response",
-     [](Objects& on) {
-         short type = 0;
-         return Word(ProcessRsp(on.buffer, 0, &type, &type, 0) == 0 && type == kPlainGroup);
-     }},
-    {"compress", [](Objects& on) { return std::to_string(CrushCompress(on.text.data(), on.buffer, 5000)); }},
-    {"expand",
-     [](Objects& on) {
-         const std::string packed = FromHex("2B 29 A1 3D 00 00");
-         return std::to_string(CrushExpand(packed.data(), on.buffer, 100, static_cast<int>(packed.size())));
-     }},
     {"rewrite as a fraction",
      [](Objects&) {
          char* fraction = ConvertDecimalToFraction("0.5");
