@@ -45,62 +45,72 @@ int FreeSlot(const ZELDataBuf& slots, const std::vector<int>& arrivals, int id, 
     return -1;
 }
 
+void CheckOccurrences(const ZelMsgStruct* message) {
+    const ZELDataBuf& slots = *message->dataBuf;
+    for (const unsigned short id : kIds) {
+        short instance = 0;
+        for (int at = 0; at < slots.count; ++at) {
+            if (slots.fields[at].id == id) {
+                ASSERT_EQ(FindZELFieldInstance(message, id, ++instance), &slots.fields[at]);
+            }
+        }
+        for (const int none : {0, -1, instance + 1, 32767}) {
+            ASSERT_EQ(FindZELFieldInstance(message, id, static_cast<short>(none)), nullptr);
+        }
+    }
+}
+
+// Packs fields whose values are their numbers, mostly in order; some are missing, some anywhere. `arrivals` gets for
+// each slot the number that it is to receive, or -1.
+std::string PackFields(ZelMsgStruct& message, Random& random, std::vector<int>& arrivals) {
+    const ZELDataBuf& slots = *message.dataBuf;
+    arrivals.assign(static_cast<std::size_t>(slots.count), -1);
+    const int counted = random.Below(20);
+    message.numFields = static_cast<short>(counted);
+    char bytes[700];
+    unsigned short headerLength = 0;
+    EXPECT_NE(BuildZELHeader(HeaderRulesInUse(), &message, bytes, &headerLength), nullptr);
+    Writer writer{bytes + headerLength, std::end(bytes)};
+    int markers = 0;
+    int next = 0;
+    for (int number = 0; number < 20 && (next < slots.count || random.Below(4) != 0); ++number) {
+        next += random.Below(6) == 0 ? 1 : 0;
+        const bool inOrder = next < slots.count && random.Below(8) != 0;
+        const int id = inOrder ? slots.fields[next++].id : random.Pick(kIds);
+        markers += id == kMark ? 1 : 0;
+        const int slot = FreeSlot(slots, arrivals, id, markers);
+        // No more are received than the header counts.
+        if (slot >= 0 && number < counted) {
+            arrivals[static_cast<std::size_t>(slot)] = number;
+        }
+        const char value[8] = {static_cast<char>(number)};
+        EXPECT_TRUE(PackZELField(RuleOf(static_cast<unsigned short>(id)), {value, 4, sizeof value}, writer,
+                                 static_cast<short>(message.format)));
+    }
+    return {bytes, writer.next};
+}
+
 TEST(SlotIndex, FindsEveryOccurrenceAndPutsReceivedFieldsWhereTheyBelong) {
     TestTables tables;
     RecordedReports reports;
     Random random(2);
+    std::vector<int> arrivals;
     for (int round = 0; round < 6000; ++round) {
         const Message message = RandomMessage(tables, random);
         if (message == nullptr) {
             continue;
         }
         SCOPED_TRACE(round);
-        const ZELDataBuf& slots = *message->dataBuf;
-        for (const unsigned short id : kIds) {
-            short instance = 0;
-            for (int at = 0; at < slots.count; ++at) {
-                if (slots.fields[at].id == id) {
-                    ASSERT_EQ(FindZELFieldInstance(message.get(), id, ++instance), &slots.fields[at]);
-                }
-            }
-            for (const int none : {0, -1, instance + 1, 32767}) {
-                ASSERT_EQ(FindZELFieldInstance(message.get(), id, static_cast<short>(none)), nullptr);
-            }
-        }
-        std::vector<int> arrivals(static_cast<std::size_t>(slots.count), -1);
+        CheckOccurrences(message.get());
         message->format = round % 2 == 0 ? kIdAndValue : kIdLengthAndValue;
-        message->numFields = 0;
-        char bytes[700];
-        unsigned short headerLength = 0;
-        ASSERT_NE(BuildZELHeader(HeaderRulesInUse(), message.get(), bytes, &headerLength), nullptr);
-        Writer writer{bytes + headerLength, std::end(bytes)};
-        int markers = 0;
-        // Mostly in order; some are missing, some anywhere.
-        for (int next = 0; message->numFields < 20 && (next < slots.count || random.Below(4) != 0);) {
-            next += random.Below(6) == 0 ? 1 : 0;
-            const bool inOrder = next < slots.count && random.Below(8) != 0;
-            const int id = inOrder ? slots.fields[next++].id : random.Pick(kIds);
-            markers += id == kMark ? 1 : 0;
-            const int slot = FreeSlot(slots, arrivals, id, markers);
-            if (slot >= 0) {
-                arrivals[static_cast<std::size_t>(slot)] = message->numFields;
-            }
-            const char value[8] = {static_cast<char>(message->numFields++)};
-            ASSERT_TRUE(PackZELField(RuleOf(static_cast<unsigned short>(id)), {value, 4, sizeof value}, writer,
-                                     static_cast<short>(message->format)));
-        }
-        // No more are received than the header counts.
-        const int counted = message->numFields -= static_cast<short>(random.Below(8) == 0 ? random.Below(3) : 0);
-        ASSERT_NE(BuildZELHeader(HeaderRulesInUse(), message.get(), bytes, &headerLength), nullptr);
-        const ExactCopy copy({bytes, static_cast<std::size_t>(writer.next - bytes)});
+        const ExactCopy bytes(PackFields(*message, random, arrivals));
         ReceivedMessage received;
         short repeatCount = 0;
-        ASSERT_EQ(OpenZELMessage(copy.data.get(), static_cast<long>(copy.size), received, &repeatCount), 0);
+        ASSERT_EQ(OpenZELMessage(bytes.data.get(), static_cast<long>(bytes.size), received, &repeatCount), 0);
         ASSERT_EQ(ReceiveZELPayload(*message, received.payload, received.inOrder), 0);
         for (std::size_t slot = 0; slot < arrivals.size(); ++slot) {
-            const _field_data& field = slots.fields[slot];
-            const int expected = arrivals[slot] < counted ? arrivals[slot] : -1;
-            ASSERT_EQ(field.isSet != 0 ? *static_cast<const char*>(field.value) : -1, expected) << slot;
+            const _field_data& field = message->dataBuf->fields[slot];
+            ASSERT_EQ(field.isSet != 0 ? *static_cast<const char*>(field.value) : -1, arrivals[slot]) << slot;
         }
     }
 }
