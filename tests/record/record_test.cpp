@@ -330,6 +330,17 @@ TEST(Results, SayWhatIsWrongWithARecord) {
             EXPECT_STREQ(failure.text, row.text) << row.name;
         }
     }
+    Spread spread = SampleSpread();
+    const std::string longest(65535, 'u');
+    ZELEnvelope envelope{};
+    envelope.varUserData = {longest.data(), longest.size()};
+    std::string frame(ZEL_MAX_FRAME + longest.size(), '\0');
+    std::size_t length = 0;
+    EXPECT_EQ(ZELPackRecord(binding.get(), &spread, &envelope, frame.data(), frame.size(), &length, nullptr), 0);
+    EXPECT_EQ(ZELUnpackRecord(binding.get(), frame.data(), length, &spread, nullptr, nullptr), 0);
+    EXPECT_EQ(ZELUnpackRecord(nullptr, frame.data(), length, &spread, nullptr, nullptr), ZEL_BAD_ARGUMENT);
+    EXPECT_EQ(ZELUnpackRecord(binding.get(), nullptr, length, &spread, nullptr, nullptr), ZEL_BAD_ARGUMENT);
+    EXPECT_EQ(ZELUnpackRecord(binding.get(), frame.data(), length, nullptr, nullptr, nullptr), ZEL_BAD_ARGUMENT);
 }
 
 // ---- Frames in a row ------------------------------------------------------------------------------------------------
