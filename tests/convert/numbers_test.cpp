@@ -1,6 +1,5 @@
 // Money, doubles, fractions and short numbers into one another.
 #include <cfenv>
-#include <climits>
 #include <cmath>
 #include <functional>
 #include <map>

@@ -78,27 +78,17 @@ TEST_F(Header, ReportsTheFieldThatFails) {
         EXPECT_EQ(Unpack(FromHex(row[1])), nullptr) << row[0];
         EXPECT_EQ(reports_.TakeText(), row[2]) << row[0];
     }
-    // Wrong ids in place of the header's, among values that look like them.
-    ZelMsgStruct alike{};
-    alike.packFlags = 1;
-    alike.msgType = 0x0200;
-    alike.serviceIdHigh = 0x0300;
-    alike.msgIdSeq = 0x0400;
-    alike.numFields = 0x0500;
-    alike.userData = 0x06000000;
-    const std::string plain = Build(alike);
+    // Any bit of any id. The lowest of the last one makes it variable user data, which is cut.
+    header_ = {};
+    header_.userData = 0x01000000;
+    const std::string good = Build(header_);
     for (const std::size_t at : {0U, 4U, 10U, 16U, 22U, 26U}) {
-        for (int byte = 0; byte < 256; ++byte) {
-            for (const std::string& id :
-                 {std::string{'\0', static_cast<char>(byte)}, {static_cast<char>(byte), '\0'}}) {
-                std::string bytes = plain;
-                bytes.replace(at, 2, id);
-                EXPECT_EQ(Unpack(bytes) != nullptr, bytes == plain) << at << ": " << ToHex(id);
-            }
+        for (unsigned bit = 0; bit < 16; ++bit) {
+            std::string bytes = good;
+            bytes[at + bit / 8] = static_cast<char>(bytes[at + bit / 8] ^ 1 << bit % 8);
+            EXPECT_EQ(Unpack(bytes), nullptr) << at << ", bit " << bit;
         }
     }
-    reports_.Take();
-    const std::string good = Build(header_);
     for (std::size_t size = 1; size < good.size(); ++size) {
         EXPECT_EQ(Unpack(good.substr(0, size)), nullptr) << size;
     }

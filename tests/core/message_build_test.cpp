@@ -7,7 +7,6 @@
 
 #include "core/message_unpack.h"
 #include "core/message_validate.h"
-#include "core/slots/message_model.h"
 #include "include/zelmessage.h"
 #include "tests/support/bytes.h"
 #include "tests/support/cases.h"

@@ -8,8 +8,6 @@
 #include <tuple>
 #include <vector>
 
-#include "core/tables/dictionary.h"
-#include "core/tables/message_table.h"
 #include "core/tables/tables_in_use.h"
 #include "include/zelmessage.h"
 #include "include/zelstream.h"
