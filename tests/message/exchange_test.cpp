@@ -132,34 +132,6 @@ TEST_F(Exchange, RunsInSeveralThreadsAtOnce) {
     EXPECT_EQ(reports_.Take(), Lines{});
 }
 
-// With zero bytes, not with other memory, at every place in a list.
-TEST_F(Exchange, FillsUpShortCharacters) {
-    tables_.ChangeField(kCode).length = 20;
-    tables_.ChangeField(kFlag).length = 3;
-    tables_.ChangeList(kPlainGroup, {{kLegs, 1}, {kCode, 1}, {kLegSymbol, 1}, {kDest, 1}, {kFlag, 1}}, kLegs, 3);
-    CZELMessage sent(0, 1);
-    SetNumber(Create(sent, kPlainGroup, 2), kLegs, 2);
-    std::string expected = FromHex("00 1E 00 02");
-    for (const short leg : {short{1}, short{2}}) {
-        sent.setFieldValueBinary(kCode, "abc", 3, leg);
-        sent.setFieldValue(kLegSymbol, "ten bytes!", leg);
-        sent.setFieldValue(kDest, "where to", leg);
-        expected += FromHex("00 0D") + "abc" + std::string(17, '\0') + FromHex("00 1F 00 0A") + "ten bytes!" +
-                    FromHex("02 26 00 08") + "where to";
-    }
-    sent.setFieldValue(kFlag, "xy", -1);
-    expected += FromHex("00 15") + "xy" + std::string(1, '\0');
-    CZELMessage received(0, 0);
-    for (const int format2 : {1, 0}) {
-        sent.useFormat2 = format2;
-        sent.message->format = 0;
-        ASSERT_EQ(Unpack(received, Pack(sent)), 0);
-        EXPECT_STREQ(static_cast<const char*>(received.getFieldValue(kLegSymbol, 2)), "ten bytes!");
-        received.message->format = 0;
-        EXPECT_EQ(ToHex(Pack(received).substr(6 + 32)), ToHex(expected));
-    }
-}
-
 TEST_F(Exchange, PacksWithoutAllocatingAndCountsItsPacks) {
     CZELMessage object(2, 0);
     FillSimple(object);
