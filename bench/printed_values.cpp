@@ -68,7 +68,8 @@ bool PrintMoney(const _money& money, char* text, short format) {
     const char* sign = negative && format != 1 ? "-" : "";
     Print(text, "%s%s%s", sign, dollar ? "$" : "", digits);
     const bool isAlone = whole == 0 && shown != 0 && GetDenominatorType(money.displayCode) == 5;
-    const std::size_t kept = isAlone ? std::size_t{negative} : std::strlen(longNumber ? sign : text);
+    const std::size_t signSize = negative ? 1 : 0;
+    const std::size_t kept = isAlone ? signSize : std::strlen(longNumber ? sign : text);
     PrintFraction(text + kept, money.displayCode, format, shown, denominator, isAlone);
     if (negative && format != 0 && format != 2 && format != 3) {
         Print(text + std::strlen(text), "%s", "-");
