@@ -1,9 +1,8 @@
 // Money, doubles, fractions and short numbers into one another.
 #include <cfenv>
-#include <cmath>
+#include <cstdlib>
 #include <functional>
 #include <map>
-#include <random>
 
 #include "convert/fraction.h"
 #include "convert/money_double.h"
@@ -112,20 +111,6 @@ TEST(ConvertDecimalToFraction, Cases) {
     }
     EXPECT_EQ(LiveBlocks(), before);
     EXPECT_EQ(ConvertDecimalToFraction(nullptr), nullptr);
-}
-
-TEST(DoubleToMoney, RandomNumbersAsTheCLibraryPrintsThem) {
-    std::mt19937 random(3);
-    for (int i = 0; i < 100000; ++i) {
-        const double value = std::ldexp(static_cast<std::int32_t>(random()), static_cast<int>(random() % 32) - 31) / 3;
-        const std::string printed = std::to_string(value);  // "%f"
-        std::string text = printed.substr(0, printed.find_last_not_of('0') + 1).substr(0, 10);
-        text.resize(text.back() == '.' ? text.size() - 1 : text.size());
-        _money money{};
-        _money expected{};
-        ASSERT_EQ(DoubleToMoney(value, &money), ZELStrToMoney(text.c_str(), &expected)) << printed;
-        ASSERT_EQ(Shown(0, money), Shown(0, expected)) << printed;
-    }
 }
 
 TEST(Text, TrimsAndAppends) {
