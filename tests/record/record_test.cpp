@@ -424,6 +424,7 @@ TEST(Frames, AreReadInARow) {
     EXPECT_EQ(records[1].legs[1].quantity, 1 << 20);
     EXPECT_EQ(ZELUnpackRun(binding.get(), stream.data(), stream.size(), records, sizeof(Spread), 1, &run), 0);
     EXPECT_EQ(run.used, second);
+    EXPECT_EQ(run.firstBadResult, 0) << "none is bad";
     run.stopAtBad = 1;
     EXPECT_EQ(ZELUnpackRun(binding.get(), stream.data(), stream.size(), records, sizeof(Spread), 4, &run),
               ZEL_FIELD_UNREADABLE);
