@@ -131,8 +131,10 @@ TEST(Filter, ComparisonsAreTextsAndCodes) {
         LogicOperator comparison;
         EXPECT_EQ(comparison.SetText(text), 0);
         EXPECT_EQ(LogicOperator(comparison).code, ++code);
+        std::memset(comparison.text, 'x', sizeof comparison.text);
         comparison.Reset();
-        EXPECT_EQ(std::tuple(comparison.code, comparison.text[0]), std::tuple(-1, '\0'));
+        EXPECT_EQ(comparison.code, -1);
+        EXPECT_EQ(std::string(comparison.text, sizeof comparison.text), std::string(3, '\0'));
         EXPECT_EQ(comparison.SetCode(code), 0);
         EXPECT_STREQ(LogicOperator(comparison).text, text);
         comparison.text[0] = '\0';
