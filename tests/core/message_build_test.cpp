@@ -245,6 +245,8 @@ TEST_F(Building, UnpacksWhatItCanAndReportsTheRest) {
     const std::string failed = "-1: 1001 UnpackZELMessage() failed";
     EXPECT_EQ(reports_.With(UnpackZELMessage(nullptr, 1, object_.message)), failed);
     EXPECT_EQ(reports_.With(UnpackZELMessage("", 1, nullptr)), failed);
+    EXPECT_EQ(reports_.With(UnpackZELMessage("\0", 1, object_.message)),
+              "-1: 1001 UnpackZELFieldId() failed; 1413 ZEL_HDR_FLAGS; 1423 Can not Unpack ZEL Header");
 }
 
 TEST_F(Building, ValidatesAndFindsTheRepeatCount) {
