@@ -31,15 +31,28 @@ void PrintDecimals(char* at, const char* format, double quotient, int places) {
     Print(at, ".%.*s", places, std::strchr(printed, '.') + 1);
 }
 
+// What follows the whole units, or stands alone when there are none.
+void PrintFraction(char* at, short displayCode, short format, int numerator, long denominator, bool isAlone) {
+    const short type = GetDenominatorType(displayCode);
+    if (type == 3) {
+        const int places = displayCode < 512 && format != 3 ? displayCode / 10 : 2;
+        const double quotient = static_cast<double>(numerator) / static_cast<double>(denominator);
+        PrintDecimals(at, format == 3 ? "%.2f" : "%f", quotient, places);
+    } else if (type == 1 && format == 3) {
+        Print(at, "%s", ".00");
+    } else if (type == 5 && numerator != 0) {
+        Print(at, "%s%d/%ld", isAlone ? "" : " ", numerator, denominator);
+    }
+}
+
 }  // namespace
 
 bool PrintMoney(const _money& money, char* text, short format) {
-    const short type = GetDenominatorType(money.displayCode);
     long whole = 0;
     long numerator = 0;
     long denominator = 0;
     text[0] = '\0';
-    if (type == 0 || ZELUnformatMoney(&money, &whole, &numerator, &denominator) != 0) {
+    if (GetDenominatorType(money.displayCode) == 0 || ZELUnformatMoney(&money, &whole, &numerator, &denominator) != 0) {
         return false;
     }
     const bool negative = whole < 0 || numerator < 0;
@@ -54,17 +67,10 @@ bool PrintMoney(const _money& money, char* text, short format) {
     }
     const char* sign = negative && format != 1 ? "-" : "";
     Print(text, "%s%s%s", sign, dollar ? "$" : "", digits);
-    char* at = text + std::strlen(longNumber ? sign : text);
-    if (type == 3) {
-        const int places = money.displayCode < 512 && format != 3 ? money.displayCode / 10 : 2;
-        PrintDecimals(at, format == 3 ? "%.2f" : "%f", static_cast<double>(shown) / static_cast<double>(denominator),
-                      places);
-    } else if (type == 1 && format == 3) {
-        Print(at, "%s", ".00");
-    } else if (type == 5 && shown != 0) {
-        at = whole == 0 ? text + (negative ? 1 : 0) : at;
-        Print(at, "%s%d/%ld", whole == 0 ? "" : " ", shown, denominator);
-    }
+    const bool isAlone = whole == 0 && shown != 0 && GetDenominatorType(money.displayCode) == 5;
+    const std::size_t signSize = negative ? 1 : 0;
+    const std::size_t kept = isAlone ? signSize : std::strlen(longNumber ? sign : text);
+    PrintFraction(text + kept, money.displayCode, format, shown, denominator, isAlone);
     if (negative && format != 0 && format != 2 && format != 3) {
         Print(text + std::strlen(text), "%s", "-");
     }

@@ -64,6 +64,11 @@ bool IsUntouched(const Record& record) {
     return std::all_of(bytes.begin(), bytes.end(), [](char byte) { return byte == 0x5A; });
 }
 
+// Without its padding, which a copy need not keep.
+bool IsUntouched(const _money& money) {
+    return money.amount == 0x5A5A5A5A && money.displayCode == 0x5A5A;
+}
+
 // In units of 1/denominator: below 2^39, as records hold more than 2^31 of them in the large form alone.
 std::int64_t Units(const MoneyParts& parts) {
     return std::int64_t{parts.whole} * parts.denominator + parts.numerator;

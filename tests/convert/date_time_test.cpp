@@ -1,7 +1,6 @@
 #include "convert/date_time.h"
 
 #include <climits>
-#include <cstdio>
 #include <memory>
 
 #include "tests/support/bytes.h"
@@ -89,37 +88,7 @@ TEST(DateTimeTexts, ByKind) {
     }
 }
 
-// The pattern with numbers in place of its capital letters, as the C library prints them.
-std::string Printed(const std::string& pattern, const _datetime& value) {
-    const int shortYear = value.year >= 100 ? value.year - 100 : value.year;
-    const int numbers[] = {value.day,  value.month,  shortYear,   value.year + 1900,
-                           value.hour, value.minute, value.second};
-    std::string text;
-    for (const char c : pattern) {
-        char printed[8] = {c};
-        const std::size_t letter = std::string("DMYCHNS").find(c);
-        if (letter != std::string::npos) {
-            (void)std::snprintf(printed, sizeof printed, c == 'C' ? "%4.4d" : "%2.2d", numbers[letter]);
-        }
-        text += printed;
-    }
-    return text;
-}
-
-// Each of the 256 values of each member, in each format.
-TEST(DateTimeTexts, EveryByteAsTheCLibraryPrintsIt) {
-    const std::vector<Cells> formats = ReadCases("tests/convert/cases/date_time_formats.txt", 3);
-    for (std::size_t i = 0; i < std::size_t{6} * 256; ++i) {
-        _datetime value = kBoth;
-        reinterpret_cast<unsigned char*>(&value)[i / 256] = static_cast<unsigned char>(i % 256);
-        for (const Cells& row : formats) {
-            const auto format = static_cast<short>(std::stoi(row[0]));
-            ASSERT_EQ(Date(value, format), Printed(row[1], value)) << format;
-            ASSERT_EQ(Time(value, format), Printed(row[2], value)) << format;
-        }
-        // Cut to the documented buffer.
-        ASSERT_EQ(DateTime(value), Printed("Y/M/D H:N:S", value).substr(0, 17));
-    }
+TEST(DateTimeTexts, OfYearsFrom2000OnAndOddNumbers) {
     EXPECT_EQ(Date({1, 2, 105, 0, 0, 0, 0, 1}, 1), "05/02/01");
     EXPECT_EQ(Date({1, 2, 105, 0, 0, 0, 0, 1}, 14), "02/01/2005");
     EXPECT_EQ(Date({1, 2, 200, 0, 0, 0, 0, 1}, 1), "100/02/01");
@@ -167,6 +136,45 @@ TEST(DateTimeToTimeT, AgreesWithLocalTime) {
         value.kind = 1;
         EXPECT_EQ(DateTimeToTimeT(&value), -1);
     }
+}
+
+constexpr _datetime kBefore{7, 7, 7, 7, 7, 7, 7, 2};
+constexpr char kUntouched[] = "07 07 07 07 07 07 07 02";
+constexpr char kNotBuilt[] = "-1: 1001 ZELFormatDateTime failed";
+
+TEST(ZELStrToDate, Cases) {
+    RecordedReports reports;
+    for (const Cells& row : ReadCases("tests/convert/cases/dates.txt", 4)) {
+        _datetime value = kBefore;
+        const std::string result = reports.With(ZELStrToDate(row[1].c_str(), &value, row.Number<short>(0)));
+        EXPECT_EQ(result, (row[2].empty() ? "-1" : "0") + (row[3].empty() ? "" : ": " + row[3]))
+            << row[1] << " format " << row[0];
+        EXPECT_EQ(Bytes(value), row[2].empty() ? kUntouched : row[2]) << row[1] << " format " << row[0];
+    }
+    _datetime value = kBefore;
+    EXPECT_EQ(reports.With(ZELStrToDate(nullptr, &value, 12)), "-1");
+    EXPECT_EQ(reports.With(ZELStrToDate("113099", nullptr, 0)), kNotBuilt);
+    // A report cuts long texts.
+    const std::string longText(5000, 'x');
+    EXPECT_EQ(reports.With(ZELStrToDate(longText.c_str(), &value, 0)),
+              "0: 1463 Invalid Date Format: " + longText.substr(0, 191 - 21));
+}
+
+TEST(ZELStrToTime, Cases) {
+    RecordedReports reports;
+    for (const Cells& row : ReadCases("tests/convert/cases/times.txt", 3)) {
+        const std::string result = (row[1].empty() ? "-1" : "0") + (row[2].empty() ? "" : ": " + row[2]);
+        _datetime value = kBefore;
+        EXPECT_EQ(reports.With(ZELStrToTime(row[0].c_str(), &value)), result) << row[0];
+        EXPECT_EQ(Bytes(value), row[1].empty() ? kUntouched : "00 00 00 " + row[1] + " 00 02") << row[0];
+        value = kBefore;
+        EXPECT_EQ(reports.With(ZELAddStrToTime(row[0].c_str(), &value)), result) << row[0];
+        EXPECT_EQ(Bytes(value), row[1].empty() ? kUntouched : "07 07 07 " + row[1] + " 00 03") << row[0];
+    }
+    _datetime value = kBefore;
+    EXPECT_EQ(reports.With(ZELStrToTime(nullptr, &value)), "-1");
+    EXPECT_EQ(reports.With(ZELAddStrToTime(nullptr, &value)), "-1");
+    EXPECT_EQ(reports.With(ZELStrToTime("0905", nullptr)), kNotBuilt);
 }
 
 }  // namespace

@@ -30,7 +30,7 @@ std::vector<Cells> Table(const std::string& heading, std::size_t cellCount) {
 
 TEST(ValuesPage, Money) {
     for (const Cells& row : Table("Display codes", 10)) {
-        const _money money{std::stoi(row[4]), static_cast<short>(std::stoi(row[0]))};
+        const _money money{row.Number(4), row.Number<short>(0)};
         long part = 0;
         long denominator = 0;
         EXPECT_EQ(ZELUnformatMoney(&money, &part, &part, &denominator), 0);
@@ -54,17 +54,17 @@ TEST(ValuesPage, DatesAndTimes) {
     const _datetime value{30, 11, 99, 9, 5, 7, 0, 3};
     char text[18];
     for (const Cells& row : Table("Dates", 3)) {
-        EXPECT_EQ(ZELDateToStr(&value, text, static_cast<short>(std::stoi(row[0]))), 0);
+        EXPECT_EQ(ZELDateToStr(&value, text, row.Number<short>(0)), 0);
         EXPECT_EQ(text, row[1]);
         if (row[2] != "none") {
             _datetime back{};
-            EXPECT_EQ(ZELStrToDate(text, &back, static_cast<short>(std::stoi(row[2]))), 0);
+            EXPECT_EQ(ZELStrToDate(text, &back, row.Number<short>(2)), 0);
             EXPECT_EQ(back.day, row[2].ends_with("day 0") ? 0 : 30) << row[1];
             EXPECT_EQ(std::tuple(back.month, back.year), std::tuple(11, 99)) << row[1];
         }
     }
     for (const Cells& row : Table("Times", 2)) {
-        EXPECT_EQ(ZELTimeToStr(&value, text, static_cast<short>(std::stoi(row[0]))), 0);
+        EXPECT_EQ(ZELTimeToStr(&value, text, row.Number<short>(0)), 0);
         EXPECT_EQ(text, row[1]);
     }
 }

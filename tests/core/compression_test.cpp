@@ -72,25 +72,21 @@ TEST_F(Compression, FramesTheData) {
     EXPECT_EQ(crush_.expansions, 0);
 }
 
-TEST_F(Compression, FallsBackToThePlainPayload) {
-    for (const int refusal : {-14, -16}) {
-        crush_.compressResult = refusal;
-        EXPECT_EQ(Compress(4, "payload"), -1);
-        EXPECT_EQ(Output(), "payload");
-    }
-    EXPECT_EQ(std::tuple(crush_.begins, crush_.ends), std::tuple(2, 2));
-    crush_.beginStatus = 1;
-    EXPECT_EQ(Compress(4, "refused pass"), -1);
-    EXPECT_EQ(Output(), "refused pass");
-    EXPECT_EQ(crush_.ends, 2) << "a pass that did not begin is not ended";
-}
-
-TEST_F(Compression, TakesEveryOtherResultAsASize) {
-    for (const int size : {-1, -13, -15, 0, 7}) {
-        crush_.compressResult = size;
-        EXPECT_EQ(Compress(4, "payload"), 0) << size;
-        EXPECT_EQ(length_, size + 8);
-        EXPECT_EQ(static_cast<unsigned char>(out_.data[7]), static_cast<unsigned char>(size));
+TEST_F(Compression, TakesEveryResultButTwoAsASize) {
+    struct Row {
+        short begin;
+        int crushed;
+        bool isPlain;
+    };
+    const Row rows[] = {{0, -14, true},  {0, -16, true},  {1, 7, true},  {0, -1, false},
+                        {0, -13, false}, {0, -15, false}, {0, 0, false}, {0, 7, false}};
+    for (const Row& row : rows) {
+        crush_ = {row.begin, row.crushed, {}};
+        EXPECT_EQ(Compress(4, "payload"), row.isPlain ? -1 : 0) << row.crushed;
+        EXPECT_EQ(length_, row.isPlain ? 7 : row.crushed + 8);
+        EXPECT_EQ(out_.data[7], row.isPlain ? out_.data[7] : static_cast<char>(row.crushed));
+        EXPECT_EQ(row.isPlain ? Output() : "payload", "payload");
+        EXPECT_EQ(crush_.ends, row.begin == 0 ? 1 : 0) << "a pass that did not begin is not ended";
     }
 }
 

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <map>
 
 #include "core/tables/message_table.h"
 #include "core/tables/tables_in_use.h"
@@ -62,36 +63,32 @@ TEST(Dictionary, ComparesNamesOn64Characters) {
                      "1412 Data Dictionary not initialized in shared memory", "1001 GetFldEntry() Failed"}));
 }
 
-// Types in order, sub-types in order, and neither; also without memory for an index.
+// Types in order, and with gaps; also without memory for an index.
 TEST(MessageTable, TakesTheFirstMatch) {
-    constexpr int kTypes = 300;
     constexpr int kSubTypes = 40;
-    std::vector<ZELSubTypeNode> nodes(std::size_t{kTypes} * kSubTypes);
-    std::vector<ZELTypeNode> types(kTypes);
-    for (int type = 0; type < kTypes; ++type) {
-        ZELSubTypeNode* const first = &nodes[static_cast<std::size_t>(type) * kSubTypes];
-        for (int at = 0; at < kSubTypes; ++at) {
-            ZELSubTypeNode& node = first[at];
-            // The last sub-type of each type has the number of the first.
-            node.subType = static_cast<std::int16_t>(at % (kSubTypes - 1) - 5);
-            node.next = at + 1 < kSubTypes ? &node + 1 : nullptr;
-        }
+    std::vector<ZELSubTypeNode> nodes(std::size_t{300} * kSubTypes);
+    std::vector<ZELTypeNode> types(300);
+    std::map<std::pair<int, int>, const ZELSubTypeNode*> expected;
+    for (std::size_t type = 0; type < types.size(); ++type) {
+        ZELSubTypeNode* first = &nodes[type * kSubTypes];
         // The last type has the number of the first, so it is never found.
-        types[static_cast<std::size_t>(type)] = {
-            static_cast<std::int16_t>(type % (kTypes - 1) * 7 - 300), first,
-            type + 1 < kTypes ? &types[static_cast<std::size_t>(type) + 1] : nullptr};
+        const int number = static_cast<int>(type) % 299 * 7 - 300;
+        types[type] = {static_cast<std::int16_t>(number), first, type < 299 ? &types[type + 1] : nullptr};
+        for (int at = 0; at < kSubTypes; ++at) {
+            // So has the last sub-type of each type.
+            first[at].subType = static_cast<std::int16_t>(at % (kSubTypes - 1) - 5);
+            first[at].next = at + 1 < kSubTypes ? &first[at + 1] : nullptr;
+            expected.try_emplace({number, first[at].subType}, &first[at]);
+        }
     }
     for (const bool hasMemory : {false, true}) {
         UseTables(nullptr, types.data());
         FailAllocationsFrom(hasMemory ? 0 : 1);
-        for (int type = -310; type < 7 * kTypes; ++type) {
+        for (int type = -310; type < 2100; ++type) {
             for (int subType = -7; subType < kSubTypes; subType += hasMemory ? 1 : 11) {
-                const bool isThere = (type + 300) % 7 == 0 && type >= -300 && type < 7 * (kTypes - 1) - 300 &&
-                                     subType >= -5 && subType < kSubTypes - 6;
-                const std::size_t at =
-                    isThere ? static_cast<std::size_t>((type + 300) / 7 * kSubTypes + subType + 5) : 0;
+                const auto found = expected.find({type, subType});
                 ASSERT_EQ(FindSubType(static_cast<short>(type), static_cast<short>(subType)),
-                          isThere ? &nodes[at] : nullptr)
+                          found != expected.end() ? found->second : nullptr)
                     << type << ' ' << subType;
             }
         }

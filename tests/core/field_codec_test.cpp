@@ -35,7 +35,7 @@ protected:
 
 TEST_F(FieldCodec, PacksAndUnpacksEveryType) {
     for (const Cells& row : ReadCases("tests/core/cases/fields.txt", 5)) {
-        const int id = std::stoi(row[1]);
+        const int id = row.Number(1);
         const ExactCopy value(FromHex(row[2]));
         const bool isText = GetFldType(static_cast<short>(id)) == kZELText;
         for (short format = 0; format <= 2; ++format) {
@@ -48,7 +48,7 @@ TEST_F(FieldCodec, PacksAndUnpacksEveryType) {
             ASSERT_EQ(Unpack(id, wire, back, length, format), 0);
             EXPECT_EQ(length, value.size);
             EXPECT_EQ(ToHex({back.data.get(), value.size}), row[2]);
-            EXPECT_TRUE(!isText || back.data[value.size] == '\0');
+            EXPECT_EQ(isText ? back.data[value.size] : '\0', '\0');
             const ExactCopy small(std::string(back.size - (back.size != 0 ? 1 : 0), '?'));
             EXPECT_EQ(Unpack(id, wire, small, length, format), small.size == back.size ? 0 : -1);
             for (std::size_t size = 0; size < wire.size(); ++size) {
@@ -65,8 +65,8 @@ TEST_F(FieldCodec, PacksEmptyValues) {
         const ExactCopy out(FromHex(row[2]));
         const auto pack = [&](std::size_t room) {
             Writer writer{out.data.get(), out.data.get() + room};
-            const FieldRule rule = RuleOf(static_cast<unsigned short>(std::stoi(row[0])));
-            const bool isPacked = PackZELField(rule, {nullptr, 0, 0}, writer, static_cast<short>(std::stoi(row[1])));
+            const FieldRule rule = RuleOf(row.Number<unsigned short>(0));
+            const bool isPacked = PackZELField(rule, {nullptr, 0, 0}, writer, row.Number<short>(1));
             return isPacked && writer.next == writer.end;
         };
         for (std::size_t room = 0; room < out.size; ++room) {
@@ -82,8 +82,8 @@ TEST_F(FieldCodec, Format2FollowsTheFieldsOwnLength) {
     for (const Cells& row : ReadCases("tests/core/cases/format2_fields.txt", 6)) {
         const ExactCopy value(std::string(16, '\0'));
         unsigned short length = 9;
-        EXPECT_EQ(Unpack(std::stoi(row[1]), FromHex(row[2]), value, length, 2), std::stoi(row[3])) << row[0];
-        EXPECT_EQ(length, std::stoi(row[4])) << row[0];
+        EXPECT_EQ(Unpack(row.Number(1), FromHex(row[2]), value, length, 2), row.Number(3)) << row[0];
+        EXPECT_EQ(length, row.Number(4)) << row[0];
         EXPECT_EQ(ToHex({value.data.get(), FromHex(row[5]).size()}), row[5]) << row[0];
     }
 }
@@ -92,13 +92,13 @@ TEST_F(FieldCodec, ReportsWhatItRefuses) {
     char out[16] = {};
     const short value = 1;
     Writer writer{out, out + sizeof out};
-    Writer none{nullptr, nullptr};
+    Writer noRoom{nullptr, nullptr};
     const auto refuses = [&](int id, Writer& to, short format, const void* bytes) {
         EXPECT_FALSE(PackZELField(RuleOf(static_cast<unsigned short>(id)), {bytes, 2, 2}, to, format)) << id;
         to = to.next != nullptr ? Writer{out, out + sizeof out} : to;
     };
     refuses(0, writer, 0, &value);
-    refuses(kSide, none, 0, &value);
+    refuses(kSide, noRoom, 0, &value);
     EXPECT_EQ(reports_.Take(),
               (Lines{"1001 GetFldEntry() Failed", "1001 PackZELField() failed", "1001 PackZELField() failed"}));
     refuses(kSide, writer, 3, &value);
@@ -121,19 +121,8 @@ TEST_F(FieldCodec, ReportsWhatItRefuses) {
     EXPECT_EQ(UnpackZELField(side, in, out, 16, &length, 3), -1);
     EXPECT_EQ(UnpackZELField(RuleOf(kOdd), in, out, 16, &length, 0), -1);
     EXPECT_EQ(reports_.TakeText(), "1426 Invalid ZEL Format; 1027 Invalid Field Type[12] received");
-}
-
-TEST_F(FieldCodec, StepsOverFields) {
-    for (const Cells& row : ReadCases("tests/core/cases/field_steps.txt", 6)) {
-        const ExactCopy bytes(FromHex(row[1]));
-        Reader reader{bytes.data.get(), bytes.data.get() + bytes.size};
-        const Step step = GetNextField(reader, static_cast<short>(std::stoi(row[2])));
-        EXPECT_EQ(static_cast<int>(step), std::stoi(row[3])) << row[0];
-        EXPECT_EQ(reader.next, step == Step::kLost ? nullptr : bytes.data.get() + std::stoi(row[4])) << row[0];
-        EXPECT_EQ(reports_.TakeText(), row[5]) << row[0];
-    }
-    Reader null{nullptr, nullptr};
-    EXPECT_EQ(GetNextField(null, 0), Step::kLost);
+    Reader none{nullptr, nullptr};
+    EXPECT_EQ(GetNextField(none, 0), Step::kLost);
     EXPECT_EQ(reports_.TakeText(), "1001 UnpackZELFieldId() failed; 1413 GetNextField() failed");
 }
 

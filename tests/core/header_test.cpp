@@ -44,7 +44,7 @@ TEST_F(Header, WritesWhatTheMembersHoldAndReadsItBack) {
         std::istringstream(row[1]) >> h.encryptFlag >> h.packFlags >> h.format >> h.version >> h.msgType >> h.subType >>
             h.serviceIdHigh >> h.serviceIdLow >> h.msgIdSeq >> h.msgIdPart2 >> h.msgIdPart3 >> h.userData;
         const std::string written = Build(h);
-        const auto offset = static_cast<std::size_t>(std::stoi(row[2]));
+        const auto offset = row.Number<std::size_t>(2);
         EXPECT_EQ(ToHex(written.substr(offset, FromHex(row[3]).size())), row[3]) << row[0];
         EXPECT_EQ(Unpack(written), written.data() + 32) << row[0];
         // Reading does not undo a borrow, so writing again borrows again.
@@ -78,27 +78,17 @@ TEST_F(Header, ReportsTheFieldThatFails) {
         EXPECT_EQ(Unpack(FromHex(row[1])), nullptr) << row[0];
         EXPECT_EQ(reports_.TakeText(), row[2]) << row[0];
     }
-    // Wrong ids in place of the header's, among values that look like them.
-    ZelMsgStruct alike{};
-    alike.packFlags = 1;
-    alike.msgType = 0x0200;
-    alike.serviceIdHigh = 0x0300;
-    alike.msgIdSeq = 0x0400;
-    alike.numFields = 0x0500;
-    alike.userData = 0x06000000;
-    const std::string plain = Build(alike);
+    // Any bit of any id. The lowest of the last one makes it variable user data, which is cut.
+    header_ = {};
+    header_.userData = 0x01000000;
+    const std::string good = Build(header_);
     for (const std::size_t at : {0U, 4U, 10U, 16U, 22U, 26U}) {
-        for (int byte = 0; byte < 256; ++byte) {
-            for (const std::string& id :
-                 {std::string{'\0', static_cast<char>(byte)}, {static_cast<char>(byte), '\0'}}) {
-                std::string bytes = plain;
-                bytes.replace(at, 2, id);
-                EXPECT_EQ(Unpack(bytes) != nullptr, bytes == plain) << at << ": " << ToHex(id);
-            }
+        for (unsigned bit = 0; bit < 16; ++bit) {
+            std::string bytes = good;
+            bytes[at + bit / 8] = static_cast<char>(bytes[at + bit / 8] ^ 1 << bit % 8);
+            EXPECT_EQ(Unpack(bytes), nullptr) << at << ", bit " << bit;
         }
     }
-    reports_.Take();
-    const std::string good = Build(header_);
     for (std::size_t size = 1; size < good.size(); ++size) {
         EXPECT_EQ(Unpack(good.substr(0, size)), nullptr) << size;
     }
@@ -125,10 +115,10 @@ TEST_F(Header, IsRefusedWhenTheDictionaryContradictsIt) {
     header_.varUserDataLen = 6;
     const std::string good = Build(header_);
     for (const Cells& row : ReadCases("tests/core/cases/header_rules.txt", 5)) {
-        ZELDictionaryField& field = tables_.ChangeField(std::stoi(row[0]));
+        ZELDictionaryField& field = tables_.ChangeField(row.Number(0));
         const ZELDictionaryField before = field;
-        field.type = static_cast<std::uint16_t>(std::stoi(row[1]));
-        field.length = static_cast<std::int16_t>(std::stoi(row[2]));
+        field.type = row.Number<std::uint16_t>(1);
+        field.length = row.Number<std::int16_t>(2);
         tables_.Install();
         ZelMsgStruct sent{};
         sent.varUserData = userData;
@@ -153,12 +143,12 @@ TEST(Frame, WritesAndReadsBothForms) {
     EXPECT_EQ(length, 7);
     EXPECT_EQ(format, 8);
     for (const Cells& row : ReadCases("tests/core/cases/frames.txt", 5)) {
-        const auto given = static_cast<short>(std::stoi(row[1]));
+        const auto given = row.Number<short>(1);
         const ExactCopy out(std::string(given == 1 ? 4 : 6, '?'));
-        EXPECT_EQ(WriteFrame(std::stol(row[0]), given, out.data.get()), std::stoi(row[2])) << row[0];
+        EXPECT_EQ(WriteFrame(row.Number<long>(0), given, out.data.get()), row.Number(2)) << row[0];
         EXPECT_EQ(ToHex({out.data.get(), out.size}), row[3]);
         EXPECT_EQ(ReadFrame(out.data.get(), &length, &format), 0);
-        EXPECT_EQ(length, std::stol(row[4])) << row[3];
+        EXPECT_EQ(length, row.Number<long>(4)) << row[3];
         EXPECT_EQ(format, given) << row[3];
     }
 }

@@ -24,12 +24,8 @@ TEST(MessageModel, ExpandsTheGroup) {
         for (std::uint16_t id = 0; ids >> id;) {
             list.push_back({id, 1});
         }
-        ZELSubTypeNode& node = tables.ChangeMessage(kVersions);
-        node.fieldList = list.data();
-        node.fieldCount = static_cast<std::int16_t>(list.size());
-        node.repeatFieldId = static_cast<std::uint16_t>(std::stoi(row[1]));
-        node.groupSize = static_cast<std::int16_t>(std::stoi(row[2]));
-        ZelMsgStruct* message = CreateZelMsgStruct(1, kVersions, static_cast<short>(std::stoi(row[3])));
+        tables.ChangeList(kVersions, std::move(list), row.Number(1), row.Number(2));
+        ZelMsgStruct* message = CreateZelMsgStruct(1, kVersions, row.Number<short>(3));
         std::string slots = message != nullptr ? "" : "none";
         for (int slot = 0; message != nullptr && slot < message->dataBuf->count; ++slot) {
             slots += slot == 0 ? "" : " ";
@@ -37,7 +33,7 @@ TEST(MessageModel, ExpandsTheGroup) {
         }
         EXPECT_EQ(slots, row[4]) << row[0] << ", " << row[1] << ' ' << row[2] << ' ' << row[3];
         if (message != nullptr) {
-            EXPECT_EQ(message->repeatCount, std::stoi(row[3]));
+            EXPECT_EQ(message->repeatCount, row.Number(3));
             EXPECT_EQ(message->numFields, 0);
             FreeZelMsgStruct(message);
         }
@@ -69,7 +65,7 @@ TEST(MessageModel, RefusesWhatTheTablesCannotGive) {
     const int live = LiveBlocks();
     EXPECT_EQ(FreeZELDataBuf(CreateZELDataBuf(1, kPlainGroup, 2)), 0);
     for (const Cells& row : ReadCases("tests/core/cases/no_model.txt", 5)) {
-        const auto [type, subType, count] = std::tuple(std::stoi(row[1]), std::stoi(row[2]), std::stoi(row[3]));
+        const auto [type, subType, count] = std::tuple(row.Number(1), row.Number(2), row.Number(3));
         EXPECT_EQ(CreateZELDataBuf(static_cast<short>(type), static_cast<short>(subType), static_cast<short>(count)),
                   nullptr);
         EXPECT_EQ(reports.TakeText(), row[4]) << row[0];

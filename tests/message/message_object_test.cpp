@@ -51,20 +51,17 @@ TEST_F(MessageObject, StartsEmpty) {
 }
 
 TEST_F(MessageObject, SetsValuesByTheirType) {
-    static const ZELFieldListEntry kList[] = {{kFlag, 1}, {kCode, 1},  {kSymbol, 1}, {kQty, 1},
-                                              {kRate, 1}, {kPrice, 1}, {kKey, 1},    {kBlob, 1}};
-    ZELSubTypeNode& node = tables_.ChangeMessage(kVersions);
-    node.fieldList = kList;
-    node.fieldCount = std::size(kList);
+    tables_.ChangeList(
+        kVersions, {{kFlag, 1}, {kCode, 1}, {kSymbol, 1}, {kQty, 1}, {kRate, 1}, {kPrice, 1}, {kKey, 1}, {kBlob, 1}});
     for (const Cells& row : ReadCases("tests/message/cases/setters.txt", 6)) {
         Create(object_, kVersions);
-        const auto id = static_cast<short>(object_.message->dataBuf->fields[std::stoi(row[1])].id);
+        const auto id = static_cast<short>(object_.message->dataBuf->fields[row.Number(1)].id);
         const ExactCopy given(row[3].starts_with('"') ? row[3].substr(1) + '\0' : FromHex(row[3]));
         const char* value = row[3] == "null" ? nullptr : given.data.get();
         if (row[2].empty()) {
             object_.setFieldValue(id, value, -1);
         } else {
-            object_.setFieldValueBinary(id, value, static_cast<short>(std::stoi(row[2])), -1);
+            object_.setFieldValueBinary(id, value, row.Number<short>(2), -1);
         }
         const _field_data* field = object_.getField(id, -1);
         EXPECT_EQ(object_.message->numFields, field->isSet) << row[0];
@@ -91,18 +88,18 @@ TEST_F(MessageObject, TrustsNoLengthAboveThatOfTheBuffer) {
     char buffer[kZELMaxFrame];
     long length = 0;
     for (const Cells& row : ReadCases("tests/message/cases/lengths.txt", 6)) {
-        const auto id = static_cast<short>(std::stoi(row[2]));
+        const auto id = row.Number<short>(2);
         Create(object_, kAllTypes);
         object_.setFieldValueBinary(id, "AB", 2, -1);
         SetNumber(object_, kSide, 1);
-        object_.message->format = static_cast<unsigned short>(std::stoi(row[1]));
+        object_.message->format = row.Number<unsigned short>(1);
         _field_data& slot = *object_.getField(id, -1);
         if (row[3] != "the library's") {
             ZELFree(std::exchange(slot.value, nullptr));
             slot.ownsValue = 0;
             slot.value = row[3] == "in place" ? std::memset(slot.inlineValue, 'i', 8) : row[3] == "own" ? own : nullptr;
         }
-        slot.length = static_cast<unsigned short>(std::stoi(row[4]));
+        slot.length = row.Number<unsigned short>(4);
         ASSERT_EQ(object_.packMessage(buffer, &length), 0) << row[0];
         const long first = 38 + (row[1] == "2" ? 6 : 4);
         EXPECT_EQ(ToHex({buffer + first, static_cast<std::size_t>(length - first)}), row[5]) << row[0];

@@ -330,6 +330,17 @@ TEST(Results, SayWhatIsWrongWithARecord) {
             EXPECT_STREQ(failure.text, row.text) << row.name;
         }
     }
+    Spread spread = SampleSpread();
+    const std::string longest(65535, 'u');
+    ZELEnvelope envelope{};
+    envelope.varUserData = {longest.data(), longest.size()};
+    std::string frame(ZEL_MAX_FRAME + longest.size(), '\0');
+    std::size_t length = 0;
+    EXPECT_EQ(ZELPackRecord(binding.get(), &spread, &envelope, frame.data(), frame.size(), &length, nullptr), 0);
+    EXPECT_EQ(ZELUnpackRecord(binding.get(), frame.data(), length, &spread, nullptr, nullptr), 0);
+    EXPECT_EQ(ZELUnpackRecord(nullptr, frame.data(), length, &spread, nullptr, nullptr), ZEL_BAD_ARGUMENT);
+    EXPECT_EQ(ZELUnpackRecord(binding.get(), nullptr, length, &spread, nullptr, nullptr), ZEL_BAD_ARGUMENT);
+    EXPECT_EQ(ZELUnpackRecord(binding.get(), frame.data(), length, nullptr, nullptr, nullptr), ZEL_BAD_ARGUMENT);
 }
 
 // ---- Frames in a row ------------------------------------------------------------------------------------------------
@@ -413,6 +424,7 @@ TEST(Frames, AreReadInARow) {
     EXPECT_EQ(records[1].legs[1].quantity, 1 << 20);
     EXPECT_EQ(ZELUnpackRun(binding.get(), stream.data(), stream.size(), records, sizeof(Spread), 1, &run), 0);
     EXPECT_EQ(run.used, second);
+    EXPECT_EQ(run.firstBadResult, 0) << "none is bad";
     run.stopAtBad = 1;
     EXPECT_EQ(ZELUnpackRun(binding.get(), stream.data(), stream.size(), records, sizeof(Spread), 4, &run),
               ZEL_FIELD_UNREADABLE);

@@ -11,7 +11,14 @@
 
 namespace zel::test {
 
-using Cells = std::vector<std::string>;
+struct Cells : std::vector<std::string> {
+    using vector::vector;
+
+    template <typename T = int>
+    T Number(std::size_t at) const {
+        return static_cast<T>(std::stol((*this)[at]));
+    }
+};
 
 inline Cells SplitCells(const std::string& line) {
     Cells cells{""};

@@ -2,12 +2,18 @@
 #ifndef ZEL_TESTS_SUPPORT_ENVIRONMENT_H
 #define ZEL_TESTS_SUPPORT_ENVIRONMENT_H
 
+#include <cstdlib>
+#include <deque>
 #include <string>
 
 namespace zel::test {
 
 // Sets the variable. An empty value counts as none.
-void SetEnvironment(const std::string& name, const std::string& value);
+inline void SetEnvironment(const std::string& name, const std::string& value) {
+    // The environment keeps pointers to these strings.
+    static std::deque<std::string> given;
+    putenv(given.emplace_back(name + '=' + value).data());
+}
 
 }  // namespace zel::test
 

@@ -57,14 +57,18 @@ protected:
 
     void AddMessage(int subType, int repeatFieldId, int groupSize, std::vector<ZELFieldListEntry> list) {
         lists_.push_back(std::move(list));
-        ZELSubTypeNode node{};
-        node.subType = static_cast<std::int16_t>(subType);
+        nodes_.emplace_back().subType = static_cast<std::int16_t>(subType);
+        SetList(nodes_.back(), repeatFieldId, groupSize, lists_.back());
+        (nodes_.size() == 1 ? types_[0].subTypes : nodes_[nodes_.size() - 2].next) = &nodes_.back();
+    }
+
+    // The list must live as long as the node.
+    static void SetList(ZELSubTypeNode& node, int repeatFieldId, int groupSize,
+                        const std::vector<ZELFieldListEntry>& list) {
         node.repeatFieldId = static_cast<std::uint16_t>(repeatFieldId);
         node.groupSize = static_cast<std::int16_t>(groupSize);
-        node.fieldCount = static_cast<std::int16_t>(lists_.back().size());
-        node.fieldList = lists_.back().data();
-        nodes_.push_back(node);
-        (nodes_.size() == 1 ? types_[0].subTypes : nodes_[nodes_.size() - 2].next) = &nodes_.back();
+        node.fieldCount = static_cast<std::int16_t>(list.size());
+        node.fieldList = list.data();
     }
 
     std::vector<ZELDictionaryField> records_;

@@ -10,9 +10,9 @@ namespace {
 // Letters, or any bytes except 0.
 std::string RandomText(Random& random, int length) {
     const bool anyBytes = random.Below(4) == 0;
-    std::string text;
-    for (int i = 0; i < length; ++i) {
-        text += static_cast<char>(anyBytes ? 1 + random.Below(255) : 'A' + random.Below(26));
+    std::string text = random.Bytes(length);
+    for (char& c : text) {
+        c = static_cast<char>(anyBytes ? c == '\0' ? 1 : c : 'A' + static_cast<unsigned char>(c) % 26);
     }
     return text;
 }

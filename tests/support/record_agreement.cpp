@@ -61,6 +61,26 @@ void CheckFailure(int result, const ZELFailure& failure) {
     Check(result == 0 || (failure.result == result && *failure.text != '\0'), "a failure says what it is");
 }
 
+// The bytes that the member has for a field of text or bytes: 0, or what the record is to say of it.
+int ReadText(const ZELMember& member, const char* base, bool isOne, std::string& bytes) {
+    const char* at = base + member.offset;
+    std::size_t length = isOne ? 1 : strnlen(at, member.size);
+    if (member.kind == ZEL_BYTES) {
+        length = Load<std::uint32_t>(base + member.lengthOffset);
+        if (length > member.size) {
+            return ZEL_TEXT_TOO_LONG;
+        }
+    } else if (member.kind == ZEL_VIEW) {
+        length = Load<std::size_t>(base + member.lengthOffset);
+        at = Load<const char*>(at);
+        if (at == nullptr && length != 0) {
+            return ZEL_BAD_ARGUMENT;
+        }
+    }
+    bytes.assign(length != 0 ? at : "", length);
+    return 0;
+}
+
 }  // namespace
 
 // ---- The layout -----------------------------------------------------------------------------------------------------
@@ -215,7 +235,6 @@ std::string RecordAgreement::FillRecord() {
 // Sets the field as a program with an object would: 0, or what the record is to say of the member.
 int RecordAgreement::SetField(CZELMessage& object, const Place& place, short occurrence, const char* base) const {
     const ZELMember& member = *place.member;
-    const char* at = base + member.offset;
     const auto id = static_cast<short>(member.fieldId);
     const ZELDictionaryField& field = tables_.FieldOrNone(place.slot->id);
     if (object.version != 0 && field.version > object.version) {
@@ -223,46 +242,27 @@ int RecordAgreement::SetField(CZELMessage& object, const Place& place, short occ
         return 0;
     }
     if (member.kind < ZEL_CHARS) {
+        const char* at = base + member.offset;
         const std::int64_t number = IsWhole(member) ? Number(at, member.size) : 0;
-        if (number != Number(&number, field.type == kZELShort ? 2 : 4)) {
-            return ZEL_OUT_OF_RANGE;
-        }
         object.setFieldValue(id, IsWhole(member) ? static_cast<const void*>(&number) : at, occurrence);
-        return 0;
+        return number == Number(&number, field.type == kZELShort ? 2 : 4) ? 0 : int{ZEL_OUT_OF_RANGE};
     }
-    return SetText(object, place, occurrence, base);
-}
-
-int RecordAgreement::SetText(CZELMessage& object, const Place& place, short occurrence, const char* base) const {
-    const ZELMember& member = *place.member;
-    const char* at = base + member.offset;
-    const auto id = static_cast<short>(member.fieldId);
-    const ZELDictionaryField& field = tables_.FieldOrNone(place.slot->id);
     const bool isOne = field.type == kZELChars && field.length == 1;
-    std::size_t length = isOne ? 1 : strnlen(at, member.size);
-    if (member.kind == ZEL_BYTES) {
-        length = Load<std::uint32_t>(base + member.lengthOffset);
-        if (length > member.size) {
-            return ZEL_TEXT_TOO_LONG;
-        }
-    } else if (member.kind == ZEL_VIEW) {
-        length = Load<std::size_t>(base + member.lengthOffset);
-        at = Load<const char*>(at);
-        if (at == nullptr && length != 0) {
-            return ZEL_BAD_ARGUMENT;
-        }
+    std::string bytes;
+    const int refused = ReadText(member, base, isOne, bytes);
+    if (refused != 0) {
+        return refused;
     }
-    const std::string bytes(length != 0 ? at : "", length);
     if (field.type == kZELChars) {
-        if ((isOne ? length : std::strlen(bytes.c_str())) > static_cast<std::size_t>(std::max<int>(field.length, 0))) {
-            return ZEL_TEXT_TOO_LONG;
-        }
         object.setFieldValue(id, bytes.c_str(), occurrence);
-    } else if (bytes.empty()) {
+        const std::size_t used = isOne ? bytes.size() : std::strlen(bytes.c_str());
+        return used <= static_cast<std::size_t>(std::max<int>(field.length, 0)) ? 0 : int{ZEL_TEXT_TOO_LONG};
+    }
+    if (bytes.empty()) {
         object.getField(id, occurrence)->length = 0;
         object.setFieldValue(id, "", occurrence);
     } else {
-        object.setFieldValueBinary(id, bytes.data(), static_cast<short>(length), occurrence);
+        object.setFieldValueBinary(id, bytes.data(), static_cast<short>(bytes.size()), occurrence);
     }
     return 0;
 }

@@ -49,7 +49,6 @@ private:
     }
     std::vector<Place> Places(const CZELMessage& object) const;
     int SetField(CZELMessage& object, const Place& place, short occurrence, const char* base) const;
-    int SetText(CZELMessage& object, const Place& place, short occurrence, const char* base) const;
     int SetFields(CZELMessage& object, const char* record) const;
     void Expect(const Place& place, std::string& expected, const char* record) const;
     int ExpectRecord(const CZELMessage& object, int result, std::string& expected, const char* record,

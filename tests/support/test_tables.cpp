@@ -56,4 +56,10 @@ ZELSubTypeNode& TestTables::ChangeMessage(SubType subType) {
     return nodes_[static_cast<std::size_t>(subType) - 1];
 }
 
+void TestTables::ChangeList(SubType subType, std::vector<ZELFieldListEntry> list, int repeatFieldId, int groupSize) {
+    std::vector<ZELFieldListEntry>& held = lists_[static_cast<std::size_t>(subType) - 1];
+    held = std::move(list);
+    SetList(ChangeMessage(subType), repeatFieldId, groupSize, held);
+}
+
 }  // namespace zel::test

@@ -53,6 +53,7 @@ public:
     // A record to change before the next use of the core. Changes of the header's fields take effect with Install.
     ZELDictionaryField& ChangeField(int id);
     ZELSubTypeNode& ChangeMessage(SubType subType);
+    void ChangeList(SubType subType, std::vector<ZELFieldListEntry> list, int repeatFieldId = 0, int groupSize = 0);
 };
 
 }  // namespace zel::test
