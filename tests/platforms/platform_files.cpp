@@ -12,7 +12,9 @@
 #include "include/zelprovider.h"
 #include "include/zelstream.h"
 #include "tests/stream/shown_item.h"
+#include "tests/support/made_message.h"
 #include "tests/support/random_message.h"
+#include "tests/support/record_agreement.h"
 
 namespace zel::test {
 namespace {
@@ -31,11 +33,25 @@ Tables ProviderTables() {
     return {provider->dataDictionary(), provider->messageTable()};
 }
 
+struct Kind {
+    short type;
+    const ZELSubTypeNode* node;
+};
+
+std::vector<Kind> AllKinds() {
+    std::vector<Kind> kinds;
+    for (const ZELTypeNode* type = ProviderTables().messages; type != nullptr; type = type->next) {
+        for (const ZELSubTypeNode* node = type->subTypes; node != nullptr; node = node->next) {
+            kinds.push_back({type->type, node});
+        }
+    }
+    return kinds;
+}
+
 // The n-th message of a kind is the same in every build.
-void Fill(CZELMessage& message, const ZELTypeNode& type, const ZELSubTypeNode& node, int format, int compressMode,
-          int n) {
-    Random random(static_cast<unsigned>(type.type * 1000 + node.subType * 100 + format * 10 + n));
-    FillRandomly(message, ProviderTables(), type.type, node, static_cast<short>(7 * n + 1), format == 1, random);
+void Fill(CZELMessage& message, const Kind& kind, int format, int compressMode, int n) {
+    Random random(static_cast<unsigned>(kind.type * 1000 + kind.node->subType * 100 + format * 10 + n));
+    FillRandomly(message, ProviderTables(), kind.type, *kind.node, static_cast<short>(7 * n + 1), format == 1, random);
     message.message->format = static_cast<unsigned short>(format);
     message.message->encryptFlag = static_cast<unsigned short>(n % 2);
     message.compressMode = compressMode;
@@ -51,18 +67,15 @@ void ForEachMessage(Visit visit) {
         for (int compressMode = 0; compressMode <= 2; ++compressMode) {
             const std::string file =
                 "messages-format-" + std::to_string(format) + "-mode-" + std::to_string(compressMode);
-            for (const ZELTypeNode* type = ProviderTables().messages; type != nullptr; type = type->next) {
-                for (const ZELSubTypeNode* node = type->subTypes; node != nullptr; node = node->next) {
-                    for (int n = 0; n < 4; ++n) {
-                        CZELMessage message(0, format == 2 ? 1 : 0);
-                        Fill(message, *type, *node, format, compressMode, n);
-                        char buffer[kZELMaxFrame];
-                        long length = 0;
-                        if (message.packMessage(buffer, &length) != 0) {
-                            Tell(file, "a message cannot be packed");
-                        }
-                        visit(file, message, std::string(buffer, static_cast<std::size_t>(length)));
+            for (const Kind& kind : AllKinds()) {
+                for (int n = 0; n < 4; ++n) {
+                    CZELMessage message(0, format == 2 ? 1 : 0);
+                    Fill(message, kind, format, compressMode, n);
+                    const std::string packed = Pack(message);
+                    if (packed.empty()) {
+                        Tell(file, "a message cannot be packed");
                     }
+                    visit(file, message, packed);
                 }
             }
         }
@@ -103,6 +116,44 @@ void ReadMessages(const Files& files) {
         if (at != files.at(file).size()) {
             Tell(file, "goes on after its messages");
         }
+    }
+}
+
+// Visits every record: visit(file, agreement). The n-th layout of a kind is the same in every build, but for the
+// padding; the values are not.
+template <typename Visit>
+void ForEachRecord(Visit visit) {
+    for (const Kind& kind : AllKinds()) {
+        for (int n = 0; n < 8; ++n) {
+            Random random(static_cast<unsigned>(kind.type * 1000 + kind.node->subType * 10 + n));
+            RecordAgreement agreement(random, ProviderTables(), kind.type, *kind.node);
+            visit("record-" + std::to_string(kind.type) + '-' + std::to_string(kind.node->subType) + '-' +
+                      std::to_string(n),
+                  agreement);
+        }
+    }
+}
+
+// What a record and a message object packed, and the values in it.
+Files PackRecords() {
+    Files files;
+    ForEachRecord([&](const std::string& file, RecordAgreement& agreement) {
+        files[file] = agreement.Pack();
+        files[file + "-values"] = agreement.Unpack(files[file]);
+    });
+    return files;
+}
+
+void ReadRecords(Files& files) {
+    int packed = 0;
+    ForEachRecord([&](const std::string& file, RecordAgreement& agreement) {
+        packed += files[file].empty() ? 0 : 1;
+        if (agreement.Unpack(files[file]) != files[file + "-values"]) {
+            Tell(file, "has other values than it was written with");
+        }
+    });
+    if (packed < 60) {
+        Tell("records", "few were packed");
     }
 }
 
@@ -234,6 +285,7 @@ Files Convert() {
 
 Files AllFiles() {
     Files all = PackMessages();
+    all.merge(PackRecords());
     const Files streams = BuildStreams();
     all.merge(ReadStreams(streams));
     all.merge(Files(streams));
@@ -256,11 +308,12 @@ void Read(const std::filesystem::path& folder) {
     for (const auto& [name, own] : AllFiles()) {
         std::ifstream file(folder / name, std::ios::binary);
         theirs[name] = {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-        if (!name.starts_with("messages") && theirs[name] != own) {
+        if (!name.starts_with("messages") && !name.starts_with("record") && theirs[name] != own) {
             Tell(name, "differs");
         }
     }
     ReadMessages(theirs);
+    ReadRecords(theirs);
 }
 
 }  // namespace
