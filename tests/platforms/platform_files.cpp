@@ -11,7 +11,6 @@
 #include "include/zelmessage.h"
 #include "include/zelprovider.h"
 #include "include/zelstream.h"
-#include "tests/stream/shown_item.h"
 #include "tests/support/made_message.h"
 #include "tests/support/random_message.h"
 #include "tests/support/record_agreement.h"
@@ -188,35 +187,6 @@ Files BuildStreams() {
     return files;
 }
 
-std::string ShownFilter(const std::string& bytes) {
-    ZELFilter filter;
-    std::string shown = filter.SetStream(bytes.data(), static_cast<int>(bytes.size())) == 0 ? "" : "refused";
-    ZELFilterItem item;
-    while (filter.GetFilterItem(item) == 0) {
-        shown += Shown(item) + '\n';
-    }
-    return shown;
-}
-
-std::string ShownSort(const std::string& bytes) {
-    ZELSortData sort;
-    std::string shown = sort.SetStream(bytes.data(), static_cast<int>(bytes.size())) == 0 ? "" : "refused";
-    SortItem item;
-    while (sort.GetSortItem(item) == 0) {
-        shown += Shown(item) + '\n';
-    }
-    return shown;
-}
-
-// What the readers find in the streams, as text, so that it can be compared, too.
-Files ReadStreams(const Files& streams) {
-    Files files;
-    for (const auto& [name, bytes] : streams) {
-        files["read-" + name] = name.starts_with("filter") ? ShownFilter(bytes) : ShownSort(bytes);
-    }
-    return files;
-}
-
 std::string MoneyLines(Random& random) {
     std::string lines;
     for (int i = 0; i < 20000; ++i) {
@@ -286,9 +256,7 @@ Files Convert() {
 Files AllFiles() {
     Files all = PackMessages();
     all.merge(PackRecords());
-    const Files streams = BuildStreams();
-    all.merge(ReadStreams(streams));
-    all.merge(Files(streams));
+    all.merge(BuildStreams());
     all.merge(Convert());
     return all;
 }
