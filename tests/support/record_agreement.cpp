@@ -303,7 +303,7 @@ ZELEnvelope RecordAgreement::MakeEnvelope(const std::string& userData) {
     envelope.frameKind = static_cast<std::int16_t>(random_.Below(2));
     envelope.sequence = 77;
     envelope.msgIdSeq = random_.OneIn(2) ? 9 : 0;
-    envelope.userData = 5;
+    envelope.userData = Load<std::int32_t>(pool_.data());
     if (random_.OneIn(4)) {
         envelope.varUserData = {userData.data(), userData.size()};
     }
@@ -422,7 +422,8 @@ int RecordAgreement::ExpectRecord(const CZELMessage& object, int result, std::st
 }
 
 std::string RecordAgreement::Values(const CZELMessage& object) const {
-    std::string values;
+    std::string values = std::to_string(object.serviceIdLow) + ' ' + std::to_string(object.message->msgIdSeq) + ' ' +
+                         std::to_string(object.message->userData) + '\n';
     for (const Place& place : Places(object)) {
         if (place.member != nullptr && place.IsSet()) {
             values += std::to_string(place.field.repetition) + ' ' + std::to_string(place.field.fieldId) + ' ' +

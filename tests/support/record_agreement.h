@@ -25,7 +25,8 @@ public:
 
     // Packs random values both ways. The message without its frame, or "".
     std::string Pack();
-    // Unpacks a message without a frame both ways. The values of the members that arrived, a line each; or the result.
+    // Unpacks a message without a frame both ways. The header's numbers and the values of the members that arrived, or
+    // the result.
     std::string Unpack(const std::string& message);
 
 private:
