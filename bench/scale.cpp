@@ -4,12 +4,11 @@
 #include <chrono>
 #include <cstdio>
 #include <cstring>
-#include <latch>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "bench/made_tables.h"
+#include "bench/two_threads.h"
 #include "core/wire/compression.h"
 #include "core/wire/header.h"
 #include "crush32/crush32.h"
@@ -74,50 +73,19 @@ void LookUp(int count) {
     std::printf("%5d types: the last one first asked for %8.0f ns, then created in %5.1f ns\n", count, first, create);
 }
 
-// Nanoseconds for each message, from the time when all threads are ready until the last one ends.
-double Exchange(int threads) {
-    using Clock = std::chrono::steady_clock;
-    constexpr int kMessages = 20000;
-    std::latch ready(threads);
-    std::vector<Clock::time_point> begin(static_cast<std::size_t>(threads));
-    std::vector<Clock::time_point> end(begin.size());
-    const auto work = [&](std::size_t thread) {
+void ExchangeByTwo() {
+    const double ratio = zel::bench::TwoThreadsOverOne(20000, [](auto repeat) {
         CZELMessage sent(0, 0);
         CZELMessage received(0, 0);
         char buffer[kZELMaxFrame];
         long length = 0;
-        ready.arrive_and_wait();
-        const Clock::time_point begun = Clock::now();
-        for (int message = 0; message < kMessages; ++message) {
+        repeat([&] {
             Fill(sent, 1);
             (void)sent.packMessage(buffer, &length);
             (void)received.unpackMessage(buffer);
-        }
-        begin[thread] = begun;
-        end[thread] = Clock::now();
-    };
-    std::vector<std::thread> running;
-    for (std::size_t thread = 0; thread < begin.size(); ++thread) {
-        running.emplace_back(work, thread);
-    }
-    for (std::thread& thread : running) {
-        thread.join();
-    }
-    const std::chrono::duration<double, std::nano> spent =
-        *std::max_element(end.begin(), end.end()) - *std::min_element(begin.begin(), begin.end());
-    return spent.count() / kMessages / threads;
-}
-
-// In turns, so that other work on the machine slows both equally.
-void ExchangeByTwo() {
-    constexpr int kTurns = 100;
-    double one = 1e18;
-    double two = 1e18;
-    for (int turn = 0; turn < kTurns; ++turn) {
-        one = std::min(one, Exchange(1));
-        two = std::min(two, Exchange(2));
-    }
-    std::printf("  two threads exchange %.2f times the messages of one\n", one / two);
+        });
+    });
+    std::printf("  two threads exchange %.2f times the messages of one\n", ratio);
 }
 
 void Compress(short size) {

@@ -5,8 +5,8 @@
 #include <memory>
 
 #include "bench/peers/contender.h"
-#include "bench/peers/timing.h"
 #include "bench/peers/values.h"
+#include "bench/timing.h"
 
 namespace zel::bench {
 namespace {

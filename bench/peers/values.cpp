@@ -4,8 +4,8 @@
 #include <cstdlib>
 
 #include "bench/order.h"
-#include "bench/peers/timing.h"
 #include "bench/printed_values.h"
+#include "bench/timing.h"
 #include "include/zelstream.h"
 
 namespace zel::bench {

@@ -1,4 +1,4 @@
-# Installs the build, then configures, builds and runs the consumer against the installed copy, both ways to find it.
+# Installs the build, then configures, builds and runs users' programs against the installed copy, both ways to find it.
 # Called with BUILD, SOURCE, WORK, FLAGS and COMPILER.
 function(run)
     execute_process(COMMAND ${ARGN} RESULT_VARIABLE result OUTPUT_VARIABLE output ERROR_VARIABLE output)
@@ -22,7 +22,7 @@ foreach(way OFF ON)
     run(${CMAKE_COMMAND} -S ${SOURCE} -B ${build} -G Ninja -DCMAKE_PREFIX_PATH=${WORK}/prefix
         -DUSE_PKG_CONFIG=${way} -DCMAKE_CXX_COMPILER=${COMPILER} "-DCMAKE_CXX_FLAGS=${FLAGS}")
     run(${CMAKE_COMMAND} --build ${build})
-    run(${build}/consumer)
+    run(${build}/filter_query)
     run(${build}/records)
 endforeach()
 run(${WORK}/pkg-config-OFF/generated)

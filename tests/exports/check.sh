@@ -1,12 +1,13 @@
 #!/usr/bin/env bash
-# Compares the exports of each library with the list in this folder. Then checks the hardening of the files that ship.
+# Each library exports the names that it exports on Windows, but for those of Microsoft's compiler. Then checks the
+# hardening of the files that ship.
 #   check.sh <folder of the libraries> [<file that ships>...]
 set -euo pipefail
-lists=$(dirname "$0")
+source=$(cd "$(dirname "$0")/../.." && pwd)
 status=0
-for library in libzel libzeldata libcrush32; do
-    found=$(nm -DC --defined-only "$1/$library.so" | cut -d' ' -f3- | sort)
-    diff --label "$library.txt" --label "$library.so" <(sort "$lists/$library.txt") <(printf '%s\n' "$found") || status=1
+for pair in zel.def:libzel zeldata/zeldata.def:libzeldata crush32/crush32.def:libcrush32; do
+    diff --label "${pair%:*}" --label "${pair#*:}.so" <(sed -nE 's/^    ([^ "]+).*/\1/p' "$source/${pair%:*}" | sort) \
+        <(nm -D --defined-only "$1/${pair#*:}.so" | cut -d' ' -f3 | sort) || status=1
 done
 for file in "${@:2}"; do
     headers=$(readelf -hldW "$file")

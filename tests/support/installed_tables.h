@@ -8,6 +8,7 @@
 #include <utility>
 #include <vector>
 
+#include "core/tables/plan_table.h"
 #include "core/tables/tables_in_use.h"
 #include "include/zelprovider.h"
 
@@ -18,9 +19,19 @@ struct Tables {
     const ZELTypeNode* messages;
 };
 
+// An id without a record has that of the id 0: no type.
+inline const ZELDictionaryField& FieldOrNone(const Tables& tables, unsigned id) {
+    const auto* records = reinterpret_cast<const ZELDictionaryField*>(tables.dictionary);
+    return records[id <= static_cast<unsigned>(tables.dictionary->count) ? id : 0];
+}
+
 class InstalledTables {
 public:
-    ~InstalledTables() { StopUsingTables(); }
+    // No message may be left.
+    ~InstalledTables() {
+        StopUsingTables();
+        ReleasePlans();
+    }
     InstalledTables(const InstalledTables&) = delete;
     InstalledTables& operator=(const InstalledTables&) = delete;
 

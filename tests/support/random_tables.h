@@ -20,8 +20,7 @@ public:
 
     // An id that is often one of the sub-type's list.
     std::uint16_t FieldId(Random& random, int subType) const;
-    // An id without a record has that of the id 0: no type.
-    const ZELDictionaryField& FieldOrNone(unsigned id) const { return records_[id < records_.size() ? id : 0]; }
+    const ZELDictionaryField& FieldOrNone(unsigned id) const { return test::FieldOrNone(InUse(), id); }
     const ZELSubTypeNode& Node(int subType) const { return nodes_[static_cast<std::size_t>(subType)]; }
     bool IsOdd() const { return isOdd_; }
 

@@ -86,9 +86,14 @@ int ReadText(const ZELMember& member, const char* base, bool isOne, std::string&
 // ---- The layout -----------------------------------------------------------------------------------------------------
 
 RecordAgreement::RecordAgreement(Random& random, const RandomTables& tables)
+    : RecordAgreement(random, tables.InUse(), RandomTables::kType, tables.Node(random.Below(RandomTables::kSubTypes))) {
+}
+
+RecordAgreement::RecordAgreement(Random& random, const Tables& tables, short msgType, const ZELSubTypeNode& node)
     : random_(random),
       tables_(tables),
-      node_(tables.Node(random.Below(RandomTables::kSubTypes))),
+      msgType_(msgType),
+      node_(node),
       noise_(random.Long()),
       pool_(noise_.Bytes(64)),
       groupBegin_(node_.fieldCount),
@@ -110,7 +115,7 @@ RecordAgreement::RecordAgreement(Random& random, const RandomTables& tables)
 }
 
 ZELMember RecordAgreement::MakeMember(std::uint16_t id, std::uint32_t& end) {
-    const ZELDictionaryField& field = tables_.FieldOrNone(id);
+    const ZELDictionaryField& field = FieldOrNone(tables_, id);
     const auto place = [&](std::size_t size) {
         const std::uint32_t at = end + static_cast<std::uint32_t>(noise_.Below(3));
         end = at + static_cast<std::uint32_t>(size);
@@ -141,16 +146,12 @@ void RecordAgreement::MakeLayout() {
         const bool isNumber = (id == node_.repeatFieldId && id != 0) || (inGroup && id == kZELGroupMarker);
         memberOf_.push_back(-1);
         if (seen[inGroup].insert(id).second && !isNumber && (!inGroup || hasGroup_) &&
-            (presence == kZELMandatory || !random_.OneIn(IsUsual(tables_.FieldOrNone(id)) ? 4 : 1))) {
+            (presence == kZELMandatory || !random_.OneIn(IsUsual(FieldOrNone(tables_, id)) ? 4 : 1))) {
             memberOf_.back() = static_cast<int>(members_[inGroup].size());
             members_[inGroup].push_back(MakeMember(id, ends[inGroup]));
         }
     }
-    layout_ = {RandomTables::kType,
-               node_.subType,
-               ends[0] + 1,
-               members_[0].data(),
-               static_cast<std::uint32_t>(members_[0].size()),
+    layout_ = {msgType_, node_.subType, ends[0] + 1, members_[0].data(), static_cast<std::uint32_t>(members_[0].size()),
                nullptr};
     if (hasGroup_) {
         const auto capacity = static_cast<std::uint32_t>(1 + random_.Below(6));
@@ -201,7 +202,7 @@ void RecordAgreement::FillMember(const ZELMember& member, char* base, bool isWil
     } else if (member.kind == ZEL_BYTES) {
         Store(base + member.lengthOffset, number % (isWild ? 1U << noise_.Below(32) : member.size + 1));
     } else if (member.kind == ZEL_CHARS) {
-        const ZELDictionaryField& field = tables_.FieldOrNone(static_cast<unsigned>(member.fieldId));
+        const ZELDictionaryField& field = FieldOrNone(tables_, static_cast<unsigned>(member.fieldId));
         const bool isShort = field.type == kZELChars && !isWild && field.length > 0;
         const std::uint32_t end = number % (1U + (isShort ? static_cast<std::uint32_t>(field.length) : member.size));
         if (end < member.size) {
@@ -236,7 +237,7 @@ std::string RecordAgreement::FillRecord() {
 int RecordAgreement::SetField(CZELMessage& object, const Place& place, short occurrence, const char* base) const {
     const ZELMember& member = *place.member;
     const auto id = static_cast<short>(member.fieldId);
-    const ZELDictionaryField& field = tables_.FieldOrNone(place.slot->id);
+    const ZELDictionaryField& field = FieldOrNone(tables_, place.slot->id);
     if (object.version != 0 && field.version > object.version) {
         object.setFieldValueBinary(id, "", 1, occurrence);
         return 0;
@@ -302,7 +303,7 @@ ZELEnvelope RecordAgreement::MakeEnvelope(const std::string& userData) {
     envelope.frameKind = static_cast<std::int16_t>(random_.Below(2));
     envelope.sequence = 77;
     envelope.msgIdSeq = random_.OneIn(2) ? 9 : 0;
-    envelope.userData = 5;
+    envelope.userData = Load<std::int32_t>(pool_.data());
     if (random_.OneIn(4)) {
         envelope.varUserData = {userData.data(), userData.size()};
     }
@@ -317,7 +318,7 @@ std::string RecordAgreement::Pack() {
     ZELEnvelope envelope = MakeEnvelope(userData);
 
     static CZELMessage object(0, 0);
-    object.msgType = RandomTables::kType;
+    object.msgType = msgType_;
     object.subType = node_.subType;
     object.serviceIdLow = envelope.serviceIdLow;
     object.version = envelope.version;
@@ -388,7 +389,7 @@ void RecordAgreement::Expect(const Place& place, std::string& expected, const ch
     } else if (!isSet || member.kind == ZEL_CHARS) {
         value.copy(at, value.size());
     } else if (IsWhole(member)) {
-        const bool isShort = tables_.FieldOrNone(place.slot->id).type == kZELShort;
+        const bool isShort = FieldOrNone(tables_, place.slot->id).type == kZELShort;
         const std::int64_t number = Number(place.slot->value, isShort ? 2 : 4);
         std::memcpy(at, &number, member.size);
     } else {
@@ -420,7 +421,19 @@ int RecordAgreement::ExpectRecord(const CZELMessage& object, int result, std::st
     return 0;
 }
 
-void RecordAgreement::Unpack(const std::string& message) {
+std::string RecordAgreement::Values(const CZELMessage& object) const {
+    std::string values = std::to_string(object.serviceIdLow) + ' ' + std::to_string(object.message->msgIdSeq) + ' ' +
+                         std::to_string(object.message->userData) + '\n';
+    for (const Place& place : Places(object)) {
+        if (place.member != nullptr && place.IsSet()) {
+            values += std::to_string(place.field.repetition) + ' ' + std::to_string(place.field.fieldId) + ' ' +
+                      ToHex(ValueOf(*place.slot)) + '\n';
+        }
+    }
+    return values;
+}
+
+std::string RecordAgreement::Unpack(const std::string& message) {
     static CZELMessage object(0, 0);
     const ExactCopy bytes(message);
     RecordedReports reports;
@@ -470,7 +483,9 @@ void RecordAgreement::Unpack(const std::string& message) {
                   envelope.packFlags == header.packFlags && envelope.userData == header.userData,
               "what travels beside the fields");
     }
+    std::string values = result == 0 ? Values(object) : std::to_string(result);
     object.destroyStruct();
+    return values;
 }
 
 }  // namespace zel::test

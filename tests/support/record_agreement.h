@@ -15,6 +15,7 @@ namespace zel::test {
 class RecordAgreement {
 public:
     RecordAgreement(Random& random, const RandomTables& tables);
+    RecordAgreement(Random& random, const Tables& tables, short msgType, const ZELSubTypeNode& node);
     ~RecordAgreement() { ZELFreeBinding(binding_); }
     RecordAgreement(const RecordAgreement&) = delete;
     RecordAgreement& operator=(const RecordAgreement&) = delete;
@@ -24,8 +25,9 @@ public:
 
     // Packs random values both ways. The message without its frame, or "".
     std::string Pack();
-    // Unpacks a message without a frame both ways.
-    void Unpack(const std::string& message);
+    // Unpacks a message without a frame both ways. The header's numbers and the values of the members that arrived, or
+    // the result.
+    std::string Unpack(const std::string& message);
 
 private:
     // A place for a value: in the object, if it has a slot for it, and in the record, if the layout has a member.
@@ -53,9 +55,11 @@ private:
     void Expect(const Place& place, std::string& expected, const char* record) const;
     int ExpectRecord(const CZELMessage& object, int result, std::string& expected, const char* record,
                      std::vector<ZELAbsent>& absent) const;
+    std::string Values(const CZELMessage& object) const;
 
     Random& random_;
-    const RandomTables& tables_;
+    Tables tables_;
+    short msgType_;
     const ZELSubTypeNode& node_;
     Random noise_;      // of values: more than an input has
     std::string pool_;  // what views point to

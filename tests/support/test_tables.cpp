@@ -1,7 +1,5 @@
 #include "tests/support/test_tables.h"
 
-#include "core/tables/plan_table.h"
-
 namespace zel::test {
 
 TestTables::TestTables() : InstalledTables(kHighest, 1) {
@@ -39,11 +37,6 @@ TestTables::TestTables() : InstalledTables(kHighest, 1) {
     AddMessage(kBadTable, kLegs, 9, {{kLegs, 1}, {kLegSymbol, 1}});
     AddMessage(kLongCount, kQty, 1, {{kQty, 1}, {kLegSymbol, 1}});
     Install();
-}
-
-TestTables::~TestTables() {
-    StopUsingTables();
-    ReleasePlans();
 }
 
 ZELDictionaryField& TestTables::ChangeField(int id) {

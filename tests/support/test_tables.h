@@ -46,7 +46,6 @@ enum SubType : short {
 class TestTables : public InstalledTables {
 public:
     TestTables();
-    ~TestTables();
 
     const ZELSubTypeNode& Message(SubType subType) const { return nodes_[static_cast<std::size_t>(subType) - 1]; }
 

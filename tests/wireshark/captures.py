@@ -1,11 +1,11 @@
 """Captures of TCP streams, and what tshark shows of them."""
-import json
+import collections
 import os
+import re
 import struct
 import subprocess
 
 PORT = 9000
-ERROR, WARNING = "8388608", "6291456"
 
 
 class Capture:
@@ -53,50 +53,90 @@ class Tshark:
 
     def streams(self, capture, *options, decode_as=True):
         """The messages of each stream, in order."""
-        shown = self.run(capture, "-T", "json", "-J", "zel tcp", *options, decode_as=decode_as)
+        tree = self.run(capture, "-V", "-O", "zel", *options, decode_as=decode_as)
         streams = {}
-        for packet in json.loads(shown, object_pairs_hook=Pairs):
-            layers = packet["_source"]["layers"]
-            found = streams.setdefault(int(layers["tcp"]["tcp.stream"]), [])
-            found += [Message(value) for key, value in layers if key == "zel"]
-        return [streams[number] for number in sorted(streams)]
+        for packet in re.split(r"^Frame \d+: ", tree, flags=re.M)[1:]:
+            client = re.search(r"^Internet Protocol.*, Src: ([\d.]+),", packet, flags=re.M)[1]
+            streams.setdefault(client, []).extend(map(Shown, re.findall(r"^ZEL, (.*\n(?:[ ].*\n)*)", packet, flags=re.M)))
+        return list(streams.values())
 
 
-class Pairs(list):
-    """An object of JSON that may have a key twice."""
-
-    def __getitem__(self, key):
-        return next(value for name, value in self if name == key)
-
-
-def is_unlisted(tree):
-    return any(key == "_ws.expert" and "zel.problem.field_unlisted" in dict(value) for key, value in tree)
+def term_of(line):
+    """A term or key of a stream, or what is wrong with them; the tree says that in several lines."""
+    term = re.match(r"^ +(\S+ [=!<>]=? .*|\S+ order -?\d+)$", line) or re.match(
+        r"^ +(?:\[Expert Info.*|[a-z0-9].*)(next term cannot be read|terms than the filter announces)", line)
+    return term and term[1]
 
 
-class Message:
-    """The values in a tree, by filter name: of the message, and of each repetition of its group. Values that a receiver
-    skips are left out."""
+# A value, or, without a kind, a line about the stream in it.
+Row = collections.namedtuple("Row", "repetition field number kind value")
+
+
+def ordered(rows):
+    """By repetition and field. Without long values, which Wireshark cuts."""
+    short = (row for row in rows if len(row.value.encode()) <= 100 and not row.value.endswith("..."))
+    return sorted(short, key=lambda row: (row.repetition, row.field))
+
+
+class Shown:
+    """A message in a tree: its header, and its values by repetition and field, without those that a receiver skips."""
+    HEADER = ("Type", "Sub-type", "Service", "Message id", "User data", "Frame", "Field format", "Version", "Encryption",
+              "Packing")
 
     def __init__(self, tree):
-        self.outside, self.group, self.severities = {}, {}, set()
-        self.collect(tree, self.outside)
+        self.tree = tree
+        self.name, self.size = re.match(r"(.*), (\d+) bytes", tree).groups()
+        self.severities = set(re.findall(r"\[Severity level: (\w+)\]", tree))
+        rows = []
+        repetition, start = "", None  # where the rows of the last field start, unless a receiver skips it
+        for line in tree.splitlines():
+            field = re.match(r"^( +)(.+?): (.*) \[(\d+), (\w+), version .*\]$", line)
+            cut = re.match(r"^( +)(.+?) \[truncated\]()()(): ", line)
+            if heading := re.match(r"^ +Repetition (\d+) of ", line):
+                repetition = heading[1]
+            elif field or cut:
+                indent, name, value, number, kind = (field or cut).groups()
+                place, start = repetition if len(indent) > 4 else "", len(rows)
+                rows.append(Row(place, name, number, kind, value if field else "..."))
+            elif re.match(r"^ +Field \d+: ", line):
+                start = None
+            elif start is not None and re.match(r"^ +\[Expert Info.*is there once too often", line):
+                del rows[start:]
+                start = None
+            elif start is not None and (term := term_of(line)):
+                rows.append(Row(place, name, "", "", term))
+        self.rows = ordered(rows)
 
-    def collect(self, tree, into):
-        repetition = None
-        for key, value in tree:
-            if key == "_ws.expert":
-                self.severities.add(value["_ws.expert.severity"])
-            elif key == "zel.repetition":
-                repetition = int(value)
-            elif isinstance(value, list):
-                is_group = key == "zel.repetition_tree"
-                branch = self.group.setdefault(repetition, {}) if is_group else into
-                if is_unlisted(value):
-                    branch = {}
-                    into[key.removesuffix("_tree")].pop()
-                self.collect(value, branch)
-            else:
-                into.setdefault(key, []).append(value)
+    def header(self):
+        """As Listed has it."""
+        lines = {name: value for name, value in re.findall(r"^ +(?:[01. ]+ = )?([\w -]+): (.*)$", self.tree, flags=re.M)[::-1]}
+        values = [lines.get(name, "") for name in self.HEADER]
+        values[5] = values[5].split(",")[0]
+        values[6] = re.sub(r".*\((\d+)\)$", r"\1", values[6])
+        values[8:] = [value.split(" ")[0] for value in values[8:]]
+        return [self.name, *values]
 
-    def __eq__(self, other):
-        return vars(self) == vars(other)
+
+class Listed:
+    """The same in the listing of `zel decode`."""
+
+    def __init__(self, listing):
+        head = re.match(r"(\d+): (.*), type (-?\d+), sub-type (-?\d+), \d+ bytes\n"
+                        r"  service (.*), message id (.*), user data (.*)\n"
+                        r"  (\w+) frame, format (\d+), version (\d+), encryption (\d+), packing (\d+).*\n", listing)
+        assert head, listing[:300]
+        offset, *self.header = head.groups()
+        self.offset = int(offset)
+        rows = []
+        repetition = ""
+        for line in listing[head.end():].splitlines():
+            field = re.match(r"^( {4,}(\d+))  (\S+) +(\w+) +(.*)$", line)
+            if heading := re.match(r"^    repetition (\d+)$", line):
+                repetition = heading[1]
+            elif field:
+                start, number, name, kind, value = field.groups()
+                place = repetition if len(start) > 7 else ""
+                rows.append(Row(place, name, number, kind, value))
+            elif term := term_of(line):
+                rows.append(Row(place, name, "", "", term))
+        self.rows = ordered(rows)

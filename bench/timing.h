@@ -1,6 +1,6 @@
-// Timing for the side-by-side: the best of several rounds in which the libraries take turns.
-#ifndef ZEL_BENCH_PEERS_TIMING_H
-#define ZEL_BENCH_PEERS_TIMING_H
+// Timing side by side: the best of several rounds in which the contenders take turns.
+#ifndef ZEL_BENCH_TIMING_H
+#define ZEL_BENCH_TIMING_H
 
 #include <algorithm>
 #include <chrono>
@@ -34,4 +34,4 @@ void Improve(double& best, Work work) {
 
 }  // namespace zel::bench
 
-#endif  // ZEL_BENCH_PEERS_TIMING_H
+#endif  // ZEL_BENCH_TIMING_H
