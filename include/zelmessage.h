@@ -1,5 +1,5 @@
-// The ZEL message library: messages, responses and error reports. zelvalues.h, which comes with it, has money, dates,
-// times and fractions.
+// The ZEL message library: messages, responses and the error sink. Two headers come with it: zelvalues.h has money,
+// dates, times and fractions, zelreport.h the codes of reports.
 //
 // What holds for every operation here:
 //  - No exception leaves the library. Failure is a result (-1, 0 or null, as each operation says), and a report to the
@@ -15,6 +15,7 @@
 
 #include <stddef.h>
 
+#include "zelreport.h"
 #include "zelvalues.h"
 
 // The largest payload, before and after compression: peers work in buffers of this size.
