@@ -233,6 +233,20 @@ static_assert(sizeof(CZELMessage) == offsetof(CZELMessage, version) + 8, "layout
 
 extern "C" {
 
+// ---- The repeating group --------------------------------------------------------------------------------------------
+
+// Where the slots of a message's repeating group lie: those of each repetition in a row, right behind one another.
+struct ZELGroupSlots {
+    int first;                // slot of the first repetition
+    int size;                 // slots of one repetition; 0: the type has no group
+    int repetitions;          // 0: the slots from `first` on stand for no field
+    unsigned short countId;   // the field that counts the repetitions
+    unsigned short markerId;  // the field that marks their start, or 0: the group has none
+};
+
+// Reads them off a message; null is one without a group.
+ZEL_API void ZELFindGroup(const ZelMsgStruct* message, ZELGroupSlots* group) noexcept;
+
 // ---- Responses ------------------------------------------------------------------------------------------------------
 
 // Validates the framed message at `buffer` and gives its type and sub-type: 0, or -1 with both untouched and report

@@ -46,6 +46,10 @@ typedef struct ZELFailure {
 ZEL_API int ZELStart(void) ZEL_NOEXCEPT;
 ZEL_API void ZELStop(void) ZEL_NOEXCEPT;
 
+// The type and sub-type of the message that the dictionary in use gives this name. 0; ZEL_BAD_ARGUMENT for null; or
+// ZEL_NO_SUCH_MESSAGE, with nothing written, also when the provider knows no names of messages.
+ZEL_API int ZELFindMessage(const char* name, int16_t* msgType, int16_t* subType) ZEL_NOEXCEPT;
+
 // ---- Layouts --------------------------------------------------------------------------------------------------------
 
 // Bytes that lie elsewhere.

@@ -14,6 +14,9 @@ VormaZelData* zelProvider = nullptr;
 // Not cleared when the module is unloaded: only a set provider says that it is valid.
 zel::ModuleHandle zelProviderModule = nullptr;
 
+// Null where the provider's library has no such function.
+VormaMessageFromName messageFromName = nullptr;
+
 // Why there is no dictionary. No report goes to the sink: a failed start is quiet.
 void SayNotStarted(const char* why) noexcept {
     zel::TellListeners(ZEL_NOT_STARTED, 0, why);
@@ -37,6 +40,8 @@ VormaZelData* LoadProvider() noexcept {
     if (provider == nullptr) {
         SayNotStarted("the provider serves no dictionary: it said why on standard error");
     }
+    messageFromName =
+        reinterpret_cast<VormaMessageFromName>(zel::FindModuleSymbol(zelProviderModule, "VORMA_MESSAGE_FROM_NAME"));
     return provider;
 }
 
@@ -46,6 +51,11 @@ namespace zel {
 
 VormaZelData* GetProvider() noexcept {
     return zelProvider;
+}
+
+int FindMessageByName(const char* name, std::int16_t* msgType, std::int16_t* subType) noexcept {
+    return zelProvider != nullptr && messageFromName != nullptr ? messageFromName(zelProvider, name, msgType, subType)
+                                                                : -1;
 }
 
 }  // namespace zel
