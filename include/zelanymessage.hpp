@@ -428,7 +428,9 @@ inline bool AnyMessage::Start(const MessageKey& key, int repetitions) noexcept {
         const Reports heard;
         object_.createStruct();
         if (object_.message == nullptr) {
-            return Keep(detail::ReportedFailure(heard.List()));
+            char what[32];
+            (void)std::snprintf(what, sizeof what, "message %d/%d", key.msgType, key.subType);
+            return Keep(detail::ReportedFailure(heard.List(), what));
         }
     }
     ZELFindGroup(object_.message, &group_);

@@ -124,15 +124,15 @@ namespace detail {
     return FieldFailure(code, field.Name(), field.Id(), repetition, text);
 }
 
-// What the library reported of a call that failed. Fields that it did not know failed nothing alone.
-[[nodiscard]] inline Failure ReportedFailure(const ReportList& reports) noexcept {
+// What the library reported of a call that failed, about a field or else about `what`. Fields that it did not know failed nothing alone.
+[[nodiscard]] inline Failure ReportedFailure(const ReportList& reports, std::string_view what = "") noexcept {
     const auto isCause = [](const Report& report) { return report.code != ZEL_FIELD_NOT_IN_LIST; };
     const Report* cause = std::find_if(reports.begin(), reports.end(), isCause);
     const Report* named = std::find_if(cause, reports.end(), [](const Report& report) { return report.fieldId != 0; });
     const int code = cause != reports.end() ? cause->code : ZEL_BAD_CALL;
     const FieldKey key = KeyOf(long{named != reports.end() ? named->fieldId : 0});
     Failure failure = named == reports.end()
-                          ? FailureOf(code, "")
+                          ? FailureOf(code, what)
                           : FieldFailure(code, key.id != 0 ? key.name : "field", named->fieldId, -1, nullptr);
     failure.reports = reports;
     return failure;

@@ -82,18 +82,22 @@ struct Term {
     zel::Value value;  // a text lasts until the next term is read
 };
 
+// What fields can be compared with: what they can be set to, but bytes.
+template <typename T>
+concept Comparable = Settable<T> && detail::kGoesInto<T>
+!= detail::kBytes;
+
 // Terms that an answer must meet.
 class Filter : public detail::CheckedStream<ZELFilter> {
 public:
     // `comparison` is = != > < >= or <=. Fields of bytes cannot be compared.
-    template <Settable T>
+    template <Comparable T>
     bool Add(const FieldRef& field, const char* comparison, const T& value) noexcept {
         if (!Known(field)) {
             return false;
         }
-        constexpr unsigned types = detail::kGoesInto<T> & ~detail::kBytes;
         const unsigned type = field.Key().type;
-        if (!detail::Allows(types, type)) {
+        if (!detail::Allows(detail::kGoesInto<T>, type)) {
             char text[80];
             (void)std::snprintf(text, sizeof text, "the field is of type %s; the value is %s", detail::NameOfType(type),
                                 detail::NameOfValue<T>());
