@@ -289,6 +289,25 @@ void SendFromThreads(std::array<Line, 2>& lines) {
     other.join();
 }
 
+// ---- The first page -------------------------------------------------------------------------------------------------
+
+bool Readme() {
+    zel::AnyMessage order("CANCEL_ORDER");  // or (10, 2): type and sub-type
+    order.Set("CLIENT_ORDER_REF", "A1");
+    order.Set("SYMBOL", "RYE");
+
+    std::vector<char> stream;
+    if (const auto packed = order.Append(stream); !packed) {
+        std::cerr << packed.Error() << '\n';  // the first thing that went wrong with the message
+    }
+
+    zel::AnyMessage received;
+    if (const auto used = received.Unpack(stream)) {
+        std::cout << received.Get<std::string>("CANCEL_REASON").value_or("no reason given") << '\n';
+    }
+    return order && received;
+}
+
 // ---- All ------------------------------------------------------------------------------------------------------------
 
 void RunChapters() {
@@ -320,6 +339,7 @@ void RunChapters() {
     FillLegsPlain(plain, idOf("LEG_COUNT"), idOf("LEG_MARK"), idOf("LEG_RATIO"));
     Expect(plain.message != nullptr && plain.message->numFields == 5, "groups of the plain interface");
 
+    Expect(Readme(), "the first page");
     zel::AnyMessage query;
     FillQuery(query);
     Expect(ShowTerms(query) == "QUANTITY>=100\nLIMIT_PRICE<=101.50\n", "filters");

@@ -2,6 +2,7 @@
 
 #include <cerrno>
 
+#include "runtime/meanings.h"
 #include "runtime/thread_slot.h"
 
 namespace {
@@ -73,4 +74,15 @@ extern "C" void SetError(int code, ZELLong* /*errorWord*/, const char* text) noe
     if (errorSink != nullptr) {
         errorSink(code, text, errorSinkContext);
     }
+}
+
+extern "C" const char* ZELExplain(int code) noexcept {
+    if (code > 0 && code < 1000) {
+        return "memory is out: the code is the system's error number";
+    }
+    const zel::Meaning* meaning = zel::kMeanings;
+    while (meaning->name != nullptr && meaning->code != code) {
+        ++meaning;
+    }
+    return meaning->text;
 }

@@ -9,7 +9,7 @@ const Meaning kMeanings[] = {
     {ZEL_CODE(ZEL_UNKNOWN_TYPE),
      "the dictionary has no type for this field: compare the peer's dictionary with this one"},
     {ZEL_CODE(ZEL_NO_DICTIONARY),
-     "no dictionary is in use: call CZELMessage::init or ZELStart first, and terminate or ZELStop last"},
+     "no dictionary is in use: call ZELStart first, and ZELStop last"},
     {ZEL_CODE(ZEL_ID_UNREADABLE), "the bytes are no ZEL message: check where the message begins and how long it is"},
     {ZEL_CODE(ZEL_CANNOT_STEP),
      "the dictionary has no record of the field: compare the peer's dictionary with this one"},
@@ -72,14 +72,3 @@ const Meaning kMeanings[] = {
 #undef ZEL_CODE
 
 }  // namespace zel
-
-extern "C" const char* ZELExplain(int code) noexcept {
-    if (code > 0 && code < 1000) {
-        return "memory is out: the code is the system's error number";
-    }
-    const zel::Meaning* meaning = zel::kMeanings;
-    while (meaning->name != nullptr && meaning->code != code) {
-        ++meaning;
-    }
-    return meaning->text;
-}

@@ -26,12 +26,16 @@ inline PageLines LinesOf(const std::string& path) {
     return lines;
 }
 
-// How many blocks of C++ the page has, `most` being looked at. Each must stand in the source.
-inline int CountBlocks(const std::string& path, const std::string& source, int most) {
-    const PageLines here = LinesOf(source);
+// How many blocks of C++ the page has. Each must stand in one of the sources.
+inline int CountBlocks(const std::string& path, const std::vector<std::string>& sources) {
+    PageLines here;
+    for (const std::string& source : sources) {
+        const PageLines lines = LinesOf(source);
+        here.insert(here.end(), lines.begin(), lines.end());
+    }
     const PageLines page = LinesOf(path);
     int count = 0;
-    for (auto start = page.begin(); count < most && (start = std::find(start, page.end(), "```cpp")) != page.end();) {
+    for (auto start = page.begin(); (start = std::find(start, page.end(), "```cpp")) != page.end();) {
         const auto end = std::find(++start, page.end(), "```");
         EXPECT_NE(std::search(here.begin(), here.end(), start, end), here.end()) << path << ": " << *start;
         ++count;
