@@ -1,16 +1,22 @@
-# What `cmake --install` installs: headers, libraries, the sample dictionary's image next to its provider, the command with
-# its manual page and completion, a CMake package and a pkg-config file. The installed tree can be moved.
+# What `cmake --install` installs: headers, libraries, a CMake package and a pkg-config file; with the command that, its
+# manual page and completion, and the sample dictionary's image next to its provider. The installed tree can be moved.
 include(CMakePackageConfigHelpers)
 
-install(TARGETS zel crush32 zel_command EXPORT zel_targets
+set(command)
+if(ZEL_BUILD_COMMAND)
+    set(command zel_command)
+endif()
+install(TARGETS zel crush32 ${command} EXPORT zel_targets
     RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR}
     LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
     ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
 install(TARGETS zeldata
     RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR}
     LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
-install(FILES $<TARGET_FILE_DIR:zeldata>/zeldata.img
-    DESTINATION $<IF:$<PLATFORM_ID:Windows>,${CMAKE_INSTALL_BINDIR},${CMAKE_INSTALL_LIBDIR}>)
+if(TARGET zeldata_image)
+    install(FILES $<TARGET_FILE_DIR:zeldata>/zeldata.img
+        DESTINATION $<IF:$<PLATFORM_ID:Windows>,${CMAKE_INSTALL_BINDIR},${CMAKE_INSTALL_LIBDIR}>)
+endif()
 if(TARGET zel_pages)
     install(FILES ${PROJECT_BINARY_DIR}/tools/zel.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
     install(FILES ${PROJECT_BINARY_DIR}/tools/zel.bash

@@ -1,5 +1,5 @@
-// The ZEL message library: messages, responses and error reports. zelvalues.h, which comes with it, has money, dates,
-// times and fractions.
+// The ZEL message library: messages, responses and the error sink. Two headers come with it: zelvalues.h has money,
+// dates, times and fractions, zelreport.h the codes of reports.
 //
 // What holds for every operation here:
 //  - No exception leaves the library. Failure is a result (-1, 0 or null, as each operation says), and a report to the
@@ -15,6 +15,7 @@
 
 #include <stddef.h>
 
+#include "zelreport.h"
 #include "zelvalues.h"
 
 // The largest payload, before and after compression: peers work in buffers of this size.
@@ -231,6 +232,20 @@ static_assert(offsetof(CZELMessage, useFormat2) == offsetof(CZELMessage, version
 static_assert(sizeof(CZELMessage) == offsetof(CZELMessage, version) + 8, "layout of CZELMessage");
 
 extern "C" {
+
+// ---- The repeating group --------------------------------------------------------------------------------------------
+
+// Where the slots of a message's repeating group lie: those of each repetition in a row, right behind one another.
+struct ZELGroupSlots {
+    int first;                // slot of the first repetition
+    int size;                 // slots of one repetition; 0: the type has no group
+    int repetitions;          // 0: the slots from `first` on stand for no field
+    unsigned short countId;   // the field that counts the repetitions
+    unsigned short markerId;  // the field that marks their start, or 0: the group has none
+};
+
+// Reads them off a message; null is one without a group.
+ZEL_API void ZELFindGroup(const ZelMsgStruct* message, ZELGroupSlots* group) noexcept;
 
 // ---- Responses ------------------------------------------------------------------------------------------------------
 

@@ -124,9 +124,13 @@ protected:
     ~VormaZelData() = default;
 };
 
-// The provider's entry point: a provider with both tables ready, or null when it cannot serve.
 extern "C" {
+// The provider's entry point: a provider with both tables ready, or null when it cannot serve.
 typedef VormaZelData* (*VormaDllEntry)();
+
+// A second function that a provider's library may export, as VORMA_MESSAGE_FROM_NAME: the type and sub-type of the
+// message that the dictionary gives this name, for ZELFindMessage. 0; or -1, with nothing written, for an unknown name.
+typedef int (*VormaMessageFromName)(VormaZelData* provider, const char* name, int16_t* msgType, int16_t* subType);
 }
 
 #endif  // ZEL_ZELPROVIDER_H

@@ -6,7 +6,7 @@
 //
 // What holds for every operation here:
 //  - Plain C, from C99 and from C++11 on. Nothing is thrown.
-//  - A result is 0 or one of ZELResult. Where a ZELFailure is asked for, it says more; null is allowed.
+//  - A result is 0 or one of ZELResult (zelreport.h). Where a ZELFailure is asked for, it says more; null is allowed.
 //  - Reports go to the error sink (ZELSetErrorSink) as the message object would send them. The results from 2000 on
 //  have
 //    no report.
@@ -21,6 +21,7 @@
 #include <stddef.h>
 #include <stdint.h>
 
+#include "zelreport.h"
 #include "zelvalues.h"
 
 #if defined(__cplusplus)
@@ -28,52 +29,6 @@ extern "C" {
 #endif
 
 // ---- Results --------------------------------------------------------------------------------------------------------
-
-// Below 2000: the code of the first report of the call. Codes below 1000 are the system's error numbers: memory is out.
-enum ZELResult {
-    ZEL_OK = 0,
-
-    ZEL_BAD_CALL = 1001,           // an argument that cannot be, or a step within the library failed
-    ZEL_NO_SOH = 1005,             // a frame does not begin with 0x01
-    ZEL_UNKNOWN_TYPE = 1027,       // a field of no type that the library knows, or without a dictionary record
-    ZEL_NO_DICTIONARY = 1412,      // no dictionary in use
-    ZEL_ID_UNREADABLE = 1413,      // the next field's id cannot be read, or a header field is not in its place
-    ZEL_CANNOT_STEP = 1414,        // the dictionary does not tell how long a field is
-    ZEL_NO_MESSAGE_TABLE = 1415,   // no message table, or received: it lacks the message's type and sub-type
-    ZEL_NO_SUCH_MESSAGE = 1416,    // the message table lacks the type and sub-type
-    ZEL_FIELD_UNPACKABLE = 1417,   // a field cannot be packed: mostly for want of room in the payload
-    ZEL_HEADER_UNPACKABLE = 1418,  // the header cannot be packed
-    ZEL_TRANSFORM_FAILED = 1419,   // the data transform failed on the way out
-    ZEL_INVERSE_FAILED = 1420,     // and on the way in
-    ZEL_NOT_EXPANDED = 1422,       // a compressed payload cannot be expanded
-    ZEL_HEADER_UNREADABLE = 1423,  // the header cannot be read
-    ZEL_FIELD_NOT_IN_LIST = 1425,  // a received field is not one of the message's; this alone fails no call
-    ZEL_BAD_FORMAT = 1426,         // a field format other than 0, 1 and 2
-    ZEL_FIELD_UNREADABLE = 1427,   // a field runs past the end, or is too short for its type
-    ZEL_NOT_VALIDATED = 1432,      // a received message was refused; its cause is reported before
-    ZEL_NOT_CREATED = 1434,        // no room for a received message's fields; likewise
-    ZEL_NOT_BUILT = 1435,          // a message was not packed; likewise, but for counts that differ
-    ZEL_NOT_UNPACKED = 1437,       // a received message's fields were refused; likewise
-    ZEL_BAD_DISPLAY_CODE = 1462,   // of the value functions: a money's display code
-    ZEL_BAD_DATE = 1463,           // a text that is no date
-    ZEL_BAD_TIME = 1464,           // a text that is no time
-    ZEL_BAD_MONEY = 1467,          // a text that is no money
-    ZEL_MANDATORY_MISSING = 1476,  // packing: a mandatory field is absent
-    ZEL_MANDATORY_TOO_NEW = 1485,  // packing: a mandatory field is absent, and newer than the message's version
-    ZEL_VERSION_UNKNOWN = 1486,    // packing: a field without a dictionary record
-
-    ZEL_BAD_ARGUMENT = 2000,      // a null pointer, or a number that cannot be
-    ZEL_BAD_LAYOUT = 2001,        // layout and dictionary disagree: ZELBind's text says where
-    ZEL_OUT_OF_RANGE = 2002,      // packing: the member's number does not fit the field
-    ZEL_TEXT_TOO_LONG = 2003,     // text or bytes do not fit: packing the field, unpacking the member
-    ZEL_TOO_MANY = 2004,          // repetitions: more than the group's capacity, or more than 32767
-    ZEL_BUFFER_TOO_SMALL = 2005,  // packing: the frame does not fit the caller's buffer
-    ZEL_INCOMPLETE = 2006,        // unpacking: the buffer ends within the frame
-    ZEL_NO_FRAME = 2007,          // unpacking: no frame starts here
-    ZEL_OTHER_MESSAGE = 2008,     // unpacking: the frame holds a message of another type or sub-type
-    ZEL_NO_SCRATCH = 2009,        // unpacking: views of a compressed or encrypted payload need scratch memory
-    ZEL_NOT_STARTED = 2010        // ZELStart: no dictionary provider, or one without tables
-};
 
 // What went wrong in a call that packs or unpacks. Written only when the result is not 0.
 typedef struct ZELFailure {
@@ -90,6 +45,10 @@ typedef struct ZELFailure {
 // What CZELMessage::init and terminate do. 0, or ZEL_NOT_STARTED.
 ZEL_API int ZELStart(void) ZEL_NOEXCEPT;
 ZEL_API void ZELStop(void) ZEL_NOEXCEPT;
+
+// The type and sub-type of the message that the dictionary in use gives this name. 0; ZEL_BAD_ARGUMENT for null; or
+// ZEL_NO_SUCH_MESSAGE, with nothing written, also when the provider knows no names of messages.
+ZEL_API int ZELFindMessage(const char* name, int16_t* msgType, int16_t* subType) ZEL_NOEXCEPT;
 
 // ---- Layouts --------------------------------------------------------------------------------------------------------
 

@@ -133,6 +133,20 @@ inline void SetSlot(ZelMsgStruct& message, _field_data& slot, const void* value)
 
 }  // namespace
 
+extern "C" void ZELFindGroup(const ZelMsgStruct* message, ZELGroupSlots* group) noexcept {
+    *group = {};
+    if (message == nullptr) {
+        return;
+    }
+    const zel::MessageBlock& block = zel::BlockOf(*message);
+    const zel::MessagePlan& plan = *block.plan;
+    if (plan.groupBegin == plan.groupEnd) {
+        return;
+    }
+    const auto marker = static_cast<unsigned short>(plan.groupMarkers != 0 ? kZELGroupMarker : 0);
+    *group = {plan.groupBegin, plan.groupEnd - plan.groupBegin, block.repetitions, plan.repeatFieldId, marker};
+}
+
 CZELMessage::CZELMessage(short messageVersion, int packFormat2) noexcept
     : msgType(0),
       subType(0),

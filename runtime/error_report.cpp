@@ -2,6 +2,7 @@
 
 #include <cerrno>
 
+#include "runtime/meanings.h"
 #include "runtime/thread_slot.h"
 
 namespace {
@@ -16,36 +17,51 @@ ZELLong errorWord = 0;
 
 namespace zel {
 
-ReportListener::ReportListener() noexcept : outer_(ThreadListener()) {
-    SetThreadListener(this);
+ReportListener::ReportListener() noexcept : listener_{Hear, this, nullptr} {
+    ZELBeginListening(&listener_);
 }
 
 ReportListener::~ReportListener() noexcept {
-    SetThreadListener(outer_);
+    ZELEndListening(&listener_);
+}
+
+void ReportListener::Hear(int code, int fieldId, const char* /*text*/, void* self) noexcept {
+    auto& listener = *static_cast<ReportListener*>(self);
+    if (!listener.hasHeard) {
+        listener.hasHeard = true;
+        listener.code = code;
+    }
+    if (listener.fieldId == 0) {
+        listener.fieldId = fieldId;
+    }
 }
 
 bool IsAnybodyListening() noexcept {
     return errorSink != nullptr || ThreadListener() != nullptr;
 }
 
-void NoteField(int fieldId) noexcept {
-    ReportListener* listener = ThreadListener();
-    if (listener != nullptr && listener->fieldId == 0) {
-        listener->fieldId = fieldId;
+void TellListeners(int code, int fieldId, const char* text) noexcept {
+    for (const ZELListener* listener = ThreadListener(); listener != nullptr; listener = listener->outer) {
+        listener->hear(code, fieldId, text, listener->context);
     }
 }
 
-void SendReport(const Report& report, const char* text) noexcept {
+void SendReport(const Report& report, const char* text, int fieldId) noexcept {
     const int code = report.code == kSystemErrorNumber ? errno : report.code;
-    ReportListener* listener = ThreadListener();
-    if (listener != nullptr && !listener->hasHeard) {
-        listener->hasHeard = true;
-        listener->code = code;
-    }
+    TellListeners(code, fieldId, text);
     SetError(code, &errorWord, text);
 }
 
 }  // namespace zel
+
+extern "C" void ZELBeginListening(ZELListener* listener) noexcept {
+    listener->outer = zel::ThreadListener();
+    zel::SetThreadListener(listener);
+}
+
+extern "C" void ZELEndListening(const ZELListener* listener) noexcept {
+    zel::SetThreadListener(listener->outer);
+}
 
 extern "C" ZELErrorSink ZELSetErrorSink(ZELErrorSink sink, void* context) noexcept {
     const ZELErrorSink previous = errorSink;
@@ -58,4 +74,15 @@ extern "C" void SetError(int code, ZELLong* /*errorWord*/, const char* text) noe
     if (errorSink != nullptr) {
         errorSink(code, text, errorSinkContext);
     }
+}
+
+extern "C" const char* ZELExplain(int code) noexcept {
+    if (code > 0 && code < 1000) {
+        return "memory is out: the code is the system's error number";
+    }
+    const zel::Meaning* meaning = zel::kMeanings;
+    while (meaning->name != nullptr && meaning->code != code) {
+        ++meaning;
+    }
+    return meaning->text;
 }

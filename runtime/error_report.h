@@ -19,8 +19,7 @@ struct Report {
 // Code of a report that is sent with the system's error number as its code.
 inline constexpr int kSystemErrorNumber = 0;
 
-// Hears the reports of this thread while it lives, whatever sink there is. One that begins to listen while another does
-// has the reports to itself.
+// Notes of the reports of this thread what a failing call says of itself, while it lives.
 class ReportListener {
 public:
     ReportListener() noexcept;
@@ -33,17 +32,19 @@ public:
     int fieldId = 0;  // of the first report that names a field
 
 private:
-    ReportListener* outer_;
+    static void Hear(int code, int fieldId, const char* text, void* self) noexcept;
+
+    ZELListener listener_;
 };
 
 // Whether anybody listens; formatting is skipped otherwise.
 bool IsAnybodyListening() noexcept;
 
-// Tells the listener of a report that names a field, before it is sent.
-void NoteField(int fieldId) noexcept;
+// Tells the listeners of this thread alone.
+void TellListeners(int code, int fieldId, const char* text) noexcept;
 
-// Sends a finished text under the report's code.
-void SendReport(const Report& report, const char* text) noexcept;
+// Sends a finished text under the report's code. `fieldId` is the field that it names, or 0.
+void SendReport(const Report& report, const char* text, int fieldId = 0) noexcept;
 
 inline void SendReport(const Report& report) noexcept {
     SendReport(report, report.text);
@@ -58,14 +59,13 @@ template <typename First, typename... Args>
     if (!IsAnybodyListening()) {
         return;
     }
+    int fieldId = 0;
     if constexpr (std::is_integral_v<First>) {
-        if (report.namesField) {
-            NoteField(static_cast<int>(first));
-        }
+        fieldId = report.namesField ? static_cast<int>(first) : 0;
     }
     char text[kReportTextSize];
     (void)std::snprintf(text, sizeof text, report.text, first, args...);
-    SendReport(report, text);
+    SendReport(report, text, fieldId);
 }
 
 }  // namespace zel

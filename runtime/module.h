@@ -13,6 +13,9 @@ using ModuleSymbol = void (*)();
 // Linux, from the folder of this library. Null when there is none.
 [[nodiscard]] ModuleHandle LoadModule(const char* name) noexcept;
 
+// After LoadModule has failed, in the same thread: the system's reason, with a zero byte at the end.
+void DescribeLoadError(char* text, std::size_t size) noexcept;
+
 // The exported function, or null.
 [[nodiscard]] ModuleSymbol FindModuleSymbol(ModuleHandle module, const char* symbol) noexcept;
 

@@ -34,6 +34,11 @@ ModuleHandle LoadModule(const char* name) noexcept {
     return module != nullptr ? module : OpenLibraryBesideThis(file);
 }
 
+void DescribeLoadError(char* text, std::size_t size) noexcept {
+    const char* error = dlerror();
+    (void)std::snprintf(text, size, "%s", error != nullptr ? error : "the library's folder is not known");
+}
+
 ModuleSymbol FindModuleSymbol(ModuleHandle module, const char* symbol) noexcept {
     return reinterpret_cast<ModuleSymbol>(dlsym(module, symbol));
 }

@@ -16,6 +16,11 @@ ModuleHandle LoadModule(const char* name) noexcept {
     return LoadLibraryA(file);
 }
 
+void DescribeLoadError(char* text, std::size_t size) noexcept {
+    const DWORD error = GetLastError();
+    (void)std::snprintf(text, size, "the DLL cannot be loaded: system error %lu", error);
+}
+
 ModuleSymbol FindModuleSymbol(ModuleHandle module, const char* symbol) noexcept {
     return reinterpret_cast<ModuleSymbol>(GetProcAddress(static_cast<HMODULE>(module), symbol));
 }

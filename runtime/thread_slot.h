@@ -3,12 +3,12 @@
 #ifndef ZEL_RUNTIME_THREAD_SLOT_H
 #define ZEL_RUNTIME_THREAD_SLOT_H
 
+#include "include/zelreport.h"
+
 namespace zel {
 
-class ReportListener;
-
-ReportListener* ThreadListener() noexcept;
-void SetThreadListener(ReportListener* listener) noexcept;
+ZELListener* ThreadListener() noexcept;
+void SetThreadListener(ZELListener* listener) noexcept;
 
 }  // namespace zel
 

@@ -5,15 +5,15 @@ namespace zel {
 namespace {
 
 // A plain pointer: nothing is run when a thread starts or ends.
-thread_local ReportListener* ofThread = nullptr;
+thread_local ZELListener* ofThread = nullptr;
 
 }  // namespace
 
-ReportListener* ThreadListener() noexcept {
+ZELListener* ThreadListener() noexcept {
     return ofThread;
 }
 
-void SetThreadListener(ReportListener* listener) noexcept {
+void SetThreadListener(ZELListener* listener) noexcept {
     ofThread = listener;
 }
 

@@ -21,15 +21,15 @@ const Slot slot;
 
 }  // namespace
 
-ReportListener* ThreadListener() noexcept {
+ZELListener* ThreadListener() noexcept {
     // Asking clears the thread's last error, which the program may still want to read.
     const DWORD lastError = GetLastError();
-    auto* listener = static_cast<ReportListener*>(TlsGetValue(slot.index));
+    auto* listener = static_cast<ZELListener*>(TlsGetValue(slot.index));
     SetLastError(lastError);
     return listener;
 }
 
-void SetThreadListener(ReportListener* listener) noexcept {
+void SetThreadListener(ZELListener* listener) noexcept {
     TlsSetValue(slot.index, listener);
 }
 

@@ -2,6 +2,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <new>
 
 #include "runtime/heap.h"
@@ -53,6 +54,8 @@ public:
         return id == 0 ? -1 : id;
     }
 
+    [[nodiscard]] const ImageView& view() const { return view_; }
+
 private:
     ~ImageProvider() = default;
 
@@ -94,6 +97,22 @@ VormaZelData* OpenProvider(const char* path) noexcept {
         UnmapFile(file);
     }
     return provider;
+}
+
+int FindMessage(const VormaZelData* provider, const char* name, std::int16_t* msgType, std::int16_t* subType) noexcept {
+    const ImageView& view = static_cast<const ImageProvider*>(provider)->view();
+    const ImageType* types = view.types;
+    for (const ImageType* type = types; type != types + view.header->typeCount; ++type) {
+        const ImageSubType* first = view.subTypes + type->firstSubType;
+        for (const ImageSubType* at = first; at != first + type->subTypeCount; ++at) {
+            if (std::strcmp(at->name, name) == 0) {
+                *msgType = type->type;
+                *subType = at->subType;
+                return 0;
+            }
+        }
+    }
+    return -1;
 }
 
 const char* FindServedImage(const void* inProvider, char (&path)[kImagePathSize]) noexcept {

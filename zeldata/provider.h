@@ -3,6 +3,7 @@
 #define ZEL_ZELDATA_PROVIDER_H
 
 #include <cstddef>
+#include <cstdint>
 
 #include "include/zelprovider.h"
 
@@ -19,6 +20,10 @@ inline constexpr std::size_t kImagePathSize = 4096;
 
 // A provider for the image at `path`, or null after one line on standard error that says why. Its destroy frees it.
 [[nodiscard]] VormaZelData* OpenProvider(const char* path) noexcept;
+
+// The message of this name in the image that the provider, one of the above, serves: 0, or -1 with nothing written.
+[[nodiscard]] int FindMessage(const VormaZelData* provider, const char* name, std::int16_t* msgType,
+                              std::int16_t* subType) noexcept;
 
 // The provider for the image of FindServedImage.
 [[nodiscard]] VormaZelData* OpenDefaultProvider() noexcept;

@@ -1,10 +1,8 @@
 // The C++ of docs/records.md and of the README's first sample: it stands here as there, compiles and works.
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <array>
 #include <cstdint>
-#include <fstream>
 #include <iostream>
 #include <optional>
 #include <span>
@@ -13,6 +11,7 @@
 #include <vector>
 
 #include "sample_dictionary.hpp"
+#include "tests/cpp/page.h"
 #include "zel.hpp"
 
 namespace records_page {
@@ -186,35 +185,12 @@ TEST(Readme, Works) {
     EXPECT_FALSE(received.reason);
 }
 
-// The lines without their indentation, those that are empty or include something left out.
-std::vector<std::string> Lines(const std::string& path) {
-    std::ifstream file(ZEL_SOURCE_DIR "/" + path);
-    std::vector<std::string> lines;
-    for (std::string line; std::getline(file, line);) {
-        line.erase(0, line.find_first_not_of(' '));
-        if (!line.empty() && !line.starts_with("#include")) {
-            lines.push_back(line);
-        }
-    }
-    return lines;
-}
-
-// How many of the first blocks of C++ on the page stand here, `most` being looked at.
-int CountBlocks(const std::string& path, int most) {
-    const std::vector<std::string> here = Lines("tests/cpp/records_page_test.cpp");
-    const std::vector<std::string> page = Lines(path);
-    int count = 0;
-    for (auto start = page.begin(); count < most && (start = std::find(start, page.end(), "```cpp")) != page.end();) {
-        const auto end = std::find(++start, page.end(), "```");
-        EXPECT_NE(std::search(here.begin(), here.end(), start, end), here.end()) << *start;
-        ++count;
-    }
-    return count;
-}
-
-TEST(RecordsPage, ShowsWhatWorks) {
-    EXPECT_GT(CountBlocks("docs/records.md", 100), 8);
-    EXPECT_EQ(CountBlocks("README.md", 1), 1);
+TEST(Pages, ShowWhatWorks) {
+    constexpr char kHere[] = "tests/cpp/records_page_test.cpp";
+    constexpr char kExample[] = "examples/using.cpp";
+    EXPECT_GT(zel::test::CountBlocks("docs/records.md", {kHere}), 8);
+    EXPECT_GT(zel::test::CountBlocks("docs/using.md", {kExample}), 20);
+    EXPECT_EQ(zel::test::CountBlocks("README.md", {kHere, kExample}), 2);
 }
 
 }  // namespace

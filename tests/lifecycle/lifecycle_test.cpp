@@ -3,6 +3,7 @@
 
 #include <cstdio>
 #include <filesystem>
+#include <string>
 #include <tuple>
 
 #include "crush32/crush32.h"
@@ -140,9 +141,17 @@ TEST_F(Lifecycle, LeavesMessagesThatOutliveIt) {
 }
 
 // A loaded library is found again whatever the file holds, so each of these runs in its own process.
-void ExpectQuietFailure(int loads, int entries) {
+void ExpectQuietFailure(int loads, int entries, const std::string& why) {
     RecordedReports reports;
+    std::string told;
+    ZELListener listener{[](int code, int /*fieldId*/, const char* text, void* to) {
+                             *static_cast<std::string*>(to) += std::to_string(code) + ' ' + text;
+                         },
+                         &told, nullptr};
+    ZELBeginListening(&listener);
     EXPECT_EQ(BoxesShownBy([] { CZELMessage::init(); }), "");
+    ZELEndListening(&listener);
+    EXPECT_TRUE(told.starts_with("2010 ") && told.find(why) != std::string::npos) << told;
     EXPECT_EQ(CZELMessage::getVormaZelData(), nullptr);
     EXPECT_EQ(std::tuple(counts.loads, counts.entries), std::tuple(loads, entries));
     EXPECT_EQ(startUps, 1);
@@ -161,17 +170,17 @@ void ExpectQuietFailure(int loads, int entries) {
 }
 
 TEST_F(Lifecycle, StaysQuietWithoutTheLibrary) {
-    ExpectQuietFailure(0, 0);
+    ExpectQuietFailure(0, 0, "cannot");
 }
 
 TEST_F(Lifecycle, StaysQuietWithoutTheEntry) {
     Install("no_entry");
-    ExpectQuietFailure(1, 0);
+    ExpectQuietFailure(1, 0, "VORMA_DLL_ENTRY");
 }
 
 TEST_F(Lifecycle, StaysQuietWithoutAProvider) {
     Install("null_entry");
-    ExpectQuietFailure(1, 1);
+    ExpectQuietFailure(1, 1, "serves no dictionary");
 }
 
 }  // namespace

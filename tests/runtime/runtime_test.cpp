@@ -1,11 +1,14 @@
 #include <gtest/gtest.h>
 
 #include <new>
+#include <string>
+#include <thread>
 #include <tuple>
 
 #include "include/zelmessage.h"
 #include "runtime/allocator.h"
 #include "runtime/bounded.h"
+#include "runtime/reports.h"
 #include "tests/support/bytes.h"
 #include "tests/support/failing_heap.h"
 
@@ -79,6 +82,31 @@ TEST(ErrorSink, ReturnsTheOneBefore) {
     EXPECT_EQ(ZELSetErrorSink(nullptr, nullptr), count);
     SetError(7, nullptr, "no sink");
     EXPECT_EQ(context, 5);
+}
+
+TEST(Listeners, HearOneAnotherAndTheirOwnThread) {
+    std::string heard[3];
+    const auto hear = [](int code, int fieldId, const char* text, void* to) {
+        *static_cast<std::string*>(to) += std::to_string(code) + ' ' + std::to_string(fieldId) + ' ' + text + ';';
+    };
+    ZELListener outer{hear, &heard[0], nullptr};
+    ZELListener inner{hear, &heard[1], nullptr};
+    ZELListener other{hear, &heard[2], nullptr};
+    ZELBeginListening(&outer);
+    ZELBeginListening(&inner);
+    std::thread([&] {
+        ZELBeginListening(&other);
+        SendReport(reports::kNoSoh);
+        ZELEndListening(&other);
+    }).join();
+    SendReportWith(reports::kFieldUnpackable, 7);
+    ZELEndListening(&inner);
+    SendReport(reports::kNoDictionary);
+    ZELEndListening(&outer);
+    SendReport(reports::kNoSoh);
+    EXPECT_EQ(heard[0], "1417 7 FieldId[7];1412 0 Data Dictionary not initialized in shared memory;");
+    EXPECT_EQ(heard[1], "1417 7 FieldId[7];");
+    EXPECT_EQ(heard[2], "1005 0 SOH not in header;");
 }
 
 }  // namespace

@@ -86,6 +86,7 @@ const Verb kVerbs[] = {
     {"value time 09:05:07"},
     {"value datetime \"99/11/30 09:05:07\""},
     {"value fraction 12.125"},
+    {"explain --markdown"},
     {"pages manual completion", true},
     {"--version"},
     {"--help"},

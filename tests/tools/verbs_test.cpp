@@ -93,14 +93,29 @@ TEST_F(Verbs, EveryExampleOfTheHelpWorks) {
     int count = 0;
     RunExamples(DictVerb(), count);
     RunExamples(ValueVerb(), count);
+    RunExamples(ExplainVerb(), count);
     EXPECT_GT(count, 15);
+}
+
+// The page is what the command writes, and has every text of the source.
+TEST_F(Verbs, WriteThePageOfReports) {
+    const std::string page = test::ReadFile(test::SourcePath("docs/reports.md"));
+    EXPECT_EQ(Run("explain --markdown"), page + "= 0\n") << "zel explain --markdown > docs/reports.md";
+    for (const std::string& line : Lines(test::ReadFile(test::SourcePath("runtime/reports.h")))) {
+        if (line.starts_with("inline constexpr Report k")) {
+            const std::size_t text = line.find('"') + 1;
+            const std::string shown = line.substr(text, line.rfind('"') - text);
+            EXPECT_NE(page.find(shown.empty() ? "|  | this report has no" : " | `" + shown + "` | "), std::string::npos)
+                << line;
+        }
+    }
 }
 
 // Blocks of the page that begin with a command, those of other verbs left out.
 TEST_F(Verbs, WriteWhatTheirPageShows) {
     const std::string page = test::ReadFile(test::SourcePath("docs/tools.md"));
     int count = 0;
-    for (const char* verb : {"dict ", "value "}) {
+    for (const char* verb : {"dict ", "value ", "explain "}) {
         const std::string start = std::string("```\n$ zel ").append(verb);
         for (std::size_t at = page.find(start); at != std::string::npos; at = page.find(start, at + 1)) {
             const std::size_t command = at + std::string("```\n$ zel ").size();
@@ -110,7 +125,7 @@ TEST_F(Verbs, WriteWhatTheirPageShows) {
             ++count;
         }
     }
-    EXPECT_EQ(count, 4);
+    EXPECT_EQ(count, 5);
 }
 
 TEST_F(Verbs, TellWhenNoSourceMakesTheImage) {

@@ -35,7 +35,7 @@ ordinals=$'3\n4\n5\n6\n10\n24'
 windows=$'KERNEL32.DLL\nMSVCRT.DLL'
 
 expect "exports of zel.dll" "$(sed -nE 's/^    "?([^ "]+).*/\1/p' "$source/zel.def")" "$(exports_of zel.dll)"
-expect "exports of zeldata.dll" VORMA_DLL_ENTRY "$(exports_of zeldata.dll)"
+expect "exports of zeldata.dll" $'VORMA_DLL_ENTRY\nVORMA_MESSAGE_FROM_NAME' "$(exports_of zeldata.dll)"
 expect "names that CRUSH32.dll exports" "" "$(exports_of CRUSH32.dll)"
 expect "ordinals that CRUSH32.dll exports" "$ordinals" "$(ordinals_of CRUSH32.dll)"
 expect "imports of zel.dll" "$windows"$'\nUSER32.DLL\nCRUSH32.DLL\n'"$(sed 's/^/CRUSH32.DLL @/' <<<"$ordinals")" \

@@ -19,6 +19,7 @@ namespace zel::tools {
 [[nodiscard]] Verb DictDiffVerb();
 [[nodiscard]] Verb DictHeaderVerb();
 [[nodiscard]] Verb DictWiresharkVerb();
+[[nodiscard]] Verb ExplainVerb();
 [[nodiscard]] Verb ValueVerb();
 
 }  // namespace zel::tools
