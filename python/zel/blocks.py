@@ -5,7 +5,7 @@ from __future__ import annotations
 import json
 import os
 import tempfile
-from ctypes import byref
+from ctypes import byref, c_size_t
 from typing import List, NamedTuple, Optional, Union
 
 import numpy as np
@@ -19,6 +19,9 @@ from .source import Capture
 # Borders are kept this far apart, so that one index serves block sizes from here on.
 _STEP = 1 << 20
 _INDEX_VERSION = 1
+
+# More records than there are.
+_ALL = 1 << 62
 
 _UNITS = {"": 1, "B": 1, "KB": 10**3, "MB": 10**6, "GB": 10**9, "KIB": 1 << 10, "MIB": 1 << 20, "GIB": 1 << 30}
 
@@ -81,19 +84,18 @@ def _walk(path: str, step: int, dictionary: Optional[Dictionary]) -> List[int]:
         record = layout.records(1)
         scratch = np.empty(library.SCRATCH_SIZE, np.uint8)
         run = CRun(scratch=scratch.ctypes.data, scratchSize=len(scratch))
-        at, wanted = 0, step
+        at, length, whole = 0, step, c_size_t()
         while at < capture.size:
-            length = min(wanted, capture.size - at)
-            result = lib.ZELUnpackRun(layout.binding, capture.address + at, length, record.ctypes.data, 0, 1 << 62,
-                                      byref(run))
+            lib.ZELUnpackRun(layout.binding, capture.address + at, min(length, capture.size - at), record.ctypes.data, 0,
+                             _ALL, byref(run))
             at += run.used
+            length = step
             if run.used:
                 borders.append(at)
-            if result == library.NO_FRAME or (result == library.INCOMPLETE and at + length >= capture.size
-                                              and run.used == 0):
+            elif lib.ZELFindFrame(capture.address + at, capture.size - at, byref(whole)) == 0:
+                length = whole.value  # a frame longer than a step
+            else:
                 break
-            # A frame may be longer than a step.
-            wanted = step if run.used or result == library.NO_SCRATCH else 2 * wanted
     return borders
 
 

@@ -92,10 +92,13 @@ class Part:
         self.dates = sum(kind == library.DATETIME for _, kind, _ in slots)
         self.flags = at
         self.has_flags = has_flags
-        self.columns = {field.name: Column(field, kind, dtype, offsets[field.name],
-                                           at + number if has_flags else library.NOWHERE)
-                        for number, (field, kind, dtype) in enumerate(slots)}
-        at += len(slots) if has_flags else 0
+        self.columns: Dict[str, Column] = {}
+        for field, kind, dtype in slots:
+            self.columns[field.name] = Column(field, kind, dtype, offsets[field.name],
+                                              at if has_flags else library.NOWHERE)
+            # As many as a mask of the column has.
+            at += len(dtype.names or "1") if has_flags else 0
+        self.flags_end = at
         self.hidden = -(-at // 8) * 8
         self._hidden_entries = hidden
         self.size = self.hidden + (VIEW.itemsize if hidden else 0)
@@ -169,8 +172,10 @@ class Layout:
         return binding
 
     def records(self, count: int) -> np.ndarray:
-        """Zeroed records, as rows of bytes."""
-        return np.zeros((count, self.stride), np.uint8)
+        """Records, as rows of bytes."""
+        # What lies after the bytes of a value is not written.
+        kinds = {column.kind for part in (self.outside, self.group) for column in part.columns.values()}
+        return (np.zeros if library.BYTES in kinds else np.empty)((count, self.stride), np.uint8)
 
     def counts(self, records: np.ndarray) -> np.ndarray:
         """The number of repetitions of each."""
@@ -197,14 +202,19 @@ def _column(records: np.ndarray, offset: int, dtype: np.dtype) -> np.ndarray:
     return np.ndarray(len(records), dtype, records, offset, records.strides[:1])
 
 
-def flags(records: np.ndarray, part: Part) -> np.ndarray:
-    """Of each record, a bool for each column: its field is not there."""
-    count = len(part.columns)
-    if count == 0 or not part.has_flags:
-        return np.zeros((len(records), count), bool)
+def missing(records: np.ndarray, part: Part) -> np.ndarray:
+    """Bools for the columns of each record, one after the other and two for structs: their fields are not there."""
+    count = part.flags_end - part.flags
+    if count == 0:
+        return np.zeros((len(records), 0), bool)
     # As one block of bytes a record, which is the quickest to copy.
-    there = _column(records, part.flags, np.dtype(f"V{count}")).copy()
-    return there.view(np.uint8).reshape(len(records), count) == 0
+    there = _column(records, part.flags, np.dtype(f"V{count}")).copy().view(np.uint8).reshape(len(records), count)
+    for column in part.columns.values():
+        if column.dtype.names:
+            at = column.flag - part.flags
+            there[:, at + 1] = there[:, at]
+    there ^= 1
+    return there.view(bool)
 
 
 def choose(message: MessageType, names: Optional[Sequence[str]], in_group: bool) -> List[Entry]:

@@ -10,7 +10,7 @@ import numpy as np
 
 from . import library
 from .dictionary import Dictionary, Field, MessageType
-from .layout import FIRST_WIDTH, Layout, choose, flags, in_place
+from .layout import FIRST_WIDTH, VIEW, Layout, Part, choose, in_place, missing, viewed
 from .library import BAD_LAYOUT, CRun, Error, Failure, Reading, lib, using
 from .source import Capture, Source
 from .values import DATETIME, money_to_decimal, money_to_float, seconds
@@ -93,14 +93,21 @@ class Run:
             offsets[done] = self._offsets[:run.read]
             offsets[done] += np.uint64(self._at + self.capture.start)
             if self._dates and run.read:
-                raw = np.ndarray((run.read, self._dates), np.uint64, records, filled * layout.stride,
-                                 (layout.stride, 8))
-                raw.view(np.int64)[:] = seconds(raw.ravel()).reshape(raw.shape)
+                self._convert_dates(records[done])
             filled += run.read
             self._at += run.used
             if result != 0 and not (result == library.NO_SCRATCH and run.read > 0):
                 self._pass_bad()
         return filled
+
+    def _convert_dates(self, records: np.ndarray) -> None:
+        count, stride = len(records), self.layout.stride
+        # The quickest ways to copy: in blocks out of the records, column by column into them.
+        blocks = np.ndarray(count, np.dtype(f"V{8 * self._dates}"), records, 0, (stride,)).copy()
+        found = seconds(blocks.view(np.uint64)).reshape(count, self._dates)
+        columns = np.ndarray((count, self._dates), np.int64, records, 0, (stride, 8))
+        for number in range(self._dates):
+            columns[:, number] = found[:, number]
 
     def _pass_bad(self) -> None:
         """Makes room for the message that is next, or leaves it out."""
@@ -124,13 +131,30 @@ class Run:
         return None
 
     def _widen(self, name: str) -> bool:
-        field = self.message.columns[name].field
-        width = self._widths.get(name, field.length or FIRST_WIDTH)
-        if width >= (self._most or 65535):
-            return False
-        wider = width + 8 if width < 32 else width * 3 // 16 * 8
-        self._widths[name] = min(wider, self._most or 65535)
-        return True
+        """Makes room for the texts of the message that is next: False when one may not be as long."""
+        needed = self._lengths()
+        needed.setdefault(name, self._width(name) + 1)
+        most = self._most or 65535
+        for each, length in needed.items():
+            width = self._width(each)
+            while width < min(length, most):
+                width = width + 8 if width < 32 else width * 3 // 16 * 8
+            self._widths[each] = min(width, most) if width > self._width(each) else self._width(each)
+        return needed[name] <= most
+
+    def _width(self, name: str) -> int:
+        return self._widths.get(name, self.message.columns[name].field.length or FIRST_WIDTH)
+
+    def _lengths(self) -> Dict[str, int]:
+        """Of the texts and bytes of the message that is next, outside its group."""
+        texts = [each for each in self._columns if not each.in_group and viewed(each.field)[1] == VIEW]
+        views = Layout(self.message, texts, viewed, has_flags=False)
+        record = views.records(1)
+        reading = Reading(scratch=self._scratch.ctypes.data, scratchSize=_SCRATCH)
+        if lib.ZELUnpackRecord(views.binding, self.capture.address + self._at, self.capture.size - self._at,
+                               record.ctypes.data, byref(reading), None) != 0:
+            return {}
+        return {name: int(views.outer(record)[name]["length"][0]) for name in views.outside.columns}
 
 
 # ---- Arrays ---------------------------------------------------------------------------------------------------------
@@ -229,7 +253,6 @@ def _read_records(run: Run, count: Optional[str], mask: bool, offset: bool) -> n
             place = records[:, each.offset:each.offset + 8]
             place[:] = money_to_float(run.layout.outer(records)[name]).view(np.uint8).reshape(-1, 8)
     names, places = list(formats), [each.offset for each in run.layout.outside.columns.values()]
-    missing = flags(records, run.layout.outside) if mask else None
     if count is not None:
         at = [entry.field for entry in run.message.entries if not entry.in_group].index(run.message.count)
         listed = [entry.field.name for entry in run.message.entries[:at]]
@@ -237,14 +260,15 @@ def _read_records(run: Run, count: Optional[str], mask: bool, offset: bool) -> n
         names.insert(before, count)
         places.insert(before, run.layout.count)
         formats[count] = np.dtype("<u4")
-        missing = None if missing is None else np.insert(missing, before, False, axis=1)
     dtype = np.dtype({"names": names, "formats": [formats[name] for name in names], "offsets": places,
                       "itemsize": run.layout.stride})
     rows = run.layout.outer(records, dtype)
     if offset:
         rows = _with_column(rows, "offset", offsets[:filled])
-        missing = None if missing is None else np.insert(missing, 0, False, axis=1)
-    return rows if missing is None else _masked(rows, missing)
+    if not mask:
+        return rows
+    part = run.layout.outside
+    return _masked(rows, missing(records, part), {name: each.flag - part.flags for name, each in part.columns.items()})
 
 
 def _looked_at(field: Field, forms: Forms) -> Optional[np.dtype]:
@@ -283,15 +307,17 @@ def _with_column(rows: np.ndarray, name: str, values: np.ndarray) -> np.ndarray:
     return out
 
 
-def _masked(rows: np.ndarray, missing: np.ndarray) -> np.ma.MaskedArray:
+def _masked(rows: np.ndarray, bits: np.ndarray, places: Mapping[str, int]) -> np.ma.MaskedArray:
+    """Rows under a mask: of a column the bit at its place, for structs of two members two; nothing without a place."""
     if not rows.dtype.names:
         return np.ma.MaskedArray(rows)
     dtype = np.ma.make_mask_descr(rows.dtype)
-    sizes = [dtype[name].itemsize for name in dtype.names]
-    # A bool for each member of a column that is a struct.
-    bits = missing if max(sizes, default=1) == 1 else missing[:, np.repeat(np.arange(len(sizes)), sizes)]
-    mask = np.ascontiguousarray(bits).view(dtype)[:, 0]
-    return np.ma.MaskedArray(rows, mask, copy=False, keep_mask=False)
+    sizes = {name: len(dtype[name].names or "1") for name in dtype.names}
+    chosen = [places[name] + (at if sizes[name] == 2 else 0) if name in places else bits.shape[1]
+              for name in dtype.names for at in range(sizes[name])]
+    if chosen != list(range(bits.shape[1])):
+        bits = np.ascontiguousarray(np.append(bits, np.zeros((len(bits), 1), bool), axis=1)[:, chosen])
+    return np.ma.MaskedArray(rows, bits.view(dtype)[:, 0], copy=False, keep_mask=False)
 
 
 # ---- Columns --------------------------------------------------------------------------------------------------------
@@ -335,21 +361,28 @@ def _piece(forms: Forms, layout: Layout, records: np.ndarray, offsets: np.ndarra
     if offset:
         columns["offset"] = (offsets[parents].copy(), None)
     outside = layout.outer(records)
-    missing = flags(records, layout.outside)
-    found = {name: (form(outside[name][parents], each.field, forms, True), missing[parents, number])
-             for number, (name, each) in enumerate(layout.outside.columns.items())}
+    found = {name: (form(outside[name][parents], each.field, forms, True), gone[parents])
+             for (name, each), gone in zip(layout.outside.columns.items(), _absent(records, layout.outside))}
     if count is not None:
         found[count] = (layout.counts(records)[parents].copy(), None)
     if group:
         inside = layout.inner(records)[used]
-        lacking = flags(inside.view(np.uint8).reshape(rows, layout.group.size), layout.group)
+        lacking = _absent(inside.view(np.uint8).reshape(rows, layout.group.size), layout.group)
         inside = inside.view(layout.group.dtype())
-        for number, (name, each) in enumerate(layout.group.columns.items()):
-            found[name] = (form(inside[name], each.field, forms, False), lacking[:, number])
+        for (name, each), gone in zip(layout.group.columns.items(), lacking):
+            found[name] = (form(inside[name], each.field, forms, False), gone)
     for entry in layout.message.entries:
         if entry.field.name in found:
             columns.setdefault(entry.field.name, found[entry.field.name])
     return Piece(rows, columns)
+
+
+def _absent(records: np.ndarray, part: Part) -> List[np.ndarray]:
+    """Of each column, bools: its field is not there."""
+    if not part.has_flags:
+        return [np.zeros(len(records), bool)] * len(part.columns)
+    bits = missing(records, part)
+    return [bits[:, column.flag - part.flags].copy() for column in part.columns.values()]
 
 
 def form(values: np.ndarray, field: Field, forms: Forms, has_dates: bool) -> np.ndarray:
@@ -395,9 +428,11 @@ def _structured(found: List[Piece], run: Run, group: Optional[str], count: Optio
         rows[name] = columns[name]
     if not mask:
         return rows
-    missing = np.zeros((len(rows), len(names)), bool)
+    bits = np.zeros((len(rows), len(names)), bool)
     for number, name in enumerate(names):
         parts = [piece.columns[name][1] for piece in found]
         if parts[0] is not None:
-            missing[:, number] = np.concatenate(parts)
-    return _masked(rows, missing)
+            bits[:, number] = np.concatenate(parts)
+    sizes = [len(rows.dtype[name].names or "1") for name in names]
+    places = dict(zip(names, (np.cumsum(sizes) - sizes).tolist()))
+    return _masked(rows, np.repeat(bits, sizes, axis=1), places)

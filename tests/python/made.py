@@ -4,7 +4,9 @@ import json
 import os
 import random
 import subprocess
+from pathlib import Path
 
+ROOT = Path(__file__).resolve().parents[2]
 COMMAND = os.environ["ZEL_COMMAND"]
 
 HEADER = [(1, "ZEL_HDR_FLAGS", "short"), (2, "ZEL_HDR_MSG_TYPE", "long"), (3, "ZEL_HDR_SERVICEID", "long"),
