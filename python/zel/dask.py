@@ -9,7 +9,7 @@ from __future__ import annotations
 
 import glob
 import os
-from typing import Any, List, Optional, Sequence, Union
+from typing import Any, Dict, List, Optional, Sequence, Union
 
 import dask.dataframe
 
@@ -44,7 +44,7 @@ def read(sources: Union[Paths, Sequence[Paths]], message: Message, fields: Optio
     """
     if errors not in ("raise", "skip"):
         raise ValueError(f"errors={errors!r}; expected one of raise, skip: nobody collects from workers")
-    options = {"fields": None if fields is None else list(fields), "group": group, "money": money, "texts": texts,
+    options: Dict[str, Any] = {"fields": None if fields is None else list(fields), "group": group, "money": money, "texts": texts,
                "offset": offset, "errors": errors, "width": width}
     with using(dictionary) as served:
         partition = Partition(message, served, options)
@@ -70,7 +70,7 @@ class Partition:
 def _paths(sources: Any) -> List[str]:
     given = [sources] if isinstance(sources, (str, os.PathLike)) else list(sources)
     found: List[str] = []
-    for path in map(os.fspath, given):
+    for path in (str(os.fspath(each)) for each in given):
         matches = [path] if os.path.exists(path) else sorted(glob.glob(path))
         if not matches:
             raise FileNotFoundError(f"no capture {path}")

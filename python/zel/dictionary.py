@@ -260,7 +260,9 @@ def _image(source: Dict[str, Any]) -> bytes:
         message = _members(each, "messages", ("type", "subType", "name", "fields"))
         kind = _number(message["type"], f"message {message['name']}.type", -32768, 32767)
         kinds.setdefault(kind, []).append(_list(message, ids))
-    types, subs, lists = [], [], []
+    types: List[Tuple[Any, ...]] = []
+    subs: List[Tuple[Any, ...]] = []
+    lists: List[Tuple[int, int]] = []
     for kind, messages in kinds.items():
         types.append((kind, len(messages), len(subs)))
         for sub_type, count_id, group_size, name, entries in messages:

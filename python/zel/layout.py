@@ -10,7 +10,7 @@ import ctypes
 import weakref
 from ctypes import byref
 from dataclasses import dataclass
-from typing import Any, Callable, Dict, List, Mapping, Optional, Sequence, Tuple
+from typing import Callable, Dict, List, Mapping, Optional, Sequence, Tuple
 
 import numpy as np
 
@@ -19,6 +19,7 @@ from .dictionary import Entry, Field, MessageType
 from .library import BAD_LAYOUT, CLayout, Error, Group, Member, lib
 from .values import MONEY
 
+_POINTER = np.dtype(np.uintp).itemsize
 VIEW = np.dtype([("data", np.uintp), ("length", np.uintp)])
 
 # Bytes of a text, until a longer one comes.
@@ -122,7 +123,7 @@ def _member(field: Field, kind: int, dtype: np.dtype, offset: int, flag: int) ->
     if kind == library.BYTES:
         start, length, size = offset + 4, offset, size - 4
     elif kind == library.VIEW:
-        length = offset + VIEW.fields["length"][1]
+        length = offset + _POINTER
     return Member(None, field.id, kind, start, size, length, flag)
 
 

@@ -14,7 +14,7 @@ import tempfile
 import threading
 from ctypes import POINTER, Structure, c_char, c_char_p, c_int16, c_int32, c_size_t, c_uint16, c_uint32, c_void_p
 from pathlib import Path
-from typing import TYPE_CHECKING, Dict, Iterator, List, Optional
+from typing import TYPE_CHECKING, Iterator, List, Optional
 
 if TYPE_CHECKING:
     from .dictionary import Dictionary

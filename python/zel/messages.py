@@ -3,14 +3,14 @@
 from __future__ import annotations
 
 import ctypes
+import functools
 import struct
 from ctypes import byref
 from typing import Any, Callable, Dict, Iterator, List, Mapping, NamedTuple, Optional, Tuple
 
-import numpy as np
 
 from . import library
-from .dictionary import MARKER_ID, Dictionary, Field, MessageType
+from .dictionary import Dictionary, Field, MessageType
 from .layout import Column, Layout, Part, packed, viewed
 from .library import Envelope, Error, Failure, Reading, lib, using
 from .source import Capture, Source
@@ -284,7 +284,7 @@ def _taker(column: Column) -> Callable[[Any, int], Any]:
     if kind == "datetime":
         date = struct.Struct("<bbBbbbBB").unpack_from
         return lambda record, at: DateTime(*date(record, at))
-    view = struct.Struct("@NN") if struct.calcsize("@N") == ctypes.sizeof(ctypes.c_void_p) else struct.Struct("@PP")
+    view = struct.Struct("@PN")
 
     def take(record: Any, at: int) -> Any:
         data, length = view.unpack_from(record, at)
@@ -326,7 +326,7 @@ class _Packing:
                  "format", "version", "packFlags", "encryptFlag", "fields", "group", "repeatCount"}
         for name in message:
             _expect(name in known, str(name), f"{'cannot be written' if name == 'order' else 'is no member'}")
-        self.kind = dictionary[message["name"] if "name" in message else (message.get("type"), message.get("subType"))]
+        self.kind = dictionary[message["name"] if "name" in message else (message.get("type", 0), message.get("subType", 0))]
         self.kept: List[Any] = []  # what views lead to
         fields, group = message.get("fields", {}), message.get("group", [])
         _expect(not group or self.kind.count is not None, "group", f"{self.kind.name} has none")
@@ -371,14 +371,14 @@ class _Packing:
 
     def _fill(self, part: Part, base: int, values: Mapping[str, Any], place: str, number: int) -> None:
         for name, value in values.items():
-            column = part.columns.get(name)
-            if column is not None:
-                data = _value(f"{place}.{name}", lambda given: _slot(column.field, given), value)
+            if name in part.columns:
+                column = part.columns[name]
+                data = _value(f"{place}.{name}", functools.partial(_slot, column.field), value)
                 if column.kind == library.VIEW:
                     self.kept.append(ctypes.create_string_buffer(data, max(len(data), 1)))
                     data = struct.pack("@PN", ctypes.addressof(self.kept[-1]), len(data))
-                self.record[base + column.offset:base + column.offset + len(data)] = data
-                self.record[base + column.flag] = 1
+                struct.pack_into(f"{len(data)}s", self.record, base + column.offset, data)
+                struct.pack_into("B", self.record, base + column.flag, 1)
                 continue
             counted = {entry.field.name for entry in self.kind.entries} - set(self.kind.columns)
             _expect(name in counted, f"{place}.{name}", f"{self.kind.name} has no such field here")

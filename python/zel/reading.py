@@ -2,7 +2,6 @@
 
 from __future__ import annotations
 
-import ctypes
 from ctypes import byref
 from typing import Any, Dict, Iterator, List, Mapping, NamedTuple, Optional, Sequence, Tuple, Union
 
@@ -103,9 +102,10 @@ class Run:
     def _convert_dates(self, records: np.ndarray) -> None:
         count, stride = len(records), self.layout.stride
         # The quickest ways to copy: in blocks out of the records, column by column into them.
-        blocks = np.ndarray(count, np.dtype(f"V{8 * self._dates}"), records, 0, (stride,)).copy()
+        block = np.dtype(f"V{8 * self._dates}")
+        blocks: np.ndarray = np.ndarray(count, block, records, 0, (stride,)).copy()
         found = seconds(blocks.view(np.uint64)).reshape(count, self._dates)
-        columns = np.ndarray((count, self._dates), np.int64, records, 0, (stride, 8))
+        columns: np.ndarray = np.ndarray((count, self._dates), np.int64, records, 0, (stride, 8))
         for number in range(self._dates):
             columns[:, number] = found[:, number]
 
@@ -206,8 +206,8 @@ def read(source: Source, message: Message, fields: Optional[Sequence[str]] = Non
 def _start(source: Source, kind: MessageType, fields: Optional[Sequence[str]], group: Optional[str], forms: Forms,
            errors: str, width: Optional[int], mask: bool, **place: Any) -> Run:
     if group is not None and (kind.count is None or group != kind.count.name):
-        count = f"; {kind.count.name} counts one" if kind.count else ""
-        raise Error(BAD_LAYOUT, f"{kind.name} has no group that {group} counts{count}", group)
+        other = f"; {kind.count.name} counts one" if kind.count else ""
+        raise Error(BAD_LAYOUT, f"{kind.name} has no group that {group} counts{other}", group)
     count = _count_column(kind, fields, group)
     names = fields if fields is None else [name for name in fields if name != count]
     has_group = group is not None or count is not None
@@ -254,9 +254,8 @@ def _read_records(run: Run, count: Optional[str], mask: bool, offset: bool) -> n
             place[:] = money_to_float(run.layout.outer(records)[name]).view(np.uint8).reshape(-1, 8)
     names, places = list(formats), [each.offset for each in run.layout.outside.columns.values()]
     if count is not None:
-        at = [entry.field for entry in run.message.entries if not entry.in_group].index(run.message.count)
-        listed = [entry.field.name for entry in run.message.entries[:at]]
-        before = sum(name in listed for name in names)
+        listed = [entry.field.name for entry in run.message.entries]
+        before = sum(listed.index(name) < listed.index(count) for name in names)
         names.insert(before, count)
         places.insert(before, run.layout.count)
         formats[count] = np.dtype("<u4")
@@ -430,8 +429,8 @@ def _structured(found: List[Piece], run: Run, group: Optional[str], count: Optio
         return rows
     bits = np.zeros((len(rows), len(names)), bool)
     for number, name in enumerate(names):
-        parts = [piece.columns[name][1] for piece in found]
-        if parts[0] is not None:
+        parts = [gone for gone in (piece.columns[name][1] for piece in found) if gone is not None]
+        if parts:
             bits[:, number] = np.concatenate(parts)
     sizes = [len(rows.dtype[name].names or "1") for name in names]
     places = dict(zip(names, (np.cumsum(sizes) - sizes).tolist()))

@@ -40,6 +40,6 @@ class Capture:
         if isinstance(content, str):
             raise TypeError("the stream is one of text; open it with \"rb\"")
         self.bytes = np.frombuffer(content, np.uint8) if len(content) else np.zeros(0, np.uint8)
-        self.view = memoryview(self.bytes)
+        self.view = self.bytes.data
         self.address: int = self.bytes.ctypes.data
         self.size: int = len(self.bytes)

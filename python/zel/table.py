@@ -8,7 +8,7 @@ import numpy as np
 
 from .dictionary import Dictionary
 from .library import using
-from .reading import Forms, Message, Run, _count_column, _start, joined, pieces
+from .reading import Forms, Message, _count_column, _start, pieces
 from .source import Source
 
 

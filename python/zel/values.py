@@ -35,11 +35,11 @@ def money_to_float(money: np.ndarray) -> np.ndarray:
     table = np.full(_LARGE, np.nan)
     for code, denominator in _DENOMINATORS.items():
         table[code] = denominator
-    amount, code = money["amount"], money["code"].astype(np.uint16)
-    value = amount / table[np.minimum(code, _LARGE - 1)]
-    large = code >= _LARGE
+    amount, codes = money["amount"], money["code"].astype(np.uint16)
+    value = amount / table[np.minimum(codes, _LARGE - 1)]
+    large = np.asarray(codes >= _LARGE)
     if large.any():
-        hundredths = (code[large] - _LARGE) / 100.0
+        hundredths = (codes[large] - _LARGE) / 100.0
         value[large] = amount[large] + np.where(amount[large] < 0, -hundredths, hundredths)
     return value
 
@@ -255,7 +255,8 @@ def datetime_of_json(value: Any) -> DateTime:
     if found and (found[1] is None or found[4] is None or value[10] in "T "):
         numbers = [int(text) if text else 0 for text in found.groups()]
         kind = (found[1] is not None) + 2 * (found[4] is not None)
-        read = DateTime(numbers[2], numbers[1], numbers[0] - 1900 if found[1] else 0, *numbers[3:], 0, kind)
+        year, month, day, hour, minute, second = numbers
+        read = DateTime(day, month, year - 1900 if found[1] else 0, hour, minute, second, 0, kind)
         if 0 <= read.year <= 255 and read.json() == value.replace(" ", "T"):
             return read
     raise ValueError('"1999-11-30", "09:05:07", "1999-11-30T09:05:07", "" or an object with the record\'s members')

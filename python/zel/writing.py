@@ -6,7 +6,7 @@ import ctypes
 import os
 from ctypes import byref
 from decimal import Decimal
-from typing import Any, BinaryIO, Dict, List, Mapping, NamedTuple, Optional, Sequence, Tuple, Union
+from typing import Any, BinaryIO, Dict, Mapping, NamedTuple, Optional, Tuple, Union
 
 import numpy as np
 
@@ -94,7 +94,8 @@ class _Batch:
         self.kind = kind
         given = _columns(rows)
         self.rows = len(next(iter(given.values())).values) if given else 0
-        count = given.pop(kind.count.name, None) if kind.count else None
+        counted = kind.count.name if kind.count else ""
+        count = given.pop(counted, None)
         self.outside = _fields(kind, given, False)
         self.inside: Dict[str, Values] = {}
         self.counts = np.zeros(self.rows, np.int64)
@@ -102,7 +103,7 @@ class _Batch:
             self._take_group(group)
         if count is not None and not np.array_equal(np.where(count.missing, 0, count.values),
                                                           self.counts):
-            raise Error(BAD_LAYOUT, f"{kind.count.name} counts other repetitions than group= has", kind.count.name)
+            raise Error(BAD_LAYOUT, f"{counted} counts other repetitions than group= has", counted)
         chosen = [entry for name, entry in kind.columns.items() if name in self.outside or name in self.inside]
         capacity = int(self.counts.max(initial=0)) if kind.count else None
         self.layout = Layout(kind, chosen, packed, capacity=capacity, fills_gaps=False)
@@ -149,7 +150,7 @@ class _Batch:
     def _put(self, records: np.ndarray, part: Part, values: Mapping[str, Values], rows: slice) -> None:
         if len(records) == 0:
             return
-        outer = np.ndarray(len(records), part.dtype(), records, 0, records.strides[:1])
+        outer: np.ndarray = np.ndarray(len(records), part.dtype(), records, 0, records.strides[:1])
         for name, column in part.columns.items():
             given = values[name]
             outer[name] = given.members[rows]
