@@ -149,7 +149,7 @@ def _units(most: int, each: int) -> np.ndarray:
 _MIDNIGHTS = _midnights()
 _HOURS, _MINUTES, _SECONDS = _units(24, 3600), _units(59, 60), _units(59, 1)
 # month << 5 | day by the two bytes of day and month; 0, which is no day, where they are none.
-_MONTHS_DAYS = np.array([number >> 3 | number & 31 if number & 0xF0E0 == 0 else 0 for number in range(1 << 16)],
+_MONTHS_DAYS = np.array([number >> 3 & 0x1E0 | number & 31 if number & 0xF0E0 == 0 else 0 for number in range(1 << 16)],
                         np.uint32)
 
 

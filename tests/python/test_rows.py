@@ -1,5 +1,6 @@
 """Rows and messages say what `zel decode --json` says, for random messages of random dictionaries."""
 
+import datetime
 import io
 
 import made
@@ -7,7 +8,7 @@ import numpy as np
 import pandas
 import pytest
 import zel
-from zel.values import DateTime, Money, real_json, text_json
+from zel.values import DATETIME, DateTime, Money, datetime_records, real_json, seconds, text_json
 
 SEEDS = range(40)
 
@@ -106,8 +107,30 @@ def test_frames_and_back(case):
             pandas.testing.assert_frame_equal(again, group)
 
 
+def test_dates():
+    """Every date and time of the ranges, what lies just outside, and anything; days and back."""
+    random = np.random.default_rng(1)
+    made = np.zeros(200_000, DATETIME)
+    for name, most in zip(DATETIME.names, (33, 14, 256, 27, 62, 62, 2, 5)):
+        made[name] = random.integers(0, most, len(made))
+    made[:1000] = random.integers(0, 2**63, 1000, np.uint64).view(DATETIME)
+    for value, found in zip(made.tolist(), seconds(made.view(np.uint64)).view("M8[s]").tolist()):
+        one = DateTime(*value)
+        # The end of a day is no datetime of Python's.
+        late = one.kind & 2 and one.hour == 24
+        wanted = (one._replace(hour=0) if late else one).value()
+        if type(wanted) is datetime.date:
+            wanted = datetime.datetime.combine(wanted, datetime.time())
+        elif isinstance(wanted, datetime.time):
+            wanted = datetime.datetime.combine(datetime.date(1970, 1, 1), wanted)
+        assert found == (wanted + datetime.timedelta(days=1) if late and wanted else wanted), value
+    days = np.arange("1900-01-01", "2156-01-01", dtype="M8[D]")
+    for stamps in (days, days + np.timedelta64(86399, "s")):
+        assert (seconds(datetime_records(stamps)).view("M8[s]") == stamps).all()
+
+
 def test_fields_and_forms(case):
-    """Each column alone is that of all; forms change no values."""
+    """Each column alone is that of all; forms and frames change no values."""
     dictionary, _, target, _ = case
     for kind in dictionary.messages.values():
         everything = zel.read(target, kind.name, dictionary=dictionary)
@@ -122,3 +145,12 @@ def test_fields_and_forms(case):
                 assert np.array_equal(decimals[name].astype(float), floats[name], equal_nan=True)
             if decimals.dtype[name].kind == "U":
                 assert [text.encode("utf-8", "surrogateescape") for text in decimals[name]] == floats[name].tolist()
+        table = zel.frame(target, kind.name, texts="bytes", dictionary=dictionary)
+        for name in floats.dtype.names:
+            mask = everything.mask[name]
+            mask = mask[mask.dtype.names[0]] if mask.dtype.names else mask
+            values = floats[name].tolist()
+            if floats.dtype[name].names:
+                values = [data[:length] for length, data in values]
+            for gone, value, shown in zip(mask, values, table[name].tolist()):
+                assert pandas.isna(shown) if gone or pandas.isna(value) else shown == value
