@@ -2,6 +2,7 @@
 
 from __future__ import annotations
 
+import functools
 import json
 import os
 import re
@@ -66,7 +67,7 @@ class MessageType:
     entries: Tuple[Entry, ...]
     count: Optional[Field]
 
-    @property
+    @functools.cached_property
     def columns(self) -> Dict[str, Entry]:
         """The entries that rows have columns for, by name: not the count and the group's markers, which the library
         keeps itself. Of a field that is listed twice, the first place."""

@@ -20,6 +20,8 @@ _BATCH = 2048
 _PIECE = 4 << 20
 # For views of compressed messages.
 _SCRATCH = 1 << 20
+# Messages of which the longest texts are looked for at once.
+_LOOK_AHEAD = 256
 # Repetitions, until more come.
 _FIRST_CAPACITY = 8
 
@@ -133,7 +135,7 @@ class Run:
     def _widen(self, name: str) -> bool:
         """Makes room for the texts of the message that is next: False when one may not be as long."""
         needed = self._lengths()
-        needed.setdefault(name, self._width(name) + 1)
+        needed[name] = max(needed.get(name, 0), self._width(name) + 1)
         most = self._most or 65535
         for each, length in needed.items():
             width = self._width(each)
@@ -146,15 +148,15 @@ class Run:
         return self._widths.get(name, self.message.columns[name].field.length or FIRST_WIDTH)
 
     def _lengths(self) -> Dict[str, int]:
-        """Of the texts and bytes of the message that is next, outside its group."""
+        """The longest of each text outside the group in the messages that are next."""
         texts = [each for each in self._columns if not each.in_group and viewed(each.field)[1] == VIEW]
         views = Layout(self.message, texts, viewed, has_flags=False)
-        record = views.records(1)
-        reading = Reading(scratch=self._scratch.ctypes.data, scratchSize=_SCRATCH)
-        if lib.ZELUnpackRecord(views.binding, self.capture.address + self._at, self.capture.size - self._at,
-                               record.ctypes.data, byref(reading), None) != 0:
-            return {}
-        return {name: int(views.outer(record)[name]["length"][0]) for name in views.outside.columns}
+        records = views.records(_LOOK_AHEAD)
+        run = CRun(scratch=self._scratch.ctypes.data, scratchSize=_SCRATCH)
+        lib.ZELUnpackRun(views.binding, self.capture.address + self._at, self.capture.size - self._at,
+                         records.ctypes.data, views.stride, _LOOK_AHEAD, byref(run))
+        found = views.outer(records[:run.read])
+        return {name: int(found[name]["length"].max(initial=0)) for name in views.outside.columns}
 
 
 # ---- Arrays ---------------------------------------------------------------------------------------------------------

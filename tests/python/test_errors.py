@@ -132,7 +132,7 @@ def test_every_cut_and_every_changed_byte(capture):
     for length in range(len(good)):
         with pytest.raises(zel.Error) if length not in (0, 247, 327, 513, 621) else open(os.devnull):
             zel.summary(good[:length])
-        changed = bytearray(good[:length + 1])
+        changed = bytearray(good)
         changed[length] ^= int(random.integers(1, 256))
         for kind in ("CANCEL_ORDER", "MULTI_LEG_ORDER"):
             left, _ = zel.read(bytes(changed), kind, errors="collect")
@@ -216,3 +216,12 @@ def test_long_texts_cost_frames_nothing(capture):
     assert zel.frame(target.getvalue(), "CANCEL_ORDER").CLIENT_ORDER_REF.tolist() == texts
     assert len(zel.read(target.getvalue(), "CANCEL_ORDER", width=16, errors="skip")) == 20000
     assert isinstance(pandas.DataFrame(table), pandas.DataFrame)
+
+
+def test_a_long_text_in_a_bad_message(capture):
+    """Room is made for the text before it shows that the message cannot be read."""
+    frame = zel.encode({"name": "CANCEL_ORDER", "fields": {"CLIENT_ORDER_REF": "A", "SYMBOL": "x" * 500,
+                                                           "CANCEL_REASON": "twice"}})
+    bad = frame.replace(b"\0\x05twice", b"\xff\xfftwice")
+    _, errors = zel.read(bad + frame[:-5] + b"again", "CANCEL_ORDER", errors="collect")
+    assert [(error.code, error.field, error.offset) for error in errors] == [(1427, "CANCEL_REASON", 0)]
