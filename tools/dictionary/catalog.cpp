@@ -6,6 +6,7 @@
 #include <set>
 
 #include "runtime/digits.h"
+#include "tools/text/complaint.h"
 #include "tools/text/json_text.h"
 
 namespace zel::tools {
@@ -24,7 +25,7 @@ std::string MessageName(const image::ImageView& names, int type, int subType) {
         for (std::uint32_t j = 0; imageType.type == type && j < imageType.subTypeCount; ++j) {
             const image::ImageSubType& imageSubType = names.subTypes[imageType.firstSubType + j];
             if (imageSubType.subType == subType) {
-                return imageSubType.name;
+                return Printable(imageSubType.name) == imageSubType.name ? imageSubType.name : "";
             }
         }
     }
@@ -116,7 +117,7 @@ void Catalog::AddFields(const ZELDictionaryHeader* dictionary) {
         const std::string name(record.name, strnlen(record.name, sizeof record.name));
         const auto fieldId = static_cast<std::uint16_t>(id);
         // Of equal names the first holds.
-        const bool usable = record.type != 0 && !name.empty() && IsUtf8(name) && !HasDigitsOnly(name) &&
+        const bool usable = record.type != 0 && !name.empty() && Printable(name) == name && !HasDigitsOnly(name) &&
                             idByName_.try_emplace(name, fieldId).second;
         fields_.push_back({fieldId, record.type, record.length, record.version, usable ? name : std::to_string(id)});
     }
@@ -130,10 +131,13 @@ void Catalog::AddMessage(const image::ImageView& names, std::int16_t type, const
     }
     FindGroup(node, message);
     NameEntries(message);
-    messages_.try_emplace(MessageKey(type, node.subType), std::move(message));
+    const auto added = messages_.try_emplace(MessageKey(type, node.subType), std::move(message)).first;
+    if (const CatalogMessage& kept = added->second; !kept.name.empty()) {
+        messageByName_.try_emplace(kept.name, &kept);
+    }
 }
 
-const CatalogField* Catalog::FindField(const std::string& nameOrId) const {
+const CatalogField* Catalog::FindField(std::string_view nameOrId) const {
     if (!HasDigitsOnly(nameOrId)) {
         const auto found = idByName_.find(nameOrId);
         return found == idByName_.end() ? nullptr : &fields_[found->second];
@@ -148,10 +152,9 @@ const CatalogMessage* Catalog::FindMessage(int type, int subType) const {
     return found == messages_.end() ? nullptr : &found->second;
 }
 
-const CatalogMessage* Catalog::FindMessage(const std::string& name) const {
-    const auto found = std::find_if(messages_.begin(), messages_.end(),
-                                    [&name](const auto& each) { return each.second.name == name; });
-    return found == messages_.end() ? nullptr : &found->second;
+const CatalogMessage* Catalog::FindMessage(std::string_view name) const {
+    const auto found = messageByName_.find(name);
+    return found == messageByName_.end() ? nullptr : found->second;
 }
 
 }  // namespace zel::tools

@@ -1,13 +1,14 @@
 #include "tools/verbs/command.h"
 
-#include <cstdio>
 #include <exception>
 #include <iostream>
 #include <stdexcept>
+#include <string>
 
 #include "tools/io/byte_output.h"
 #include "tools/io/status.h"
 #include "tools/io/terminal.h"
+#include "tools/text/complaint.h"
 #include "tools/verbs/all_verbs.h"
 #include "tools/verbs/command_line.h"
 #include "tools/verbs/pages.h"
@@ -22,7 +23,8 @@ int RunVerb(const Verb& verb) {
     } catch (const OutputClosed&) {
         return kStatusGood;
     } catch (const UsageError& error) {
-        (void)std::fprintf(stderr, "%s\n%s\n", error.what(), kSeeHelp);
+        Complain(error.what());
+        Complain(kSeeHelp);
         return kStatusUnable;
     }
 }
@@ -47,9 +49,9 @@ int RunCommand(int argc, const char* const* argv, const char* version) noexcept 
     try {
         return Run(argc, argv, version);
     } catch (const std::exception& error) {
-        (void)std::fprintf(stderr, "zel: %s\n", error.what());
+        Complain(std::string("zel: ") + error.what());
     } catch (...) {
-        (void)std::fprintf(stderr, "zel: failed for an unknown reason\n");
+        Complain("zel: failed for an unknown reason");
     }
     return kStatusUnable;
 }

@@ -9,6 +9,7 @@
 #include "tools/dictionary/dictionary_file.h"
 #include "tools/io/file_output.h"
 #include "tools/io/status.h"
+#include "tools/text/complaint.h"
 #include "tools/verbs/all_verbs.h"
 
 namespace zel::tools {
@@ -40,8 +41,8 @@ int WriteHeader(const HeaderOptions& options) {
     for (const std::string& subject : options.messages) {
         messages.push_back(FindMessage(file->dictionary, subject));
         if (messages.back() == nullptr) {
-            std::cerr << file->path << ": has no message " << subject << "; 'zel dict show " << file->path
-                      << "' lists what it has\n";
+            Complain(file->path + ": has no message " + subject + "; 'zel dict show " + file->path +
+                     "' lists what it has");
             return kStatusDiffers;
         }
     }
