@@ -104,7 +104,7 @@ TEST(JsonSource, IsToldFromOtherTexts) {
 
 TEST(JsonSource, AllowsCommentsAndEqualKeysInDifferentObjects) {
     Findings findings;
-    EXPECT_TRUE(ParseJson("// one\n[{\"a\": 1}, /* two */ {\"a\": {\"a\": 2}}] //", findings).root());
+    EXPECT_TRUE(ParseJson("\xEF\xBB\xBF// one\n[{\"a\": 1}, /* two */ {\"a\": {\"a\": 2}}] //", findings).root());
     const JsonDocument escapes = ParseJson(R"(["\u00e6\/\ud834\udd1e\t"])", findings);
     EXPECT_EQ((*escapes.root().begin()).value.Text(), "\u00e6/\U0001d11e\t");
     EXPECT_TRUE(findings.empty());

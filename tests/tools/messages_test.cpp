@@ -54,7 +54,7 @@ TEST_F(Messages, AreShownAsTheGoldenFilesSay) {
 }
 
 TEST_F(Messages, StreamsAreListedBelowTheirField) {
-    for (const test::Cells& row : test::ReadCases("tests/tools/cases/streams.txt", 2)) {
+    for (const test::Cells& row : test::ReadCases("tests/tools/cases/streams.txt", 3)) {
         std::string hex = row[0];
         std::erase(hex, ' ');
         WriteFile("query.jsonl",
@@ -68,6 +68,12 @@ TEST_F(Messages, StreamsAreListedBelowTheirField) {
             }
         }
         EXPECT_EQ(listed, row[1]) << row[0];
+        EXPECT_EQ(RunZel("value stream " + hex).out, row[2].empty() ? "" : row[2] + '\n') << row[0];
+        if (!row[2].empty()) {
+            WriteFile("json.jsonl",
+                      R"({"name":"ORDER_QUERY","fields":{"QUERY_REF":"Q","FILTER_STREAM":)" + row[2] + "}}\n");
+            EXPECT_EQ(Encoded("json.jsonl"), Encoded("query.jsonl")) << row[0];
+        }
     }
 }
 
@@ -129,6 +135,25 @@ TEST_F(Messages, AreReadOverSeveralLines) {
               R"({"name":"NEW_ORDER","fields":{"SYMBOL":"RYE","LIMIT_PRICE":"12,5","SIDE":1,"QUANTITY":1}})");
     EXPECT_EQ(RunZel("encode --hex --lenient typed.jsonl").err.find("12,5"), std::string::npos);
     EXPECT_NE(RunZel("encode --hex typed.jsonl").err.find("has a comma that does not part"), std::string::npos);
+}
+
+// What is sampled can be sent and comes back.
+TEST_F(Messages, AreSampled) {
+    for (const char* arguments : {"sample --count 500 --seed 5", "sample -d odd_names.json --count 50"}) {
+        const std::string dictionary =
+            std::string(arguments).find("odd_names") != std::string::npos ? " -d odd_names.json" : "";
+        const Outcome sampled = RunZel(arguments);
+        EXPECT_EQ(sampled.status, 0) << sampled.err;
+        WriteFile("sampled.jsonl", sampled.out);
+        const Outcome encoded = RunZel("encode --hex sampled.jsonl" + dictionary);
+        WriteFile("sampled.txt", encoded.out);
+        const Outcome decoded = RunZel("decode --hex --json sampled.txt" + dictionary);
+        EXPECT_EQ(encoded.err + decoded.err, "");
+        WriteFile("again.jsonl", decoded.out);
+        EXPECT_EQ(RunZel("encode --hex again.jsonl" + dictionary).out, encoded.out);
+        EXPECT_EQ(std::count(encoded.out.begin(), encoded.out.end(), '\n'),
+                  std::count(sampled.out.begin(), sampled.out.end(), '\n'));
+    }
 }
 
 // The outputs of docs/tools.md are those of the command.

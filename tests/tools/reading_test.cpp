@@ -16,6 +16,7 @@
 #include "tools/io/byte_input.h"
 #include "tools/io/line_reader.h"
 #include "tools/io/progress.h"
+#include "tools/text/complaint.h"
 #include "tools/text/json_text.h"
 #include "tools/text/value_json.h"
 #include "tools/text/value_text.h"
@@ -194,6 +195,11 @@ TEST(Utf8, IsToldFromOtherBytes) {
                              "\xf4\x90\x80\x80", "\xf5\x80\x80\x80", "a\xe2\x82z", "\xff"}) {
         EXPECT_FALSE(IsUtf8(text)) << text;
     }
+}
+
+TEST(Complaints, EscapeWhatTerminalsObey) {
+    EXPECT_EQ(Printable("a\xff\x1b\u009b\u202e\n\u20ac\U0001d11e"),
+              "a\\xff\\u001b\\u009b\\u202e\\u000a\u20ac\U0001d11e");
 }
 
 TEST(Reports, NameTheirField) {

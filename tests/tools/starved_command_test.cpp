@@ -82,7 +82,7 @@ const Verb kVerbs[] = {
     {"dict header small.json -o old.img", true},
     {"dict wireshark small.json -o old.img", true},
     {"value money 101'16"},
-    {"pages manual completion", true},
+    {"pages manual bash zsh fish", true},
     {"--version"},
     {"--help"},
 };

@@ -7,6 +7,7 @@
 #include "core/wire/compression.h"
 #include "core/wire/header.h"
 #include "tools/capture/payload_walk.h"
+#include "tools/capture/stream_json.h"
 #include "tools/io/out_of_memory.h"
 #include "tools/text/findings.h"
 #include "tools/text/json_members.h"
@@ -102,7 +103,7 @@ void MessageWriter::ReadKind() {
     }
     const std::int64_t type = members_.Number(MemberKey::kType, INT16_MIN, INT16_MAX, 0);
     const std::int64_t subType = members_.Number(MemberKey::kSubType, INT16_MIN, INT16_MAX, 0);
-    if (name && (kind_->type != type || kind_->subType != subType)) {
+    if (kind_ != nullptr && (kind_->type != type || kind_->subType != subType)) {
         throw MessageError("name: " + kind_->name + " has " + TypeText(kind_->type, kind_->subType));
     }
     kind_ = catalog_.FindMessage(static_cast<int>(type), static_cast<int>(subType));
@@ -197,6 +198,10 @@ int MessageWriter::RepeatCount() const {
 std::string MessageWriter::ReadValue(const GivenField& given) const {
     const CatalogField& field = *kind_->entries[given.place.entry].field;
     try {
+        const bool isBytes = field.type == kZELBytes10 || field.type == kZELBytes11;
+        if (isBytes && IsStreamJson(given.member.value)) {
+            return ReadStreamJson(given.member.value, catalog_, reading_);
+        }
         return ReadValueJson(given.member.value, {field.type, field.length}, reading_);
     } catch (const MessageError& error) {
         throw MessageError(WhereIs(given.place.repetition, given.member.key) + ": " + error.what());

@@ -127,7 +127,8 @@ void Catalog::AddMessage(const image::ImageView& names, std::int16_t type, const
     CatalogMessage message{type, node.subType, MessageName(names, type, node.subType), "", {}, 0, 0, 0, {}, {}};
     message.jsonText = MessageJson(message);
     for (int i = 0; i < node.fieldCount; ++i) {
-        message.entries.push_back({&Field(node.fieldList[i].fieldId), "", ""});
+        message.entries.push_back(
+            {&Field(node.fieldList[i].fieldId), node.fieldList[i].presence == kZELMandatory, "", ""});
     }
     FindGroup(node, message);
     NameEntries(message);
@@ -145,6 +146,18 @@ const CatalogField* Catalog::FindField(std::string_view nameOrId) const {
     unsigned id = 0;
     std::from_chars(nameOrId.data(), nameOrId.data() + nameOrId.size(), id);
     return id < fields_.size() && fields_[id].type != 0 ? &fields_[id] : nullptr;
+}
+
+std::vector<const CatalogMessage*> Catalog::Messages() const {
+    std::vector<const CatalogMessage*> messages;
+    messages.reserve(messages_.size());
+    for (const auto& [key, message] : messages_) {
+        messages.push_back(&message);
+    }
+    std::sort(messages.begin(), messages.end(), [](const CatalogMessage* left, const CatalogMessage* right) {
+        return std::pair(left->type, left->subType) < std::pair(right->type, right->subType);
+    });
+    return messages;
 }
 
 const CatalogMessage* Catalog::FindMessage(int type, int subType) const {

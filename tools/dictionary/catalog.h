@@ -43,6 +43,7 @@ using TextMap = std::unordered_map<std::string, Value, TextHash, std::equal_to<>
 // One entry of a message's field list.
 struct CatalogEntry {
     const CatalogField* field;
+    bool isMandatory;
     std::string key;         // the field's name; with "[2]" and so on when the part lists it again
     std::string memberText;  // the key as it begins a further member of a JSON object: ,"NAME":
 };
@@ -93,6 +94,8 @@ public:
     // The field with this name, or with this id in digits.
     [[nodiscard]] const CatalogField* FindField(std::string_view nameOrId) const;
 
+    // In the order of type and sub-type.
+    [[nodiscard]] std::vector<const CatalogMessage*> Messages() const;
     [[nodiscard]] const CatalogMessage* FindMessage(int type, int subType) const;
     [[nodiscard]] const CatalogMessage* FindMessage(std::string_view name) const;
 

@@ -1,5 +1,8 @@
 #include "tools/text/complaint.h"
 
+#include <algorithm>
+#include <iterator>
+
 #include "tools/io/descriptor.h"
 #include "tools/text/hex_text.h"
 #include "tools/text/json_text.h"
@@ -8,26 +11,31 @@ namespace zel::tools {
 
 namespace {
 
-// Marks and overrides of the direction of writing: they show one text as another.
-bool TurnsWriting(std::string_view character) {
-    return (character >= "\u200e" && character <= "\u200f") || (character >= "\u2028" && character <= "\u202e") ||
-           (character >= "\u2066" && character <= "\u2069");
-}
-
-bool IsControl(std::string_view character) {
-    const auto first = static_cast<unsigned char>(character[0]);
-    return first < 0x20 || first == 0x7F || (character >= "\u0080" && character <= "\u009f") || TurnsWriting(character);
-}
-
-void AppendUnit(std::string& out, std::string_view character) {
-    unsigned unit = static_cast<unsigned char>(character[0]);
+// The number of a character of up to 3 bytes.
+unsigned CodeOf(std::string_view character) {
+    unsigned code = static_cast<unsigned char>(character[0]);
     if (character.size() > 1) {
-        unit &= character.size() == 2 ? 0x1FU : 0x0FU;
+        code &= character.size() == 2 ? 0x1FU : 0x0FU;
         for (const char following : character.substr(1)) {
-            unit = unit << 6U | (static_cast<unsigned char>(following) & 0x3FU);
+            code = code << 6U | (static_cast<unsigned char>(following) & 0x3FU);
         }
     }
-    const char bytes[] = {static_cast<char>(unit >> 8U), static_cast<char>(unit)};
+    return code;
+}
+
+bool IsControl(unsigned code) {
+    struct Range {
+        unsigned first;
+        unsigned last;
+    };
+    // The last three are separators, marks and overrides of the direction of writing: they show one text as another.
+    constexpr Range kRanges[] = {{0, 0x1F}, {0x7F, 0x9F}, {0x200E, 0x200F}, {0x2028, 0x202E}, {0x2066, 0x2069}};
+    return std::any_of(std::begin(kRanges), std::end(kRanges),
+                       [code](const Range& range) { return code >= range.first && code <= range.last; });
+}
+
+void AppendEscape(std::string& out, unsigned code) {
+    const char bytes[] = {static_cast<char>(code >> 8U), static_cast<char>(code)};
     out += "\\u";
     AppendHex(out, bytes, sizeof bytes);
 }
@@ -42,8 +50,8 @@ std::string Printable(std::string_view text) {
         if (size == 0) {
             printable += "\\x";
             AppendHex(printable, character.data(), 1);
-        } else if (IsControl(character)) {
-            AppendUnit(printable, character);
+        } else if (const unsigned code = CodeOf(character); size < 4 && IsControl(code)) {
+            AppendEscape(printable, code);
         } else {
             printable += character;
         }

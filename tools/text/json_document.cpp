@@ -103,6 +103,11 @@ JsonState JsonDocument::Read(std::string_view piece, Findings& findings) {
         (void)Fail(next_, "the text is longer than can be read");
         return state_;
     }
+    constexpr std::string_view kMark = "\xEF\xBB\xBF";
+    if (text_.empty() && piece.starts_with(kMark)) {
+        // Some editors put it before all texts.
+        next_ = kMark.size();
+    }
     text_ += piece;
     state_ = JsonState::kUnfinished;
     while (SkipBlanks() && ReadToken()) {

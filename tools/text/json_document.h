@@ -94,7 +94,7 @@ private:
         std::uint32_t next;  // the node after this value and all in it
         std::uint32_t size;  // bytes of a text, elements or members
         union {
-            std::uint64_t at;  // where a text lies
+            std::size_t at;  // where a text lies
             std::int64_t whole;
             double real;
         };

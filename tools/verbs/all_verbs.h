@@ -19,7 +19,9 @@ namespace zel::tools {
 [[nodiscard]] Verb DictDiffVerb();
 [[nodiscard]] Verb DictHeaderVerb();
 [[nodiscard]] Verb DictWiresharkVerb();
+[[nodiscard]] Verb SampleVerb();
 [[nodiscard]] Verb ValueVerb();
+[[nodiscard]] Verb ValueStreamVerb();
 
 }  // namespace zel::tools
 

@@ -11,6 +11,7 @@
 #include "tools/text/complaint.h"
 #include "tools/verbs/all_verbs.h"
 #include "tools/verbs/command_line.h"
+#include "tools/verbs/completion.h"
 #include "tools/verbs/pages.h"
 
 namespace zel::tools {
@@ -32,6 +33,7 @@ int RunVerb(const Verb& verb) {
 int Run(int argc, const char* const* argv, const std::string& version) {
     Verb command = ZelCommand();
     command.verbs.push_back(PagesVerb(command, version));
+    command.verbs.push_back(NamesVerb());
     const ParsedCommand parsed = ParseCommandLine(command, version, argc, argv);
     const int status = parsed.verb == nullptr ? parsed.status : RunVerb(*parsed.verb);
     // Help is output, too.

@@ -192,7 +192,8 @@ Verb DecodeVerb() {
                     {"--json", &options->json, "Write one JSON object a line"},
                     {"--summary", &options->summary, "Write counts and bytes by message type"},
                     {"--raw", &options->raw, "Use no dictionary: headers and, in format 2, fields"},
-                    {"--streams", &options->streams, "Open the filter or sort data in these fields", "FIELD,..."}},
+                    {"--streams", &options->streams, "Open the filter or sort data in these fields", "FIELD,...", false,
+                     true}},
         .exclusive = {{"--unframed", "--follow"}, {"--json", "--summary", "--raw", "--streams"}},
         .footer =
             "Examples:\n"

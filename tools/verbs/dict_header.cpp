@@ -66,7 +66,8 @@ Verb DictHeaderVerb() {
             .options = {{"IMAGE", &options->dictionary, "Image, or source whose name ends with .json", "", true},
                         {"MESSAGE", &options->messages,
                          "Messages to write, by name or as TYPE/SUBTYPE, with the fields that they list; without it, "
-                         "everything"},
+                         "everything",
+                         "", false, true},
                         {"-o,--output", &options->output, "Header to write; without it, standard output", "FILE"},
                         {"--namespace", &options->space, "Namespace of everything in it; 'dictionary' if not given",
                          "NAME"},

@@ -209,7 +209,8 @@ Verb DictShowVerb() {
         .options = {DictionaryArgument(&options->dictionary),
                     {"WHAT", &options->subject,
                      "Name of a field or a message, id of a field, or TYPE/SUBTYPE of a message. Without it, "
-                     "everything"},
+                     "everything",
+                     "", false, true},
                     {"--json", &options->json, "Write the whole dictionary as a source that builds to the same image"}},
         .footer =
             "Examples:\n"

@@ -75,8 +75,9 @@ std::string VerbFault(const Verb& command, int argc, const char* const* argv) {
             Look(*group, path, typed, nearest);
             Look(command, command.name, typed, nearest);
         }
-        return "there is no verb '" + path + ' ' + typed + '\'' +
-               (nearest.name.empty() ? "" : "; did you mean '" + nearest.name + "'?");
+        std::string fault = "there is no verb '";
+        fault.append(path).append(" ").append(typed).append("'");
+        return nearest.name.empty() ? fault : fault + "; did you mean '" + nearest.name + "'?";
     }
     return "";
 }

@@ -143,7 +143,9 @@ TextFault ReadDateTime(const ValueOptions& options, _datetime& value, Read read)
     _datetime checked = value;
     // Formats of months have no day.
     const short format = options.format.value_or(0);
-    checked.day = checked.day == 0 && (format == 8 || format == 10 || format == 15) ? 1 : checked.day;
+    if (checked.day == 0 && (format == 8 || format == 10 || format == 15)) {
+        checked.day = 1;
+    }
     return CheckDateTime(checked);
 }
 
@@ -284,7 +286,7 @@ int Convert(const Conversion& conversion, const ValueOptions& options) {
 
 Verb ValueVerb() {
     Verb value{.name = "value",
-               .summary = "Convert money, dates, times and fractions",
+               .summary = "Convert money, dates, times, fractions, filters and sort data",
                .footer =
                    "Example:\n"
                    "  zel value money \"101'16\"\n"
@@ -305,6 +307,7 @@ Verb ValueVerb() {
         }
         value.verbs.push_back(std::move(verb));
     }
+    value.verbs.push_back(ValueStreamVerb());
     return value;
 }
 
