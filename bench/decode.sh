@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Measures `zel decode` on a capture of orders with 35 fields each, by default of 200 MB, beside reading the same bytes and
-# pretty-printing the JSON output. Seconds are processor time, user and system, of one run.
+# Measures `zel decode` on a capture of orders with 35 fields each, by default of 200 MB, and `zel encode` on its JSON output,
+# beside reading the same bytes and pretty-printing that output. Seconds are processor time, user and system, of one run.
 #   bench/decode.sh BUILD [MEGABYTES]
 set -euo pipefail
 
@@ -50,7 +50,8 @@ measure "zel decode --summary" "$messages" "$work/capture.zel" "$zel" decode --s
 measure "zel decode" "$messages" "$work/capture.zel" "$zel" decode
 "$zel" decode --json "$work/part.zel" >"$work/part.jsonl"
 for _ in $(seq 20); do cat "$work/part.jsonl"; done >"$work/lines.jsonl"
-measure "zel encode, 20,000 of the messages" 20000 "$work/lines.jsonl" "$zel" encode
+for _ in $(seq 10); do cat "$work/lines.jsonl"; done >"$work/many.jsonl"
+measure "zel encode, 200,000 of the messages" 200000 "$work/many.jsonl" "$zel" encode
 if command -v jq >/dev/null; then
     measure "pretty-print 20,000 of the messages, jq" 20000 "$work/lines.jsonl" jq .
 fi

@@ -21,6 +21,10 @@ if(TARGET zel_pages)
     install(FILES ${PROJECT_BINARY_DIR}/tools/zel.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
     install(FILES ${PROJECT_BINARY_DIR}/tools/zel.bash
         DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions RENAME zel)
+    install(FILES ${PROJECT_BINARY_DIR}/tools/zel.zsh
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/site-functions RENAME _zel)
+    install(FILES ${PROJECT_BINARY_DIR}/tools/zel.fish
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d)
 endif()
 install(DIRECTORY include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/zel FILES_MATCHING PATTERN "*.h" PATTERN "*.hpp")
 

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cstring>
 #include <memory>
-#include <nlohmann/json.hpp>
 #include <optional>
 #include <set>
 
@@ -19,7 +18,7 @@
 #include "tools/dictionary/image_builder.h"
 #include "tools/io/descriptor.h"
 #include "tools/text/hex_text.h"
-#include "tools/text/json_file.h"
+#include "tools/text/json_document.h"
 #include "tools/text/message_error.h"
 #include "zeldata/image_check.h"
 #include "zeldata/message_table.h"
@@ -64,13 +63,13 @@ private:
 // The bytes of a line, or nothing when it cannot be written.
 std::optional<std::string> Encode(const std::string& line) {
     tools::Findings findings;
-    const nlohmann::json json = tools::ParseJson(line, findings);
+    const tools::JsonDocument document = tools::ParseJson(line, findings);
     if (!findings.empty()) {
         return std::nullopt;
     }
-    tools::MessageWriter writer(Dictionary::Get().catalog());
+    tools::MessageWriter writer(Dictionary::Get().catalog(), tools::Reading::kStrict);
     try {
-        return std::string(writer.Write(json));
+        return std::string(writer.Write(document.root()));
     } catch (const tools::MessageError& error) {
         Check(error.what()[0] != '\0', "a refused line has a reason");
         return std::nullopt;
@@ -83,7 +82,9 @@ std::string Decode(const tools::Frame& frame, tools::DecodedForm form, bool* isT
     tools::ErrorLines errors("", output);
     tools::CaptureDecoder decoder(&Dictionary::Get().catalog(), form, {201, 202}, output, errors);
     decoder.Decode(frame);
-    decoder.Finish();
+    if (form == tools::DecodedForm::kSummary) {
+        decoder.AppendSummary(output.text);
+    }
     *isTold = errors.any();
     return output.text;
 }

@@ -1,11 +1,10 @@
 #include "fuzz/random_source.h"
 
 #include <algorithm>
-#include <nlohmann/json.hpp>
 
 #include "tools/dictionary/image_builder.h"
 #include "tools/dictionary/source_check.h"
-#include "tools/text/json_file.h"
+#include "tools/text/json_document.h"
 #include "zeldata/field_rules.h"
 
 namespace zel::fuzz {
@@ -110,11 +109,11 @@ std::string RandomSource(test::Random& random, bool isOdd) {
 }
 
 std::optional<std::vector<char>> Compile(const std::string& text, tools::Findings& findings) {
-    const nlohmann::json json = tools::ParseJson(text, findings);
-    if (json.is_discarded()) {
+    const tools::JsonDocument document = tools::ParseJson(text, findings);
+    if (!document.root()) {
         return std::nullopt;
     }
-    const tools::DictionarySource source = tools::ParseDictionary(json, findings);
+    const tools::DictionarySource source = tools::ParseDictionary(document.root(), findings);
     tools::CheckDictionary(source, findings);
     const bool isSmall = std::all_of(source.fields.begin(), source.fields.end(),
                                      [](const tools::FieldSource& field) { return field.id <= kHighestId; });

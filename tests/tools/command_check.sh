@@ -1,9 +1,9 @@
 #!/usr/bin/env bash
-# What only a shell can show of the command: the manual page is clean, the completion completes, a reader that leaves
-# early is no error, and colours go to terminals alone. Called with the command, the manual page, the completion and the
-# sample dictionary's source.
+# What only a shell can show of the command: the manual page is clean, shells complete, a reader that leaves early is no
+# error, an interrupt is heard, and what goes to terminals suits them. Called with the command, the folder of its pages,
+# and the sample dictionary's source.
 set -euo pipefail
-zel=$1 manual=$2 completion=$3 sample=$4
+zel=$1 manual=$2/zel.1 pages=$2 sample=$3
 status=0
 
 expect() {  # name, expected, actual
@@ -19,7 +19,7 @@ if command -v groff >/dev/null; then
 fi
 
 # shellcheck disable=SC1090
-source "$completion"
+source "$pages/zel.bash"
 complete_words() {
     COMP_WORDS=("$@")
     COMP_CWORD=$(($# - 1))
@@ -31,10 +31,42 @@ expect "verb begun" "value" "$(complete_words zel va)"
 expect "options" "--json" "$(complete_words zel dict show "$sample" --j)"
 expect "files are left to readline" "" "$(complete_words zel dict show '')"
 expect "hidden verb" "" "$(complete_words zel pa)"
+expect "names" "LIMIT_PRICE" "$(complete_words "$zel" dict show "$sample" LIMIT)"
+if command -v fish >/dev/null; then
+    in_fish() {
+        fish --no-config -c "source '$pages/zel.fish'; complete -C '$1' | cut -f1" | sort | tr '\n' ' '
+    }
+    ln -sf "$zel" "$pages/zel"
+    PATH=$pages:$PATH
+    expect "fish: verbs of dict" "build check diff header show wireshark " "$(in_fish 'zel dict ')"
+    expect "fish: options" "--json " "$(in_fish "zel dict show $sample --j")"
+    expect "fish: names" "LIMIT_PRICE " "$(in_fish "zel dict show $sample LIMIT")"
+fi
+if command -v zsh >/dev/null; then
+    # What the completion hands to zsh's own functions.
+    in_zsh() {  # words before the one that is completed, its beginning
+        {
+            echo '_describe() { local list=${@[-1]}; print -r -- ${${(P)list}%%:*} }'
+            echo 'compadd() { print -r -- ${(M)@:#LIMIT*} }'
+            echo "_files() { }; words=($1 ''); CURRENT=\${#words}; PREFIX=$2; complete_zel() {"
+            cat "$pages/zel.zsh"
+            echo '}; complete_zel'
+        } | zsh -f
+    }
+    expect "zsh: verbs of dict" "build check show diff header wireshark" "$(in_zsh 'zel dict' '')"
+    expect "zsh: options" "--help -h --json" "$(in_zsh "zel dict show" -)"
+    expect "zsh: names" "LIMIT_PRICE" "$(in_zsh "$zel dict show $sample" '')"
+fi
 
 # A parent that ignores SIGPIPE hands that down. Nobody reads any more when the command begins.
 complaint=$({ { sleep 0.3; trap '' PIPE; "$zel" dict show "$sample" --json; } 2>&3 | true; } 3>&1 || true)
 expect "reader gone" "" "$complaint"
+# An interrupt ends what would wait for ever, with its summary.
+capture=$(mktemp)
+trap 'rm -f "$capture"' EXIT
+echo '{"name":"HEARTBEAT"}' | "$zel" encode -d "$sample" >"$capture"
+summary=$(set -m; "$zel" decode -d "$sample" --follow --summary "$capture" & sleep 1; kill -INT $!; wait $!)
+expect "summary at an interrupt" "$("$zel" decode -d "$sample" --summary "$capture")" "$summary"
 escape=$'\e'
 in_terminal() {
     script -qec "$1" /dev/null </dev/null | grep -c "$escape" || true
@@ -45,5 +77,10 @@ if command -v script >/dev/null; then
     expect "NO_COLOR" 0 "$(TERM=xterm NO_COLOR=1 in_terminal "$show")"
     expect "a terminal without colours" 0 "$(TERM=dumb in_terminal "$show")"
     expect "no terminal" 0 "$(TERM=xterm in_terminal "$show | cat")"
+    narrow=$(TERM=dumb script -qec "stty cols 72; $show" /dev/null </dev/null | tr -d '\r')
+    expect "width of a table" 72 "$(wc -L <<<"$narrow")"
+    expect "words of a table" "$("$zel" dict show "$sample" 10/2 | tr -s ' \n' ' ')" "$(tr -s ' \n' ' ' <<<"$narrow")"
+    complaint=$(script -qc "echo '{\"name\":\"HEARTBEAT\"}' | \"$zel\" encode" /dev/null </dev/null | sed -n 1p)
+    expect "bytes in a terminal" "encode: writes bytes that no terminal shows; send them elsewhere, or use --hex" "${complaint%$'\r'}"
 fi
 exit $status

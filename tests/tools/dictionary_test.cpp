@@ -1,31 +1,36 @@
 // Dictionary sources: every fault is found, at its place, with what was expected.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <nlohmann/json.hpp>
-#include <sstream>
 #include <string>
 
 #include "tests/support/cases.h"
+#include "tests/support/random_message.h"
+#include "tests/support/work_folder.h"
 #include "tools/dictionary/source_check.h"
-#include "tools/text/json_file.h"
+#include "tools/text/json_document.h"
 
 namespace zel::tools {
 namespace {
 
 // The findings as the command prints them.
-std::string Report(const nlohmann::json& source, Findings findings = {}) {
-    if (!source.is_discarded() && findings.empty()) {
-        CheckDictionary(ParseDictionary(source, findings), findings);
+std::string Report(const std::string& source) {
+    Findings findings;
+    const JsonDocument document = ParseJson(source, findings);
+    if (findings.empty()) {
+        CheckDictionary(ParseDictionary(document.root(), findings), findings);
     }
-    std::ostringstream out;
-    PrintFindings(out, "d.json", findings);
-    return out.str();
+    std::string report;
+    for (const Finding& finding : findings) {
+        report += FindingText("d.json", finding) + '\n';
+    }
+    return report;
 }
 
 class DictionarySources : public testing::Test {
 protected:
-    Findings none_;
-    nlohmann::json source_ = ReadJsonFile(ZEL_SOURCE_DIR "/tests/tools/cases/small.json", none_);
+    nlohmann::json source_ = nlohmann::json::parse(test::ReadFile(test::SourcePath("tests/tools/cases/small.json")));
 };
 
 TEST_F(DictionarySources, EachFaultIsTheOnlyFinding) {
@@ -35,9 +40,9 @@ TEST_F(DictionarySources, EachFaultIsTheOnlyFinding) {
         if (row[2].empty()) {
             source.at(pointer.parent_pointer()).erase(pointer.back());
         } else {
-            source[pointer] = ParseJson(row[2], none_);
+            source[pointer] = nlohmann::json::parse(row[2]);
         }
-        EXPECT_EQ(Report(source), row[3].empty() ? "" : "d.json: " + row[3] + '\n') << row[0];
+        EXPECT_EQ(Report(source.dump()), row[3].empty() ? "" : "d.json: " + row[3] + '\n') << row[0];
     }
 }
 
@@ -45,14 +50,15 @@ TEST_F(DictionarySources, AllFaultsAreFoundInOneRun) {
     source_["fields"][7]["id"] = "x";
     source_["fields"][8]["type"] = nullptr;
     source_["messages"][1]["fields"][0] = "NOPE";
-    Findings findings;
-    CheckDictionary(ParseDictionary(source_, findings), findings);
-    EXPECT_EQ(CountErrors(findings), 3U);
+    const std::string report = Report(source_.dump());
+    EXPECT_EQ(std::count(report.begin(), report.end(), '\n'), 3) << report;
 }
 
 // Images count them in 16 bits.
 TEST_F(DictionarySources, ATypeHasAsManySubTypesAsAnImageCounts) {
-    DictionarySource source = ParseDictionary(source_, none_);
+    Findings none;
+    const JsonDocument document = ParseJson(source_.dump(), none);
+    DictionarySource source = ParseDictionary(document.root(), none);
     source.messages.resize(1);
     for (int subType = INT16_MIN; subType < INT16_MAX; ++subType) {
         source.messages.push_back(source.messages.front());
@@ -60,27 +66,49 @@ TEST_F(DictionarySources, ATypeHasAsManySubTypesAsAnImageCounts) {
         source.messages.back().name = std::to_string(subType);
     }
     source.messages.front().subType = INT16_MAX;
-    CheckDictionary(source, none_);
-    ASSERT_EQ(none_.size(), 1U);
-    EXPECT_TRUE(none_[0].text.starts_with("is one sub-type too many of the type 1;")) << none_[0].text;
+    CheckDictionary(source, none);
+    ASSERT_EQ(none.size(), 1U);
+    EXPECT_TRUE(none[0].text.starts_with("is one sub-type too many of the type 1;")) << none[0].text;
     source.messages.pop_back();
-    CheckDictionary(source, none_ = {});
-    EXPECT_EQ(none_.size(), 0U);
+    CheckDictionary(source, none = {});
+    EXPECT_EQ(none.size(), 0U);
 }
 
 TEST(JsonSource, FaultsAreNamedWithTheirPlace) {
     for (const test::Cells& row : test::ReadCases("tests/tools/cases/syntax.txt", 2)) {
-        Findings findings;
-        (void)ParseJson(row[0], findings);
-        EXPECT_EQ(findings.size(), 1U) << row[0];
-        EXPECT_TRUE(Report({}, findings).starts_with("d.json: " + row[1])) << Report({}, findings);
+        const std::string report = Report(row[0]);
+        EXPECT_EQ(std::count(report.begin(), report.end(), '\n'), 1) << row[0];
+        EXPECT_EQ(report, "d.json: " + row[1] + '\n');
     }
+}
+
+// The same texts are JSON as for another parser.
+TEST(JsonSource, IsToldFromOtherTexts) {
+    const std::string good =
+        R"([1.5e-3, -0, {"a\u00e6\ud834\udd1e": "\n\"", "\u00c3\u0086": [true, null]}, {}, 12345678901234567890])";
+    test::Random random(11);
+    int accepted = 0;
+    for (int i = 0; i < 20000; ++i) {
+        std::string text = good;
+        for (unsigned changes = random() % 3; changes != 0; --changes) {
+            text[random() % text.size()] = good[random() % good.size()];
+        }
+        Findings findings;
+        const bool isJson = static_cast<bool>(ParseJson(text, findings).root());
+        ASSERT_EQ(isJson, nlohmann::json::accept(text)) << text;
+        accepted += isJson ? 1 : 0;
+    }
+    EXPECT_GT(accepted, 4000);
+    EXPECT_LT(accepted, 16000);
 }
 
 TEST(JsonSource, AllowsCommentsAndEqualKeysInDifferentObjects) {
     Findings findings;
-    EXPECT_EQ(ParseJson("// one\n[{\"a\": 1}, /* two */ {\"a\": {\"a\": 2}}]", findings)[1]["a"]["a"].get<int>(), 2);
+    EXPECT_TRUE(ParseJson("\xEF\xBB\xBF// one\n[{\"a\": 1}, /* two */ {\"a\": {\"a\": 2}}] //", findings).root());
+    const JsonDocument escapes = ParseJson(R"(["\u00e6\/\ud834\udd1e\t"])", findings);
+    EXPECT_EQ((*escapes.root().begin()).value.Text(), "\u00e6/\U0001d11e\t");
     EXPECT_TRUE(findings.empty());
+    EXPECT_FALSE(ParseJson("[\"\xc3(\"]", findings).root());
 }
 
 }  // namespace

@@ -54,7 +54,7 @@ TEST_F(Messages, AreShownAsTheGoldenFilesSay) {
 }
 
 TEST_F(Messages, StreamsAreListedBelowTheirField) {
-    for (const test::Cells& row : test::ReadCases("tests/tools/cases/streams.txt", 2)) {
+    for (const test::Cells& row : test::ReadCases("tests/tools/cases/streams.txt", 3)) {
         std::string hex = row[0];
         std::erase(hex, ' ');
         WriteFile("query.jsonl",
@@ -68,6 +68,12 @@ TEST_F(Messages, StreamsAreListedBelowTheirField) {
             }
         }
         EXPECT_EQ(listed, row[1]) << row[0];
+        EXPECT_EQ(RunZel("value stream " + hex).out, row[2].empty() ? "" : row[2] + '\n') << row[0];
+        if (!row[2].empty()) {
+            WriteFile("json.jsonl",
+                      R"({"name":"ORDER_QUERY","fields":{"QUERY_REF":"Q","FILTER_STREAM":)" + row[2] + "}}\n");
+            EXPECT_EQ(Encoded("json.jsonl"), Encoded("query.jsonl")) << row[0];
+        }
     }
 }
 
@@ -104,6 +110,49 @@ TEST_F(Messages, FaultsOfJsonAreToldWithTheirPlace) {
         EXPECT_EQ(outcome.err, "bad.jsonl: offset 1, message 1: " + row[1] + '\n') << row[0];
         EXPECT_EQ(outcome.status, 1) << row[0];
         EXPECT_EQ(outcome.out.size(), 38 * 3U) << row[0];
+    }
+}
+
+// An object over several lines, at whose end or fault a line that begins with a brace begins the next.
+TEST_F(Messages, AreReadOverSeveralLines) {
+    const std::string beat = "{\n  \"name\": /* a\n comment */\n\n \"HEARTBEAT\"\n}\n";
+    const std::string longest(std::size_t{4} << 20U, ' ');
+    std::string many;
+    for (int i = 0; i < 200000; ++i) {
+        many += "{},";
+    }
+    WriteFile("lines.jsonl", beat + "{\"name\":\n" + beat + "{\"name\":]\n}\n\n" + beat + '{' + longest +
+                                 "\n}\n{\"offset\":[" + many + "0],\"name\":\"HEARTBEAT\"}\n{\n");
+    const Outcome outcome = RunZel("encode --hex lines.jsonl");
+    EXPECT_EQ(std::count(outcome.out.begin(), outcome.out.end(), '\n'), 4);
+    EXPECT_EQ(outcome.err,
+              "lines.jsonl: offset 45, message 2: line 1, column 9: the text ends within a value\n"
+              "lines.jsonl: offset 99, message 4: line 1, column 9: unexpected ']'; expected a value\n"
+              "lines.jsonl: offset 157, message 6: is longer than 4194304 bytes; no message needs so many\n"
+              "lines.jsonl: offset 4794499, message 8: line 1, column 2: the text ends within a value\n");
+    // Mistyped money is refused, unless it is wanted.
+    WriteFile("typed.jsonl",
+              R"({"name":"NEW_ORDER","fields":{"SYMBOL":"RYE","LIMIT_PRICE":"12,5","SIDE":1,"QUANTITY":1}})");
+    EXPECT_EQ(RunZel("encode --hex --lenient typed.jsonl").err.find("12,5"), std::string::npos);
+    EXPECT_NE(RunZel("encode --hex typed.jsonl").err.find("has a comma that does not part"), std::string::npos);
+}
+
+// What is sampled can be sent and comes back.
+TEST_F(Messages, AreSampled) {
+    for (const char* arguments : {"sample --count 500 --seed 5", "sample -d odd_names.json --count 50"}) {
+        const std::string dictionary =
+            std::string(arguments).find("odd_names") != std::string::npos ? " -d odd_names.json" : "";
+        const Outcome sampled = RunZel(arguments);
+        EXPECT_EQ(sampled.status, 0) << sampled.err;
+        WriteFile("sampled.jsonl", sampled.out);
+        const Outcome encoded = RunZel("encode --hex sampled.jsonl" + dictionary);
+        WriteFile("sampled.txt", encoded.out);
+        const Outcome decoded = RunZel("decode --hex --json sampled.txt" + dictionary);
+        EXPECT_EQ(encoded.err + decoded.err, "");
+        WriteFile("again.jsonl", decoded.out);
+        EXPECT_EQ(RunZel("encode --hex again.jsonl" + dictionary).out, encoded.out);
+        EXPECT_EQ(std::count(encoded.out.begin(), encoded.out.end(), '\n'),
+                  std::count(sampled.out.begin(), sampled.out.end(), '\n'));
     }
 }
 
@@ -169,43 +218,46 @@ TEST_F(Messages, AreReadFromDumpsAsLogsHaveThem) {
     }
 }
 
-// 10,000 messages of every kind, in every format and frame, with flags, ids and user data of any value.
+// A message of any format, frame, flags, ids and user data.
+std::string RandomMessage(const test::Tables& tables, short type, const ZELSubTypeNode& node, test::Random& random) {
+    static std::vector<char> buffer(kZELMaxFrame + 100);
+    static char userData[100] = "any bytes \xff";
+    const auto format = static_cast<unsigned short>(random() % 3);
+    CZELMessage sent(static_cast<short>(format == 1 ? 0 : random() % 16), 0);
+    sent.sequence = static_cast<short>(random() % 3 == 0 ? 0 : random());
+    test::FillRandomly(sent, tables, type, node, static_cast<short>(random() % 4), format == 1, random);
+    sent.serviceIdHigh = static_cast<short>(random());
+    sent.serviceIdLow = static_cast<short>(random());
+    sent.shortFrame = static_cast<int>(random() % 2);
+    sent.compressMode = random() % 2 == 0 ? 2 : 0;
+    sent.message->format = format;
+    sent.message->encryptFlag = static_cast<unsigned short>(random() % 16);
+    sent.message->userData = static_cast<ZELLong>(random());
+    if (random() % 2 == 0) {
+        sent.message->varUserData = userData;
+        sent.message->varUserDataLen = static_cast<unsigned short>(random() % sizeof userData);
+    }
+    long length = 0;
+    EXPECT_EQ(sent.packMessage(buffer.data(), &length), 0) << type << ' ' << node.subType;
+    // Peers set packing flags and ids that the message object would not.
+    char* header = buffer.data() + (sent.shortFrame != 0 ? 4 : 6);
+    header[2] = static_cast<char>(static_cast<unsigned char>(header[2]) ^ (random() % 2 == 0 ? 2U : 1U));
+    header[20] = static_cast<char>(random());
+    return {buffer.data(), static_cast<std::size_t>(length)};
+}
+
+// 10,000 messages of every kind.
 TEST_F(Messages, ComeBackByteForByte) {
     CZELMessage::init();
     const test::Tables tables{CZELMessage::getVormaZelData()->dataDictionary(),
                               CZELMessage::getVormaZelData()->messageTable()};
     test::Random random(2024);
-    std::vector<char> buffer(kZELMaxFrame + 100);
-    char userData[100] = "any bytes \xff";
     std::string capture;
     int count = 0;
     while (count < 10000) {
         for (const ZELTypeNode* type = tables.messages; type != nullptr; type = type->next) {
             for (const ZELSubTypeNode* node = type->subTypes; node != nullptr; node = node->next, ++count) {
-                const auto format = static_cast<unsigned short>(count % 3);
-                CZELMessage sent(static_cast<short>(format == 1 ? 0 : random() % 16), 0);
-                sent.sequence = static_cast<short>(random() % 3 == 0 ? 0 : random());
-                test::FillRandomly(sent, tables, type->type, *node, static_cast<short>(random() % 4), format == 1,
-                                   random);
-                ASSERT_NE(sent.message, nullptr);
-                sent.serviceIdHigh = static_cast<short>(random());
-                sent.serviceIdLow = static_cast<short>(random());
-                sent.shortFrame = static_cast<int>(random() % 2);
-                sent.compressMode = random() % 2 == 0 ? 2 : 0;
-                sent.message->format = format;
-                sent.message->encryptFlag = static_cast<unsigned short>(random() % 16);
-                sent.message->userData = static_cast<ZELLong>(random());
-                if (random() % 2 == 0) {
-                    sent.message->varUserData = userData;
-                    sent.message->varUserDataLen = static_cast<unsigned short>(random() % sizeof userData);
-                }
-                long length = 0;
-                ASSERT_EQ(sent.packMessage(buffer.data(), &length), 0) << type->type << ' ' << node->subType;
-                // Peers set packing flags and ids that the message object would not.
-                char* header = buffer.data() + (sent.shortFrame != 0 ? 4 : 6);
-                header[2] = static_cast<char>(static_cast<unsigned char>(header[2]) ^ (random() % 2 == 0 ? 2U : 1U));
-                header[20] = static_cast<char>(random());
-                capture.append(buffer.data(), static_cast<std::size_t>(length));
+                capture += RandomMessage(tables, type->type, *node, random);
             }
         }
     }

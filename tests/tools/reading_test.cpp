@@ -6,16 +6,17 @@
 #include <cmath>
 #include <filesystem>
 #include <fstream>
-#include <nlohmann/json.hpp>
 
 #include "tests/support/bytes.h"
+#include "tests/support/cases.h"
+#include "tests/support/random_message.h"
 #include "tests/support/work_folder.h"
 #include "tools/capture/frame_reader.h"
 #include "tools/capture/library_reports.h"
 #include "tools/io/byte_input.h"
 #include "tools/io/line_reader.h"
 #include "tools/io/progress.h"
-#include "tools/text/json_file.h"
+#include "tools/text/complaint.h"
 #include "tools/text/json_text.h"
 #include "tools/text/value_json.h"
 #include "tools/text/value_text.h"
@@ -123,7 +124,8 @@ void ExpectSame(Bits bits, void (*append)(std::string&, Bits), ZELFieldType type
     std::string json;
     append(json, bits);
     Findings findings;
-    const std::string read = ReadValueJson(ParseJson(json, findings), {type, sizeof bits});
+    const JsonDocument document = ParseJson(json, findings);
+    const std::string read = ReadValueJson(document.root(), {type, sizeof bits}, Reading::kStrict);
     ASSERT_EQ(ValueAt<Bits>(read.data()), bits) << json;
 }
 
@@ -142,11 +144,45 @@ TEST(Reals, ComeBackBitForBit) {
     }
 }
 
+// Lenient and strict reading: no other forms; and nothing that no calendar has.
 TEST(DatesAndTimes, OfOtherFormsAreRefused) {
     _datetime value{};
     for (const char* text : {"1999-11-30T", "1999-11-3", "1899-01-01", "2156-01-01", "1999-1-01", "T09:05:07",
                              "25:00:00", "09:60:00", "09:05", "1999-11-30 09:05:07Z", "19991130", " "}) {
-        EXPECT_FALSE(ReadDateTimeText(text, value)) << text;
+        EXPECT_STREQ(ReadDateTimeText(text, Reading::kLenient, value), "is no date or time") << text;
+    }
+    const std::pair<const char*, const char*> strict[] = {{"2024-02-29", nullptr},
+                                                          {"1900-02-29", "is no day of the calendar"},
+                                                          {"2024-04-31", "is no day of the calendar"},
+                                                          {"2024-11-00", "is no day of the calendar"},
+                                                          {"24:00:00", nullptr},
+                                                          {"2024-11-01T24:00:01", "is no time of a day"}};
+    for (const auto& [text, fault] : strict) {
+        EXPECT_EQ(ReadDateTimeText(text, Reading::kLenient, value), nullptr) << text;
+        EXPECT_STREQ(ReadDateTimeText(text, Reading::kStrict, value), fault) << text;
+        std::string written;
+        EXPECT_EQ(AppendDateTimeText(written, value), fault == nullptr) << text;
+    }
+}
+
+TEST(Amounts, MeanWhatTheirTextSays) {
+    _money money{};
+    for (const test::Cells& row : test::ReadCases("tests/tools/cases/amounts.txt", 2)) {
+        const char* const fault = ReadMoneyText(row[0], Reading::kStrict, money);
+        EXPECT_STREQ(fault != nullptr ? fault : "", row[1].c_str()) << row[0];
+    }
+    // What is written is read.
+    test::Random random(7);
+    for (int code = 0; code <= INT16_MAX; ++code) {
+        for (const ZELLong amount :
+             {0, 1, -1, 99, 19999999, -20000001, INT32_MAX, INT32_MIN, static_cast<int>(random())}) {
+            const _money given{amount, static_cast<short>(code)};
+            std::string text;
+            if (AppendMoneyText(text, given)) {
+                EXPECT_EQ(ReadMoneyText(text, Reading::kStrict, money), nullptr) << amount << ' ' << code << text;
+                EXPECT_EQ(money.amount, amount) << text;
+            }
+        }
     }
 }
 
@@ -161,6 +197,11 @@ TEST(Utf8, IsToldFromOtherBytes) {
     }
 }
 
+TEST(Complaints, EscapeWhatTerminalsObey) {
+    EXPECT_EQ(Printable("a\xff\x1b\u009b\u202e\n\u20ac\U0001d11e"),
+              "a\\xff\\u001b\\u009b\\u202e\\u000a\u20ac\U0001d11e");
+}
+
 TEST(Reports, NameTheirField) {
     EXPECT_EQ(FieldInReport("FieldId[12]"), 12);
     EXPECT_EQ(FieldInReport("Field Received[65535] is not in the list of fields"), 65535);
@@ -171,9 +212,10 @@ TEST(Reports, NameTheirField) {
 }
 
 TEST(ProgressBar, ShowsHowFarTheWorkIs) {
-    EXPECT_EQ(ProgressLine(50000000, 200000000), "[#####               ]  25%  50 of 200 MB");
-    EXPECT_EQ(ProgressLine(300, 200), "[####################] 100%  0 of 0 MB");
-    EXPECT_EQ(ProgressLine(5000000, 0), "5 MB");
+    EXPECT_EQ(ProgressLine(50000000, 200000000, 41), "[#####               ]  25%  50 of 200 MB");
+    EXPECT_EQ(ProgressLine(300, 200, 79), "[####################] 100%  0 of 0 MB");
+    EXPECT_EQ(ProgressLine(50000000, 200000000, 39), " 25%");
+    EXPECT_EQ(ProgressLine(5000000, 0, 79), "5 MB");
 }
 
 }  // namespace

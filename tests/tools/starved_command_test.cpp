@@ -82,12 +82,8 @@ const Verb kVerbs[] = {
     {"dict header small.json -o old.img", true},
     {"dict wireshark small.json -o old.img", true},
     {"value money 101'16"},
-    {"value date 11/30/99"},
-    {"value time 09:05:07"},
-    {"value datetime \"99/11/30 09:05:07\""},
-    {"value fraction 12.125"},
     {"explain --markdown"},
-    {"pages manual completion", true},
+    {"pages manual bash zsh fish", true},
     {"--version"},
     {"--help"},
 };

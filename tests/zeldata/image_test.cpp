@@ -4,7 +4,6 @@
 #include <cstring>
 #include <filesystem>
 #include <map>
-#include <nlohmann/json.hpp>
 #include <sstream>
 #include <stdexcept>
 #include <string>
@@ -16,10 +15,9 @@
 #include "tests/support/environment.h"
 #include "tests/support/failing_heap.h"
 #include "tests/support/work_folder.h"
+#include "tools/dictionary/dictionary_file.h"
 #include "tools/dictionary/image_builder.h"
-#include "tools/dictionary/source_check.h"
 #include "tools/io/file_output.h"
-#include "tools/text/json_file.h"
 #include "zeldata/checksum.h"
 #include "zeldata/image_check.h"
 #include "zeldata/message_table.h"
@@ -32,8 +30,7 @@ namespace {
 
 std::string Build(const std::string& path) {
     tools::Findings findings;
-    const auto source = tools::ParseDictionary(tools::ReadJsonFile(ZEL_SOURCE_DIR "/" + path, findings), findings);
-    tools::CheckDictionary(source, findings);
+    const tools::DictionarySource source = tools::ReadSourceFile(ZEL_SOURCE_DIR "/" + path, findings);
     EXPECT_TRUE(findings.empty()) << findings[0].place << ": " << findings[0].text;
     const std::vector<char> bytes = tools::BuildDictionaryImage(source);
     return {bytes.begin(), bytes.end()};

@@ -105,11 +105,7 @@ bool CaptureDecoder::Unpack(const Frame& frame, ReceivedMessage& message) {
     return true;
 }
 
-void CaptureDecoder::Finish() {
-    if (form_ != DecodedForm::kSummary) {
-        return;
-    }
-    std::string& out = output_.text;
+void CaptureDecoder::AppendSummary(std::string& out) const {
     out += "    messages            bytes  type\n";
     Count all = bad_;
     for (const auto& [type, count] : counts_) {

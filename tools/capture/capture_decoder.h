@@ -15,7 +15,7 @@
 #include "tools/capture/payload_walk.h"
 #include "tools/dictionary/catalog.h"
 #include "tools/io/byte_output.h"
-#include "tools/io/error_lines.h"
+#include "tools/text/error_lines.h"
 
 namespace zel::tools {
 
@@ -28,8 +28,8 @@ public:
                    ErrorLines& errors);
 
     void Decode(const Frame& frame);
-    // What is to be said at the end.
-    void Finish();
+    // Counts and bytes by message type: what the summary says so far.
+    void AppendSummary(std::string& out) const;
 
 private:
     struct Count {

@@ -2,11 +2,9 @@
 
 #include <algorithm>
 #include <array>
-#include <nlohmann/json.hpp>
 #include <optional>
 
 #include "core/wire/header.h"
-#include "tools/text/findings.h"
 #include "tools/text/hex_text.h"
 #include "tools/text/json_members.h"
 #include "tools/text/json_text.h"
@@ -16,22 +14,24 @@ namespace zel::tools {
 
 namespace {
 
-using Json = nlohmann::json;
-
-constexpr const char* kFrameNames[] = {"none", "short", "long"};
+constexpr std::string_view kFrameNames[] = {"none", "short", "long"};
 
 constexpr std::int64_t kMostNibble = 15;
 
 // The numbers of an array with a maximum for each.
 template <std::size_t Count>
-std::array<std::uint32_t, Count> ReadNumbers(const Json& json, const char* key,
+std::array<std::uint32_t, Count> ReadNumbers(const MessageMembers& members, MemberKey key,
                                              const std::array<std::uint32_t, Count>& most) {
+    const JsonValue& array = members[key];
     std::array<std::uint32_t, Count> numbers{};
-    bool good = json.is_array() && json.size() == Count;
-    for (std::size_t i = 0; good && i < Count; ++i) {
-        const std::optional<std::int64_t> number = WholeNumber(json[i]);
-        good = number && *number >= 0 && *number <= most[i];
-        numbers[i] = good ? static_cast<std::uint32_t>(*number) : 0;
+    bool good = array.Is(JsonKind::kArray) && array.size() == Count;
+    if (good) {
+        std::size_t i = 0;
+        for (const JsonValue::Member& element : array) {
+            const std::int64_t number = element.value.WholeNumber().value_or(-1);
+            good = good && number >= 0 && number <= most[i];
+            numbers[i++] = static_cast<std::uint32_t>(number);
+        }
     }
     if (good) {
         return numbers;
@@ -40,24 +40,25 @@ std::array<std::uint32_t, Count> ReadNumbers(const Json& json, const char* key,
     for (const std::uint32_t each : most) {
         expected += (expected.empty() ? "" : ", ") + std::to_string(each);
     }
-    throw MessageError(std::string(key) + ": is " + Shown(json) + "; expected numbers up to [" + expected + ']');
+    throw MessageError(std::string(MessageMembers::NameOf(key)) + ": is " + Shown(array) +
+                       "; expected numbers up to [" + expected + ']');
 }
 
-std::uint16_t ReadFlag(const Json& json, const char* key, std::int64_t other) {
-    return static_cast<std::uint16_t>(ReadNumberMember(json, key, 0, kMostNibble, other));
+std::uint16_t ReadFlag(const MessageMembers& members, MemberKey key, std::int64_t other) {
+    return static_cast<std::uint16_t>(members.Number(key, 0, kMostNibble, other));
 }
 
-void ReadVarUserData(const Json& json, GivenHeader& header) {
-    const auto member = json.find("varUserData");
-    if (member == json.end()) {
+void ReadVarUserData(const MessageMembers& members, GivenHeader& header) {
+    const JsonValue& member = members[MemberKey::kVarUserData];
+    if (!member) {
         return;
     }
-    if (json.contains("userData")) {
+    if (members[MemberKey::kUserData]) {
         throw MessageError("varUserData: stands beside userData; a header has one of the two");
     }
-    if (!member->is_string() || !ParseHex(member->get_ref<const std::string&>(), header.varUserData) ||
+    if (!member.Is(JsonKind::kText) || !ParseHex(member.Text(), header.varUserData) ||
         header.varUserData.size() > UINT16_MAX) {
-        throw MessageError("varUserData: is " + Shown(*member) + "; expected pairs of hex digits, at most 65535");
+        throw MessageError("varUserData: is " + Shown(member) + "; expected pairs of hex digits, at most 65535");
     }
     header.hasVarUserData = true;
 }
@@ -70,15 +71,14 @@ void AppendFrameJson(std::string& out, FrameKind frame) {
     out += '"';
 }
 
-FrameKind ReadFrameJson(const Json& json) {
-    const auto member = json.find("frame");
-    if (member == json.end()) {
+FrameKind ReadFrameJson(const MessageMembers& members) {
+    const JsonValue& member = members[MemberKey::kFrame];
+    if (!member) {
         return FrameKind::kLong;
     }
-    const auto* const found = std::find_if(std::begin(kFrameNames), std::end(kFrameNames),
-                                           [&member](const char* name) { return *member == name; });
+    const auto* const found = std::find(std::begin(kFrameNames), std::end(kFrameNames), member.Text());
     if (found == std::end(kFrameNames)) {
-        throw MessageError("frame: is " + Shown(*member) + R"(; expected "long", "short" or "none")");
+        throw MessageError("frame: is " + Shown(member) + R"(; expected "long", "short" or "none")");
     }
     return static_cast<FrameKind>(found - std::begin(kFrameNames));
 }
@@ -113,36 +113,27 @@ void AppendHeaderJson(std::string& out, const HeaderView& header) {
     AppendNumber(out, numbers.encryptFlag);
 }
 
-GivenHeader ReadHeaderJson(const Json& json) {
+GivenHeader ReadHeaderJson(const MessageMembers& members) {
     GivenHeader header{};
     ZelMsgStruct& numbers = header.numbers;
-    numbers.encryptFlag = ReadFlag(json, "encryptFlag", 0);
-    numbers.packFlags = ReadFlag(json, "packFlags", kPackSent);
-    numbers.format = ReadFlag(json, "format", 0);
-    numbers.version = ReadFlag(json, "version", 0);
-    if (const auto member = json.find("serviceId"); member != json.end()) {
-        const auto [high, low] = ReadNumbers<2>(*member, "serviceId", {UINT16_MAX, UINT16_MAX});
+    numbers.encryptFlag = ReadFlag(members, MemberKey::kEncryptFlag, 0);
+    numbers.packFlags = ReadFlag(members, MemberKey::kPackFlags, kPackSent);
+    numbers.format = ReadFlag(members, MemberKey::kFormat, 0);
+    numbers.version = ReadFlag(members, MemberKey::kVersion, 0);
+    if (members[MemberKey::kServiceId]) {
+        const auto [high, low] = ReadNumbers<2>(members, MemberKey::kServiceId, {UINT16_MAX, UINT16_MAX});
         numbers.serviceIdHigh = static_cast<short>(high);
         numbers.serviceIdLow = static_cast<short>(low);
     }
-    if (const auto member = json.find("messageId"); member != json.end()) {
-        const auto [sequence, part2, part3] = ReadNumbers<3>(*member, "messageId", {UINT16_MAX, UINT8_MAX, UINT8_MAX});
+    if (members[MemberKey::kMessageId]) {
+        const auto [sequence, part2, part3] =
+            ReadNumbers<3>(members, MemberKey::kMessageId, {UINT16_MAX, UINT8_MAX, UINT8_MAX});
         SplitMsgId(sequence << 16U | part2 << 8U | part3, numbers);
         header.hasMessageId = true;
     }
-    numbers.userData = static_cast<std::int32_t>(ReadNumberMember(json, "userData", INT32_MIN, INT32_MAX, 0));
-    ReadVarUserData(json, header);
+    numbers.userData = static_cast<std::int32_t>(members.Number(MemberKey::kUserData, INT32_MIN, INT32_MAX, 0));
+    ReadVarUserData(members, header);
     return header;
-}
-
-std::int64_t ReadNumberMember(const Json& json, const char* key, std::int64_t least, std::int64_t most,
-                              std::int64_t other) {
-    Findings findings;
-    const std::optional<std::int64_t> number = ReadNumber(json, "", key, least, most, other, findings);
-    if (!number) {
-        throw MessageError(findings.front().place + ": " + findings.front().text);
-    }
-    return *number;
 }
 
 }  // namespace zel::tools

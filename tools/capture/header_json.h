@@ -2,18 +2,18 @@
 #ifndef ZEL_TOOLS_CAPTURE_HEADER_JSON_H
 #define ZEL_TOOLS_CAPTURE_HEADER_JSON_H
 
-#include <nlohmann/json_fwd.hpp>
 #include <string>
 
 #include "core/wire/header_numbers.h"
 #include "tools/capture/frame_kind.h"
+#include "tools/capture/message_members.h"
 
 namespace zel::tools {
 
 // "frame":"long"
 void AppendFrameJson(std::string& out, FrameKind frame);
 // Throws MessageError. A message that does not say has a long frame.
-[[nodiscard]] FrameKind ReadFrameJson(const nlohmann::json& json);
+[[nodiscard]] FrameKind ReadFrameJson(const MessageMembers& members);
 
 // The members from "serviceId" on.
 void AppendHeaderJson(std::string& out, const HeaderView& header);
@@ -26,11 +26,7 @@ struct GivenHeader {
 };
 
 // Throws MessageError. Members that are missing are 0, but for the flag that every message sent has.
-[[nodiscard]] GivenHeader ReadHeaderJson(const nlohmann::json& json);
-
-// The member's whole number in [least, most]; `other` when it is missing. Throws MessageError.
-[[nodiscard]] std::int64_t ReadNumberMember(const nlohmann::json& json, const char* key, std::int64_t least,
-                                            std::int64_t most, std::int64_t other);
+[[nodiscard]] GivenHeader ReadHeaderJson(const MessageMembers& members);
 
 }  // namespace zel::tools
 

@@ -2,12 +2,12 @@
 
 #include <algorithm>
 #include <cstring>
-#include <nlohmann/json.hpp>
 #include <unordered_map>
 
 #include "core/wire/compression.h"
 #include "core/wire/header.h"
 #include "tools/capture/payload_walk.h"
+#include "tools/capture/stream_json.h"
 #include "tools/io/out_of_memory.h"
 #include "tools/text/findings.h"
 #include "tools/text/json_members.h"
@@ -19,12 +19,19 @@ namespace zel::tools {
 
 namespace {
 
-using Json = nlohmann::json;
-
 constexpr std::size_t kMostUserData = UINT16_MAX;
 
 std::string TypeText(std::int64_t type, std::int64_t subType) {
     return "type " + std::to_string(type) + ", sub-type " + std::to_string(subType);
+}
+
+// Where a member of "fields" or of an element of "group" stands.
+std::string WhereIs(std::size_t repetition) {
+    return repetition == 0 ? "fields" : ElementPlace("group", repetition - 1);
+}
+
+std::string WhereIs(std::size_t repetition, std::string_view key) {
+    return MemberPlace(WhereIs(repetition), key);
 }
 
 // The repetitions that a value of the count field stands for: the low 16 bits of the number.
@@ -47,59 +54,56 @@ void StampHeader(const ZelMsgStruct& numbers, Writer header) {
 
 }  // namespace
 
-MessageWriter::MessageWriter(const Catalog& catalog)
-    : catalog_(catalog), object_(0, 0), buffer_(kZELMaxFrame + kMostUserData), slotsOfId_(std::size_t{UINT16_MAX} + 1) {
+MessageWriter::MessageWriter(const Catalog& catalog, Reading reading)
+    : catalog_(catalog),
+      reading_(reading),
+      object_(0, 0),
+      buffer_(kZELMaxFrame + kMostUserData),
+      slotsOfId_(std::size_t{UINT16_MAX} + 1) {
     object_.sequence = 1;
 }
 
-std::string_view MessageWriter::Write(const Json& json) {
-    Findings findings;
-    ExpectObject(json, "",
-                 {"offset", "frame", "name", "type", "subType", "serviceId", "messageId", "userData", "varUserData",
-                  "format", "version", "packFlags", "encryptFlag", "repeatCount", "order", "fields", "group"},
-                 findings);
-    if (!findings.empty()) {
-        throw MessageError(findings.front().place + (findings.front().place.empty() ? "" : ": ") +
-                           findings.front().text);
-    }
+std::string_view MessageWriter::Write(const JsonValue& json) {
+    members_ = MessageMembers(json);
     reports_.Clear();
-    ReadKind(json);
-    const FrameKind frame = ReadFrameJson(json);
-    header_ = ReadHeaderJson(json);
-    ReadFields(json);
-    Create(RepeatCount(json));
+    ReadKind();
+    const FrameKind frame = ReadFrameJson(members_);
+    header_ = ReadHeaderJson(members_);
+    ReadFields();
+    Create(RepeatCount());
     for (const GivenField& given : given_) {
         SetField(given);
     }
-    SetMissing(json);
+    SetMissing();
     const std::string_view packed = Pack(frame);
     const std::size_t frameSize = FrameSize(frame == FrameKind::kShort ? frame : FrameKind::kLong);
-    if (json.contains("order")) {
-        Reorder(json["order"], buffer_.data() + frameSize, packed.size() - frameSize);
+    if (const JsonValue& order = members_[MemberKey::kOrder]) {
+        Reorder(order, buffer_.data() + frameSize, packed.size() - frameSize);
     }
     return frame == FrameKind::kNone ? packed.substr(frameSize) : packed;
 }
 
 // By name, by type and sub-type, or by both when they agree.
-void MessageWriter::ReadKind(const Json& json) {
-    const bool isNamed = json.contains("name");
+void MessageWriter::ReadKind() {
+    const JsonValue& name = members_[MemberKey::kName];
+    const bool hasType = static_cast<bool>(members_[MemberKey::kType]);
+    const bool hasSubType = static_cast<bool>(members_[MemberKey::kSubType]);
     kind_ = nullptr;
-    if (isNamed) {
-        const Json& name = json["name"];
-        kind_ = name.is_string() ? catalog_.FindMessage(name.get<std::string>()) : nullptr;
+    if (name) {
+        kind_ = name.Is(JsonKind::kText) ? catalog_.FindMessage(name.Text()) : nullptr;
         if (kind_ == nullptr) {
             throw MessageError("name: the dictionary has no message " + Shown(name));
         }
+        if (!hasType && !hasSubType) {
+            return;
+        }
     }
-    if (isNamed && !json.contains("type") && !json.contains("subType")) {
-        return;
-    }
-    if (!json.contains("type") || !json.contains("subType")) {
+    if (!hasType || !hasSubType) {
         throw MessageError("type: a message has a name, or type and subType");
     }
-    const std::int64_t type = ReadNumberMember(json, "type", INT16_MIN, INT16_MAX, 0);
-    const std::int64_t subType = ReadNumberMember(json, "subType", INT16_MIN, INT16_MAX, 0);
-    if (isNamed && (kind_->type != type || kind_->subType != subType)) {
+    const std::int64_t type = members_.Number(MemberKey::kType, INT16_MIN, INT16_MAX, 0);
+    const std::int64_t subType = members_.Number(MemberKey::kSubType, INT16_MIN, INT16_MAX, 0);
+    if (kind_ != nullptr && (kind_->type != type || kind_->subType != subType)) {
         throw MessageError("name: " + kind_->name + " has " + TypeText(kind_->type, kind_->subType));
     }
     kind_ = catalog_.FindMessage(static_cast<int>(type), static_cast<int>(subType));
@@ -108,62 +112,74 @@ void MessageWriter::ReadKind(const Json& json) {
     }
 }
 
-void MessageWriter::ReadFields(const Json& json) {
+void MessageWriter::ReadFields() {
     given_.clear();
-    if (const auto fields = json.find("fields"); fields != json.end()) {
-        ReadObject(*fields, 0, "fields");
+    if (const JsonValue& fields = members_[MemberKey::kFields]) {
+        ReadObject(fields, 0);
     }
-    const auto group = json.find("group");
-    if (group == json.end()) {
+    const JsonValue& group = members_[MemberKey::kGroup];
+    if (!group) {
         return;
     }
-    if (!group->is_array()) {
-        throw MessageError("group: is " + Shown(*group) + "; expected an array of objects");
+    if (!group.Is(JsonKind::kArray)) {
+        throw MessageError("group: is " + Shown(group) + "; expected an array of objects");
     }
     if (kind_->groupSize == 0) {
         throw MessageError("group: the message has no repeating group");
     }
-    for (std::size_t i = 0; i < group->size(); ++i) {
-        ReadObject((*group)[i], i + 1, ElementPlace("group", i));
+    std::size_t repetition = 0;
+    for (const JsonValue::Member& element : group) {
+        ReadObject(element.value, ++repetition);
     }
 }
 
 // The fields of one repetition, or with 0 those outside the group.
-void MessageWriter::ReadObject(const Json& object, std::size_t repetition, const std::string& where) {
-    if (!object.is_object()) {
-        throw MessageError(where + ": is " + Shown(object) + "; expected an object with the values of fields");
+void MessageWriter::ReadObject(const JsonValue& object, std::size_t repetition) {
+    if (!object.Is(JsonKind::kObject)) {
+        throw MessageError(WhereIs(repetition) + ": is " + Shown(object) +
+                           "; expected an object with the values of fields");
     }
-    const auto& entries = repetition == 0 ? kind_->outside : kind_->inside;
-    const auto& others = repetition == 0 ? kind_->inside : kind_->outside;
-    for (const auto& item : object.items()) {
-        const std::string place = MemberPlace(where, item.key().c_str());
-        // The number in brackets tells the fields of one id apart.
-        const std::size_t bracket = std::min(item.key().find('['), item.key().size());
-        const CatalogField* field = catalog_.FindField(item.key());
-        std::string key = item.key();
-        if (field != nullptr) {
-            key = field->name;
-        } else if (const CatalogField* twin = catalog_.FindField(key.substr(0, bracket))) {
-            key = twin->name + key.substr(bracket);
+    // Mostly the fields stand in the order of the message table.
+    const MessagePart part = repetition == 0 ? MessagePart::kBefore : MessagePart::kGroup;
+    std::size_t next = part == MessagePart::kGroup ? kind_->groupStart : 0;
+    for (const JsonValue::Member& member : object) {
+        if (part == MessagePart::kBefore && next == kind_->groupStart) {
+            next += kind_->groupSize;
         }
-        const auto entry = entries.find(key);
-        if (entry != entries.end()) {
-            given_.push_back({{entry->second, repetition}, place, &item.value()});
-            continue;
-        }
-        if (others.contains(key)) {
-            throw MessageError(place + (repetition == 0 ? ": belongs into the elements of group"
-                                                        : ": belongs into fields, outside the group"));
-        }
-        throw MessageError(
-            place + (field == nullptr ? ": the dictionary has no such field" : ": the message has no such field"));
+        const bool isNext = next < kind_->entries.size() && kind_->entries[next].key == member.key &&
+                            (part == MessagePart::kGroup) == (kind_->PartOf(next) == MessagePart::kGroup);
+        const std::size_t entry = isNext ? next : FindEntry(member.key, repetition);
+        given_.push_back({{entry, repetition}, member});
+        next = entry + 1;
     }
 }
 
+// The entry of the field that a key names: by name or id, with a number in brackets when the part lists it again.
+std::size_t MessageWriter::FindEntry(std::string_view key, std::size_t repetition) const {
+    const auto& entries = repetition == 0 ? kind_->outside : kind_->inside;
+    const auto& others = repetition == 0 ? kind_->inside : kind_->outside;
+    const std::size_t bracket = std::min(key.find('['), key.size());
+    const CatalogField* field = catalog_.FindField(key);
+    std::string named(key);
+    if (field != nullptr) {
+        named = field->name;
+    } else if (const CatalogField* twin = catalog_.FindField(key.substr(0, bracket))) {
+        named = twin->name + std::string(key.substr(bracket));
+    }
+    if (const auto entry = entries.find(named); entry != entries.end()) {
+        return entry->second;
+    }
+    const char* fault = field == nullptr ? ": the dictionary has no such field" : ": the message has no such field";
+    if (others.contains(named)) {
+        fault = repetition == 0 ? ": belongs into the elements of group" : ": belongs into fields, outside the group";
+    }
+    throw MessageError(WhereIs(repetition, key) + fault);
+}
+
 // What the message says, what its count field says, or as many as there are elements.
-int MessageWriter::RepeatCount(const Json& json) const {
-    if (json.contains("repeatCount")) {
-        return static_cast<int>(ReadNumberMember(json, "repeatCount", 0, INT16_MAX, 0));
+int MessageWriter::RepeatCount() const {
+    if (members_[MemberKey::kRepeatCount]) {
+        return static_cast<int>(members_.Number(MemberKey::kRepeatCount, 0, INT16_MAX, 0));
     }
     if (kind_->groupSize == 0) {
         return -1;
@@ -173,12 +189,22 @@ int MessageWriter::RepeatCount(const Json& json) const {
     const auto isCount = [countEntry](const GivenField& given) { return given.place.entry == countEntry; };
     const auto given = std::find_if(given_.begin(), given_.end(), isCount);
     if (given == given_.end() || !image::IsInteger(count.type)) {
-        return json.contains("group") ? static_cast<int>(std::min<std::size_t>(json["group"].size(), kZELMaxSlots)) : 0;
+        return static_cast<int>(std::min<std::size_t>(members_[MemberKey::kGroup].size(), kZELMaxSlots));
     }
+    return CountIn(ReadValue(*given));
+}
+
+// The value as the message holds it.
+std::string MessageWriter::ReadValue(const GivenField& given) const {
+    const CatalogField& field = *kind_->entries[given.place.entry].field;
     try {
-        return CountIn(ReadValueJson(*given->value, {count.type, count.length}));
+        const bool isBytes = field.type == kZELBytes10 || field.type == kZELBytes11;
+        if (isBytes && IsStreamJson(given.member.value)) {
+            return ReadStreamJson(given.member.value, catalog_, reading_);
+        }
+        return ReadValueJson(given.member.value, {field.type, field.length}, reading_);
     } catch (const MessageError& error) {
-        throw MessageError(given->where + ": " + error.what());
+        throw MessageError(WhereIs(given.place.repetition, given.member.key) + ": " + error.what());
     }
 }
 
@@ -207,6 +233,11 @@ void MessageWriter::Create(int repeatCount) {
 
 // Finds the occurrence by which the message object knows each slot.
 void MessageWriter::NumberSlots() {
+    if (numberedKind_ == kind_ && numberedCount_ == object_.repeatCount) {
+        return;
+    }
+    numberedKind_ = kind_;
+    numberedCount_ = object_.repeatCount;
     const ZELDataBuf& buffer = *object_.message->dataBuf;
     places_ = PlaceSlots(*kind_, buffer);
     firstSlots_.assign(kind_->entries.size(), places_.size());
@@ -229,70 +260,66 @@ std::size_t MessageWriter::SlotAt(const SlotPlace& place) const {
 void MessageWriter::SetField(const GivenField& given) {
     const CatalogField& field = *kind_->entries[given.place.entry].field;
     const unsigned format = header_.numbers.format;
-    std::string bytes;
-    try {
-        bytes = ReadValueJson(*given.value, {field.type, field.length});
-    } catch (const MessageError& error) {
-        throw MessageError(given.where + ": " + error.what());
-    }
+    const auto refuse = [&given](const std::string& fault) {
+        throw MessageError(WhereIs(given.place.repetition, given.member.key) + ": " + fault);
+    };
+    const std::string bytes = ReadValue(given);
     if (bytes.size() > kZELMaxPayload) {
-        throw MessageError(given.where + ": is longer than a payload");
+        refuse("is longer than a payload");
     }
     if (field.type == kZELChars && format != kIdLengthAndValue &&
         bytes.size() != static_cast<std::size_t>(field.length)) {
-        throw MessageError(given.where + ": has " + Counted(bytes.size(), "byte") + "; expected " +
-                           std::to_string(field.length));
+        refuse("has " + Counted(bytes.size(), "byte") + "; expected " + std::to_string(field.length));
     }
-    const std::size_t index = SlotAt(given.place);
-    if (index == places_.size() || places_[index].entry != given.place.entry) {
-        throw MessageError(given.where + ": the message has " +
-                           Counted(static_cast<std::size_t>(object_.repeatCount), "repetition"));
+    const std::size_t slot = SlotAt(given.place);
+    if (slot == places_.size() || places_[slot].entry != given.place.entry) {
+        refuse("the message has " + Counted(static_cast<std::size_t>(object_.repeatCount), "repetition"));
     }
-    if (object_.message->dataBuf->fields[index].isSet != 0) {
-        throw MessageError(given.where + ": the field is given twice");
+    if (object_.message->dataBuf->fields[slot].isSet != 0) {
+        refuse("the field is given twice");
     }
-    SetValue(given.place, bytes);
+    SetValue(slot, bytes);
     const int version = object_.version;
     if (version != 0 && field.version > version) {
         // The library would leave the field out. What is written here goes out, but where no id tells what is missing.
         if (format == kValueOnly) {
-            throw MessageError(given.where + ": is of version " + std::to_string(field.version) +
-                               "; a message of version " + std::to_string(version) + " leaves it out");
+            refuse("is of version " + std::to_string(field.version) + "; a message of version " +
+                   std::to_string(version) + " leaves it out");
         }
         object_.version = 0;
     }
 }
 
-void MessageWriter::SetValue(const SlotPlace& place, const std::string& bytes) {
-    const CatalogField& field = *kind_->entries[place.entry].field;
+void MessageWriter::SetValue(std::size_t slot, const std::string& bytes) {
+    const CatalogField& field = *kind_->entries[places_[slot].entry].field;
     const auto id = static_cast<short>(field.id);
-    const short occurrence = occurrences_[SlotAt(place)];
+    const short occurrence = occurrences_[slot];
     if (IsFixed(ShapeOf(field.type))) {
         object_.setFieldValue(id, bytes.data(), occurrence);
     } else {
         object_.setFieldValueBinary(id, bytes.data(), static_cast<short>(bytes.size()), occurrence);
     }
-    _field_data* slot = object_.getField(id, occurrence);
-    if (slot->isSet == 0) {
+    _field_data& set = object_.message->dataBuf->fields[slot];
+    if (set.isSet == 0) {
         throw MessageError(Explain(reports_.reports(), &catalog_));
     }
     if (bytes.empty()) {
         // The library sets no value of no bytes, but sends one.
-        slot->length = 0;
+        set.length = 0;
     }
 }
 
 // What the JSON need not say: the number of repetitions, and mandatory fields that are newer than the message. Those
 // must be there for the library to leave them out.
-void MessageWriter::SetMissing(const Json& json) {
+void MessageWriter::SetMissing() {
     const std::size_t countEntry = kind_->groupStart - 1;
-    if (json.contains("group") && !json.contains("repeatCount") &&
+    if (members_[MemberKey::kGroup] && !members_[MemberKey::kRepeatCount] &&
         image::IsInteger(kind_->entries[countEntry].field->type) &&
         object_.message->dataBuf->fields[countEntry].isSet == 0) {
         const std::int32_t count = object_.repeatCount;
         std::string bytes(sizeof count, '\0');
         std::memcpy(bytes.data(), &count, sizeof count);
-        SetValue({countEntry, 0}, bytes);
+        SetValue(SlotAt({countEntry, 0}), bytes);
     }
     const ZELDataBuf& buffer = *object_.message->dataBuf;
     for (int i = 0; object_.version != 0 && i < buffer.count; ++i) {
@@ -301,7 +328,7 @@ void MessageWriter::SetMissing(const Json& json) {
         if (slot.isSet == 0 && slot.presence == kZELMandatory && field.version > object_.version) {
             const Shape shape = ShapeOf(field.type);
             const std::size_t size = IsFixed(shape) ? FixedMemorySize(shape) : static_cast<std::size_t>(field.length);
-            SetValue(places_[static_cast<std::size_t>(i)], std::string(size, '\0'));
+            SetValue(static_cast<std::size_t>(i), std::string(size, '\0'));
         }
     }
 }
@@ -338,11 +365,11 @@ std::string_view MessageWriter::Pack(FrameKind frame) {
 }
 
 // Puts the fields of an uncompressed payload into the order in which they were received.
-void MessageWriter::Reorder(const Json& order, char* message, std::size_t size) const {
+void MessageWriter::Reorder(const JsonValue& order, char* message, std::size_t size) const {
     HeaderView header{};
     Reader payload{message, message + size};
     const unsigned format = header_.numbers.format;
-    if (!order.is_array()) {
+    if (!order.Is(JsonKind::kArray)) {
         throw MessageError("order: is " + Shown(order) + "; expected an array of field ids");
     }
     if (!ViewHeader(payload, header) || format == kValueOnly || IsCompressed(header.numbers.packFlags)) {
@@ -357,8 +384,9 @@ void MessageWriter::Reorder(const Json& order, char* message, std::size_t size) 
     }
     std::unordered_map<std::uint16_t, std::size_t> used;
     std::string reordered;
-    for (const Json& id : order) {
-        const std::int64_t number = WholeNumber(id).value_or(0);
+    for (const JsonValue::Member& element : order) {
+        const JsonValue& id = element.value;
+        const std::int64_t number = id.WholeNumber().value_or(0);
         const auto found = fields.find(static_cast<std::uint16_t>(number));
         if (found == fields.end() || used[found->first] == found->second.size()) {
             throw MessageError("order: " + Shown(id) + " is the id of no further field of the message");

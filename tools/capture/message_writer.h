@@ -3,7 +3,6 @@
 #define ZEL_TOOLS_CAPTURE_MESSAGE_WRITER_H
 
 #include <cstddef>
-#include <nlohmann/json_fwd.hpp>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -11,47 +10,56 @@
 #include "include/zelmessage.h"
 #include "tools/capture/header_json.h"
 #include "tools/capture/library_reports.h"
+#include "tools/capture/message_members.h"
 #include "tools/dictionary/catalog.h"
+#include "tools/text/value_text.h"
 
 namespace zel::tools {
 
 class MessageWriter {
 public:
-    explicit MessageWriter(const Catalog& catalog);
+    MessageWriter(const Catalog& catalog, Reading reading);
 
     // The message's bytes, which stay until the next one. Throws MessageError.
-    std::string_view Write(const nlohmann::json& json);
+    std::string_view Write(const JsonValue& json);
 
 private:
     // A member of "fields" or of an element of "group": a value for one slot.
     struct GivenField {
         SlotPlace place;
-        std::string where;  // in the JSON
-        const nlohmann::json* value;
+        JsonValue::Member member;
     };
 
-    void ReadKind(const nlohmann::json& json);
-    void ReadFields(const nlohmann::json& json);
-    void ReadObject(const nlohmann::json& object, std::size_t repetition, const std::string& where);
-    [[nodiscard]] int RepeatCount(const nlohmann::json& json) const;
+    void ReadKind();
+    void ReadFields();
+    void ReadObject(const JsonValue& object, std::size_t repetition);
+    [[nodiscard]] std::size_t FindEntry(std::string_view key, std::size_t repetition) const;
+    [[nodiscard]] int RepeatCount() const;
     void Create(int repeatCount);
     void NumberSlots();
     [[nodiscard]] std::size_t SlotAt(const SlotPlace& place) const;
+    [[nodiscard]] std::string ReadValue(const GivenField& given) const;
     void SetField(const GivenField& given);
-    void SetMissing(const nlohmann::json& json);
-    void SetValue(const SlotPlace& place, const std::string& bytes);
+    void SetMissing();
+    void SetValue(std::size_t slot, const std::string& bytes);
     std::string_view Pack(FrameKind frame);
-    void Reorder(const nlohmann::json& order, char* message, std::size_t size) const;
+    void Reorder(const JsonValue& order, char* message, std::size_t size) const;
 
     const Catalog& catalog_;
+    Reading reading_;
     ReportCollector reports_;
     CZELMessage object_;
     std::vector<char> buffer_;
 
     // The message being written.
+    MessageMembers members_;
     const CatalogMessage* kind_ = nullptr;
     GivenHeader header_{};
     std::vector<GivenField> given_;
+
+    // Of the kind and the repetitions that were numbered last.
+    const CatalogMessage* numberedKind_ = nullptr;
+    short numberedCount_ = 0;
     std::vector<SlotPlace> places_;        // by slot
     std::vector<short> occurrences_;       // by slot
     std::vector<std::size_t> firstSlots_;  // by entry; as many as there are slots: it has none

@@ -6,6 +6,7 @@
 #include <set>
 
 #include "runtime/digits.h"
+#include "tools/text/complaint.h"
 #include "tools/text/json_text.h"
 
 namespace zel::tools {
@@ -24,7 +25,7 @@ std::string MessageName(const image::ImageView& names, int type, int subType) {
         for (std::uint32_t j = 0; imageType.type == type && j < imageType.subTypeCount; ++j) {
             const image::ImageSubType& imageSubType = names.subTypes[imageType.firstSubType + j];
             if (imageSubType.subType == subType) {
-                return imageSubType.name;
+                return Printable(imageSubType.name) == imageSubType.name ? imageSubType.name : "";
             }
         }
     }
@@ -116,7 +117,7 @@ void Catalog::AddFields(const ZELDictionaryHeader* dictionary) {
         const std::string name(record.name, strnlen(record.name, sizeof record.name));
         const auto fieldId = static_cast<std::uint16_t>(id);
         // Of equal names the first holds.
-        const bool usable = record.type != 0 && !name.empty() && IsUtf8(name) && !HasDigitsOnly(name) &&
+        const bool usable = record.type != 0 && !name.empty() && Printable(name) == name && !HasDigitsOnly(name) &&
                             idByName_.try_emplace(name, fieldId).second;
         fields_.push_back({fieldId, record.type, record.length, record.version, usable ? name : std::to_string(id)});
     }
@@ -126,14 +127,18 @@ void Catalog::AddMessage(const image::ImageView& names, std::int16_t type, const
     CatalogMessage message{type, node.subType, MessageName(names, type, node.subType), "", {}, 0, 0, 0, {}, {}};
     message.jsonText = MessageJson(message);
     for (int i = 0; i < node.fieldCount; ++i) {
-        message.entries.push_back({&Field(node.fieldList[i].fieldId), "", ""});
+        message.entries.push_back(
+            {&Field(node.fieldList[i].fieldId), node.fieldList[i].presence == kZELMandatory, "", ""});
     }
     FindGroup(node, message);
     NameEntries(message);
-    messages_.try_emplace(MessageKey(type, node.subType), std::move(message));
+    const auto added = messages_.try_emplace(MessageKey(type, node.subType), std::move(message)).first;
+    if (const CatalogMessage& kept = added->second; !kept.name.empty()) {
+        messageByName_.try_emplace(kept.name, &kept);
+    }
 }
 
-const CatalogField* Catalog::FindField(const std::string& nameOrId) const {
+const CatalogField* Catalog::FindField(std::string_view nameOrId) const {
     if (!HasDigitsOnly(nameOrId)) {
         const auto found = idByName_.find(nameOrId);
         return found == idByName_.end() ? nullptr : &fields_[found->second];
@@ -143,15 +148,26 @@ const CatalogField* Catalog::FindField(const std::string& nameOrId) const {
     return id < fields_.size() && fields_[id].type != 0 ? &fields_[id] : nullptr;
 }
 
+std::vector<const CatalogMessage*> Catalog::Messages() const {
+    std::vector<const CatalogMessage*> messages;
+    messages.reserve(messages_.size());
+    for (const auto& [key, message] : messages_) {
+        messages.push_back(&message);
+    }
+    std::sort(messages.begin(), messages.end(), [](const CatalogMessage* left, const CatalogMessage* right) {
+        return std::pair(left->type, left->subType) < std::pair(right->type, right->subType);
+    });
+    return messages;
+}
+
 const CatalogMessage* Catalog::FindMessage(int type, int subType) const {
     const auto found = messages_.find(MessageKey(type, subType));
     return found == messages_.end() ? nullptr : &found->second;
 }
 
-const CatalogMessage* Catalog::FindMessage(const std::string& name) const {
-    const auto found = std::find_if(messages_.begin(), messages_.end(),
-                                    [&name](const auto& each) { return each.second.name == name; });
-    return found == messages_.end() ? nullptr : &found->second;
+const CatalogMessage* Catalog::FindMessage(std::string_view name) const {
+    const auto found = messageByName_.find(name);
+    return found == messageByName_.end() ? nullptr : found->second;
 }
 
 }  // namespace zel::tools

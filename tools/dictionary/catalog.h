@@ -3,8 +3,10 @@
 #define ZEL_TOOLS_DICTIONARY_CATALOG_H
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <unordered_map>
 #include <vector>
 
@@ -27,12 +29,21 @@ struct CatalogField {
     std::uint16_t type;   // 0: not in the dictionary
     std::int16_t length;  // of the dictionary
     std::int16_t version;
-    std::string name;  // its id in digits when the name is missing, not UTF-8, or another field's
+    std::string name;  // its id in digits when the name is missing, not printable, or another field's
 };
+
+// Texts as keys, which are looked up without a copy.
+struct TextHash {
+    using is_transparent = void;
+    std::size_t operator()(std::string_view text) const { return std::hash<std::string_view>()(text); }
+};
+template <typename Value>
+using TextMap = std::unordered_map<std::string, Value, TextHash, std::equal_to<>>;
 
 // One entry of a message's field list.
 struct CatalogEntry {
     const CatalogField* field;
+    bool isMandatory;
     std::string key;         // the field's name; with "[2]" and so on when the part lists it again
     std::string memberText;  // the key as it begins a further member of a JSON object: ,"NAME":
 };
@@ -50,8 +61,8 @@ struct CatalogMessage {
     std::size_t groupStart;       // index of the group's first entry; entries.size() without a group
     std::size_t groupSize;
     // Indices of entries by key: of the parts outside the group, and of the group.
-    std::unordered_map<std::string, std::size_t> outside;
-    std::unordered_map<std::string, std::size_t> inside;
+    TextMap<std::size_t> outside;
+    TextMap<std::size_t> inside;
 
     [[nodiscard]] MessagePart PartOf(std::size_t entry) const {
         if (entry < groupStart) {
@@ -81,10 +92,12 @@ public:
         return id < fields_.size() ? fields_[id] : unknown_;
     }
     // The field with this name, or with this id in digits.
-    [[nodiscard]] const CatalogField* FindField(const std::string& nameOrId) const;
+    [[nodiscard]] const CatalogField* FindField(std::string_view nameOrId) const;
 
+    // In the order of type and sub-type.
+    [[nodiscard]] std::vector<const CatalogMessage*> Messages() const;
     [[nodiscard]] const CatalogMessage* FindMessage(int type, int subType) const;
-    [[nodiscard]] const CatalogMessage* FindMessage(const std::string& name) const;
+    [[nodiscard]] const CatalogMessage* FindMessage(std::string_view name) const;
 
 private:
     void AddFields(const ZELDictionaryHeader* dictionary);
@@ -92,8 +105,9 @@ private:
 
     std::vector<CatalogField> fields_;  // by id
     CatalogField unknown_;
-    std::unordered_map<std::string, std::uint16_t> idByName_;
+    TextMap<std::uint16_t> idByName_;
     std::unordered_map<std::uint32_t, CatalogMessage> messages_;
+    TextMap<const CatalogMessage*> messageByName_;
 };
 
 }  // namespace zel::tools

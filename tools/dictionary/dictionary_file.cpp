@@ -1,12 +1,10 @@
 #include "tools/dictionary/dictionary_file.h"
 
-#include <iostream>
-#include <nlohmann/json.hpp>
-
 #include "include/zelmessage.h"
 #include "runtime/module.h"
 #include "tools/dictionary/image_reader.h"
 #include "tools/dictionary/source_check.h"
+#include "tools/text/complaint.h"
 #include "tools/text/json_file.h"
 #include "zeldata/image_check.h"
 #include "zeldata/mapped_file.h"
@@ -63,9 +61,9 @@ bool IsSourceName(const std::string& path) {
 
 DictionarySource ReadSourceFile(const std::string& path, Findings& findings) {
     DictionarySource dictionary;
-    const nlohmann::json json = ReadJsonFile(path, findings);
-    if (!json.is_discarded()) {
-        dictionary = ParseDictionary(json, findings);
+    const JsonDocument document = ReadJsonFile(path, findings);
+    if (const JsonValue root = document.root()) {
+        dictionary = ParseDictionary(root, findings);
         CheckDictionary(dictionary, findings);
     }
     return dictionary;
@@ -84,13 +82,13 @@ DictionaryFile ReadDictionaryFile(const std::string& path, Findings& findings) {
 std::optional<DictionaryFile> OpenDictionaryFile(const std::string& path) {
     const std::string chosen = path.empty() ? ServedImage() : path;
     if (chosen.empty()) {
-        std::cerr << "zel: no dictionary image is known here; name one, or set ZELDATA_IMAGE\n";
+        Complain("zel: no dictionary image is known here; name one, or set ZELDATA_IMAGE");
         return std::nullopt;
     }
     Findings findings;
     DictionaryFile file = ReadDictionaryFile(chosen, findings);
     if (CountErrors(findings) != 0) {
-        PrintFindings(std::cerr, chosen, findings);
+        PrintFindings(chosen, findings);
         return std::nullopt;
     }
     return file;

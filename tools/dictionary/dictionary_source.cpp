@@ -1,7 +1,6 @@
 #include "tools/dictionary/dictionary_source.h"
 
 #include <algorithm>
-#include <nlohmann/json.hpp>
 #include <utility>
 
 #include "tools/text/json_members.h"
@@ -10,8 +9,6 @@
 namespace zel::tools {
 
 namespace {
-
-using Json = nlohmann::json;
 
 constexpr std::int64_t kLeastShort = INT16_MIN;
 constexpr std::int64_t kMostShort = INT16_MAX;
@@ -25,48 +22,48 @@ std::string TypeNames() {
 }
 
 // The rule of a type given by name or number, or null.
-const image::FieldTypeRule* FindType(const Json& type) {
-    if (!type.is_string()) {
-        return image::FindFieldTypeRule(WholeNumber(type).value_or(0));
+const image::FieldTypeRule* FindType(const JsonValue& type) {
+    if (!type.Is(JsonKind::kText)) {
+        return image::FindFieldTypeRule(type.WholeNumber().value_or(0));
     }
     for (const image::FieldTypeRule& rule : image::kFieldTypeRules) {
-        if (type.get_ref<const std::string&>() == rule.name) {
+        if (type.Text() == rule.name) {
             return &rule;
         }
     }
     return nullptr;
 }
 
-const image::FieldTypeRule* ReadType(const Json& object, const std::string& place, Findings& findings) {
-    const auto type = object.find("type");
-    if (type == object.end()) {
+const image::FieldTypeRule* ReadType(const JsonValue& object, const std::string& place, Findings& findings) {
+    const JsonValue type = object.Find("type");
+    if (!type) {
         AddError(findings, MemberPlace(place, "type"), "missing; expected " + TypeNames());
         return nullptr;
     }
-    const image::FieldTypeRule* rule = FindType(*type);
+    const image::FieldTypeRule* rule = FindType(type);
     if (rule == nullptr) {
-        AddError(findings, MemberPlace(place, "type"), Shown(*type) + " is no field type; expected " + TypeNames());
+        AddError(findings, MemberPlace(place, "type"), Shown(type) + " is no field type; expected " + TypeNames());
     }
     return rule;
 }
 
 // The length that the type implies, which a source may repeat; only chars must state one.
-std::int16_t ReadLength(const Json& object, const std::string& place, const image::FieldTypeRule& rule,
+std::int16_t ReadLength(const JsonValue& object, const std::string& place, const image::FieldTypeRule& rule,
                         Findings& findings) {
     if (rule.length == image::kAnyLength) {
         return static_cast<std::int16_t>(
             ReadNumber(object, place, "length", 1, image::kMaxFixedLength, std::nullopt, findings).value_or(0));
     }
-    const auto stated = object.find("length");
-    if (stated != object.end() && WholeNumber(*stated) != rule.length) {
+    const JsonValue stated = object.Find("length");
+    if (stated && stated.WholeNumber() != rule.length) {
         AddError(
             findings, MemberPlace(place, "length"),
-            "is " + Shown(*stated) + "; expected " + std::to_string(rule.length) + ", the length of type " + rule.name);
+            "is " + Shown(stated) + "; expected " + std::to_string(rule.length) + ", the length of type " + rule.name);
     }
     return static_cast<std::int16_t>(rule.length);
 }
 
-FieldSource ParseField(const Json& json, const std::string& place, Findings& findings) {
+FieldSource ParseField(const JsonValue& json, const std::string& place, Findings& findings) {
     FieldSource field{place, 0, 0, 0, 0, "", ""};
     if (!ExpectObject(json, place, {"id", "name", "type", "length", "version", "text"}, findings)) {
         return field;
@@ -85,7 +82,7 @@ FieldSource ParseField(const Json& json, const std::string& place, Findings& fin
     return field;
 }
 
-bool ReadPresence(const Json& object, const std::string& place, Findings& findings) {
+bool ReadPresence(const JsonValue& object, const std::string& place, Findings& findings) {
     const std::string presence = ReadText(object, place, "presence", "optional", findings);
     if (presence != "mandatory" && presence != "optional" && !presence.empty()) {
         AddError(findings, MemberPlace(place, "presence"),
@@ -95,12 +92,12 @@ bool ReadPresence(const Json& object, const std::string& place, Findings& findin
 }
 
 // A field's name alone, or an object with its name and presence.
-void ParseEntry(const Json& json, const std::string& place, MessageSource& message, Findings& findings) {
-    if (json.is_string()) {
-        message.entries.push_back({place, json.get<std::string>(), false});
+void ParseEntry(const JsonValue& json, const std::string& place, MessageSource& message, Findings& findings) {
+    if (json.Is(JsonKind::kText)) {
+        message.entries.push_back({place, std::string(json.Text()), false});
         return;
     }
-    if (json.is_object() && json.contains("group")) {
+    if (json.Find("group")) {
         AddError(findings, place, "is a group within a group; expected a field");
         return;
     }
@@ -114,7 +111,7 @@ void ParseEntry(const Json& json, const std::string& place, MessageSource& messa
     }
 }
 
-void ParseGroup(const Json& json, const std::string& place, MessageSource& message, Findings& findings) {
+void ParseGroup(const JsonValue& json, const std::string& place, MessageSource& message, Findings& findings) {
     if (message.hasGroup) {
         AddError(findings, place, "is a second repeating group; a message has at most one");
         return;
@@ -123,25 +120,25 @@ void ParseGroup(const Json& json, const std::string& place, MessageSource& messa
     if (!ExpectObject(json, place, {"count", "fields"}, findings)) {
         return;
     }
-    const auto count = json.find("count");
-    if (count == json.end()) {
+    const JsonValue count = json.Find("count");
+    if (!count) {
         AddError(findings, MemberPlace(place, "count"), "missing; expected the field that counts the repetitions");
         return;
     }
     const std::size_t before = message.entries.size();
-    ParseEntry(*count, MemberPlace(place, "count"), message, findings);
+    ParseEntry(count, MemberPlace(place, "count"), message, findings);
     if (message.entries.size() == before) {
         return;
     }
     message.groupStart = message.entries.size();
-    const Json& fields = ReadArray(json, place, "fields", findings);
-    for (std::size_t i = 0; i < fields.size(); ++i) {
-        ParseEntry(fields[i], ElementPlace(MemberPlace(place, "fields"), i), message, findings);
+    std::size_t index = 0;
+    for (const auto& [key, entry] : ReadArray(json, place, "fields", findings)) {
+        ParseEntry(entry, ElementPlace(MemberPlace(place, "fields"), index++), message, findings);
     }
     message.groupSize = message.entries.size() - message.groupStart;
 }
 
-MessageSource ParseMessage(const Json& json, const std::string& place, Findings& findings) {
+MessageSource ParseMessage(const JsonValue& json, const std::string& place, Findings& findings) {
     MessageSource message{place, 0, 0, "", {}, false, 0, 0};
     if (!ExpectObject(json, place, {"type", "subType", "name", "fields"}, findings)) {
         return message;
@@ -153,37 +150,38 @@ MessageSource ParseMessage(const Json& json, const std::string& place, Findings&
     message.type = number("type");
     message.subType = number("subType");
     message.name = ReadText(json, place, "name", std::nullopt, findings);
-    const Json& fields = ReadArray(json, place, "fields", findings);
-    for (std::size_t i = 0; i < fields.size(); ++i) {
-        const std::string entryPlace = ElementPlace(MemberPlace(place, "fields"), i);
-        if (!fields[i].is_object() || !fields[i].contains("group")) {
-            ParseEntry(fields[i], entryPlace, message, findings);
+    std::size_t index = 0;
+    for (const auto& [key, entry] : ReadArray(json, place, "fields", findings)) {
+        const std::string entryPlace = ElementPlace(MemberPlace(place, "fields"), index++);
+        const JsonValue group = entry.Find("group");
+        if (!group) {
+            ParseEntry(entry, entryPlace, message, findings);
             continue;
         }
-        ExpectObject(fields[i], entryPlace, {"group"}, findings);
-        ParseGroup(fields[i]["group"], MemberPlace(entryPlace, "group"), message, findings);
+        ExpectObject(entry, entryPlace, {"group"}, findings);
+        ParseGroup(group, MemberPlace(entryPlace, "group"), message, findings);
     }
     return message;
 }
 
 }  // namespace
 
-DictionarySource ParseDictionary(const Json& json, Findings& findings) {
+DictionarySource ParseDictionary(const JsonValue& root, Findings& findings) {
     DictionarySource dictionary;
-    if (!ExpectObject(json, "", {"$schema", "fields", "messages"}, findings)) {
+    if (!ExpectObject(root, "", {"$schema", "fields", "messages"}, findings)) {
         return dictionary;
     }
-    const Json& fields = ReadArray(json, "", "fields", findings);
-    for (std::size_t i = 0; i < fields.size(); ++i) {
-        FieldSource field = ParseField(fields[i], ElementPlace("fields", i), findings);
+    for (const auto& [key, json] : ReadArray(root, "", "fields", findings)) {
+        const std::size_t index = dictionary.fields.size();
+        FieldSource field = ParseField(json, ElementPlace("fields", index), findings);
         if (!field.name.empty()) {
-            dictionary.fieldByName.try_emplace(field.name, i);
+            dictionary.fieldByName.try_emplace(field.name, index);
         }
         dictionary.fields.push_back(std::move(field));
     }
-    const Json& messages = ReadArray(json, "", "messages", findings);
-    for (std::size_t i = 0; i < messages.size(); ++i) {
-        dictionary.messages.push_back(ParseMessage(messages[i], ElementPlace("messages", i), findings));
+    for (const auto& [key, json] : ReadArray(root, "", "messages", findings)) {
+        const std::string place = ElementPlace("messages", dictionary.messages.size());
+        dictionary.messages.push_back(ParseMessage(json, place, findings));
     }
     return dictionary;
 }

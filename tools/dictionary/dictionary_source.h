@@ -4,12 +4,12 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <nlohmann/json_fwd.hpp>
 #include <string>
 #include <unordered_map>
 #include <vector>
 
 #include "tools/text/findings.h"
+#include "tools/text/json_document.h"
 
 namespace zel::tools {
 
@@ -47,7 +47,7 @@ struct DictionarySource {
     std::unordered_map<std::string, std::size_t> fieldByName;  // of equal names the first
 };
 
-[[nodiscard]] DictionarySource ParseDictionary(const nlohmann::json& json, Findings& findings);
+[[nodiscard]] DictionarySource ParseDictionary(const JsonValue& root, Findings& findings);
 
 // The field with this name, or null.
 [[nodiscard]] const FieldSource* FindField(const DictionarySource& dictionary, const std::string& name);

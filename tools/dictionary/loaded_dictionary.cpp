@@ -4,7 +4,6 @@
 #include <cstring>
 #include <deque>
 #include <filesystem>
-#include <iostream>
 #include <random>
 
 #include "include/zelmessage.h"
@@ -41,7 +40,7 @@ std::vector<char> BuildSource(const std::string& path) {
     const DictionarySource dictionary = ReadSourceFile(path, findings);
     const std::size_t errors = CountErrors(findings);
     if (errors != 0) {
-        PrintFindings(std::cerr, path, findings);
+        PrintFindings(path, findings);
         throw DictionaryError(path + ": " + Counted(errors, "error") + "; no dictionary");
     }
     return BuildDictionaryImage(dictionary);

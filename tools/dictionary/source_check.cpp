@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cstdint>
 #include <map>
-#include <nlohmann/json.hpp>
 #include <set>
 #include <string>
 #include <unordered_map>

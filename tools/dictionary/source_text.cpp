@@ -1,67 +1,66 @@
 #include "tools/dictionary/source_text.h"
 
-#include <nlohmann/json.hpp>
-#include <vector>
-
+#include "tools/text/json_text.h"
 #include "zeldata/field_rules.h"
 
 namespace zel::tools {
 
 namespace {
 
-using Json = nlohmann::ordered_json;
-
-Json FieldJson(const FieldSource& field) {
+void AppendField(std::string& out, const FieldSource& field) {
     const image::FieldTypeRule& rule = *image::FindFieldTypeRule(field.type);
-    Json json = {{"id", field.id}, {"name", field.name}, {"type", rule.name}};
+    out += "{\"id\":";
+    AppendNumber(out, field.id);
+    out += ",\"name\":";
+    AppendText(out, field.name);
+    out += ",\"type\":";
+    AppendText(out, rule.name);
     if (rule.length == image::kAnyLength) {
-        json["length"] = field.length;
+        out += ",\"length\":";
+        AppendNumber(out, field.length);
     }
     if (field.version != 1) {
-        json["version"] = field.version;
+        out += ",\"version\":";
+        AppendNumber(out, field.version);
     }
     if (!field.text.empty()) {
-        json["text"] = field.text;
+        out += ",\"text\":";
+        AppendText(out, field.text);
     }
-    return json;
+    out += '}';
 }
 
-Json EntryJson(const EntrySource& entry) {
-    return entry.mandatory ? Json{{"field", entry.field}, {"presence", "mandatory"}} : Json(entry.field);
+void AppendEntry(std::string& out, const EntrySource& entry) {
+    out += entry.mandatory ? "{\"field\":" : "";
+    AppendText(out, entry.field);
+    out += entry.mandatory ? ",\"presence\":\"mandatory\"}" : "";
 }
 
-// The entries with the group folded into one.
-std::vector<Json> EntriesJson(const MessageSource& message) {
-    std::vector<Json> entries;
-    Json group = Json::array();
+// The entries, the group folded into one.
+void AppendEntries(std::string& out, const MessageSource& message) {
+    const std::size_t groupEnd = message.groupStart + message.groupSize;
+    const char* separator = "\n      ";
     for (std::size_t i = 0; i < message.entries.size(); ++i) {
-        const Json entry = EntryJson(message.entries[i]);
-        if (i < message.groupStart || i >= message.groupStart + message.groupSize) {
-            entries.push_back(entry);
-            continue;
-        }
-        group.push_back(entry);
-        if (group.size() == message.groupSize) {
-            entries.back() = {{"group", {{"count", entries.back()}, {"fields", group}}}};
-        }
+        const bool inGroup = i >= message.groupStart && i < groupEnd;
+        const bool isCount = message.groupSize != 0 && i + 1 == message.groupStart;
+        out += !inGroup ? separator : i == message.groupStart ? ",\"fields\":[" : ",";
+        out += isCount ? "{\"group\":{\"count\":" : "";
+        AppendEntry(out, message.entries[i]);
+        out += inGroup && i + 1 == groupEnd ? "]}}" : "";
+        separator = ",\n      ";
     }
-    return entries;
 }
 
-std::string Line(const Json& json) {
-    return json.dump(-1, ' ', false, Json::error_handler_t::replace);
-}
-
-std::string MessageText(const MessageSource& message) {
-    std::string head = Line({{"type", message.type}, {"subType", message.subType}, {"name", message.name}});
-    head.pop_back();
-    std::string text = head + ",\"fields\":[";
-    const char* separator = "\n";
-    for (const Json& entry : EntriesJson(message)) {
-        text += separator + std::string("      ") + Line(entry);
-        separator = ",\n";
-    }
-    return text + "]}";
+void AppendMessage(std::string& out, const MessageSource& message) {
+    out += "{\"type\":";
+    AppendNumber(out, message.type);
+    out += ",\"subType\":";
+    AppendNumber(out, message.subType);
+    out += ",\"name\":";
+    AppendText(out, message.name);
+    out += ",\"fields\":[";
+    AppendEntries(out, message);
+    out += "]}";
 }
 
 }  // namespace
@@ -70,13 +69,15 @@ std::string SourceText(const DictionarySource& dictionary) {
     std::string text = "{\n  \"fields\": [";
     const char* separator = "\n    ";
     for (const FieldSource& field : dictionary.fields) {
-        text += separator + Line(FieldJson(field));
+        text += separator;
+        AppendField(text, field);
         separator = ",\n    ";
     }
     text += "\n  ],\n  \"messages\": [";
     separator = "\n    ";
     for (const MessageSource& message : dictionary.messages) {
-        text += separator + MessageText(message);
+        text += separator;
+        AppendMessage(text, message);
         separator = ",\n    ";
     }
     return text + "\n  ]\n}\n";

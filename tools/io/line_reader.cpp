@@ -1,6 +1,7 @@
 #include "tools/io/line_reader.h"
 
 #include <algorithm>
+#include <cstring>
 #include <utility>
 
 namespace zel::tools {
@@ -22,7 +23,8 @@ bool LineReader::Next(Line& line) {
         }
         const char* from = buffer_.data() + begin_;
         const char* to = buffer_.data() + end_;
-        const char* lineEnd = std::find(from, to, '\n');
+        const auto* const lineFeed = static_cast<const char*>(std::memchr(from, '\n', end_ - begin_));
+        const char* const lineEnd = lineFeed != nullptr ? lineFeed : to;
         const auto found = static_cast<std::size_t>(lineEnd - from);
         const std::size_t taken = std::min(found, kLongestLine - line.text.size());
         line.text.append(from, taken);

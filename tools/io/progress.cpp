@@ -13,7 +13,8 @@ namespace {
 constexpr std::chrono::milliseconds kFirstShown(1000);
 constexpr std::chrono::milliseconds kShownEvery(200);
 
-constexpr std::size_t kLongestLine = 60;
+// What a terminal has that does not tell.
+constexpr std::size_t kUsualColumns = 80;
 
 void WriteToTerminal(std::string_view text) {
     (void)WriteAll(kStandardError, text.data(), text.size());
@@ -21,7 +22,7 @@ void WriteToTerminal(std::string_view text) {
 
 }  // namespace
 
-std::string ProgressLine(std::uint64_t done, std::uint64_t total) {
+std::string ProgressLine(std::uint64_t done, std::uint64_t total, std::size_t columns) {
     constexpr std::uint64_t kMega = 1000000;
     constexpr std::size_t kWidth = 20;
     if (total == 0) {
@@ -31,8 +32,9 @@ std::string ProgressLine(std::uint64_t done, std::uint64_t total) {
     const auto filled = static_cast<std::size_t>(done * kWidth / total);
     std::string percent = std::to_string(done * 100 / total);
     percent.insert(0, 3 - percent.size(), ' ');
-    return '[' + std::string(filled, '#') + std::string(kWidth - filled, ' ') + "] " + percent + "%  " +
-           std::to_string(done / kMega) + " of " + std::to_string(total / kMega) + " MB";
+    const std::string line = '[' + std::string(filled, '#') + std::string(kWidth - filled, ' ') + "] " + percent +
+                             "%  " + std::to_string(done / kMega) + " of " + std::to_string(total / kMega) + " MB";
+    return line.size() <= columns ? line : percent + '%';
 }
 
 Progress::Progress(std::uint64_t total)
@@ -41,8 +43,8 @@ Progress::Progress(std::uint64_t total)
       due_(Clock::now() + kFirstShown) {}
 
 Progress::~Progress() {
-    if (shown_) {
-        WriteToTerminal('\r' + std::string(kLongestLine, ' ') + '\r');
+    if (shown_ != 0) {
+        WriteToTerminal('\r' + std::string(shown_, ' ') + '\r');
     }
 }
 
@@ -56,9 +58,15 @@ void Progress::Show(std::uint64_t done) {
         return;
     }
     due_ = now + kShownEvery;
-    shown_ = true;
-    std::string line = ProgressLine(done, total_);
-    line.resize(std::max(line.size(), kLongestLine), ' ');
+    // A line that fills the last column would begin the next.
+    const auto width = static_cast<std::size_t>(TerminalWidth(Stream::kError));
+    const std::size_t columns = (width == 0 ? kUsualColumns : width) - 1;
+    std::string line = ProgressLine(done, total_, columns);
+    if (line.size() > columns) {
+        return;
+    }
+    line.resize(std::max(line.size(), std::min(shown_, columns)), ' ');
+    shown_ = line.size();
     WriteToTerminal('\r' + line);
 }
 

@@ -3,13 +3,15 @@
 #define ZEL_TOOLS_IO_PROGRESS_H
 
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
 #include <string>
 
 namespace zel::tools {
 
-// "[#####               ]  25%  50 of 200 MB"; without a total the amount alone.
-[[nodiscard]] std::string ProgressLine(std::uint64_t done, std::uint64_t total);
+// "[#####               ]  25%  50 of 200 MB", or " 25%" where that needs more columns than there are; without a total
+// the amount alone.
+[[nodiscard]] std::string ProgressLine(std::uint64_t done, std::uint64_t total, std::size_t columns);
 
 class Progress {
 public:
@@ -29,7 +31,7 @@ private:
 
     std::uint64_t total_;
     bool wanted_;
-    bool shown_ = false;
+    std::size_t shown_ = 0;  // columns
     unsigned calls_ = 0;
     Clock::time_point due_;
 };

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <utility>
 
+#include "tools/text/complaint.h"
+
 namespace zel::tools {
 
 void AddError(Findings& findings, std::string place, std::string text) {
@@ -18,13 +20,14 @@ std::size_t CountErrors(const Findings& findings) {
         std::count_if(findings.begin(), findings.end(), [](const Finding& finding) { return finding.isError; }));
 }
 
-void PrintFindings(std::ostream& out, const std::string& file, const Findings& findings) {
+std::string FindingText(const std::string& file, const Finding& finding) {
+    return file + (finding.isError ? ": error: " : ": warning: ") + finding.place +
+           (finding.place.empty() ? "" : ": ") + finding.text;
+}
+
+void PrintFindings(const std::string& file, const Findings& findings) {
     for (const Finding& finding : findings) {
-        out << file << (finding.isError ? ": error: " : ": warning: ");
-        if (!finding.place.empty()) {
-            out << finding.place << ": ";
-        }
-        out << finding.text << '\n';
+        Complain(FindingText(file, finding));
     }
 }
 

@@ -2,7 +2,6 @@
 #ifndef ZEL_TOOLS_TEXT_FINDINGS_H
 #define ZEL_TOOLS_TEXT_FINDINGS_H
 
-#include <ostream>
 #include <string>
 #include <vector>
 
@@ -21,8 +20,11 @@ void AddWarning(Findings& findings, std::string place, std::string text);
 
 [[nodiscard]] std::size_t CountErrors(const Findings& findings);
 
-// One line for each finding.
-void PrintFindings(std::ostream& out, const std::string& file, const Findings& findings);
+// "FILE: error: PLACE: TEXT"
+[[nodiscard]] std::string FindingText(const std::string& file, const Finding& finding);
+
+// Complains of each.
+void PrintFindings(const std::string& file, const Findings& findings);
 
 // The number and its noun: "1 error", "2 errors".
 [[nodiscard]] std::string Counted(std::size_t number, const std::string& noun);

@@ -31,31 +31,6 @@ std::size_t PlainPrefix(std::string_view text) {
     return at;
 }
 
-// How many bytes the character at the start of the text has; 0: it is none of UTF-8.
-std::size_t CharacterSize(std::string_view text) {
-    const auto byte = [text](std::size_t at) { return at < text.size() ? static_cast<unsigned char>(text[at]) : 0U; };
-    const unsigned first = byte(0);
-    if (first < 0x80) {
-        return 1;
-    }
-    const std::size_t size = first >= 0xF0 ? 4 : first >= 0xE0 ? 3 : 2;
-    if (first < 0xC2 || first > 0xF4) {
-        return 0;
-    }
-    // Longer forms of shorter characters, surrogates, and what is beyond the last character.
-    const unsigned least = first == 0xE0 ? 0xA0 : first == 0xF0 ? 0x90 : 0x80;
-    const unsigned most = first == 0xED ? 0x9F : first == 0xF4 ? 0x8F : 0xBF;
-    if (byte(1) < least || byte(1) > most) {
-        return 0;
-    }
-    for (std::size_t at = 2; at < size; ++at) {
-        if (byte(at) < 0x80 || byte(at) > 0xBF) {
-            return 0;
-        }
-    }
-    return size;
-}
-
 template <typename Bits>
 void AppendBits(std::string& out, Bits bits) {
     char bytes[sizeof bits];
@@ -117,6 +92,30 @@ void AppendDouble(std::string& out, std::uint64_t bits) {
     if (!AppendNotFinite<double>(out, bits)) {
         AppendShortest(out, std::bit_cast<double>(bits));
     }
+}
+
+std::size_t CharacterSize(std::string_view text) {
+    const auto byte = [text](std::size_t at) { return at < text.size() ? static_cast<unsigned char>(text[at]) : 0U; };
+    const unsigned first = byte(0);
+    if (first < 0x80) {
+        return 1;
+    }
+    const std::size_t size = first >= 0xF0 ? 4 : first >= 0xE0 ? 3 : 2;
+    if (first < 0xC2 || first > 0xF4) {
+        return 0;
+    }
+    // Longer forms of shorter characters, surrogates, and what is beyond the last character.
+    const unsigned least = first == 0xE0 ? 0xA0 : first == 0xF0 ? 0x90 : 0x80;
+    const unsigned most = first == 0xED ? 0x9F : first == 0xF4 ? 0x8F : 0xBF;
+    if (byte(1) < least || byte(1) > most) {
+        return 0;
+    }
+    for (std::size_t at = 2; at < size; ++at) {
+        if (byte(at) < 0x80 || byte(at) > 0xBF) {
+            return 0;
+        }
+    }
+    return size;
 }
 
 bool IsUtf8(std::string_view text) {

@@ -24,6 +24,9 @@ void AppendNumber(std::string& out, Number number) {
 void AppendFloat(std::string& out, std::uint32_t bits);
 void AppendDouble(std::string& out, std::uint64_t bits);
 
+// How many bytes the character at the start of a text has; 0: it is none of UTF-8.
+[[nodiscard]] std::size_t CharacterSize(std::string_view text);
+
 [[nodiscard]] bool IsUtf8(std::string_view text);
 
 // A text in quotes; {"hex":...} with its bytes when they are not UTF-8.

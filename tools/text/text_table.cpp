@@ -4,6 +4,8 @@
 
 #include "runtime/digits.h"
 #include "tools/io/terminal.h"
+#include "tools/text/complaint.h"
+#include "tools/text/wrapped_text.h"
 
 namespace zel::tools {
 
@@ -11,23 +13,8 @@ namespace {
 
 constexpr std::size_t kGap = 2;
 
-bool StartsCharacter(char byte) {
-    return (static_cast<unsigned char>(byte) & 0xC0U) != 0x80U;
-}
-
-std::size_t Columns(const std::string& text) {
-    return static_cast<std::size_t>(std::count_if(text.begin(), text.end(), StartsCharacter));
-}
-
-std::string CutTo(const std::string& text, std::size_t columns) {
-    std::size_t shown = 0;
-    std::size_t end = 0;
-    while (end < text.size() && (shown < columns || !StartsCharacter(text[end]))) {
-        shown += StartsCharacter(text[end]) ? 1U : 0U;
-        ++end;
-    }
-    return text.substr(0, end);
-}
+// The last column is broken into lines of as many columns at least; on a terminal without room for them nothing is.
+constexpr std::size_t kLeastWrapped = 16;
 
 struct Column {
     std::size_t width;
@@ -47,15 +34,32 @@ std::vector<Column> Measure(const Table& table) {
     return columns;
 }
 
+// A cell after the columns before it, whose line may go on below them.
+std::string Wrapped(const std::string& cell, std::size_t start, std::size_t width) {
+    if (width < start + kLeastWrapped || start + Columns(cell) <= width) {
+        return cell;
+    }
+    std::string wrapped = Wrap(cell, width - start);
+    for (std::size_t at = wrapped.find('\n'); at != std::string::npos; at = wrapped.find('\n', at + 1)) {
+        wrapped.insert(at + 1, start, ' ');
+    }
+    return wrapped;
+}
+
 std::string Line(const std::vector<std::string>& cells, const std::vector<Column>& columns, const Style& style) {
     std::string line;
+    std::size_t start = 0;
     for (std::size_t i = 0; i < cells.size(); ++i) {
         const std::string padding(columns[i].width - Columns(cells[i]), ' ');
-        line += i == 0 ? "" : std::string(kGap, ' ');
-        line += columns[i].isNumeric ? padding + cells[i] : cells[i] + padding;
+        const bool isLast = i + 1 == cells.size();
+        line += columns[i].isNumeric ? padding + cells[i]
+                : isLast             ? Wrapped(cells[i], start, style.width)
+                                     : cells[i] + padding;
+        line += isLast ? "" : std::string(kGap, ' ');
+        start += columns[i].width + kGap;
     }
     line.erase(line.find_last_not_of(' ') + 1);
-    return Printable(style.width == 0 ? line : CutTo(line, style.width));
+    return line;
 }
 
 const char* Escape(Highlight highlight) {
@@ -82,13 +86,10 @@ std::string Highlighted(const Style& style, Highlight highlight, const std::stri
     return style.color ? Escape(highlight) + text + "\x1b[0m" : text;
 }
 
-std::string Printable(std::string text) {
-    std::replace_if(
-        text.begin(), text.end(), [](char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7f; }, '?');
-    return text;
-}
-
-void PrintTable(std::ostream& out, const Table& table, const Style& style) {
+void PrintTable(std::ostream& out, Table table, const Style& style) {
+    for (std::vector<std::string>& row : table.rows) {
+        std::transform(row.begin(), row.end(), row.begin(), Printable);
+    }
     const std::vector<Column> columns = Measure(table);
     out << Highlighted(style, Highlight::kBold, Line(table.heads, columns, style)) << '\n';
     for (const std::vector<std::string>& row : table.rows) {

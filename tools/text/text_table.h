@@ -22,16 +22,13 @@ enum class Highlight { kBold, kRed, kGreen, kYellow };
 // The text, highlighted when the style has colours.
 [[nodiscard]] std::string Highlighted(const Style& style, Highlight highlight, const std::string& text);
 
-// The text with a "?" for each control character: images may hold some, and a terminal would obey them.
-[[nodiscard]] std::string Printable(std::string text);
-
 struct Table {
     std::vector<std::string> heads;
     std::vector<std::vector<std::string>> rows;  // each with as many cells as there are heads
 };
 
-// Columns of digits are right-aligned. Lines are cut where the terminal ends; texts are UTF-8.
-void PrintTable(std::ostream& out, const Table& table, const Style& style);
+// Columns of digits are right-aligned. On a terminal the last column is broken where the terminal ends.
+void PrintTable(std::ostream& out, Table table, const Style& style);
 
 }  // namespace zel::tools
 

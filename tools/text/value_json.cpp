@@ -6,7 +6,6 @@
 #include <cstdint>
 #include <cstring>
 #include <limits>
-#include <nlohmann/json.hpp>
 #include <optional>
 #include <string_view>
 
@@ -21,10 +20,14 @@ namespace zel::tools {
 
 namespace {
 
-using Json = nlohmann::json;
-
-[[noreturn]] void Refuse(const Json& json, const std::string& expected) {
+[[noreturn]] void Refuse(const JsonValue& json, const std::string& expected) {
     throw MessageError("is " + Shown(json) + "; expected " + expected);
+}
+
+void RefuseText(const JsonValue& json, TextFault fault, const std::string& expected) {
+    if (fault != nullptr) {
+        throw MessageError("is " + Shown(json) + ", which " + fault + "; expected " + expected);
+    }
 }
 
 template <typename T>
@@ -32,8 +35,8 @@ std::string BytesOf(const T& value) {
     return {reinterpret_cast<const char*>(&value), sizeof value};
 }
 
-std::int64_t ReadInteger(const Json& json, std::int64_t least, std::int64_t most) {
-    const std::optional<std::int64_t> number = WholeNumber(json);
+std::int64_t ReadInteger(const JsonValue& json, std::int64_t least, std::int64_t most) {
+    const std::optional<std::int64_t> number = json.WholeNumber();
     if (!number || *number < least || *number > most) {
         Refuse(json, "a whole number from " + std::to_string(least) + " to " + std::to_string(most));
     }
@@ -41,20 +44,20 @@ std::int64_t ReadInteger(const Json& json, std::int64_t least, std::int64_t most
 }
 
 // The bytes of {"hex":"..."}, or nothing for other values.
-std::optional<std::string> ReadHexObject(const Json& json) {
-    if (!json.is_object() || json.size() != 1 || !json.contains("hex")) {
+std::optional<std::string> ReadHexObject(const JsonValue& json) {
+    const JsonValue digits = json.Find("hex");
+    if (!digits || json.size() != 1) {
         return std::nullopt;
     }
-    const Json& digits = json["hex"];
     std::string bytes;
-    if (!digits.is_string() || !ParseHex(digits.get_ref<const std::string&>(), bytes)) {
+    if (!digits.Is(JsonKind::kText) || !ParseHex(digits.Text(), bytes)) {
         Refuse(json, "pairs of hex digits");
     }
     return bytes;
 }
 
 template <typename Real, typename Bits>
-std::string ReadReal(const Json& json) {
+std::string ReadReal(const JsonValue& json) {
     if (const std::optional<std::string> bytes = ReadHexObject(json); bytes && bytes->size() == sizeof(Bits)) {
         Bits bits = 0;
         for (const char byte : *bytes) {
@@ -63,20 +66,18 @@ std::string ReadReal(const Json& json) {
         return BytesOf(bits);
     }
     using Limits = std::numeric_limits<Real>;
-    if (json.is_string()) {
-        const auto& text = json.get_ref<const std::string&>();
-        if (text == "NaN") {
-            return BytesOf(Limits::quiet_NaN());
-        }
-        if (text == "Infinity" || text == "-Infinity") {
-            return BytesOf(text[0] == '-' ? -Limits::infinity() : Limits::infinity());
-        }
+    const std::string_view text = json.Text();
+    if (text == "NaN") {
+        return BytesOf(Limits::quiet_NaN());
     }
-    const double number = json.is_number() ? json.get<double>() : 0;
-    if (!json.is_number() || std::isinf(static_cast<Real>(number))) {
+    if (text == "Infinity" || text == "-Infinity") {
+        return BytesOf(text[0] == '-' ? -Limits::infinity() : Limits::infinity());
+    }
+    const std::optional<double> number = json.Number();
+    if (!number || std::isinf(static_cast<Real>(*number))) {
         Refuse(json, R"(a number that fits, "NaN", "Infinity", "-Infinity", or {"hex": ...} with its bytes)");
     }
-    return BytesOf(static_cast<Real>(number));
+    return BytesOf(static_cast<Real>(*number));
 }
 
 void AppendMoney(std::string& out, const _money& money) {
@@ -103,28 +104,26 @@ struct NumberMember {
 };
 
 template <std::size_t Count>
-void ReadNumbers(const Json& json, NumberMember (&members)[Count], const std::string& expected) {
-    if (!json.is_object()) {
+void ReadNumbers(const JsonValue& json, NumberMember (&members)[Count], const std::string& expected) {
+    if (!json.Is(JsonKind::kObject)) {
         Refuse(json, expected);
     }
-    for (const auto& item : json.items()) {
+    for (const JsonValue::Member& given : json) {
         auto* const member = std::find_if(std::begin(members), std::end(members),
-                                          [&item](const NumberMember& each) { return item.key() == each.name; });
+                                          [&given](const NumberMember& each) { return given.key == each.name; });
         if (member == std::end(members)) {
             Refuse(json, expected);
         }
-        member->value = ReadInteger(item.value(), member->least, member->most);
+        member->value = ReadInteger(given.value, member->least, member->most);
     }
 }
 
-std::string ReadMoney(const Json& json) {
+std::string ReadMoney(const JsonValue& json, Reading reading) {
     static const std::string kExpected =
         R"(money as text such as "12.50" or "101'16", or {"amount": ..., "displayCode": ...})";
     _money money{};
-    if (json.is_string()) {
-        if (ZELStrToMoney(json.get_ref<const std::string&>().c_str(), &money) != 0) {
-            Refuse(json, kExpected);
-        }
+    if (json.Is(JsonKind::kText)) {
+        RefuseText(json, ReadMoneyText(std::string(json.Text()), reading, money), kExpected);
         return BytesOf(money);
     }
     NumberMember members[] = {{"amount", INT32_MIN, INT32_MAX, 0}, {"displayCode", INT16_MIN, INT16_MAX, 0}};
@@ -155,14 +154,12 @@ void AppendDateTime(std::string& out, const _datetime& value) {
     out += '}';
 }
 
-std::string ReadDateTime(const Json& json) {
+std::string ReadDateTime(const JsonValue& json, Reading reading) {
     static const std::string kExpected =
         R"("1999-11-30", "09:05:07", "1999-11-30T09:05:07", "" or an object with the record's members)";
     _datetime value{};
-    if (json.is_string()) {
-        if (!ReadDateTimeText(json.get_ref<const std::string&>(), value)) {
-            Refuse(json, kExpected);
-        }
+    if (json.Is(JsonKind::kText)) {
+        RefuseText(json, ReadDateTimeText(json.Text(), reading, value), kExpected);
         return BytesOf(value);
     }
     NumberMember members[] = {{"day", INT8_MIN, INT8_MAX, 0},    {"month", INT8_MIN, INT8_MAX, 0},
@@ -186,32 +183,32 @@ void AppendChars(std::string& out, const ValueType& type, std::string_view bytes
     AppendText(out, WithoutPadding(bytes));
 }
 
-std::string ReadChars(const Json& json, const ValueType& type) {
+std::string ReadChars(const JsonValue& json, const ValueType& type) {
     if (std::optional<std::string> bytes = ReadHexObject(json)) {
         return *bytes;
     }
     const auto length = static_cast<std::size_t>(type.length);
-    if (!json.is_string() || json.get_ref<const std::string&>().size() > length) {
+    if (!json.Is(JsonKind::kText) || json.Text().size() > length) {
         Refuse(json, "a text of at most " + std::to_string(length) + " bytes");
     }
-    std::string text = json.get<std::string>();
+    std::string text(json.Text());
     text.resize(length, '\0');
     return text;
 }
 
-std::string ReadText(const Json& json) {
+std::string ReadText(const JsonValue& json) {
     if (std::optional<std::string> bytes = ReadHexObject(json)) {
         return *bytes;
     }
-    if (!json.is_string()) {
+    if (!json.Is(JsonKind::kText)) {
         Refuse(json, R"(a text, or {"hex": ...} with its bytes)");
     }
-    return json.get<std::string>();
+    return std::string(json.Text());
 }
 
-std::string ReadBytes(const Json& json) {
+std::string ReadBytes(const JsonValue& json) {
     std::string bytes;
-    if (!json.is_string() || !ParseHex(json.get_ref<const std::string&>(), bytes)) {
+    if (!json.Is(JsonKind::kText) || !ParseHex(json.Text(), bytes)) {
         Refuse(json, "pairs of hex digits in quotes");
     }
     return bytes;
@@ -250,7 +247,7 @@ void AppendValueJson(std::string& out, const ValueType& type, const _field_data&
     }
 }
 
-std::string ReadValueJson(const Json& json, const ValueType& type) {
+std::string ReadValueJson(const JsonValue& json, const ValueType& type, Reading reading) {
     switch (type.type) {
         case kZELShort:
             return BytesOf(static_cast<std::int16_t>(ReadInteger(json, INT16_MIN, INT16_MAX)));
@@ -266,9 +263,9 @@ std::string ReadValueJson(const Json& json, const ValueType& type) {
         case kZELDouble:
             return ReadReal<double, std::uint64_t>(json);
         case kZELDateTime:
-            return ReadDateTime(json);
+            return ReadDateTime(json, reading);
         case kZELMoney:
-            return ReadMoney(json);
+            return ReadMoney(json, reading);
         case kZELBytes10:
         case kZELBytes11:
             return ReadBytes(json);

@@ -4,10 +4,11 @@
 
 #include <cstdint>
 #include <cstring>
-#include <nlohmann/json_fwd.hpp>
 #include <string>
 
 #include "include/zelmessage.h"
+#include "tools/text/json_document.h"
+#include "tools/text/value_text.h"
 
 namespace zel::tools {
 
@@ -20,7 +21,7 @@ struct ValueType {
 void AppendValueJson(std::string& out, const ValueType& type, const _field_data& slot);
 
 // The value as a message holds it in memory. Throws MessageError.
-[[nodiscard]] std::string ReadValueJson(const nlohmann::json& json, const ValueType& type);
+[[nodiscard]] std::string ReadValueJson(const JsonValue& json, const ValueType& type, Reading reading);
 
 // The record or number at a slot's value.
 template <typename T>

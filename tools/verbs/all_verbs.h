@@ -20,7 +20,9 @@ namespace zel::tools {
 [[nodiscard]] Verb DictHeaderVerb();
 [[nodiscard]] Verb DictWiresharkVerb();
 [[nodiscard]] Verb ExplainVerb();
+[[nodiscard]] Verb SampleVerb();
 [[nodiscard]] Verb ValueVerb();
+[[nodiscard]] Verb ValueStreamVerb();
 
 }  // namespace zel::tools
 

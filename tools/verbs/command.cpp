@@ -1,15 +1,17 @@
 #include "tools/verbs/command.h"
 
-#include <cstdio>
 #include <exception>
 #include <iostream>
 #include <stdexcept>
+#include <string>
 
 #include "tools/io/byte_output.h"
 #include "tools/io/status.h"
 #include "tools/io/terminal.h"
+#include "tools/text/complaint.h"
 #include "tools/verbs/all_verbs.h"
 #include "tools/verbs/command_line.h"
+#include "tools/verbs/completion.h"
 #include "tools/verbs/pages.h"
 
 namespace zel::tools {
@@ -22,7 +24,8 @@ int RunVerb(const Verb& verb) {
     } catch (const OutputClosed&) {
         return kStatusGood;
     } catch (const UsageError& error) {
-        (void)std::fprintf(stderr, "%s\n%s\n", error.what(), kSeeHelp);
+        Complain(error.what());
+        Complain(kSeeHelp);
         return kStatusUnable;
     }
 }
@@ -30,6 +33,7 @@ int RunVerb(const Verb& verb) {
 int Run(int argc, const char* const* argv, const std::string& version) {
     Verb command = ZelCommand();
     command.verbs.push_back(PagesVerb(command, version));
+    command.verbs.push_back(NamesVerb());
     const ParsedCommand parsed = ParseCommandLine(command, version, argc, argv);
     const int status = parsed.verb == nullptr ? parsed.status : RunVerb(*parsed.verb);
     // Help is output, too.
@@ -47,9 +51,9 @@ int RunCommand(int argc, const char* const* argv, const char* version) noexcept 
     try {
         return Run(argc, argv, version);
     } catch (const std::exception& error) {
-        (void)std::fprintf(stderr, "zel: %s\n", error.what());
+        Complain(std::string("zel: ") + error.what());
     } catch (...) {
-        (void)std::fprintf(stderr, "zel: failed for an unknown reason\n");
+        Complain("zel: failed for an unknown reason");
     }
     return kStatusUnable;
 }

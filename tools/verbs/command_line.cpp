@@ -1,10 +1,15 @@
 #include "tools/verbs/command_line.h"
 
 #include <CLI/CLI.hpp>
+#include <iostream>
 #include <memory>
+#include <sstream>
 
 #include "tools/io/status.h"
+#include "tools/text/complaint.h"
+#include "tools/text/wrapped_text.h"
 #include "tools/verbs/help_text.h"
+#include "tools/verbs/nearest_verb.h"
 
 namespace zel::tools {
 
@@ -97,6 +102,11 @@ void Fill(CLI::App& app, const Verb& verb, const Verb*& chosen) {
 }  // namespace
 
 ParsedCommand ParseCommandLine(const Verb& command, const std::string& version, int argc, const char* const* argv) {
+    if (const std::string fault = VerbFault(command, argc, argv); !fault.empty()) {
+        Complain(command.name + ": " + fault);
+        Complain(kSeeHelp);
+        return {nullptr, kStatusUnable};
+    }
     CLI::App app(command.summary, command.name);
     app.allow_windows_style_options(false);  // a path may begin with "/"
     app.formatter(std::make_shared<WrappingFormatter>());
@@ -107,7 +117,12 @@ ParsedCommand ParseCommandLine(const Verb& command, const std::string& version, 
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
-        return {nullptr, app.exit(error) == 0 ? kStatusGood : kStatusUnable};
+        std::ostringstream complaint;
+        const bool isGood = app.exit(error, std::cout, complaint) == 0;
+        for (const std::string& line : Lines(complaint.str())) {
+            Complain(line);
+        }
+        return {nullptr, isGood ? kStatusGood : kStatusUnable};
     }
     return {chosen, kStatusGood};
 }

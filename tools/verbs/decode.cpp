@@ -1,4 +1,6 @@
+#include <algorithm>
 #include <chrono>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -11,9 +13,11 @@
 #include "tools/io/byte_input.h"
 #include "tools/io/byte_output.h"
 #include "tools/io/descriptor.h"
-#include "tools/io/error_lines.h"
+#include "tools/io/interrupt.h"
 #include "tools/io/progress.h"
 #include "tools/io/status.h"
+#include "tools/io/terminal.h"
+#include "tools/text/error_lines.h"
 #include "tools/text/hex_text.h"
 #include "tools/verbs/all_verbs.h"
 #include "tools/verbs/dictionary_option.h"
@@ -45,19 +49,60 @@ DecodedForm FormOf(const DecodeOptions& options) {
     return options.json ? DecodedForm::kJson : DecodedForm::kListing;
 }
 
-bool WaitForGrowth() {
-    std::this_thread::sleep_for(std::chrono::milliseconds(200));
-    return true;
+// Waits for growth until the user has enough. Meanwhile `show` is called every second.
+std::function<bool()> WaitForGrowth(std::function<void()> show) {
+    using Clock = std::chrono::steady_clock;
+    NoteInterrupt();
+    return [show = std::move(show), due = Clock::time_point()]() mutable {
+        if (Clock::now() >= due) {
+            show();
+            due = Clock::now() + std::chrono::seconds(1);
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(200));
+        return !IsInterrupted();
+    };
 }
 
+// The counts so far, over those shown before.
+class RunningSummary {
+public:
+    RunningSummary(const CaptureDecoder& decoder, ByteOutput& output) : decoder_(decoder), output_(output) {}
+
+    void Show() {
+        TakeAway();
+        const std::size_t before = output_.text.size();
+        decoder_.AppendSummary(output_.text);
+        lines_ = std::count(output_.text.begin() + static_cast<std::ptrdiff_t>(before), output_.text.end(), '\n');
+        Flush(output_);
+    }
+    void TakeAway() {
+        if (lines_ != 0) {
+            output_.text += "\x1b[" + std::to_string(lines_) + "A\x1b[J";
+            lines_ = 0;
+        }
+    }
+
+private:
+    const CaptureDecoder& decoder_;
+    ByteOutput& output_;
+    std::ptrdiff_t lines_ = 0;
+};
+
 // What was written is seen before the next read, which may wait.
-ByteInput OpenInput(const DecodeOptions& options, InputFile& file, ByteOutput& output, ErrorLines& errors) {
-    const bool follows = options.follow && file.IsFile();
-    const ByteInput bytes = follows ? FollowedInput(file, WaitForGrowth)
-                                    : [&file](char* to, std::size_t size) { return file.Read(to, size); };
+ByteInput OpenInput(const DecodeOptions& options, InputFile& file, ByteOutput& output, ErrorLines& errors,
+                    RunningSummary& summary) {
+    ByteInput bytes = [&file](char* to, std::size_t size) { return file.Read(to, size); };
+    if (options.follow && file.IsFile()) {
+        const bool showsSummary = options.summary && EnableEscapes(Stream::kOutput);
+        bytes = FollowedInput(file, WaitForGrowth([&summary, showsSummary] {
+                                  if (showsSummary) {
+                                      summary.Show();
+                                  }
+                              }));
+    }
     ByteInput flushed = [&output, bytes](char* to, std::size_t size) {
         Flush(output);
-        return bytes(to, size);
+        return IsInterrupted() ? std::size_t{0} : bytes(to, size);
     };
     if (!options.hex) {
         return flushed;
@@ -114,14 +159,18 @@ int Decode(const DecodeOptions& options) {
         catalog ? FindStreams(options.streams, *catalog) : std::set<std::uint16_t>();
     ErrorLines errors(file.name(), output);
     CaptureDecoder decoder(catalog ? &*catalog : nullptr, FormOf(options), streams, output, errors);
-    FrameReader reader(OpenInput(options, file, output, errors));
+    RunningSummary summary(decoder, output);
+    FrameReader reader(OpenInput(options, file, output, errors, summary));
     Progress progress(options.hex ? 0 : file.Size());
     try {
         DecodeFrames(options, reader, decoder, errors, progress);
     } catch (const InputError& error) {
         errors.Add(error.what());
     }
-    decoder.Finish();
+    if (options.summary) {
+        summary.TakeAway();
+        decoder.AppendSummary(output.text);
+    }
     Flush(output);
     return errors.any() ? kStatusDiffers : kStatusGood;
 }
@@ -138,12 +187,13 @@ Verb DecodeVerb() {
                     {"--hex", &options->hex,
                      "The capture is hex text: offsets, blanks and text columns are passed over"},
                     {"--unframed", &options->unframed, "The capture is one message without a frame"},
-                    {"--follow", &options->follow, "Wait for more at the end of the file"},
+                    {"--follow", &options->follow, "Wait for more at the end of the file, until an interrupt (Ctrl-C)"},
                     {"--resync", &options->resync, "Look for the next frame where bytes are none, instead of stopping"},
                     {"--json", &options->json, "Write one JSON object a line"},
                     {"--summary", &options->summary, "Write counts and bytes by message type"},
                     {"--raw", &options->raw, "Use no dictionary: headers and, in format 2, fields"},
-                    {"--streams", &options->streams, "Open the filter or sort data in these fields", "FIELD,..."}},
+                    {"--streams", &options->streams, "Open the filter or sort data in these fields", "FIELD,...", false,
+                     true}},
         .exclusive = {{"--unframed", "--follow"}, {"--json", "--summary", "--raw", "--streams"}},
         .footer =
             "Examples:\n"

@@ -7,6 +7,7 @@
 #include "tools/dictionary/image_builder.h"
 #include "tools/io/file_output.h"
 #include "tools/io/status.h"
+#include "tools/text/complaint.h"
 #include "tools/verbs/all_verbs.h"
 #include "zeldata/image_check.h"
 
@@ -31,10 +32,10 @@ void VerifyImage(const std::vector<char>& bytes) {
 int BuildImage(const BuildOptions& options) {
     Findings findings;
     const DictionarySource dictionary = ReadSourceFile(options.source, findings);
-    PrintFindings(std::cerr, options.source, findings);
+    PrintFindings(options.source, findings);
     const std::size_t errors = CountErrors(findings);
     if (errors != 0) {
-        std::cerr << options.source << ": " << Counted(errors, "error") << "; no image written\n";
+        Complain(options.source + ": " + Counted(errors, "error") + "; no image written");
         return kStatusDiffers;
     }
     const std::vector<char> bytes = BuildDictionaryImage(dictionary);

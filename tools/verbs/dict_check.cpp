@@ -13,7 +13,7 @@ namespace {
 int CheckSource(const std::string& source) {
     Findings findings;
     const DictionarySource dictionary = ReadSourceFile(source, findings);
-    PrintFindings(std::cerr, source, findings);
+    PrintFindings(source, findings);
     const std::size_t errors = CountErrors(findings);
     std::cout << source << ": " << Summary(dictionary) << ": " << Counted(errors, "error") << ", "
               << Counted(findings.size() - errors, "warning") << '\n';

@@ -1,20 +1,19 @@
 #include <algorithm>
 #include <iostream>
 #include <memory>
-#include <nlohmann/json.hpp>
 #include <string>
 
 #include "tools/dictionary/dictionary_changes.h"
 #include "tools/dictionary/dictionary_file.h"
 #include "tools/io/status.h"
+#include "tools/text/complaint.h"
+#include "tools/text/json_text.h"
 #include "tools/text/text_table.h"
 #include "tools/verbs/all_verbs.h"
 
 namespace zel::tools {
 
 namespace {
-
-using Json = nlohmann::ordered_json;
 
 struct DiffOptions {
     std::string before;
@@ -74,15 +73,23 @@ void PrintChange(const Change& change, const Style& style) {
 }
 
 void PrintJson(const std::vector<Change>& changes) {
-    Json list = Json::array();
+    std::string out;
     for (const Change& change : changes) {
-        list.push_back({{"change", StyleOf(change.kind).name},
-                        {"subject", change.subject},
-                        {"text", change.text},
-                        {"breaks", FormatList(change.breaks)},
-                        {"reason", change.reason}});
+        out += (out.empty() ? "[\n  {\"change\":\"" : ",\n  {\"change\":\"") + std::string(StyleOf(change.kind).name);
+        out += "\",\"subject\":";
+        AppendText(out, change.subject);
+        out += ",\"text\":";
+        AppendText(out, change.text);
+        out += ",\"breaks\":[";
+        for (const int format : FormatList(change.breaks)) {
+            out += out.back() == '[' ? "" : ",";
+            AppendNumber(out, format);
+        }
+        out += "],\"reason\":";
+        AppendText(out, change.reason);
+        out += '}';
     }
-    std::cout << list.dump(2, ' ', false, Json::error_handler_t::replace) << '\n';
+    std::cout << (out.empty() ? "[]" : out + "\n]") << '\n';
 }
 
 bool Breaks(const Change& change) {
@@ -96,7 +103,7 @@ bool ReadSide(const std::string& path, DictionaryFile& file) {
     if (CountErrors(findings) == 0) {
         return true;
     }
-    PrintFindings(std::cerr, path, findings);
+    PrintFindings(path, findings);
     return false;
 }
 

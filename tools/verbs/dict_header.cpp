@@ -9,6 +9,7 @@
 #include "tools/dictionary/dictionary_file.h"
 #include "tools/io/file_output.h"
 #include "tools/io/status.h"
+#include "tools/text/complaint.h"
 #include "tools/verbs/all_verbs.h"
 
 namespace zel::tools {
@@ -40,8 +41,8 @@ int WriteHeader(const HeaderOptions& options) {
     for (const std::string& subject : options.messages) {
         messages.push_back(FindMessage(file->dictionary, subject));
         if (messages.back() == nullptr) {
-            std::cerr << file->path << ": has no message " << subject << "; 'zel dict show " << file->path
-                      << "' lists what it has\n";
+            Complain(file->path + ": has no message " + subject + "; 'zel dict show " + file->path +
+                     "' lists what it has");
             return kStatusDiffers;
         }
     }
@@ -65,7 +66,8 @@ Verb DictHeaderVerb() {
             .options = {{"IMAGE", &options->dictionary, "Image, or source whose name ends with .json", "", true},
                         {"MESSAGE", &options->messages,
                          "Messages to write, by name or as TYPE/SUBTYPE, with the fields that they list; without it, "
-                         "everything"},
+                         "everything",
+                         "", false, true},
                         {"-o,--output", &options->output, "Header to write; without it, standard output", "FILE"},
                         {"--namespace", &options->space, "Namespace of everything in it; 'dictionary' if not given",
                          "NAME"},

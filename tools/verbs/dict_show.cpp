@@ -4,7 +4,6 @@
 #include <iostream>
 #include <map>
 #include <memory>
-#include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
 
@@ -13,7 +12,8 @@
 #include "tools/dictionary/source_check.h"
 #include "tools/dictionary/source_text.h"
 #include "tools/io/status.h"
-#include "tools/text/json_file.h"
+#include "tools/text/complaint.h"
+#include "tools/text/json_document.h"
 #include "tools/text/text_table.h"
 #include "tools/verbs/all_verbs.h"
 #include "tools/verbs/dictionary_option.h"
@@ -153,7 +153,8 @@ void ShowAll(const DictionarySource& dictionary, const Style& style) {
 
 // A foreign builder may have put things into the image that no source can say.
 void CheckRebuilt(const DictionaryFile& file, const std::string& text, Findings& findings) {
-    const DictionarySource again = ParseDictionary(ParseJson(text, findings), findings);
+    const JsonDocument document = ParseJson(text, findings);
+    const DictionarySource again = ParseDictionary(document.root(), findings);
     CheckDictionary(again, findings);
     if (CountErrors(findings) == 0 && !file.image.empty() && BuildDictionaryImage(again) != file.image) {
         AddError(findings, "", "holds what a source cannot say: the source shown builds another image");
@@ -167,7 +168,7 @@ int ShowSource(const DictionaryFile& file) {
     CheckRebuilt(file, text, findings);
     const std::size_t errors = CountErrors(findings);
     if (errors != 0) {
-        PrintFindings(std::cerr, file.path, findings);
+        PrintFindings(file.path, findings);
     }
     return errors == 0 ? kStatusGood : kStatusDiffers;
 }
@@ -175,7 +176,7 @@ int ShowSource(const DictionaryFile& file) {
 int ShowDictionary(const ShowOptions& options) {
     const Request request = ReadRequest(options);
     if (options.json && !request.subject.empty()) {
-        std::cerr << "zel: --json shows the whole dictionary; leave out " << request.subject << '\n';
+        Complain("zel: --json shows the whole dictionary; leave out " + request.subject);
         return kStatusUnable;
     }
     const std::optional<DictionaryFile> file = OpenDictionaryFile(request.path);
@@ -191,8 +192,8 @@ int ShowDictionary(const ShowOptions& options) {
         return kStatusGood;
     }
     if (!ShowSubject(file->dictionary, request.subject, style)) {
-        std::cerr << file->path << ": has no field or message " << request.subject << "; 'zel dict show " << file->path
-                  << "' lists what it has\n";
+        Complain(file->path + ": has no field or message " + request.subject + "; 'zel dict show " + file->path +
+                 "' lists what it has");
         return kStatusDiffers;
     }
     return kStatusGood;
@@ -208,7 +209,8 @@ Verb DictShowVerb() {
         .options = {DictionaryArgument(&options->dictionary),
                     {"WHAT", &options->subject,
                      "Name of a field or a message, id of a field, or TYPE/SUBTYPE of a message. Without it, "
-                     "everything"},
+                     "everything",
+                     "", false, true},
                     {"--json", &options->json, "Write the whole dictionary as a source that builds to the same image"}},
         .footer =
             "Examples:\n"

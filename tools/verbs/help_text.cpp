@@ -17,17 +17,4 @@ std::vector<std::string> Lines(const std::string& text) {
     return lines;
 }
 
-std::string Wrap(const std::string& paragraph, std::size_t width) {
-    std::string wrapped;
-    std::size_t used = 0;
-    std::istringstream words(paragraph);
-    for (std::string word; words >> word;) {
-        const bool fits = used == 0 || used + 1 + word.size() <= width;
-        wrapped += used == 0 ? "" : fits ? " " : "\n";
-        used = fits && used != 0 ? used + 1 + word.size() : word.size();
-        wrapped += word;
-    }
-    return wrapped;
-}
-
 }  // namespace zel::tools

@@ -2,7 +2,6 @@
 #ifndef ZEL_TOOLS_VERBS_HELP_TEXT_H
 #define ZEL_TOOLS_VERBS_HELP_TEXT_H
 
-#include <cstddef>
 #include <string>
 #include <vector>
 
@@ -12,9 +11,6 @@ namespace zel::tools {
 
 // The lines of a text, without their ends.
 [[nodiscard]] std::vector<std::string> Lines(const std::string& text);
-
-// Breaks a paragraph at blanks. A word that is longer than the line stays whole.
-[[nodiscard]] std::string Wrap(const std::string& paragraph, std::size_t width);
 
 }  // namespace zel::tools
 

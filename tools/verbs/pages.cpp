@@ -2,55 +2,18 @@
 
 #include <cctype>
 #include <memory>
-#include <sstream>
 #include <vector>
 
 #include "tools/io/file_output.h"
 #include "tools/io/status.h"
 #include "tools/verbs/command_line.h"
+#include "tools/verbs/completion.h"
 #include "tools/verbs/help_text.h"
+#include "tools/verbs/verb_list.h"
 
 namespace zel::tools {
 
 namespace {
-
-// A verb with its full name, "zel dict build".
-struct NamedVerb {
-    std::string name;
-    const Verb* verb;
-};
-
-// Every verb that is shown, each before those below it.
-void CollectVerbs(const Verb& verb, const std::string& name, std::vector<NamedVerb>& verbs) {
-    verbs.push_back({name, &verb});
-    for (const Verb& below : verb.verbs) {
-        if (!below.isHidden) {
-            CollectVerbs(below, name + ' ' + below.name, verbs);
-        }
-    }
-}
-
-std::vector<NamedVerb> AllVerbs(const Verb& command) {
-    std::vector<NamedVerb> verbs;
-    CollectVerbs(command, command.name, verbs);
-    return verbs;
-}
-
-bool IsArgument(const VerbOption& option) {
-    return !option.names.starts_with('-');
-}
-
-// The names of an option that begin with just this many dashes, without them.
-std::vector<std::string> NamesWithDashes(const std::string& names, std::size_t dashes) {
-    std::vector<std::string> found;
-    std::istringstream list(names);
-    for (std::string name; std::getline(list, name, ',');) {
-        if (name.find_first_not_of('-') == dashes) {
-            found.push_back(name.substr(dashes));
-        }
-    }
-    return found;
-}
 
 // Text that the formatter prints as it is, also at the start of a line.
 std::string Roff(const std::string& text) {
@@ -145,45 +108,6 @@ std::string VerbSection(const NamedVerb& named) {
     return text + FooterText(named.verb->footer);
 }
 
-std::string Quoted(const std::string& text) {
-    return '"' + text + '"';
-}
-
-void AppendWord(std::string& words, const std::string& word) {
-    words += (words.empty() ? "" : " ") + word;
-}
-
-void AppendOptionWords(std::string& words, const std::string& names) {
-    for (const std::string& name : NamesWithDashes(names, 2)) {
-        AppendWord(words, "--" + name);
-    }
-    for (const std::string& name : NamesWithDashes(names, 1)) {
-        AppendWord(words, '-' + name);
-    }
-}
-
-std::string OptionWords(const Verb& verb, bool isCommand) {
-    std::string words;
-    AppendOptionWords(words, kHelpNames);
-    if (isCommand) {
-        AppendOptionWords(words, kVersionNames);
-    }
-    for (const VerbOption& option : verb.options) {
-        AppendOptionWords(words, option.names);
-    }
-    return words;
-}
-
-std::string VerbWords(const Verb& verb) {
-    std::string words;
-    for (const Verb& below : verb.verbs) {
-        if (!below.isHidden) {
-            AppendWord(words, below.name);
-        }
-    }
-    return words;
-}
-
 }  // namespace
 
 std::string ManualPage(const Verb& command, const std::string& version) {
@@ -205,60 +129,38 @@ std::string ManualPage(const Verb& command, const std::string& version) {
             text += VerbSection(named);
         }
     }
-    return text;
-}
-
-std::string BashCompletion(const Verb& command) {
-    std::string known;
-    std::string choices;
-    for (const NamedVerb& named : AllVerbs(command)) {
-        known += (known.empty() ? "" : " | ") + Quoted(named.name);
-        choices += "        " + Quoted(named.name) +
-                   ") options=" + Quoted(OptionWords(*named.verb, named.verb == &command)) +
-                   " verbs=" + Quoted(VerbWords(*named.verb)) + " ;;\n";
+    for (const ManualSection& section : command.sections) {
+        text += ".SH " + Roff(section.title) + '\n';
+        for (const auto& [term, description] : section.items) {
+            text += OptionParagraph("\\fB" + Roff(term) + "\\fR", description);
+        }
     }
-    // Where no verb is left to choose, readline completes the names of files.
-    return "# Completion of " + command.name + " for bash, made by the command itself.\n_" + command.name +
-           "() {\n"
-           "    local word=${COMP_WORDS[COMP_CWORD]} verb=" +
-           command.name +
-           " options= verbs= i\n"
-           "    for ((i = 1; i < COMP_CWORD; ++i)); do\n"
-           "        case \"$verb ${COMP_WORDS[i]}\" in\n"
-           "        " +
-           known +
-           ") verb=\"$verb ${COMP_WORDS[i]}\" ;;\n"
-           "        esac\n"
-           "    done\n"
-           "    case \"$verb\" in\n" +
-           choices +
-           "    esac\n"
-           "    COMPREPLY=()\n"
-           "    case \"$word\" in\n"
-           "    -*) mapfile -t COMPREPLY < <(compgen -W \"$options\" -- \"$word\") ;;\n"
-           "    *) mapfile -t COMPREPLY < <(compgen -W \"$verbs\" -- \"$word\") ;;\n"
-           "    esac\n"
-           "}\n"
-           "complete -o default -F _" +
-           command.name + ' ' + command.name + '\n';
+    return text;
 }
 
 Verb PagesVerb(const Verb& command, const std::string& version) {
     struct PagesOptions {
         std::string manual;
-        std::string completion;
+        std::string bash;
+        std::string zsh;
+        std::string fish;
     };
     auto options = std::make_shared<PagesOptions>();
     return {.name = "pages",
-            .summary = "Write the manual page and the shell completion",
+            .summary = "Write the manual page and the completions of shells",
             .options = {{"MANUAL", &options->manual, "File for the manual page", "", true},
-                        {"COMPLETION", &options->completion, "File for the completion of bash", "", true}},
+                        {"BASH", &options->bash, "File for the completion of bash", "", true},
+                        {"ZSH", &options->zsh, "File for that of zsh", "", true},
+                        {"FISH", &options->fish, "File for that of fish", "", true}},
             .run =
                 [options, command, version] {
-                    const std::string manual = ManualPage(command, version);
-                    const std::string completion = BashCompletion(command);
-                    WriteFileAtomically(options->manual, {manual.begin(), manual.end()});
-                    WriteFileAtomically(options->completion, {completion.begin(), completion.end()});
+                    const auto write = [](const std::string& path, const std::string& text) {
+                        WriteFileAtomically(path, {text.begin(), text.end()});
+                    };
+                    write(options->manual, ManualPage(command, version));
+                    write(options->bash, BashCompletion(command));
+                    write(options->zsh, ZshCompletion(command));
+                    write(options->fish, FishCompletion(command));
                     return kStatusGood;
                 },
             .isHidden = true};

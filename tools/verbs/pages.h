@@ -1,4 +1,4 @@
-// The manual page and the shell completion, made from the verbs' records.
+// The manual page, made from the verbs' records.
 #ifndef ZEL_TOOLS_VERBS_PAGES_H
 #define ZEL_TOOLS_VERBS_PAGES_H
 
@@ -11,10 +11,7 @@ namespace zel::tools {
 // In the language of man(7), all verbs on one page.
 [[nodiscard]] std::string ManualPage(const Verb& command, const std::string& version);
 
-// A script for bash.
-[[nodiscard]] std::string BashCompletion(const Verb& command);
-
-// The hidden verb `pages`, which the build runs to write both for this command.
+// The hidden verb `pages`, which the build runs to write it, and the completions, for this command.
 [[nodiscard]] Verb PagesVerb(const Verb& command, const std::string& version);
 
 }  // namespace zel::tools

@@ -3,10 +3,12 @@
 #ifndef ZEL_TOOLS_VERBS_VERB_H
 #define ZEL_TOOLS_VERBS_VERB_H
 
+#include <cstdint>
 #include <functional>
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <utility>
 #include <variant>
 #include <vector>
 
@@ -14,7 +16,8 @@ namespace zel::tools {
 
 // What an option sets. A flag sets a bool; a list takes its values with commas between them, and as an argument also
 // all that stand on the line.
-using OptionTarget = std::variant<bool*, std::string*, std::vector<std::string>*, std::optional<short>*>;
+using OptionTarget =
+    std::variant<bool*, std::string*, std::vector<std::string>*, std::optional<short>*, std::uint32_t*>;
 
 struct VerbOption {
     std::string names;  // "-o,--output"; a name without a dash is that of an argument
@@ -22,6 +25,13 @@ struct VerbOption {
     std::string description;
     std::string placeholder = {};  // stands for the value in texts; unused for flags and arguments
     bool isRequired = false;
+    bool isName = false;  // of a message or field: shells complete it from the dictionary
+};
+
+// A section at the end of the manual page: terms, each with what is to be said of it.
+struct ManualSection {
+    std::string title;
+    std::vector<std::pair<std::string, std::string>> items;
 };
 
 struct Verb {
@@ -32,6 +42,7 @@ struct Verb {
     std::string footer = {};                               // see help_text.h; empty: that of the whole command
     std::function<int()> run = {};                         // returns the exit status; empty for a group of verbs
     std::vector<Verb> verbs = {};                          // of a group
+    std::vector<ManualSection> sections = {};              // of the command
     bool isHidden = false;                                 // left out of help, manual page and completion
 };
 

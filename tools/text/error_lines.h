@@ -1,6 +1,6 @@
 // The lines on standard error that say what is wrong in an input.
-#ifndef ZEL_TOOLS_IO_ERROR_LINES_H
-#define ZEL_TOOLS_IO_ERROR_LINES_H
+#ifndef ZEL_TOOLS_TEXT_ERROR_LINES_H
+#define ZEL_TOOLS_TEXT_ERROR_LINES_H
 
 #include <cstdint>
 #include <string>
@@ -30,4 +30,4 @@ private:
 
 }  // namespace zel::tools
 
-#endif  // ZEL_TOOLS_IO_ERROR_LINES_H
+#endif  // ZEL_TOOLS_TEXT_ERROR_LINES_H

@@ -1,8 +1,8 @@
-#include "tools/io/error_lines.h"
+#include "tools/text/error_lines.h"
 
 #include <utility>
 
-#include "tools/io/descriptor.h"
+#include "tools/text/complaint.h"
 
 namespace zel::tools {
 
@@ -15,9 +15,7 @@ void ErrorLines::AddForMessage(std::uint64_t offset, std::uint64_t number, const
 void ErrorLines::Add(const std::string& text) {
     any_ = true;
     Flush(output_);
-    const std::string line = input_ + ": " + text + '\n';
-    // Where standard error cannot be written there is nobody to tell.
-    (void)WriteAll(kStandardError, line.data(), line.size());
+    Complain(input_ + ": " + text);
 }
 
 }  // namespace zel::tools
