@@ -216,13 +216,3 @@ def test_long_texts_cost_frames_nothing(capture):
     assert zel.frame(target.getvalue(), "CANCEL_ORDER").CLIENT_ORDER_REF.tolist() == texts
     assert len(zel.read(target.getvalue(), "CANCEL_ORDER", width=16, errors="skip")) == 20000
     assert isinstance(pandas.DataFrame(table), pandas.DataFrame)
-
-
-def test_a_long_text_in_a_bad_message(capture):
-    """Room is made for the text before it shows that the message cannot be read."""
-    long, short = (zel.encode({"name": "CANCEL_ORDER", "fields": {"CLIENT_ORDER_REF": "A", "SYMBOL": symbol,
-                                                                  "CANCEL_REASON": "twice"}})
-                   for symbol in ("x" * 500, "x"))
-    rows, errors = zel.read(long.replace(b"\0\x05twice", b"\xff\xfftwice") + short, "CANCEL_ORDER", errors="collect")
-    assert rows["SYMBOL"].tolist() == [b"x"]
-    assert [(error.code, error.field, error.offset) for error in errors] == [(1427, "CANCEL_REASON", 0)]
