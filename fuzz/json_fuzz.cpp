@@ -18,6 +18,7 @@
 #include "tools/dictionary/dictionary_file.h"
 #include "tools/dictionary/image_builder.h"
 #include "tools/io/descriptor.h"
+#include "tools/text/hex_dump.h"
 #include "tools/text/hex_text.h"
 #include "tools/text/json_file.h"
 #include "tools/text/message_error.h"

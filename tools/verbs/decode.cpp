@@ -14,7 +14,7 @@
 #include "tools/io/error_lines.h"
 #include "tools/io/progress.h"
 #include "tools/io/status.h"
-#include "tools/text/hex_text.h"
+#include "tools/text/hex_dump.h"
 #include "tools/verbs/all_verbs.h"
 #include "tools/verbs/dictionary_option.h"
 
