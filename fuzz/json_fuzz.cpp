@@ -83,7 +83,7 @@ std::string Decode(const tools::Frame& frame, tools::DecodedForm form, bool* isT
     tools::ByteOutput output{tools::kStandardError, ""};
     tools::ErrorLines errors("", output);
     tools::CaptureDecoder decoder(&Dictionary::Get().catalog(), form, {201, 202}, output, errors);
-    decoder.Decode(frame);
+    decoder.Decode(frame, nullptr);
     decoder.Finish();
     *isTold = errors.any();
     return output.text;

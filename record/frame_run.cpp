@@ -1,13 +1,11 @@
 #include "record/frame_run.h"
 
 #include "core/wire/frame.h"
+#include "core/wire/header.h"
 
 namespace zel {
 
 namespace {
-
-// The longest message: a header with all the variable user data that there can be, and the largest payload.
-constexpr std::int64_t kLongestMessage = 30 + UINT16_MAX + kZELMaxPayload;
 
 // What the shortest frame takes: enough to see which frame it is.
 constexpr std::size_t kShortestFrame = 4;
@@ -52,7 +50,8 @@ extern "C" int ZELFindFrame(const void* bytes, size_t length, size_t* size) noex
     }
     long messageLength = 0;
     short frameFormat = 0;
-    if (ReadFrame(frame, &messageLength, &frameFormat) != 0 || messageLength < 0 || messageLength > kLongestMessage) {
+    if (ReadFrame(frame, &messageLength, &frameFormat) != 0 || messageLength < 0 ||
+        static_cast<std::size_t>(messageLength) > kLongestMessage) {
         return ZEL_NO_FRAME;
     }
     *size = head + static_cast<std::size_t>(messageLength);

@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <fstream>
 #include <map>
+#include <set>
 #include <sstream>
 
 #include "include/zelmessage.h"
@@ -95,6 +96,33 @@ TEST_F(Messages, FaultsOfCapturesAreToldWithTheirPlace) {
         EXPECT_EQ(outcome.out.find("\"SYMBOL\":\"OK\"") != std::string::npos, capture.find("OK") != std::string::npos)
             << row[0] << outcome.out;
     }
+}
+
+// One byte of every frame at a time, in each way that a length can go wrong: shorter, longer, negative, without end.
+TEST_F(Messages, AroundADamagedOneAreReadAfterResynchronising) {
+    const std::string orders = ReadFile("orders.zel");
+    const std::size_t starts[] = {0, 247, 327, 513, 621, orders.size()};
+    std::string capture;
+    std::set<std::string> expected;
+    for (const int flip : {0x01, 0x06, 0x20, 0x80, 0xFF}) {
+        for (std::size_t at = 0; at < orders.size(); ++at) {
+            for (int i = 0; i < 5; ++i) {
+                expected.insert(std::to_string(capture.size() + starts[i]));
+                if (at < starts[i] || at >= starts[i + 1]) {
+                    expected.insert(std::to_string(capture.size() + orders.size() + starts[i]));
+                }
+            }
+            capture += orders + orders;
+            char& damaged = capture[capture.size() - orders.size() + at];
+            damaged = static_cast<char>(static_cast<unsigned char>(damaged) ^ static_cast<unsigned>(flip));
+        }
+    }
+    WriteFile("damaged.zel", capture);
+    std::istringstream lines(RunZel("decode --resync --json damaged.zel").out);
+    for (std::string line; std::getline(lines, line);) {
+        expected.erase(line.substr(10, line.find(',') - 10));
+    }
+    EXPECT_EQ(expected.size(), 0U) << *expected.begin();
 }
 
 TEST_F(Messages, FaultsOfJsonAreToldWithTheirPlace) {

@@ -39,16 +39,43 @@ void CaptureDecoder::Complain(const Frame& frame, const std::string& text) {
     errors_.AddForMessage(frame.offset, frame.number, text);
 }
 
-void CaptureDecoder::Decode(const Frame& frame) {
+void CaptureDecoder::Decode(Frame frame, FrameReader* resynchronised) {
     ReceivedMessage message{frame.offset, frame.number, frame.size, frame.kind, {}, nullptr, nullptr, &findings_.order};
-    if (form_ == DecodedForm::kRaw) {
-        return DecodeRaw(frame, message);
+    // A frame inside one that was not read whole ends where the next begins: so no byte is read more than twice.
+    const bool isInner = frame.offset < notWholeEnd_;
+    bool isCut = resynchronised != nullptr && isInner && resynchronised->CutAtInnerFrame(frame);
+    const bool isRaw = form_ == DecodedForm::kRaw;
+    const bool isRead = isRaw ? View(frame, message) : Unpack(frame, message);
+    const bool isWhole = isRead && findings_.lost.empty() &&
+                         (!isRaw || resynchronised == nullptr || resynchronised->IsFollowedByFrame(frame));
+    if (resynchronised != nullptr && !isInner && !isWhole) {
+        notWholeEnd_ = frame.offset + frame.size;
+        isCut = resynchronised->CutAtInnerFrame(frame);
     }
-    if (!Unpack(frame, message)) {
+    if (isCut) {
+        Complain(frame,
+                 "another frame begins inside it; goes on at offset " + std::to_string(frame.offset + frame.size));
+    }
+    message.size = frame.size;
+    if (isRead && isRaw) {
+        ShowRaw(frame, message);
+    } else if (isRead) {
+        Show(message);
+    } else {
         ++bad_.messages;
         bad_.bytes += frame.size;
-        return;
     }
+    FlushWhenLarge(output_);
+}
+
+void CaptureDecoder::ShowRaw(const Frame& frame, const ReceivedMessage& message) {
+    Reader payload = ReaderOf(frame.Message());
+    HeaderView header{};
+    (void)ViewHeader(payload, header);
+    AppendRawListing(output_.text, message, payload);
+}
+
+void CaptureDecoder::Show(const ReceivedMessage& message) {
     if (form_ == DecodedForm::kJson) {
         AppendMessageJson(output_.text, message);
     } else if (form_ == DecodedForm::kListing) {
@@ -56,29 +83,26 @@ void CaptureDecoder::Decode(const Frame& frame) {
     } else {
         Count& count = counts_[{message.kind->type, message.kind->subType}];
         ++count.messages;
-        count.bytes += frame.size;
+        count.bytes += message.size;
     }
-    FlushWhenLarge(output_);
 }
 
-void CaptureDecoder::DecodeRaw(const Frame& frame, ReceivedMessage& message) {
+bool CaptureDecoder::View(const Frame& frame, ReceivedMessage& message) {
     Reader payload = ReaderOf(frame.Message());
+    findings_.lost.clear();
     if (!ViewHeader(payload, message.header)) {
-        return Complain(frame, "no header");
+        Complain(frame, "no header");
+        return false;
     }
-    AppendRawListing(output_.text, message, payload);
-    FlushWhenLarge(output_);
+    return true;
 }
 
 // False, told to the user, when the library refuses the message. What it passes over is told, too.
 bool CaptureDecoder::Unpack(const Frame& frame, ReceivedMessage& message) {
     const std::string_view bytes = frame.Message();
     reports_.Clear();
-    const long result = WithMemory([&] {
-        return message.frame == FrameKind::kNone
-                   ? object_->unpackMessageNoFrame(bytes.data(), static_cast<long>(bytes.size()))
-                   : object_->unpackMessage(frame.bytes);
-    });
+    const long result =
+        WithMemory([&] { return object_->unpackMessageNoFrame(bytes.data(), static_cast<long>(bytes.size())); });
     Reader payload = ReaderOf(bytes);
     const bool hasHeader = ViewHeader(payload, message.header);
     const ZelMsgStruct& header = message.header.numbers;
@@ -96,7 +120,7 @@ bool CaptureDecoder::Unpack(const Frame& frame, ReceivedMessage& message) {
     findings_.lost.clear();
     if (!reports_.reports().empty()) {
         findings_.lost = Explain(reports_.reports(), catalog_) + "; left out";
-    } else if (!IsCompressed(header.packFlags)) {
+    } else {
         WalkPayload(*catalog_, header, payload, *message.content, findings_);
     }
     if (!findings_.lost.empty()) {

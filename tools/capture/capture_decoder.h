@@ -27,7 +27,8 @@ public:
     CaptureDecoder(const Catalog* catalog, DecodedForm form, std::set<std::uint16_t> streams, ByteOutput& output,
                    ErrorLines& errors);
 
-    void Decode(const Frame& frame);
+    // The reader that handed it out when frames inside one that is not read whole are to be found, else null.
+    void Decode(Frame frame, FrameReader* resynchronised);
     // What is to be said at the end.
     void Finish();
 
@@ -37,7 +38,9 @@ private:
         std::uint64_t bytes;
     };
 
-    void DecodeRaw(const Frame& frame, ReceivedMessage& message);
+    void Show(const ReceivedMessage& message);
+    void ShowRaw(const Frame& frame, const ReceivedMessage& message);
+    bool View(const Frame& frame, ReceivedMessage& message);
     bool Unpack(const Frame& frame, ReceivedMessage& message);
     void Complain(const Frame& frame, const std::string& text);
 
@@ -51,6 +54,7 @@ private:
     PayloadFindings findings_;
     std::map<std::pair<std::int16_t, std::int16_t>, Count> counts_;
     Count bad_{};
+    std::uint64_t notWholeEnd_ = 0;  // of the last frame that was not read whole
 };
 
 }  // namespace zel::tools

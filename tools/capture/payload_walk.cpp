@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "core/wire/compression.h"
 #include "tools/text/findings.h"
 
 namespace zel::tools {
@@ -127,6 +128,11 @@ bool NextWireField(const Catalog& catalog, unsigned format, Reader& payload, Wir
 
 void WalkPayload(const Catalog& catalog, const ZelMsgStruct& header, Reader payload, const ZelMsgStruct& message,
                  PayloadFindings& findings) {
+    if (IsCompressed(header.packFlags)) {
+        const std::size_t after = BytesAfterCompressed(payload);
+        findings.lost = after == 0 ? "" : Counted(after, "byte") + " after the compressed fields left out";
+        return;
+    }
     if (header.format == kValueOnly) {
         return WalkValues(catalog, header, payload, message, findings);
     }

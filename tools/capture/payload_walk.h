@@ -32,7 +32,8 @@ struct PayloadFindings {
     std::string lost;                  // what the library has passed over; empty: nothing
 };
 
-// `message` was unpacked from the uncompressed `payload` after this header, and nothing was reported.
+// `message` was unpacked from the `payload` after this header, and nothing was reported. Of a compressed payload only
+// the end is looked at.
 void WalkPayload(const Catalog& catalog, const ZelMsgStruct& header, Reader payload, const ZelMsgStruct& message,
                  PayloadFindings& findings);
 

@@ -14,6 +14,7 @@
 #include "tools/io/error_lines.h"
 #include "tools/io/progress.h"
 #include "tools/io/status.h"
+#include "tools/text/findings.h"
 #include "tools/text/hex_dump.h"
 #include "tools/verbs/all_verbs.h"
 #include "tools/verbs/dictionary_option.h"
@@ -79,6 +80,7 @@ std::set<std::uint16_t> FindStreams(const std::vector<std::string>& names, const
 
 void DecodeFrames(const DecodeOptions& options, FrameReader& reader, CaptureDecoder& decoder, ErrorLines& errors,
                   Progress& progress) {
+    const bool resync = options.resync && !options.unframed;
     for (;;) {
         Frame frame{};
         std::string fault;
@@ -87,17 +89,20 @@ void DecodeFrames(const DecodeOptions& options, FrameReader& reader, CaptureDeco
             return;
         }
         if (state == FrameState::kFrame) {
-            decoder.Decode(frame);
+            decoder.Decode(frame, resync ? &reader : nullptr);
             progress.Show(frame.offset);
             continue;
         }
-        if (state == FrameState::kLost && !(options.resync && !options.unframed && reader.Resynchronise())) {
-            errors.AddForMessage(frame.offset, frame.number,
-                                 fault + "; stopped at offset " + std::to_string(frame.offset));
+        const bool goesOn = resync && reader.Resynchronise();
+        fault += "; ";
+        fault += resync ? Counted(reader.offset() - frame.offset, "byte") + " passed over" : "stopped";
+        fault += !resync  ? " at offset " + std::to_string(frame.offset)
+                 : goesOn ? ", goes on at offset " + std::to_string(reader.offset())
+                          : " to the end";
+        errors.AddForMessage(frame.offset, frame.number, fault);
+        if (!goesOn) {
             return;
         }
-        errors.AddForMessage(frame.offset, frame.number,
-                             fault + "; goes on at offset " + std::to_string(reader.offset()));
     }
 }
 
