@@ -80,6 +80,28 @@ void AppendField(std::string& out, const Catalog& catalog, const CatalogField& f
     }
 }
 
+// The index of the slot after the repetitions without values that begin with the one at `first`.
+std::size_t EndOfEmpty(const CatalogMessage& kind, const PlacedSlots& placed, std::size_t first) {
+    std::size_t end = first;
+    while (end < placed.groupLast && placed.slots[end].isSet == 0) {
+        ++end;
+    }
+    return end == placed.groupLast ? end : end - (end - placed.groupFirst) % kind.groupSize;
+}
+
+// One line for the repetition whose first slot has the place; for all that are empty up to the slot `end`, if any are.
+void AppendRepetition(std::string& out, const PlacedSlots& placed, std::size_t index, std::size_t end) {
+    const std::size_t first = placed.places[index].repetition;
+    const std::size_t last = end == index ? first : placed.places[end - 1].repetition;
+    out += first == last ? "    repetition " : "    repetitions ";
+    AppendNumber(out, first);
+    if (first != last) {
+        out += " to ";
+        AppendNumber(out, last);
+    }
+    out += end == index ? "\n" : first == last ? " is empty\n" : " are empty\n";
+}
+
 }  // namespace
 
 void AppendListing(std::string& out, const Catalog& catalog, const ReceivedMessage& message,
@@ -89,12 +111,13 @@ void AppendListing(std::string& out, const Catalog& catalog, const ReceivedMessa
     const PlacedSlots placed = PlaceContent(kind, *message.content);
     AppendHeading(out, message, kind.name);
     for (std::size_t index = 0; index < placed.places.size(); ++index) {
-        const _field_data& slot = placed.slots[index];
-        const SlotPlace& place = placed.places[index];
         const bool inGroup = index >= placed.groupFirst && index < placed.groupLast;
-        if (inGroup && place.entry == kind.groupStart) {
-            out += "    repetition " + std::to_string(place.repetition) + '\n';
+        if (inGroup && placed.places[index].entry == kind.groupStart) {
+            const std::size_t end = EndOfEmpty(kind, placed, index);
+            AppendRepetition(out, placed, index, end);
+            index = end == index ? index : end - 1;
         }
+        const _field_data& slot = placed.slots[index];
         if (slot.isSet != 0) {
             AppendField(out, catalog, catalog.Field(slot.id), slot, columns, inGroup ? "    " : "  ",
                         streams.contains(slot.id));
