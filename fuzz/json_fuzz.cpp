@@ -153,7 +153,7 @@ std::string RandomFrame(Random& input) {
 
 // Shows each frame of a capture, which comes in pieces, in a form.
 void Read(Random& input, const std::string& capture, bool isHex) {
-    const auto form = static_cast<tools::DecodedForm>(input.Below(4));
+    const auto form = static_cast<tools::DecodedForm>(input.Below(5));
     const bool isUnframed = input.OneIn(8);
     const auto most = static_cast<std::size_t>(input.Byte()) + 1;
     tools::ByteInput bytes = [&capture, most, at = std::size_t{0}](char* to, std::size_t size) mutable {

@@ -85,8 +85,18 @@ std::string Bytes(std::string text) {
     return test::FromHex(text);
 }
 
+// The lines of an output that begin so, with ";" between them.
+std::string LinesThatBegin(const std::string& output, const std::string& start) {
+    std::istringstream lines(output);
+    std::string found;
+    for (std::string line; std::getline(lines, line);) {
+        found += line.starts_with(start) ? (found.empty() ? "" : "; ") + line.substr(start.size()) : "";
+    }
+    return found;
+}
+
 TEST_F(Messages, FaultsOfCapturesAreToldWithTheirPlace) {
-    for (const test::Cells& row : test::ReadCases("tests/tools/cases/bad_captures.txt", 4)) {
+    for (const test::Cells& row : test::ReadCases("tests/tools/cases/bad_captures.txt", 5)) {
         const std::string capture = Bytes(row[1]);
         WriteFile("bad.zel", capture);
         const Outcome outcome = RunZel("decode --json bad.zel" + row[3]);
@@ -95,6 +105,7 @@ TEST_F(Messages, FaultsOfCapturesAreToldWithTheirPlace) {
         // Whatever is good is there.
         EXPECT_EQ(outcome.out.find("\"SYMBOL\":\"OK\"") != std::string::npos, capture.find("OK") != std::string::npos)
             << row[0] << outcome.out;
+        EXPECT_EQ(LinesThatBegin(RunZel("decode --annotate bad.zel" + row[3]).out, "> "), row[4]) << row[0];
     }
 }
 
@@ -138,21 +149,22 @@ TEST_F(Messages, FaultsOfJsonAreToldWithTheirPlace) {
 // The outputs of docs/tools.md are those of the command.
 TEST_F(Messages, AreDocumentedAsTheyAre) {
     std::ifstream page(SourcePath("docs/tools.md"));
-    std::string command;
+    std::string output;
     int lines = 0;
     for (std::string line; std::getline(page, line);) {
-        if (line.starts_with("$ ") || line.starts_with("```")) {
-            command = line;
-        } else if (command.starts_with("$ zel decode --streams") && line != "...") {
-            EXPECT_NE(Golden("streams.txt").find(line + '\n'), std::string::npos) << line;
-            ++lines;
-        } else if (command.starts_with("$ echo")) {
-            WriteFile("echo.jsonl", command.substr(8, command.find("' |") - 8));
-            EXPECT_EQ(RunZel("encode --hex echo.jsonl").out, line + '\n');
+        if (line.starts_with("$ zel decode ")) {
+            output = RunZel(line.substr(6)).out;
+        } else if (line.starts_with("$ echo")) {
+            WriteFile("echo.jsonl", line.substr(8, line.find("' |") - 8));
+            output = RunZel("encode --hex echo.jsonl").out;
+        } else if (line.starts_with("$ ") || line.starts_with("```")) {
+            output.clear();
+        } else if (!output.empty() && line != "...") {
+            EXPECT_NE(output.find(line + '\n'), std::string::npos) << line;
             ++lines;
         }
     }
-    EXPECT_EQ(lines, 15);
+    EXPECT_EQ(lines, 33);
 }
 
 TEST_F(Messages, AnswerDictionaryFaultsWithStatus2) {

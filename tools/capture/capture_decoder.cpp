@@ -40,11 +40,12 @@ void CaptureDecoder::Complain(const Frame& frame, const std::string& text) {
 }
 
 void CaptureDecoder::Decode(Frame frame, FrameReader* resynchronised) {
-    ReceivedMessage message{frame.offset, frame.number, frame.size, frame.kind, {}, nullptr, nullptr, &findings_.order};
+    ReceivedMessage message{frame.offset, frame.number, frame.size, frame.kind,      false,
+                            {},           nullptr,      nullptr,    &findings_.order};
     // A frame inside one that was not read whole ends where the next begins: so no byte is read more than twice.
     const bool isInner = frame.offset < notWholeEnd_;
     bool isCut = resynchronised != nullptr && isInner && resynchronised->CutAtInnerFrame(frame);
-    const bool isRaw = form_ == DecodedForm::kRaw;
+    const bool isRaw = form_ == DecodedForm::kRaw || catalog_ == nullptr;
     const bool isRead = isRaw ? View(frame, message) : Unpack(frame, message);
     const bool isWhole = isRead && findings_.lost.empty() &&
                          (!isRaw || resynchronised == nullptr || resynchronised->IsFollowedByFrame(frame));
@@ -57,28 +58,42 @@ void CaptureDecoder::Decode(Frame frame, FrameReader* resynchronised) {
                  "another frame begins inside it; goes on at offset " + std::to_string(frame.offset + frame.size));
     }
     message.size = frame.size;
-    if (isRead && isRaw) {
-        ShowRaw(frame, message);
-    } else if (isRead) {
-        Show(message);
-    } else {
+    if (!isRead) {
         ++bad_.messages;
         bad_.bytes += frame.size;
+    }
+    if (form_ == DecodedForm::kAnnotated || (!isRead && (isRaw || form_ == DecodedForm::kListing))) {
+        Annotate(frame, message);
+    } else if (isRead) {
+        Show(frame, message);
     }
     FlushWhenLarge(output_);
 }
 
-void CaptureDecoder::ShowRaw(const Frame& frame, const ReceivedMessage& message) {
-    Reader payload = ReaderOf(frame.Message());
-    HeaderView header{};
-    (void)ViewHeader(payload, header);
-    AppendRawListing(output_.text, message, payload);
+void CaptureDecoder::ShowCut(const Frame& frame) {
+    const bool isForPeople = form_ != DecodedForm::kJson && form_ != DecodedForm::kSummary;
+    if (isForPeople && frame.size != 0) {
+        ReceivedMessage message{};
+        message.offset = frame.offset;
+        message.number = frame.number;
+        message.size = frame.size;
+        Annotate(frame, message);
+    }
 }
 
-void CaptureDecoder::Show(const ReceivedMessage& message) {
-    if (form_ == DecodedForm::kJson) {
+void CaptureDecoder::Annotate(const Frame& frame, const ReceivedMessage& message) {
+    AppendAnnotated(output_.text, message, TakeApart(catalog_, {frame.bytes, frame.size}, frame.kind, room_));
+}
+
+void CaptureDecoder::Show(const Frame& frame, const ReceivedMessage& message) {
+    if (form_ == DecodedForm::kRaw) {
+        Reader payload = ReaderOf(frame.Message());
+        HeaderView header{};
+        (void)ViewHeader(payload, header);
+        AppendRawListing(output_.text, message, payload, room_);
+    } else if (form_ == DecodedForm::kJson) {
         AppendMessageJson(output_.text, message);
-    } else if (form_ == DecodedForm::kListing) {
+    } else if (form_ == DecodedForm::kListing && catalog_ != nullptr) {
         AppendListing(output_.text, *catalog_, message, streams_);
     } else {
         Count& count = counts_[{message.kind->type, message.kind->subType}];
@@ -90,11 +105,11 @@ void CaptureDecoder::Show(const ReceivedMessage& message) {
 bool CaptureDecoder::View(const Frame& frame, ReceivedMessage& message) {
     Reader payload = ReaderOf(frame.Message());
     findings_.lost.clear();
-    if (!ViewHeader(payload, message.header)) {
+    message.hasHeader = ViewHeader(payload, message.header);
+    if (!message.hasHeader) {
         Complain(frame, "no header");
-        return false;
     }
-    return true;
+    return message.hasHeader;
 }
 
 // False, told to the user, when the library refuses the message. What it passes over is told, too.
@@ -104,11 +119,11 @@ bool CaptureDecoder::Unpack(const Frame& frame, ReceivedMessage& message) {
     const long result =
         WithMemory([&] { return object_->unpackMessageNoFrame(bytes.data(), static_cast<long>(bytes.size())); });
     Reader payload = ReaderOf(bytes);
-    const bool hasHeader = ViewHeader(payload, message.header);
+    message.hasHeader = ViewHeader(payload, message.header);
     const ZelMsgStruct& header = message.header.numbers;
-    message.kind = catalog_->FindMessage(header.msgType, header.subType);
-    if (result != 0 || !hasHeader || message.kind == nullptr) {
-        const bool isUnknown = hasHeader && message.kind == nullptr;
+    message.kind = message.hasHeader ? catalog_->FindMessage(header.msgType, header.subType) : nullptr;
+    if (result != 0 || !message.hasHeader || message.kind == nullptr) {
+        const bool isUnknown = message.hasHeader && message.kind == nullptr;
         Complain(frame, Explain(reports_.reports(), catalog_) +
                             (isUnknown ? " (the dictionary has no message of type " + std::to_string(header.msgType) +
                                              ", sub-type " + std::to_string(header.subType) + ')'

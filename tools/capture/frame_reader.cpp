@@ -124,6 +124,7 @@ FrameState FrameReader::Next(Frame& frame, std::string& fault) {
     available = Fill(frame.size);
     frame.bytes = Bytes();
     if (available < frame.size) {
+        frame.size = available;
         fault = "the frame announces " + Counted(static_cast<std::size_t>(head.length), "byte") +
                 "; the capture ends after " + std::to_string(available - FrameSize(head.kind));
         return FrameState::kLost;

@@ -2,6 +2,7 @@
 #ifndef ZEL_TOOLS_CAPTURE_FRAME_READER_H
 #define ZEL_TOOLS_CAPTURE_FRAME_READER_H
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -24,8 +25,10 @@ struct Frame {
     std::uint64_t offset;  // in the capture
     std::uint64_t number;  // counted from 1
 
-    // The bytes after the frame's own.
-    [[nodiscard]] std::string_view Message() const { return {bytes + FrameSize(kind), size - FrameSize(kind)}; }
+    // The bytes after the frame's own, of which not all are there when another frame begins among them.
+    [[nodiscard]] std::string_view Message() const {
+        return std::string_view(bytes, size).substr(std::min(FrameSize(kind), size));
+    }
 };
 
 enum class FrameState {
@@ -38,7 +41,8 @@ class FrameReader {
 public:
     explicit FrameReader(ByteInput input);
 
-    // The next frame. For kLost `fault` says why, and the frame's offset and number where.
+    // The next frame. For kLost `fault` says why, the frame's offset and number where, and its bytes are what there is
+    // of one that the capture's end cuts.
     FrameState Next(Frame& frame, std::string& fault);
 
     // Everything that is left as one message without a frame.

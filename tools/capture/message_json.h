@@ -19,8 +19,9 @@ struct ReceivedMessage {
     std::uint64_t number;
     std::size_t size;  // with its frame
     FrameKind frame;
+    bool hasHeader;
     HeaderView header;
-    const CatalogMessage* kind;
+    const CatalogMessage* kind;  // null: the dictionary has none
     const ZelMsgStruct* content;
     const std::vector<std::uint16_t>* order;  // empty: that in which the fields are packed
 };

@@ -1,6 +1,7 @@
 #include "tools/capture/message_listing.h"
 
 #include <algorithm>
+#include <optional>
 
 #include "core/wire/compression.h"
 #include "tools/capture/payload_walk.h"
@@ -17,13 +18,20 @@ namespace {
 
 constexpr const char* kFrameTexts[] = {"no frame", "short frame", "long frame"};
 
-void AppendHeading(std::string& out, const ReceivedMessage& message, const std::string& name) {
+// Without a header, the numbers are those of nobody.
+void AppendTitle(std::string& out, const ReceivedMessage& message) {
     const ZelMsgStruct& header = message.header.numbers;
     out += "message " + std::to_string(message.number) + " at offset " + std::to_string(message.offset) + ": ";
-    out += name.empty() ? "" : name + ", ";
-    out += "type " + std::to_string(header.msgType) + ", sub-type " + std::to_string(header.subType) + ", ";
+    if (message.hasHeader) {
+        out += message.kind == nullptr || message.kind->name.empty() ? "" : message.kind->name + ", ";
+        out += "type " + std::to_string(header.msgType) + ", sub-type " + std::to_string(header.subType) + ", ";
+    }
     out += Counted(message.size, "byte") + '\n';
+}
 
+void AppendHeading(std::string& out, const ReceivedMessage& message) {
+    const ZelMsgStruct& header = message.header.numbers;
+    AppendTitle(out, message);
     out += "  service " + std::to_string(static_cast<std::uint16_t>(header.serviceIdHigh)) + '.' +
            std::to_string(static_cast<std::uint16_t>(header.serviceIdLow)) + ", message id " +
            std::to_string(header.msgIdSeq) + '.' + std::to_string(header.msgIdPart2) + '.' +
@@ -109,7 +117,7 @@ void AppendListing(std::string& out, const Catalog& catalog, const ReceivedMessa
     const CatalogMessage& kind = *message.kind;
     const Columns columns = ColumnsOf(kind);
     const PlacedSlots placed = PlaceContent(kind, *message.content);
-    AppendHeading(out, message, kind.name);
+    AppendHeading(out, message);
     for (std::size_t index = 0; index < placed.places.size(); ++index) {
         const bool inGroup = index >= placed.groupFirst && index < placed.groupLast;
         if (inGroup && placed.places[index].entry == kind.groupStart) {
@@ -126,11 +134,19 @@ void AppendListing(std::string& out, const Catalog& catalog, const ReceivedMessa
     out += '\n';
 }
 
-void AppendRawListing(std::string& out, const ReceivedMessage& message, Reader payload) {
+void AppendRawListing(std::string& out, const ReceivedMessage& message, Reader payload, ExpandedPayload& room) {
     constexpr std::size_t kBytesPerLine = 16;
     const ZelMsgStruct& header = message.header.numbers;
-    AppendHeading(out, message, "");
-    const bool hasFields = header.format == kIdLengthAndValue && !IsCompressed(header.packFlags);
+    AppendHeading(out, message);
+    bool isPlain = true;
+    if (IsCompressed(header.packFlags)) {
+        const std::optional<Reader> expanded = Expand(header, payload, room);
+        out += "  compressed payload, " + Counted(Remaining(payload), "byte") +
+               (expanded ? ", expanded\n" : ", cannot be expanded\n");
+        isPlain = expanded.has_value();
+        payload = expanded.value_or(payload);
+    }
+    const bool hasFields = header.format == kIdLengthAndValue && isPlain;
     WireField field{};
     for (int left = hasFields ? static_cast<std::uint16_t>(header.numFields) : 0;
          left > 0 && NextCountedField(payload, field); --left) {
@@ -150,6 +166,12 @@ void AppendRawListing(std::string& out, const ReceivedMessage& message, Reader p
         AppendSpacedHex(out, bytes, size);
         out += '\n';
     }
+    out += '\n';
+}
+
+void AppendAnnotated(std::string& out, const ReceivedMessage& message, const std::vector<WirePart>& parts) {
+    AppendTitle(out, message);
+    AppendParts(out, parts);
     out += '\n';
 }
 

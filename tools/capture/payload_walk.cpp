@@ -70,7 +70,7 @@ void WalkValues(const Catalog& catalog, const ZelMsgStruct& header, Reader paylo
     std::size_t found = 0;
     WireValue value{};
     for (const _field_data* slot = slots.Next(); slot != nullptr; slot = slots.Next(), ++found) {
-        if (!LocateByCatalog<kValueOnly>(catalog.Field(slot->id), payload, value)) {
+        if (!NextValue(catalog.Field(slot->id), payload, value)) {
             return;
         }
     }
@@ -115,6 +115,13 @@ bool NextCountedField(Reader& payload, WireField& field) {
     return NextField(payload, field, [&field](Reader& reader) {
         return LocateValue<kIdLengthAndValue, Shape::kNone>({}, reader, field.value);
     });
+}
+
+bool NextValue(const CatalogField& field, Reader& payload, WireValue& value) {
+    Reader reader = payload;
+    const bool isRead = LocateByCatalog<kValueOnly>(field, reader, value);
+    payload = isRead ? reader : payload;
+    return isRead;
 }
 
 bool NextWireField(const Catalog& catalog, unsigned format, Reader& payload, WireField& field) {

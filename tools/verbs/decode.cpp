@@ -34,9 +34,13 @@ struct DecodeOptions {
     bool json = false;
     bool summary = false;
     bool raw = false;
+    bool annotate = false;
 };
 
 DecodedForm FormOf(const DecodeOptions& options) {
+    if (options.annotate) {
+        return DecodedForm::kAnnotated;
+    }
     if (options.raw) {
         return DecodedForm::kRaw;
     }
@@ -93,6 +97,7 @@ void DecodeFrames(const DecodeOptions& options, FrameReader& reader, CaptureDeco
             progress.Show(frame.offset);
             continue;
         }
+        // Looking further drops what there is of a frame that is cut.
         const bool goesOn = resync && reader.Resynchronise();
         fault += "; ";
         fault += resync ? Counted(reader.offset() - frame.offset, "byte") + " passed over" : "stopped";
@@ -101,6 +106,9 @@ void DecodeFrames(const DecodeOptions& options, FrameReader& reader, CaptureDeco
                           : " to the end";
         errors.AddForMessage(frame.offset, frame.number, fault);
         if (!goesOn) {
+            if (!resync) {
+                decoder.ShowCut(frame);
+            }
             return;
         }
     }
@@ -148,8 +156,11 @@ Verb DecodeVerb() {
                     {"--json", &options->json, "Write one JSON object a line"},
                     {"--summary", &options->summary, "Write counts and bytes by message type"},
                     {"--raw", &options->raw, "Use no dictionary: headers and, in format 2, fields"},
+                    {"--annotate", &options->annotate, "Write the bytes of each message beside what they say"},
                     {"--streams", &options->streams, "Open the filter or sort data in these fields", "FIELD,..."}},
-        .exclusive = {{"--unframed", "--follow"}, {"--json", "--summary", "--raw", "--streams"}},
+        .exclusive = {{"--unframed", "--follow"},
+                      {"--json", "--summary", "--raw", "--streams"},
+                      {"--annotate", "--json", "--summary", "--streams"}},
         .footer =
             "Examples:\n"
             "  zel decode capture.zel\n"
