@@ -109,6 +109,16 @@ TEST_F(Messages, FaultsOfCapturesAreToldWithTheirPlace) {
     }
 }
 
+TEST_F(Messages, AreSelectedByTypeAndValues) {
+    WriteFile("odd.zel", Encoded(SourcePath("tests/tools/cases/odd.jsonl")));
+    for (const test::Cells& row : test::ReadCases("tests/tools/cases/selections.txt", 3)) {
+        const Outcome outcome = RunZel("decode " + row[0]);
+        EXPECT_EQ(LinesThatBegin(outcome.out, ""), row[1]) << row[0];
+        EXPECT_EQ(outcome.err, row[2].empty() ? "" : row[2] + "\nRun with --help for more information.\n") << row[0];
+        EXPECT_EQ(outcome.status, row[2].empty() ? 0 : 2) << row[0];
+    }
+}
+
 // One byte of every frame at a time, in each way that a length can go wrong: shorter, longer, negative, without end.
 TEST_F(Messages, AroundADamagedOneAreReadAfterResynchronising) {
     const std::string orders = ReadFile("orders.zel");
@@ -164,7 +174,7 @@ TEST_F(Messages, AreDocumentedAsTheyAre) {
             ++lines;
         }
     }
-    EXPECT_EQ(lines, 33);
+    EXPECT_EQ(lines, 36);
 }
 
 TEST_F(Messages, AnswerDictionaryFaultsWithStatus2) {

@@ -1,12 +1,9 @@
 #include "tools/capture/capture_decoder.h"
 
-#include <array>
-#include <cstdio>
-
-#include "core/wire/compression.h"
+#include "tools/capture/message_csv.h"
 #include "tools/capture/message_listing.h"
 #include "tools/io/out_of_memory.h"
-#include "tools/text/findings.h"
+#include "tools/text/text_table.h"
 
 namespace zel::tools {
 
@@ -16,23 +13,44 @@ Reader ReaderOf(std::string_view bytes) {
     return {bytes.data(), bytes.data() + bytes.size()};
 }
 
-void AppendCount(std::string& out, std::uint64_t messages, std::uint64_t bytes, const std::string& what) {
-    std::array<char, 64> numbers;
-    (void)std::snprintf(numbers.data(), numbers.size(), "%12llu %16llu  ", static_cast<unsigned long long>(messages),
-                        static_cast<unsigned long long>(bytes));
-    out += numbers.data();
-    out += what;
-    out += '\n';
-}
-
 }  // namespace
 
-CaptureDecoder::CaptureDecoder(const Catalog* catalog, DecodedForm form, std::set<std::uint16_t> streams,
-                               ByteOutput& output, ErrorLines& errors)
-    : catalog_(catalog), form_(form), streams_(std::move(streams)), output_(output), errors_(errors) {
+CaptureDecoder::CaptureDecoder(const Catalog* catalog, DecodedView view, ByteOutput& output, ErrorLines& errors)
+    : catalog_(catalog), view_(std::move(view)), output_(output), errors_(errors) {
     if (catalog_ != nullptr) {
         object_.emplace(short{0}, 0);
     }
+    for (const CatalogField* field : view_.fields) {
+        fieldIds_.insert(field->id);
+    }
+    if (view_.form == DecodedForm::kCsv) {
+        AppendCsvHead(output_.text, view_.fields, view_.hasFiles, view_.hasOffsets);
+    }
+}
+
+void CaptureDecoder::Begin(const std::string& file) {
+    file_ = file;
+    notWholeEnd_ = 0;
+    if (view_.hasFiles && IsForPeople()) {
+        output_.text += "==> ";
+        output_.text += Printable(file);
+        output_.text += " <==\n\n";
+    }
+}
+
+bool CaptureDecoder::IsForPeople() const {
+    return view_.form == DecodedForm::kListing || view_.form == DecodedForm::kRaw ||
+           view_.form == DecodedForm::kAnnotated;
+}
+
+// Counts what is selected.
+bool CaptureDecoder::IsWanted(const ReceivedMessage& message, bool isRead) {
+    if (!view_.selection.WantsType(message.hasHeader ? &message.header.numbers : nullptr) ||
+        !view_.selection.WantsContent(isRead ? message.content : nullptr)) {
+        return false;
+    }
+    ++selected_;
+    return selected_ > view_.skip;
 }
 
 void CaptureDecoder::Complain(const Frame& frame, const std::string& text) {
@@ -45,7 +63,7 @@ void CaptureDecoder::Decode(Frame frame, FrameReader* resynchronised) {
     // A frame inside one that was not read whole ends where the next begins: so no byte is read more than twice.
     const bool isInner = frame.offset < notWholeEnd_;
     bool isCut = resynchronised != nullptr && isInner && resynchronised->CutAtInnerFrame(frame);
-    const bool isRaw = form_ == DecodedForm::kRaw || catalog_ == nullptr;
+    const bool isRaw = view_.form == DecodedForm::kRaw || catalog_ == nullptr;
     const bool isRead = isRaw ? View(frame, message) : Unpack(frame, message);
     const bool isWhole = isRead && findings_.lost.empty() &&
                          (!isRaw || resynchronised == nullptr || resynchronised->IsFollowedByFrame(frame));
@@ -58,23 +76,25 @@ void CaptureDecoder::Decode(Frame frame, FrameReader* resynchronised) {
                  "another frame begins inside it; goes on at offset " + std::to_string(frame.offset + frame.size));
     }
     message.size = frame.size;
-    if (!isRead) {
-        ++bad_.messages;
-        bad_.bytes += frame.size;
+    if (!view_.hasOffsets) {
+        message.offset.reset();
     }
-    if (form_ == DecodedForm::kAnnotated || (!isRead && (isRaw || form_ == DecodedForm::kListing))) {
-        Annotate(frame, message);
-    } else if (isRead) {
-        Show(frame, message);
+    if (IsWanted(message, isRead)) {
+        if (view_.form == DecodedForm::kAnnotated || (!isRead && IsForPeople())) {
+            Annotate(frame, message);
+        } else if (view_.form == DecodedForm::kSummary || view_.form == DecodedForm::kSummaryJson) {
+            summary_.Add(isRead ? message.kind : nullptr, file_, frame.offset, frame.size);
+        } else if (isRead) {
+            Show(frame, message);
+        }
     }
     FlushWhenLarge(output_);
 }
 
 void CaptureDecoder::ShowCut(const Frame& frame) {
-    const bool isForPeople = form_ != DecodedForm::kJson && form_ != DecodedForm::kSummary;
-    if (isForPeople && frame.size != 0) {
-        ReceivedMessage message{};
-        message.offset = frame.offset;
+    ReceivedMessage message{};
+    if (frame.size != 0 && IsForPeople() && IsWanted(message, false)) {
+        message.offset = view_.hasOffsets ? std::optional(frame.offset) : std::nullopt;
         message.number = frame.number;
         message.size = frame.size;
         Annotate(frame, message);
@@ -86,19 +106,17 @@ void CaptureDecoder::Annotate(const Frame& frame, const ReceivedMessage& message
 }
 
 void CaptureDecoder::Show(const Frame& frame, const ReceivedMessage& message) {
-    if (form_ == DecodedForm::kRaw) {
+    if (view_.form == DecodedForm::kRaw) {
         Reader payload = ReaderOf(frame.Message());
         HeaderView header{};
         (void)ViewHeader(payload, header);
         AppendRawListing(output_.text, message, payload, room_);
-    } else if (form_ == DecodedForm::kJson) {
-        AppendMessageJson(output_.text, message);
-    } else if (form_ == DecodedForm::kListing && catalog_ != nullptr) {
-        AppendListing(output_.text, *catalog_, message, streams_);
-    } else {
-        Count& count = counts_[{message.kind->type, message.kind->subType}];
-        ++count.messages;
-        count.bytes += message.size;
+    } else if (view_.form == DecodedForm::kJson) {
+        AppendMessageJson(output_.text, message, fieldIds_);
+    } else if (view_.form == DecodedForm::kCsv) {
+        AppendCsvRows(output_.text, message, view_.fields, view_.hasFiles ? file_ : "");
+    } else if (catalog_ != nullptr) {
+        AppendListing(output_.text, *catalog_, message, view_.streams);
     }
 }
 
@@ -145,23 +163,11 @@ bool CaptureDecoder::Unpack(const Frame& frame, ReceivedMessage& message) {
 }
 
 void CaptureDecoder::Finish() {
-    if (form_ != DecodedForm::kSummary) {
-        return;
+    if (catalog_ != nullptr && view_.form == DecodedForm::kSummary) {
+        summary_.AppendTable(output_.text, *catalog_);
+    } else if (catalog_ != nullptr && view_.form == DecodedForm::kSummaryJson) {
+        summary_.AppendJson(output_.text, *catalog_, view_.hasFiles);
     }
-    std::string& out = output_.text;
-    out += "    messages            bytes  type\n";
-    Count all = bad_;
-    for (const auto& [type, count] : counts_) {
-        const CatalogMessage* kind = catalog_->FindMessage(type.first, type.second);
-        AppendCount(out, count.messages, count.bytes,
-                    std::to_string(type.first) + ' ' + std::to_string(type.second) + "  " + kind->name);
-        all.messages += count.messages;
-        all.bytes += count.bytes;
-    }
-    if (bad_.messages != 0) {
-        AppendCount(out, bad_.messages, bad_.bytes, "bad");
-    }
-    AppendCount(out, all.messages, all.bytes, "in all");
 }
 
 }  // namespace zel::tools

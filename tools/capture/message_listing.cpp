@@ -21,7 +21,8 @@ constexpr const char* kFrameTexts[] = {"no frame", "short frame", "long frame"};
 // Without a header, the numbers are those of nobody.
 void AppendTitle(std::string& out, const ReceivedMessage& message) {
     const ZelMsgStruct& header = message.header.numbers;
-    out += "message " + std::to_string(message.number) + " at offset " + std::to_string(message.offset) + ": ";
+    out += "message " + std::to_string(message.number);
+    out += message.offset ? " at offset " + std::to_string(*message.offset) + ": " : ": ";
     if (message.hasHeader) {
         out += message.kind == nullptr || message.kind->name.empty() ? "" : message.kind->name + ", ";
         out += "type " + std::to_string(header.msgType) + ", sub-type " + std::to_string(header.subType) + ", ";

@@ -286,7 +286,8 @@ void AppendParts(std::string& out, const std::vector<WirePart>& parts) {
     for (const WirePart& part : parts) {
         std::size_t at = 0;
         do {
-            const std::string offset = (part.isExpanded ? "+" : "") + std::to_string(part.offset + at);
+            std::string offset(part.isExpanded ? 1 : 0, '+');
+            AppendNumber(offset, part.offset + at);
             out += part.isFault && at == 0 ? "> " : "  ";
             out.append(kOffsetWidth - std::min(kOffsetWidth, offset.size()), ' ');
             AppendCell(out, offset, 0);
