@@ -17,6 +17,7 @@
 #include "tools/dictionary/dictionary_file.h"
 #include "tools/dictionary/image_builder.h"
 #include "tools/io/descriptor.h"
+#include "tools/text/hex_dump.h"
 #include "tools/text/hex_text.h"
 #include "tools/text/json_document.h"
 #include "tools/text/message_error.h"
@@ -80,11 +81,9 @@ std::optional<std::string> Encode(const std::string& line) {
 std::string Decode(const tools::Frame& frame, tools::DecodedForm form, bool* isTold) {
     tools::ByteOutput output{tools::kStandardError, ""};
     tools::ErrorLines errors("", output);
-    tools::CaptureDecoder decoder(&Dictionary::Get().catalog(), form, {201, 202}, output, errors);
-    decoder.Decode(frame);
-    if (form == tools::DecodedForm::kSummary) {
-        decoder.AppendSummary(output.text);
-    }
+    tools::CaptureDecoder decoder(&Dictionary::Get().catalog(), {.form = form, .streams = {201, 202}}, output, errors);
+    decoder.Decode(frame, nullptr);
+    decoder.AppendSummary(output.text);
     *isTold = errors.any();
     return output.text;
 }
@@ -153,7 +152,7 @@ std::string RandomFrame(Random& input) {
 
 // Shows each frame of a capture, which comes in pieces, in a form.
 void Read(Random& input, const std::string& capture, bool isHex) {
-    const auto form = static_cast<tools::DecodedForm>(input.Below(4));
+    const auto form = static_cast<tools::DecodedForm>(input.Below(6));
     const bool isUnframed = input.OneIn(8);
     const auto most = static_cast<std::size_t>(input.Byte()) + 1;
     tools::ByteInput bytes = [&capture, most, at = std::size_t{0}](char* to, std::size_t size) mutable {

@@ -2,13 +2,11 @@
 #include "record/record_unpack.h"
 
 #include "core/wire/frame.h"
+#include "core/wire/header.h"
 
 namespace zel {
 
 namespace {
-
-// The longest message: a header with all the variable user data that there can be, and the largest payload.
-constexpr std::int64_t kLongestMessage = 30 + UINT16_MAX + kZELMaxPayload;
 
 // What the shortest frame takes: enough to see which frame it is.
 constexpr std::size_t kShortestFrame = 4;
@@ -37,7 +35,7 @@ struct FoundFrame {
     }
     frame.message = bytes + head;
     frame.messageLength = FrameLengthOf(bytes, frame.format);
-    if (frame.messageLength < 0 || frame.messageLength > kLongestMessage) {
+    if (frame.messageLength < 0 || static_cast<std::size_t>(frame.messageLength) > kLongestMessage) {
         return ZEL_NO_FRAME;
     }
     frame.size = head + static_cast<std::size_t>(frame.messageLength);

@@ -2,7 +2,6 @@
 
 #include <cstring>
 
-#include "crush32/crush32.h"
 #include "include/zelmessage.h"
 #include "runtime/bounded.h"
 

@@ -5,6 +5,7 @@
 #define ZEL_CORE_WIRE_COMPRESSION_H
 
 #include "core/wire/header.h"
+#include "crush32/crush32.h"
 
 namespace zel {
 
@@ -31,6 +32,13 @@ constexpr CompressMode CompressModeOf(unsigned short packFlags) noexcept {
         return kSendMarked;
     }
     return (packFlags & kPackCompressed) != 0 ? kSendCompressed : kSendPlain;
+}
+
+// The bytes of a payload after its compressed data, as its lengths tell; 0 where these do not fit.
+inline std::size_t BytesAfterCompressed(Reader payload) noexcept {
+    const char* lengths = nullptr;
+    const bool isFramed = Take(payload, crush::kFramingSize, lengths);
+    return isFramed && Skip(payload, LoadU32Be(lengths + 4)) ? Remaining(payload) : 0;
 }
 
 // Both work into `destination` of kZELMaxPayload bytes; *resultLength is written, not read. 0, or -1.

@@ -12,9 +12,6 @@ namespace zel {
 
 namespace {
 
-// The header's longest form; callers' buffers hold what the message needs of it.
-constexpr std::size_t kMaxHeader = 30 + UINT16_MAX;
-
 // ---- One field ------------------------------------------------------------------------------------------------------
 //
 // `usual`: the dictionary's rules are, and nothing is looked up in them. Else a field that has another form than the

@@ -20,6 +20,10 @@ inline constexpr unsigned short kPackSent = 1;
 // The length of a header without variable user data, whatever its numbers, where the dictionary's rules are usual.
 inline constexpr std::size_t kFixedHeader = 32;
 
+// The header's longest form, and the longest message: with the largest payload.
+inline constexpr std::size_t kMaxHeader = 30 + UINT16_MAX;
+inline constexpr std::size_t kLongestMessage = kMaxHeader + kZELMaxPayload;
+
 // User data of up to this length without a buffer goes as a number.
 inline constexpr unsigned short kFixedUserDataLength = 4;
 

@@ -132,10 +132,16 @@ class Dictionary:
         return hash(self.image)
 
     def __reduce__(self) -> Tuple[Any, ...]:
-        return Dictionary, (self.image,)
+        return _of_image, (self.image,)
 
     def __repr__(self) -> str:
         return f"<zel.Dictionary of {len(self.fields)} fields and {len(self.messages)} messages>"
+
+
+@functools.lru_cache(maxsize=4)
+def _of_image(image: bytes) -> Dictionary:
+    """Tasks of a cluster each bring the same dictionary."""
+    return Dictionary(image)
 
 
 Numbered = Dict[Tuple[int, int], MessageType]

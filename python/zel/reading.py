@@ -22,8 +22,11 @@ _PIECE = 4 << 20
 _SCRATCH = 1 << 20
 # Messages of which the longest texts are looked for at once.
 _LOOK_AHEAD = 256
-# Repetitions, until more come.
+# Repetitions, until more come; and the bytes of them that a record has at most. A message with more than those is read
+# on its own: one in a capture must not make all records large.
 _FIRST_CAPACITY = 8
+_MOST_GROUP = 1 << 15
+_ALL_REPETITIONS = 32767
 
 Message = Union[str, Tuple[int, int]]
 
@@ -60,6 +63,7 @@ class Run:
         self._columns, self._most, self._has_flags = columns, width, has_flags
         self._widths: Dict[str, int] = {}
         self._capacity = _FIRST_CAPACITY if has_group else None
+        self._is_large = False
         self._at = 0
         self._scratch = np.empty(_SCRATCH, np.uint8)
         self._offsets = np.empty(_BATCH, np.uint64)
@@ -68,7 +72,8 @@ class Run:
         self._bind()
 
     def _bind(self) -> None:
-        self.layout = Layout(self.message, self._columns, in_place(self._widths), capacity=self._capacity,
+        capacity = _ALL_REPETITIONS if self._is_large else self._capacity
+        self.layout = Layout(self.message, self._columns, in_place(self._widths), capacity=capacity,
                              has_flags=self._has_flags)
         self._dates = self.layout.outside.dates if self.forms.dates == "datetime64" else 0
 
@@ -87,7 +92,7 @@ class Run:
         """
         layout, run, filled = self.layout, self._run, 0
         while filled < len(records) and not self.is_done and layout is self.layout:
-            room = min(len(records) - filled, _BATCH)
+            room = 1 if self._is_large else min(len(records) - filled, _BATCH)
             result = lib.ZELUnpackRun(layout.binding, self.capture.address + self._at, self.capture.size - self._at,
                                       records.ctypes.data + filled * layout.stride, layout.stride, room, byref(run))
             done = slice(filled, filled + run.read)
@@ -99,6 +104,9 @@ class Run:
             self._at += run.used
             if result != 0 and not (result == library.NO_SCRATCH and run.read > 0):
                 self._pass_bad()
+            elif self._is_large and run.read:
+                self._is_large = False
+                self._bind()
         return filled
 
     def _convert_dates(self, records: np.ndarray) -> None:
@@ -119,8 +127,9 @@ class Run:
         result = lib.ZELUnpackRecord(self.layout.binding, self.capture.address + self._at,
                                      self.capture.size - self._at, record.ctypes.data, byref(reading), byref(failure))
         name = self.layout.field_name(failure.fieldId)
-        if result == library.TOO_MANY and self.layout.room < 32767:
-            self._capacity = min(max(2 * self.layout.room, _FIRST_CAPACITY), 32767)
+        if result == library.TOO_MANY and not self._is_large:
+            self._is_large = 2 * self.layout.room * self.layout.group.size > _MOST_GROUP
+            self._capacity = self._capacity if self._is_large else 2 * self.layout.room
             return self._bind()
         if result == library.TEXT_TOO_LONG and name is not None and self._widen(name):
             return self._bind()
@@ -198,7 +207,7 @@ def read(source: Source, message: Message, fields: Optional[Sequence[str]] = Non
         kind = served[message]
         run = _start(source, kind, fields, group, forms, errors, width, mask)
         count = _count_column(kind, fields, group)
-        if group is None and texts == "bytes" and money != "decimal":
+        if run.layout.group.size == 0 and texts == "bytes" and money != "decimal":
             rows = _read_records(run, count, mask, offset)
         else:
             rows = _structured(list(pieces(run, group, count, offset)), run, group, count, mask, offset)

@@ -10,7 +10,7 @@ import pytest
 import zel
 from zel.values import DATETIME, DateTime, Money, datetime_records, real_json, seconds, text_json
 
-SEEDS = range(40)
+SEEDS = range(16)
 
 
 @pytest.fixture(scope="module", params=SEEDS)

@@ -2,8 +2,10 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <cmath>
+#include <cstdio>
 #include <filesystem>
 #include <fstream>
 
@@ -17,6 +19,7 @@
 #include "tools/io/line_reader.h"
 #include "tools/io/progress.h"
 #include "tools/text/complaint.h"
+#include "tools/text/hex_dump.h"
 #include "tools/text/json_text.h"
 #include "tools/text/value_json.h"
 #include "tools/text/value_text.h"
@@ -42,30 +45,125 @@ std::string FrameOf(std::size_t size, char fill) {
     return frame + std::string(size, fill);
 }
 
-// More than the buffer holds, with a frame that is too long to be kept among them.
+// More than the buffer holds, up to the longest frame and one that is longer.
 TEST(Frames, AreTheSameInPiecesOfAnySize) {
     std::string capture;
     for (int i = 0; i < 40; ++i) {
-        capture += FrameOf(static_cast<std::size_t>(i) * 4001, static_cast<char>('a' + i % 26));
+        capture += FrameOf(static_cast<std::size_t>(i) * 1990, static_cast<char>('a' + i % 26));
     }
-    capture += FrameOf(kMaxFrameRead, '-') + FrameOf(kMaxFrameRead - 6, '+');
+    capture += FrameOf(kLongestMessage, '+');
+    const std::size_t good = capture.size();
+    capture += FrameOf(kLongestMessage + 1, '-');
     for (const std::size_t piece : {std::size_t{7}, std::size_t{4096}, capture.size()}) {
         FrameReader reader(Pieces(capture, piece));
         std::string read;
         Frame frame{};
         std::string fault;
-        for (int i = 0; i < 40; ++i) {
+        for (int i = 0; i < 41; ++i) {
             ASSERT_EQ(reader.Next(frame, fault), FrameState::kFrame) << fault;
             EXPECT_EQ(frame.offset, read.size());
             read.append(frame.bytes, frame.size);
         }
-        EXPECT_TRUE(capture.starts_with(read));
-        EXPECT_EQ(reader.Next(frame, fault), FrameState::kBad);
-        ASSERT_EQ(reader.Next(frame, fault), FrameState::kFrame);
+        EXPECT_TRUE(capture.substr(0, good) == read);
+        EXPECT_EQ(reader.Next(frame, fault), FrameState::kLost);
         EXPECT_EQ(frame.number, 42U);
-        EXPECT_EQ(frame.offset + frame.size, capture.size());
-        EXPECT_EQ(frame.bytes[kMaxFrameRead - 1], '+');
-        EXPECT_EQ(reader.Next(frame, fault), FrameState::kEnd);
+        EXPECT_FALSE(reader.Resynchronise());
+        EXPECT_EQ(reader.offset(), capture.size());
+    }
+}
+
+struct Layout {
+    const char* name;
+    const char* offset;
+    unsigned long base;  // of the first byte
+    std::size_t perLine;
+    std::size_t group;
+    const char* digits;
+    const char* between;
+    const char* column[2];  // what stands before and after the text; none: there is no text
+    char blank;             // what the text shows for one
+    const char* end;
+};
+
+std::string DumpOf(const std::string& bytes, const Layout& layout) {
+    std::array<char, 64> text;
+    const auto print = [&text](const char* format, unsigned long number) {
+        (void)std::snprintf(text.data(), text.size(), format, number);
+        return std::string(text.data());
+    };
+    std::string dump;
+    for (std::size_t at = 0; at < bytes.size(); at += layout.perLine) {
+        dump += print(layout.offset, layout.base + at);
+        for (std::size_t i = 0; i < layout.perLine; ++i) {
+            dump += i != 0 && i % layout.group == 0 ? layout.between : "";
+            dump += i == 8 && *layout.column[1] == '|' ? " " : "";
+            const bool isThere = at + i < bytes.size();
+            const std::string pair = print(layout.digits, isThere ? static_cast<unsigned char>(bytes[at + i]) : 0);
+            dump += isThere ? pair : *layout.column[0] == '\0' ? "" : std::string(pair.size(), ' ');
+        }
+        dump += layout.column[0];
+        for (const char c : bytes.substr(at, *layout.column[0] == '\0' ? 0 : layout.perLine)) {
+            dump += c == ' ' ? layout.blank : c > ' ' && c <= '~' ? c : '.';
+        }
+        dump += layout.column[1] + std::string("\n");
+    }
+    return dump + print(layout.end, bytes.size());
+}
+
+std::string ReadHex(const std::string& text, std::string& complaints) {
+    const ByteInput input =
+        HexInput(Pieces(text, 100), [&complaints](const std::string& complaint) { complaints += complaint + '\n'; });
+    std::string bytes(4096, ' ');
+    std::size_t size = 0;
+    for (std::size_t count = 1; count != 0; size += count) {
+        count = input(bytes.data() + size, bytes.size() - size);
+    }
+    return bytes.substr(0, size);
+}
+
+TEST(HexText, IsReadInEveryLayout) {
+    constexpr Layout kLayouts[] = {
+        {"xxd", "%08lx: ", 0, 16, 2, "%02lx", " ", {"  ", ""}, ' ', ""},
+        {"xxd -g1 -c4", "%08lx: ", 0, 4, 1, "%02lX", " ", {"  ", ""}, ' ', ""},
+        {"xxd -s 70 -c7", "%08lx: ", 70, 7, 2, "%02lX", " ", {"  ", ""}, ' ', ""},
+        {"xxd -p", "", 0, 30, 30, "%02lx", "", {"", ""}, ' ', ""},
+        {"xxd -p -c16", "", 0, 16, 16, "%02lx", "", {"", ""}, ' ', ""},
+        {"xxd -p -c4", "", 0, 4, 4, "%02lx", "", {"", ""}, ' ', ""},
+        {"xxd -p -c3", "", 0, 3, 3, "%02lx", "", {"", ""}, ' ', ""},
+        {"groups of 4", "", 0, 16, 4, "%02lx", " ", {"", ""}, ' ', ""},
+        {"od -An -tx1", " ", 0, 16, 1, "%02lx", " ", {"", ""}, ' ', ""},
+        {"od -Ax -tx1", "%06lx ", 0, 16, 1, "%02lx", " ", {"", ""}, ' ', "%06lx\n"},
+        {"od -Ad -tx1z", "%07lu ", 0, 16, 1, "%02lx", " ", {"  >", "<"}, ' ', "%07lu\n"},
+        {"od -tx1", "%07lo ", 0, 16, 1, "%02lx", " ", {"", ""}, ' ', "%07lo"},
+        {"hexdump -C", "%08lx  ", 0, 16, 1, "%02lx", " ", {"  |", "|"}, ' ', "%08lx\n"},
+        {"tshark -x", "%04lx  ", 0, 16, 1, "%02lx", " ", {"   ", ""}, ' ', ""},
+        {"tcpdump -X", "\t0x%04lx:  ", 0, 16, 2, "%02lx", " ", {"  ", ""}, '.', ""},
+        {"gdb x/8xb", "0x%lx <buffer+8>:\t", 0x7ffe4020, 8, 1, "0x%02lx", "\t", {"", ""}, ' ', ""},
+        {"words with offsets", "%08lx ", 0, 16, 4, "%02lx", " ", {"", ""}, ' ', ""},
+    };
+    constexpr char kLikely[] = {0, 0, 0, 1, ' ', '|', '0', '1', 'a', 'b', '.', '<', '\n', '\xfc'};
+    test::Random random(5);
+    for (int run = 0; run < 100; ++run) {
+        std::string bytes = "\x01";  // as captures begin
+        for (std::size_t size = 17 + random() % 80; bytes.size() < size;) {
+            bytes += random() % 4 == 0 ? static_cast<char>(random()) : kLikely[random() % sizeof kLikely];
+        }
+        for (const Layout& layout : kLayouts) {
+            const std::string dump = DumpOf(bytes, layout);
+            std::string complaints;
+            ASSERT_EQ(test::ToHex(ReadHex(dump, complaints)), test::ToHex(bytes)) << layout.name << '\n' << dump;
+            ASSERT_EQ(complaints, "") << layout.name << '\n' << dump;
+        }
+    }
+}
+
+TEST(HexText, LosesNothingSilently) {
+    for (const test::Cells& row : test::ReadCases("tests/tools/cases/hex_lines.txt", 3)) {
+        std::string text = row[0];
+        std::replace(text.begin(), text.end(), ';', '\n');
+        std::string complaints;
+        EXPECT_EQ(test::ToHex(ReadHex(text, complaints)), row[1]) << row[0];
+        EXPECT_EQ(complaints, row[2].empty() ? "" : row[2] + '\n') << row[0];
     }
 }
 

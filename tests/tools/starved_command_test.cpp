@@ -72,6 +72,7 @@ const Verb kVerbs[] = {
     {"decode --summary orders.zel"},
     {"decode --hex --streams FILTER_STREAM,SORT_STREAM orders.txt"},
     {"decode --raw orders.zel"},
+    {"decode --annotate damaged.zel"},
     {"dict build small.json -o old.img", true},
     {"dict check small.json"},
     {"dict show small.json"},

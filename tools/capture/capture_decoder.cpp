@@ -1,12 +1,9 @@
 #include "tools/capture/capture_decoder.h"
 
-#include <array>
-#include <cstdio>
-
-#include "core/wire/compression.h"
+#include "tools/capture/message_csv.h"
 #include "tools/capture/message_listing.h"
 #include "tools/io/out_of_memory.h"
-#include "tools/text/findings.h"
+#include "tools/text/text_table.h"
 
 namespace zel::tools {
 
@@ -16,75 +13,135 @@ Reader ReaderOf(std::string_view bytes) {
     return {bytes.data(), bytes.data() + bytes.size()};
 }
 
-void AppendCount(std::string& out, std::uint64_t messages, std::uint64_t bytes, const std::string& what) {
-    std::array<char, 64> numbers;
-    (void)std::snprintf(numbers.data(), numbers.size(), "%12llu %16llu  ", static_cast<unsigned long long>(messages),
-                        static_cast<unsigned long long>(bytes));
-    out += numbers.data();
-    out += what;
-    out += '\n';
-}
-
 }  // namespace
 
-CaptureDecoder::CaptureDecoder(const Catalog* catalog, DecodedForm form, std::set<std::uint16_t> streams,
-                               ByteOutput& output, ErrorLines& errors)
-    : catalog_(catalog), form_(form), streams_(std::move(streams)), output_(output), errors_(errors) {
+CaptureDecoder::CaptureDecoder(const Catalog* catalog, DecodedView view, ByteOutput& output, ErrorLines& errors)
+    : catalog_(catalog), view_(std::move(view)), output_(output), errors_(errors) {
     if (catalog_ != nullptr) {
         object_.emplace(short{0}, 0);
     }
+    for (const CatalogField* field : view_.fields) {
+        fieldIds_.insert(field->id);
+    }
+    if (view_.form == DecodedForm::kCsv) {
+        AppendCsvHead(output_.text, view_.fields, view_.hasFiles, view_.hasOffsets);
+    }
+}
+
+void CaptureDecoder::Begin(const std::string& file) {
+    file_ = file;
+    notWholeEnd_ = 0;
+    if (view_.hasFiles && IsForPeople()) {
+        output_.text += "==> ";
+        output_.text += Printable(file);
+        output_.text += " <==\n\n";
+    }
+}
+
+bool CaptureDecoder::IsForPeople() const {
+    return view_.form == DecodedForm::kListing || view_.form == DecodedForm::kRaw ||
+           view_.form == DecodedForm::kAnnotated;
+}
+
+// Counts what is selected.
+bool CaptureDecoder::IsWanted(const ReceivedMessage& message, bool isRead) {
+    if (!view_.selection.WantsType(message.hasHeader ? &message.header.numbers : nullptr) ||
+        !view_.selection.WantsContent(isRead ? message.content : nullptr)) {
+        return false;
+    }
+    ++selected_;
+    return selected_ > view_.skip;
 }
 
 void CaptureDecoder::Complain(const Frame& frame, const std::string& text) {
     errors_.AddForMessage(frame.offset, frame.number, text);
 }
 
-void CaptureDecoder::Decode(const Frame& frame) {
-    ReceivedMessage message{frame.offset, frame.number, frame.size, frame.kind, {}, nullptr, nullptr, &findings_.order};
-    if (form_ == DecodedForm::kRaw) {
-        return DecodeRaw(frame, message);
+void CaptureDecoder::Decode(Frame frame, FrameReader* resynchronised) {
+    ReceivedMessage message{frame.offset, frame.number, frame.size, frame.kind,      false,
+                            {},           nullptr,      nullptr,    &findings_.order};
+    // A frame inside one that was not read whole ends where the next begins: so no byte is read more than twice.
+    const bool isInner = frame.offset < notWholeEnd_;
+    bool isCut = resynchronised != nullptr && isInner && resynchronised->CutAtInnerFrame(frame);
+    const bool isRaw = view_.form == DecodedForm::kRaw || catalog_ == nullptr;
+    const bool isRead = isRaw ? View(frame, message) : Unpack(frame, message);
+    const bool isWhole = isRead && findings_.lost.empty() &&
+                         (!isRaw || resynchronised == nullptr || resynchronised->IsFollowedByFrame(frame));
+    if (resynchronised != nullptr && !isInner && !isWhole) {
+        notWholeEnd_ = frame.offset + frame.size;
+        isCut = resynchronised->CutAtInnerFrame(frame);
     }
-    if (!Unpack(frame, message)) {
-        ++bad_.messages;
-        bad_.bytes += frame.size;
-        return;
+    if (isCut) {
+        Complain(frame,
+                 "another frame begins inside it; goes on at offset " + std::to_string(frame.offset + frame.size));
     }
-    if (form_ == DecodedForm::kJson) {
-        AppendMessageJson(output_.text, message);
-    } else if (form_ == DecodedForm::kListing) {
-        AppendListing(output_.text, *catalog_, message, streams_);
-    } else {
-        Count& count = counts_[{message.kind->type, message.kind->subType}];
-        ++count.messages;
-        count.bytes += frame.size;
+    message.size = frame.size;
+    if (!view_.hasOffsets) {
+        message.offset.reset();
+    }
+    if (IsWanted(message, isRead)) {
+        if (view_.form == DecodedForm::kAnnotated || (!isRead && IsForPeople())) {
+            Annotate(frame, message);
+        } else if (view_.form == DecodedForm::kSummary || view_.form == DecodedForm::kSummaryJson) {
+            summary_.Add(isRead ? message.kind : nullptr, file_, frame.offset, frame.size);
+        } else if (isRead) {
+            Show(frame, message);
+        }
     }
     FlushWhenLarge(output_);
 }
 
-void CaptureDecoder::DecodeRaw(const Frame& frame, ReceivedMessage& message) {
-    Reader payload = ReaderOf(frame.Message());
-    if (!ViewHeader(payload, message.header)) {
-        return Complain(frame, "no header");
+void CaptureDecoder::ShowCut(const Frame& frame) {
+    ReceivedMessage message{};
+    if (frame.size != 0 && IsForPeople() && IsWanted(message, false)) {
+        message.offset = view_.hasOffsets ? std::optional(frame.offset) : std::nullopt;
+        message.number = frame.number;
+        message.size = frame.size;
+        Annotate(frame, message);
     }
-    AppendRawListing(output_.text, message, payload);
-    FlushWhenLarge(output_);
+}
+
+void CaptureDecoder::Annotate(const Frame& frame, const ReceivedMessage& message) {
+    AppendAnnotated(output_.text, message, TakeApart(catalog_, {frame.bytes, frame.size}, frame.kind, room_));
+}
+
+void CaptureDecoder::Show(const Frame& frame, const ReceivedMessage& message) {
+    if (view_.form == DecodedForm::kRaw) {
+        Reader payload = ReaderOf(frame.Message());
+        HeaderView header{};
+        (void)ViewHeader(payload, header);
+        AppendRawListing(output_.text, message, payload, room_);
+    } else if (view_.form == DecodedForm::kJson) {
+        AppendMessageJson(output_.text, message, fieldIds_);
+    } else if (view_.form == DecodedForm::kCsv) {
+        AppendCsvRows(output_.text, message, view_.fields, view_.hasFiles ? file_ : "");
+    } else if (catalog_ != nullptr) {
+        AppendListing(output_.text, *catalog_, message, view_.streams);
+    }
+}
+
+bool CaptureDecoder::View(const Frame& frame, ReceivedMessage& message) {
+    Reader payload = ReaderOf(frame.Message());
+    findings_.lost.clear();
+    message.hasHeader = ViewHeader(payload, message.header);
+    if (!message.hasHeader) {
+        Complain(frame, "no header");
+    }
+    return message.hasHeader;
 }
 
 // False, told to the user, when the library refuses the message. What it passes over is told, too.
 bool CaptureDecoder::Unpack(const Frame& frame, ReceivedMessage& message) {
     const std::string_view bytes = frame.Message();
     reports_.Clear();
-    const long result = WithMemory([&] {
-        return message.frame == FrameKind::kNone
-                   ? object_->unpackMessageNoFrame(bytes.data(), static_cast<long>(bytes.size()))
-                   : object_->unpackMessage(frame.bytes);
-    });
+    const long result =
+        WithMemory([&] { return object_->unpackMessageNoFrame(bytes.data(), static_cast<long>(bytes.size())); });
     Reader payload = ReaderOf(bytes);
-    const bool hasHeader = ViewHeader(payload, message.header);
+    message.hasHeader = ViewHeader(payload, message.header);
     const ZelMsgStruct& header = message.header.numbers;
-    message.kind = catalog_->FindMessage(header.msgType, header.subType);
-    if (result != 0 || !hasHeader || message.kind == nullptr) {
-        const bool isUnknown = hasHeader && message.kind == nullptr;
+    message.kind = message.hasHeader ? catalog_->FindMessage(header.msgType, header.subType) : nullptr;
+    if (result != 0 || !message.hasHeader || message.kind == nullptr) {
+        const bool isUnknown = message.hasHeader && message.kind == nullptr;
         Complain(frame, Explain(reports_.reports(), catalog_) +
                             (isUnknown ? " (the dictionary has no message of type " + std::to_string(header.msgType) +
                                              ", sub-type " + std::to_string(header.subType) + ')'
@@ -96,7 +153,7 @@ bool CaptureDecoder::Unpack(const Frame& frame, ReceivedMessage& message) {
     findings_.lost.clear();
     if (!reports_.reports().empty()) {
         findings_.lost = Explain(reports_.reports(), catalog_) + "; left out";
-    } else if (!IsCompressed(header.packFlags)) {
+    } else {
         WalkPayload(*catalog_, header, payload, *message.content, findings_);
     }
     if (!findings_.lost.empty()) {
@@ -106,19 +163,11 @@ bool CaptureDecoder::Unpack(const Frame& frame, ReceivedMessage& message) {
 }
 
 void CaptureDecoder::AppendSummary(std::string& out) const {
-    out += "    messages            bytes  type\n";
-    Count all = bad_;
-    for (const auto& [type, count] : counts_) {
-        const CatalogMessage* kind = catalog_->FindMessage(type.first, type.second);
-        AppendCount(out, count.messages, count.bytes,
-                    std::to_string(type.first) + ' ' + std::to_string(type.second) + "  " + kind->name);
-        all.messages += count.messages;
-        all.bytes += count.bytes;
+    if (catalog_ != nullptr && view_.form == DecodedForm::kSummary) {
+        summary_.AppendTable(out, *catalog_);
+    } else if (catalog_ != nullptr && view_.form == DecodedForm::kSummaryJson) {
+        summary_.AppendJson(out, *catalog_, view_.hasFiles);
     }
-    if (bad_.messages != 0) {
-        AppendCount(out, bad_.messages, bad_.bytes, "bad");
-    }
-    AppendCount(out, all.messages, all.bytes, "in all");
 }
 
 }  // namespace zel::tools

@@ -3,15 +3,18 @@
 #define ZEL_TOOLS_CAPTURE_CAPTURE_DECODER_H
 
 #include <cstdint>
-#include <map>
 #include <optional>
 #include <set>
 #include <string>
 #include <utility>
+#include <vector>
 
+#include "tools/capture/capture_summary.h"
+#include "tools/capture/expanded_payload.h"
 #include "tools/capture/frame_reader.h"
 #include "tools/capture/library_reports.h"
 #include "tools/capture/message_json.h"
+#include "tools/capture/message_selection.h"
 #include "tools/capture/payload_walk.h"
 #include "tools/dictionary/catalog.h"
 #include "tools/io/byte_output.h"
@@ -19,38 +22,58 @@
 
 namespace zel::tools {
 
-enum class DecodedForm { kListing, kJson, kSummary, kRaw };
+enum class DecodedForm { kListing, kJson, kSummary, kRaw, kAnnotated, kCsv, kSummaryJson };
+
+// Which messages are shown, and how.
+struct DecodedView {
+    DecodedForm form;
+    std::set<std::uint16_t> streams = {};          // see AppendListing
+    std::vector<const CatalogField*> fields = {};  // the columns of kCsv, and what kJson is limited to
+    bool hasOffsets = true;
+    bool hasFiles = false;  // several: what is shown tells which one it is from
+    MessageSelection selection = {};
+    std::uint64_t skip = 0;  // of those that are selected
+    std::uint64_t count = UINT64_MAX;
+};
 
 class CaptureDecoder {
 public:
-    // Without a catalog, form kRaw.
-    CaptureDecoder(const Catalog* catalog, DecodedForm form, std::set<std::uint16_t> streams, ByteOutput& output,
-                   ErrorLines& errors);
+    // Without a catalog, form kRaw or kAnnotated.
+    CaptureDecoder(const Catalog* catalog, DecodedView view, ByteOutput& output, ErrorLines& errors);
 
-    void Decode(const Frame& frame);
-    // Counts and bytes by message type: what the summary says so far.
+    // What follows comes from this file.
+    void Begin(const std::string& file);
+    // The reader that handed it out when frames inside one that is not read whole are to be found, else null.
+    void Decode(Frame frame, FrameReader* resynchronised);
+    // Shows what there is of a frame that was told to be cut.
+    void ShowCut(const Frame& frame);
+    // Whether as many as wanted were shown.
+    [[nodiscard]] bool IsDone() const { return selected_ >= view_.skip && selected_ - view_.skip >= view_.count; }
+    // What the summary says so far; nothing in other forms.
     void AppendSummary(std::string& out) const;
 
 private:
-    struct Count {
-        std::uint64_t messages;
-        std::uint64_t bytes;
-    };
-
-    void DecodeRaw(const Frame& frame, ReceivedMessage& message);
+    [[nodiscard]] bool IsForPeople() const;
+    bool IsWanted(const ReceivedMessage& message, bool isRead);
+    void Show(const Frame& frame, const ReceivedMessage& message);
+    void Annotate(const Frame& frame, const ReceivedMessage& message);
+    bool View(const Frame& frame, ReceivedMessage& message);
     bool Unpack(const Frame& frame, ReceivedMessage& message);
     void Complain(const Frame& frame, const std::string& text);
 
     const Catalog* catalog_;
-    DecodedForm form_;
-    std::set<std::uint16_t> streams_;
+    DecodedView view_;
+    std::set<std::uint16_t> fieldIds_;  // of the view's fields
     ByteOutput& output_;
     ErrorLines& errors_;
     ReportCollector reports_;
     std::optional<CZELMessage> object_;  // not without a dictionary: its construction would complain
     PayloadFindings findings_;
-    std::map<std::pair<std::int16_t, std::int16_t>, Count> counts_;
-    Count bad_{};
+    ExpandedPayload room_;
+    CaptureSummary summary_;
+    std::string file_;
+    std::uint64_t selected_ = 0;
+    std::uint64_t notWholeEnd_ = 0;  // of the last frame that was not read whole
 };
 
 }  // namespace zel::tools

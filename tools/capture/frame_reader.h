@@ -2,19 +2,21 @@
 #ifndef ZEL_TOOLS_CAPTURE_FRAME_READER_H
 #define ZEL_TOOLS_CAPTURE_FRAME_READER_H
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "core/wire/header.h"
 #include "tools/capture/frame_kind.h"
 #include "tools/io/byte_input.h"
 
 namespace zel::tools {
 
-// A longer frame is passed over: no message comes near.
-inline constexpr std::size_t kMaxFrameRead = std::size_t{1} << 20U;
+// No frame is longer.
+inline constexpr std::size_t kMaxFrameRead = 6 + kLongestMessage;
 
 struct Frame {
     const char* bytes;  // stay until the next one is read
@@ -23,14 +25,15 @@ struct Frame {
     std::uint64_t offset;  // in the capture
     std::uint64_t number;  // counted from 1
 
-    // The bytes after the frame's own.
-    [[nodiscard]] std::string_view Message() const { return {bytes + FrameSize(kind), size - FrameSize(kind)}; }
+    // The bytes after the frame's own, of which not all are there when another frame begins among them.
+    [[nodiscard]] std::string_view Message() const {
+        return std::string_view(bytes, size).substr(std::min(FrameSize(kind), size));
+    }
 };
 
 enum class FrameState {
     kFrame,
-    kBad,   // passed over: its length tells where the next one begins
-    kLost,  // nothing tells where the next one begins
+    kLost,  // there is none, and nothing tells where the next one begins
     kEnd
 };
 
@@ -38,14 +41,22 @@ class FrameReader {
 public:
     explicit FrameReader(ByteInput input);
 
-    // The next frame. For kBad and kLost `fault` says why, and the frame's offset and number where.
+    // The next frame. For kLost `fault` says why, the frame's offset and number where, and its bytes are what there is
+    // of one that the capture's end cuts.
     FrameState Next(Frame& frame, std::string& fault);
 
     // Everything that is left as one message without a frame.
     FrameState Rest(Frame& frame, std::string& fault);
 
-    // After kLost: goes on to the next bytes that look like the start of a frame. False: there are none.
+    // After kLost: goes on to the next bytes, one further at least, that look like the start of a frame. False: there
+    // are none.
     bool Resynchronise();
+
+    // Whether another frame, or the end, comes after the one handed out last.
+    bool IsFollowedByFrame(const Frame& frame);
+
+    // Ends the frame handed out last where another one begins inside it, and goes on there. False: none does.
+    bool CutAtInnerFrame(Frame& frame);
 
     [[nodiscard]] std::uint64_t offset() const { return offset_; }
 

@@ -18,12 +18,19 @@ bool TellsRepeatCount(const CatalogMessage& kind, const ZELDataBuf& buffer) {
            image::IsInteger(kind.entries[index].field->type);
 }
 
+// What is shown of a message.
+struct ShownSlots {
+    PlacedSlots placed;
+    const std::set<std::uint16_t>& fields;
+};
+
 // The members of the slots [first, last).
-void AppendSlots(std::string& out, const CatalogMessage& kind, const PlacedSlots& placed, std::size_t first,
+void AppendSlots(std::string& out, const CatalogMessage& kind, const ShownSlots& shown, std::size_t first,
                  std::size_t last, bool& isFirst) {
+    const PlacedSlots& placed = shown.placed;
     for (std::size_t index = first; index < last; ++index) {
         const _field_data& slot = placed.slots[index];
-        if (slot.isSet == 0) {
+        if (slot.isSet == 0 || !(shown.fields.empty() || shown.fields.contains(slot.id))) {
             continue;
         }
         const CatalogEntry& entry = kind.entries[placed.places[index].entry];
@@ -33,7 +40,8 @@ void AppendSlots(std::string& out, const CatalogMessage& kind, const PlacedSlots
     }
 }
 
-void AppendGroup(std::string& out, const CatalogMessage& kind, const PlacedSlots& placed) {
+void AppendGroup(std::string& out, const CatalogMessage& kind, const ShownSlots& shown) {
+    const PlacedSlots& placed = shown.placed;
     out += ",\"group\":[";
     for (std::size_t first = placed.groupFirst; first < placed.groupLast; first += kind.groupSize) {
         if (first != placed.groupFirst) {
@@ -41,7 +49,7 @@ void AppendGroup(std::string& out, const CatalogMessage& kind, const PlacedSlots
         }
         bool isFirst = true;
         out += '{';
-        AppendSlots(out, kind, placed, first, std::min(first + kind.groupSize, placed.groupLast), isFirst);
+        AppendSlots(out, kind, shown, first, std::min(first + kind.groupSize, placed.groupLast), isFirst);
         out += '}';
     }
     out += ']';
@@ -63,23 +71,27 @@ PlacedSlots PlaceContent(const CatalogMessage& kind, const ZelMsgStruct& content
     return placed;
 }
 
-void AppendMessageJson(std::string& out, const ReceivedMessage& message) {
+void AppendMessageJson(std::string& out, const ReceivedMessage& message, const std::set<std::uint16_t>& fields) {
     const CatalogMessage& kind = *message.kind;
     const ZELDataBuf& buffer = *message.content->dataBuf;
-    out += "{\"offset\":";
-    AppendNumber(out, message.offset);
-    out += ',';
+    out += '{';
+    if (message.offset) {
+        out += "\"offset\":";
+        AppendNumber(out, *message.offset);
+        out += ',';
+    }
     AppendFrameJson(out, message.frame);
     out += ',';
     out += kind.jsonText;
     out += ',';
     AppendHeaderJson(out, message.header);
-    const PlacedSlots placed = PlaceContent(kind, *message.content);
+    const ShownSlots shown{PlaceContent(kind, *message.content), fields};
+    const PlacedSlots& placed = shown.placed;
     if (kind.groupSize != 0 && !TellsRepeatCount(kind, buffer)) {
         out += ",\"repeatCount\":";
         AppendNumber(out, message.content->repeatCount);
     }
-    if (!message.order->empty()) {
+    if (!message.order->empty() && fields.empty()) {
         out += ",\"order\":[";
         for (const std::uint16_t id : *message.order) {
             AppendNumber(out, id);
@@ -89,11 +101,11 @@ void AppendMessageJson(std::string& out, const ReceivedMessage& message) {
     }
     out += ",\"fields\":{";
     bool isFirst = true;
-    AppendSlots(out, kind, placed, 0, placed.groupFirst, isFirst);
-    AppendSlots(out, kind, placed, placed.groupLast, placed.places.size(), isFirst);
+    AppendSlots(out, kind, shown, 0, placed.groupFirst, isFirst);
+    AppendSlots(out, kind, shown, placed.groupLast, placed.places.size(), isFirst);
     out += '}';
     if (placed.groupFirst != placed.groupLast) {
-        AppendGroup(out, kind, placed);
+        AppendGroup(out, kind, shown);
     }
     out += "}\n";
 }

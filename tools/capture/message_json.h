@@ -3,6 +3,8 @@
 #define ZEL_TOOLS_CAPTURE_MESSAGE_JSON_H
 
 #include <cstdint>
+#include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -15,12 +17,13 @@ namespace zel::tools {
 
 // A message that was received, and what stood around it.
 struct ReceivedMessage {
-    std::uint64_t offset;  // in the capture
+    std::optional<std::uint64_t> offset;  // in the capture; none: it is not to be shown
     std::uint64_t number;
     std::size_t size;  // with its frame
     FrameKind frame;
+    bool hasHeader;
     HeaderView header;
-    const CatalogMessage* kind;
+    const CatalogMessage* kind;  // null: the dictionary has none
     const ZelMsgStruct* content;
     const std::vector<std::uint16_t>* order;  // empty: that in which the fields are packed
 };
@@ -35,7 +38,8 @@ struct PlacedSlots {
 };
 [[nodiscard]] PlacedSlots PlaceContent(const CatalogMessage& kind, const ZelMsgStruct& content);
 
-void AppendMessageJson(std::string& out, const ReceivedMessage& message);
+// With the values of these fields, by id; without any, of all.
+void AppendMessageJson(std::string& out, const ReceivedMessage& message, const std::set<std::uint16_t>& fields);
 
 }  // namespace zel::tools
 

@@ -1,6 +1,7 @@
 #include "tools/capture/message_listing.h"
 
 #include <algorithm>
+#include <optional>
 
 #include "core/wire/compression.h"
 #include "tools/capture/payload_walk.h"
@@ -17,13 +18,21 @@ namespace {
 
 constexpr const char* kFrameTexts[] = {"no frame", "short frame", "long frame"};
 
-void AppendHeading(std::string& out, const ReceivedMessage& message, const std::string& name) {
+// Without a header, the numbers are those of nobody.
+void AppendTitle(std::string& out, const ReceivedMessage& message) {
     const ZelMsgStruct& header = message.header.numbers;
-    out += "message " + std::to_string(message.number) + " at offset " + std::to_string(message.offset) + ": ";
-    out += name.empty() ? "" : name + ", ";
-    out += "type " + std::to_string(header.msgType) + ", sub-type " + std::to_string(header.subType) + ", ";
+    out += "message " + std::to_string(message.number);
+    out += message.offset ? " at offset " + std::to_string(*message.offset) + ": " : ": ";
+    if (message.hasHeader) {
+        out += message.kind == nullptr || message.kind->name.empty() ? "" : message.kind->name + ", ";
+        out += "type " + std::to_string(header.msgType) + ", sub-type " + std::to_string(header.subType) + ", ";
+    }
     out += Counted(message.size, "byte") + '\n';
+}
 
+void AppendHeading(std::string& out, const ReceivedMessage& message) {
+    const ZelMsgStruct& header = message.header.numbers;
+    AppendTitle(out, message);
     out += "  service " + std::to_string(static_cast<std::uint16_t>(header.serviceIdHigh)) + '.' +
            std::to_string(static_cast<std::uint16_t>(header.serviceIdLow)) + ", message id " +
            std::to_string(header.msgIdSeq) + '.' + std::to_string(header.msgIdPart2) + '.' +
@@ -80,6 +89,28 @@ void AppendField(std::string& out, const Catalog& catalog, const CatalogField& f
     }
 }
 
+// The index of the slot after the repetitions without values that begin with the one at `first`.
+std::size_t EndOfEmpty(const CatalogMessage& kind, const PlacedSlots& placed, std::size_t first) {
+    std::size_t end = first;
+    while (end < placed.groupLast && placed.slots[end].isSet == 0) {
+        ++end;
+    }
+    return end == placed.groupLast ? end : end - (end - placed.groupFirst) % kind.groupSize;
+}
+
+// One line for the repetition whose first slot has the place; for all that are empty up to the slot `end`, if any are.
+void AppendRepetition(std::string& out, const PlacedSlots& placed, std::size_t index, std::size_t end) {
+    const std::size_t first = placed.places[index].repetition;
+    const std::size_t last = end == index ? first : placed.places[end - 1].repetition;
+    out += first == last ? "    repetition " : "    repetitions ";
+    AppendNumber(out, first);
+    if (first != last) {
+        out += " to ";
+        AppendNumber(out, last);
+    }
+    out += end == index ? "\n" : first == last ? " is empty\n" : " are empty\n";
+}
+
 }  // namespace
 
 void AppendListing(std::string& out, const Catalog& catalog, const ReceivedMessage& message,
@@ -87,14 +118,15 @@ void AppendListing(std::string& out, const Catalog& catalog, const ReceivedMessa
     const CatalogMessage& kind = *message.kind;
     const Columns columns = ColumnsOf(kind);
     const PlacedSlots placed = PlaceContent(kind, *message.content);
-    AppendHeading(out, message, kind.name);
+    AppendHeading(out, message);
     for (std::size_t index = 0; index < placed.places.size(); ++index) {
-        const _field_data& slot = placed.slots[index];
-        const SlotPlace& place = placed.places[index];
         const bool inGroup = index >= placed.groupFirst && index < placed.groupLast;
-        if (inGroup && place.entry == kind.groupStart) {
-            out += "    repetition " + std::to_string(place.repetition) + '\n';
+        if (inGroup && placed.places[index].entry == kind.groupStart) {
+            const std::size_t end = EndOfEmpty(kind, placed, index);
+            AppendRepetition(out, placed, index, end);
+            index = end == index ? index : end - 1;
         }
+        const _field_data& slot = placed.slots[index];
         if (slot.isSet != 0) {
             AppendField(out, catalog, catalog.Field(slot.id), slot, columns, inGroup ? "    " : "  ",
                         streams.contains(slot.id));
@@ -103,11 +135,19 @@ void AppendListing(std::string& out, const Catalog& catalog, const ReceivedMessa
     out += '\n';
 }
 
-void AppendRawListing(std::string& out, const ReceivedMessage& message, Reader payload) {
+void AppendRawListing(std::string& out, const ReceivedMessage& message, Reader payload, ExpandedPayload& room) {
     constexpr std::size_t kBytesPerLine = 16;
     const ZelMsgStruct& header = message.header.numbers;
-    AppendHeading(out, message, "");
-    const bool hasFields = header.format == kIdLengthAndValue && !IsCompressed(header.packFlags);
+    AppendHeading(out, message);
+    bool isPlain = true;
+    if (IsCompressed(header.packFlags)) {
+        const std::optional<Reader> expanded = Expand(header, payload, room);
+        out += "  compressed payload, " + Counted(Remaining(payload), "byte") +
+               (expanded ? ", expanded\n" : ", cannot be expanded\n");
+        isPlain = expanded.has_value();
+        payload = expanded.value_or(payload);
+    }
+    const bool hasFields = header.format == kIdLengthAndValue && isPlain;
     WireField field{};
     for (int left = hasFields ? static_cast<std::uint16_t>(header.numFields) : 0;
          left > 0 && NextCountedField(payload, field); --left) {
@@ -127,6 +167,12 @@ void AppendRawListing(std::string& out, const ReceivedMessage& message, Reader p
         AppendSpacedHex(out, bytes, size);
         out += '\n';
     }
+    out += '\n';
+}
+
+void AppendAnnotated(std::string& out, const ReceivedMessage& message, const std::vector<WirePart>& parts) {
+    AppendTitle(out, message);
+    AppendParts(out, parts);
     out += '\n';
 }
 

@@ -6,7 +6,9 @@
 #include <set>
 #include <string>
 
+#include "tools/capture/expanded_payload.h"
 #include "tools/capture/message_json.h"
+#include "tools/capture/wire_parts.h"
 #include "tools/dictionary/catalog.h"
 
 namespace zel::tools {
@@ -16,8 +18,11 @@ void AppendListing(std::string& out, const Catalog& catalog, const ReceivedMessa
                    const std::set<std::uint16_t>& streams);
 
 // A message without a dictionary: the header, and in format 2 each field's id, length and bytes; in the other formats
-// the payload's bytes.
-void AppendRawListing(std::string& out, const ReceivedMessage& message, Reader payload);
+// the payload's bytes. A compressed payload is expanded.
+void AppendRawListing(std::string& out, const ReceivedMessage& message, Reader payload, ExpandedPayload& room);
+
+// The message's bytes beside what they say.
+void AppendAnnotated(std::string& out, const ReceivedMessage& message, const std::vector<WirePart>& parts);
 
 }  // namespace zel::tools
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "core/wire/compression.h"
 #include "tools/text/findings.h"
 
 namespace zel::tools {
@@ -69,7 +70,7 @@ void WalkValues(const Catalog& catalog, const ZelMsgStruct& header, Reader paylo
     std::size_t found = 0;
     WireValue value{};
     for (const _field_data* slot = slots.Next(); slot != nullptr; slot = slots.Next(), ++found) {
-        if (!LocateByCatalog<kValueOnly>(catalog.Field(slot->id), payload, value)) {
+        if (!NextValue(catalog.Field(slot->id), payload, value)) {
             return;
         }
     }
@@ -116,6 +117,13 @@ bool NextCountedField(Reader& payload, WireField& field) {
     });
 }
 
+bool NextValue(const CatalogField& field, Reader& payload, WireValue& value) {
+    Reader reader = payload;
+    const bool isRead = LocateByCatalog<kValueOnly>(field, reader, value);
+    payload = isRead ? reader : payload;
+    return isRead;
+}
+
 bool NextWireField(const Catalog& catalog, unsigned format, Reader& payload, WireField& field) {
     if (format == kIdLengthAndValue) {
         return NextCountedField(payload, field);
@@ -127,6 +135,11 @@ bool NextWireField(const Catalog& catalog, unsigned format, Reader& payload, Wir
 
 void WalkPayload(const Catalog& catalog, const ZelMsgStruct& header, Reader payload, const ZelMsgStruct& message,
                  PayloadFindings& findings) {
+    if (IsCompressed(header.packFlags)) {
+        const std::size_t after = BytesAfterCompressed(payload);
+        findings.lost = after == 0 ? "" : Counted(after, "byte") + " after the compressed fields left out";
+        return;
+    }
     if (header.format == kValueOnly) {
         return WalkValues(catalog, header, payload, message, findings);
     }

@@ -27,12 +27,16 @@ struct WireField {
 // Reads the next field in format 2, for which no catalog is needed.
 [[nodiscard]] bool NextCountedField(Reader& payload, WireField& field);
 
+// Reads the value of that field in format 1. False: it runs past the end, or the field has no type.
+[[nodiscard]] bool NextValue(const CatalogField& field, Reader& payload, WireValue& value);
+
 struct PayloadFindings {
     std::vector<std::uint16_t> order;  // the ids as received, when that is not the order in which they are packed
     std::string lost;                  // what the library has passed over; empty: nothing
 };
 
-// `message` was unpacked from the uncompressed `payload` after this header, and nothing was reported.
+// `message` was unpacked from the `payload` after this header, and nothing was reported. Of a compressed payload only
+// the end is looked at.
 void WalkPayload(const Catalog& catalog, const ZelMsgStruct& header, Reader payload, const ZelMsgStruct& message,
                  PayloadFindings& findings);
 

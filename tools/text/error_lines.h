@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <string>
+#include <utility>
 
 #include "tools/io/byte_output.h"
 
@@ -14,6 +15,9 @@ class ErrorLines {
 public:
     // `output` is flushed before each line. So both are in order on a terminal.
     ErrorLines(std::string input, ByteOutput& output);
+
+    // What follows is about this input.
+    void Begin(std::string input) { input_ = std::move(input); }
 
     // "INPUT: offset 52, message 2: TEXT"
     void AddForMessage(std::uint64_t offset, std::uint64_t number, const std::string& text);

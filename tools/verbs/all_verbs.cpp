@@ -12,7 +12,7 @@ Verb ZelCommand() {
             "  zel decode orders.zel\n"
             "  zel dict show zeldata/sample.json 10/2\n"
             "  zel value money \"101'16\"\n"
-             "  zel explain 1417\n"
+            "  zel explain 1417\n"
             "'zel VERB --help' tells more.\n"
             "Exit status: 0 good, 1 something bad or different was found, 2 wrong usage, no usable "
             "dictionary, output that cannot be written, or no memory.",

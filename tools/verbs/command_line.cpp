@@ -53,6 +53,10 @@ struct AddTo {
         const bool isArgument = !option.names.starts_with('-');
         return app.add_option(option.names, *list, option.description)->delimiter(',')->allow_extra_args(isArgument);
     }
+    CLI::Option* operator()(WholeTexts* list) const {
+        const bool isArgument = !option.names.starts_with('-');
+        return app.add_option(option.names, list->texts, option.description)->allow_extra_args(isArgument);
+    }
     template <typename Value>
     CLI::Option* operator()(Value* value) const {
         return app.add_option(option.names, *value, option.description);

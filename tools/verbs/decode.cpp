@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <chrono>
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -17,8 +18,11 @@
 #include "tools/io/progress.h"
 #include "tools/io/status.h"
 #include "tools/io/terminal.h"
+#include "tools/text/complaint.h"
 #include "tools/text/error_lines.h"
-#include "tools/text/hex_text.h"
+#include "tools/text/findings.h"
+#include "tools/text/hex_dump.h"
+#include "tools/text/message_error.h"
 #include "tools/verbs/all_verbs.h"
 #include "tools/verbs/dictionary_option.h"
 
@@ -27,24 +31,38 @@ namespace zel::tools {
 namespace {
 
 struct DecodeOptions {
-    std::string input = "-";
+    WholeTexts inputs;
     std::string dictionary;
     std::vector<std::string> streams;
+    std::vector<std::string> types;
+    WholeTexts conditions;
+    std::vector<std::string> fields;
+    std::optional<std::uint64_t> skip;
+    std::optional<std::uint64_t> count;
+    bool noOffsets = false;
     bool hex = false;
     bool unframed = false;
     bool follow = false;
     bool resync = false;
     bool json = false;
+    bool csv = false;
     bool summary = false;
     bool raw = false;
+    bool annotate = false;
 };
 
 DecodedForm FormOf(const DecodeOptions& options) {
+    if (options.annotate) {
+        return DecodedForm::kAnnotated;
+    }
     if (options.raw) {
         return DecodedForm::kRaw;
     }
     if (options.summary) {
-        return DecodedForm::kSummary;
+        return options.json ? DecodedForm::kSummaryJson : DecodedForm::kSummary;
+    }
+    if (options.csv) {
+        return DecodedForm::kCsv;
     }
     return options.json ? DecodedForm::kJson : DecodedForm::kListing;
 }
@@ -93,7 +111,7 @@ ByteInput OpenInput(const DecodeOptions& options, InputFile& file, ByteOutput& o
                     RunningSummary& summary) {
     ByteInput bytes = [&file](char* to, std::size_t size) { return file.Read(to, size); };
     if (options.follow && file.IsFile()) {
-        const bool showsSummary = options.summary && EnableEscapes(Stream::kOutput);
+        const bool showsSummary = options.summary && !options.json && EnableEscapes(Stream::kOutput);
         bytes = FollowedInput(file, WaitForGrowth([&summary, showsSummary] {
                                   if (showsSummary) {
                                       summary.Show();
@@ -110,21 +128,61 @@ ByteInput OpenInput(const DecodeOptions& options, InputFile& file, ByteOutput& o
     return HexInput(std::move(flushed), [&errors](const std::string& text) { errors.Add(text); });
 }
 
-std::set<std::uint16_t> FindStreams(const std::vector<std::string>& names, const Catalog& catalog) {
-    std::set<std::uint16_t> ids;
+std::vector<const CatalogField*> FindFields(const char* option, const std::vector<std::string>& names,
+                                            const Catalog& catalog) {
+    std::vector<const CatalogField*> fields;
     for (const std::string& name : names) {
-        const CatalogField* field = catalog.FindField(name);
-        if (field == nullptr) {
-            throw UsageError("--streams: the dictionary has no field " + name);
+        fields.push_back(catalog.FindField(name));
+        if (fields.back() == nullptr) {
+            throw UsageError(std::string(option) + ": the dictionary has no field " + name);
         }
-        ids.insert(field->id);
     }
-    return ids;
+    return fields;
+}
+
+// Without a catalog, the options that need one are not given.
+DecodedView ViewOf(const DecodeOptions& options, const Catalog* catalog) {
+    DecodedView view{.form = FormOf(options), .hasOffsets = !options.noOffsets};
+    view.hasFiles = options.inputs.texts.size() > 1;
+    view.skip = options.skip.value_or(0);
+    view.count = options.count.value_or(view.count);
+    if (catalog != nullptr) {
+        for (const CatalogField* field : FindFields("--streams", options.streams, *catalog)) {
+            view.streams.insert(field->id);
+        }
+        view.fields = FindFields("--fields", options.fields, *catalog);
+    }
+    const char* option = "--type: ";
+    try {
+        for (const std::string& type : options.types) {
+            view.selection.AddType(type, catalog);
+        }
+        option = "--where: ";
+        for (const std::string& condition : options.conditions.texts) {
+            view.selection.AddCondition(condition, *catalog);
+        }
+    } catch (const MessageError& error) {
+        throw UsageError(option + std::string(error.what()));
+    }
+    return view;
+}
+
+void CheckUsage(const DecodeOptions& options) {
+    if (options.csv && options.fields.empty()) {
+        throw UsageError("--csv: say the columns with --fields");
+    }
+    if (!options.fields.empty() && !options.csv && (!options.json || options.summary)) {
+        throw UsageError("--fields: is for --csv and --json");
+    }
+    if (options.follow && options.inputs.texts.size() > 1) {
+        throw UsageError("--follow: takes one file");
+    }
 }
 
 void DecodeFrames(const DecodeOptions& options, FrameReader& reader, CaptureDecoder& decoder, ErrorLines& errors,
                   Progress& progress) {
-    for (;;) {
+    const bool resync = options.resync && !options.unframed;
+    while (!decoder.IsDone()) {
         Frame frame{};
         std::string fault;
         const FrameState state = options.unframed ? reader.Rest(frame, fault) : reader.Next(frame, fault);
@@ -132,34 +190,32 @@ void DecodeFrames(const DecodeOptions& options, FrameReader& reader, CaptureDeco
             return;
         }
         if (state == FrameState::kFrame) {
-            decoder.Decode(frame);
+            decoder.Decode(frame, resync ? &reader : nullptr);
             progress.Show(frame.offset);
             continue;
         }
-        if (state == FrameState::kLost && !(options.resync && !options.unframed && reader.Resynchronise())) {
-            errors.AddForMessage(frame.offset, frame.number,
-                                 fault + "; stopped at offset " + std::to_string(frame.offset));
+        // Looking further drops what there is of a frame that is cut.
+        const bool goesOn = resync && reader.Resynchronise();
+        fault += "; ";
+        fault += resync ? Counted(reader.offset() - frame.offset, "byte") + " passed over" : "stopped";
+        fault += !resync  ? " at offset " + std::to_string(frame.offset)
+                 : goesOn ? ", goes on at offset " + std::to_string(reader.offset())
+                          : " to the end";
+        errors.AddForMessage(frame.offset, frame.number, fault);
+        if (!goesOn) {
+            if (!resync) {
+                decoder.ShowCut(frame);
+            }
             return;
         }
-        errors.AddForMessage(frame.offset, frame.number,
-                             fault + "; goes on at offset " + std::to_string(reader.offset()));
     }
 }
 
-int Decode(const DecodeOptions& options) {
-    ByteOutput output{kStandardOutput, ""};
-    InputFile file(options.input);
-    std::optional<LoadedDictionary> dictionary;
-    std::optional<Catalog> catalog;
-    if (!options.raw) {
-        dictionary.emplace(options.dictionary);
-        catalog.emplace(dictionary->tables());
-    }
-    const std::set<std::uint16_t> streams =
-        catalog ? FindStreams(options.streams, *catalog) : std::set<std::uint16_t>();
-    ErrorLines errors(file.name(), output);
-    CaptureDecoder decoder(catalog ? &*catalog : nullptr, FormOf(options), streams, output, errors);
-    RunningSummary summary(decoder, output);
+void DecodeFile(const DecodeOptions& options, const std::string& path, CaptureDecoder& decoder, ByteOutput& output,
+                ErrorLines& errors, RunningSummary& summary) {
+    InputFile file(path);
+    errors.Begin(file.name());
+    decoder.Begin(file.name());
     FrameReader reader(OpenInput(options, file, output, errors, summary));
     Progress progress(options.hex ? 0 : file.Size());
     try {
@@ -167,12 +223,39 @@ int Decode(const DecodeOptions& options) {
     } catch (const InputError& error) {
         errors.Add(error.what());
     }
-    if (options.summary) {
-        summary.TakeAway();
-        decoder.AppendSummary(output.text);
+}
+
+int Decode(const DecodeOptions& options) {
+    CheckUsage(options);
+    ByteOutput output{kStandardOutput, ""};
+    std::optional<LoadedDictionary> dictionary;
+    std::optional<Catalog> catalog;
+    if (!options.raw) {
+        dictionary.emplace(options.dictionary);
+        catalog.emplace(dictionary->tables());
     }
+    const Catalog* known = catalog ? &*catalog : nullptr;
+    ErrorLines errors("", output);
+    CaptureDecoder decoder(known, ViewOf(options, known), output, errors);
+    RunningSummary summary(decoder, output);
+    bool areThere = true;
+    const std::vector<std::string> standardInput{"-"};
+    for (const std::string& path : options.inputs.texts.empty() ? standardInput : options.inputs.texts) {
+        if (decoder.IsDone()) {
+            break;
+        }
+        try {
+            DecodeFile(options, path, decoder, output, errors, summary);
+        } catch (const InputError& error) {
+            Flush(output);
+            Complain(std::string("zel: ") + error.what());
+            areThere = false;
+        }
+    }
+    summary.TakeAway();
+    decoder.AppendSummary(output.text);
     Flush(output);
-    return errors.any() ? kStatusDiffers : kStatusGood;
+    return !areThere ? kStatusUnable : errors.any() ? kStatusDiffers : kStatusGood;
 }
 
 }  // namespace
@@ -182,23 +265,42 @@ Verb DecodeVerb() {
     return {
         .name = "decode",
         .summary = "Show the messages of a capture",
-        .options = {{"FILE", &options->input, "Capture: frames back to back; - is standard input (default)"},
+        .options = {{"FILE", &options->inputs, "Captures: frames back to back; - is standard input (default)"},
                     DictionaryOption(&options->dictionary),
                     {"--hex", &options->hex,
                      "The capture is hex text: offsets, blanks and text columns are passed over"},
                     {"--unframed", &options->unframed, "The capture is one message without a frame"},
                     {"--follow", &options->follow, "Wait for more at the end of the file, until an interrupt (Ctrl-C)"},
                     {"--resync", &options->resync, "Look for the next frame where bytes are none, instead of stopping"},
+                    {"--type", &options->types, "Only messages of these types, by name or as TYPE/SUBTYPE", "TYPE,..."},
+                    {"--where", &options->conditions,
+                     "Only messages with such a field: FIELD=VALUE, or !=, <, <=, >, >=, ~ (contains); all must hold",
+                     "CONDITION"},
+                    {"--skip", &options->skip, "Pass over the first N messages", "N"},
+                    {"--count", &options->count, "Stop after N messages", "N"},
                     {"--json", &options->json, "Write one JSON object a line"},
-                    {"--summary", &options->summary, "Write counts and bytes by message type"},
+                    {"--csv", &options->csv, "Write a table with the fields of --fields"},
+                    {"--fields", &options->fields, "Write only these fields, in --csv and --json", "FIELD,..."},
+                    {"--no-offsets", &options->noOffsets, "Leave out where in the capture messages stand"},
+                    {"--summary", &options->summary,
+                     "Write counts and bytes by message type; with --json, sizes and places, too"},
                     {"--raw", &options->raw, "Use no dictionary: headers and, in format 2, fields"},
+                    {"--annotate", &options->annotate, "Write the bytes of each message beside what they say"},
                     {"--streams", &options->streams, "Open the filter or sort data in these fields", "FIELD,...", false,
                      true}},
-        .exclusive = {{"--unframed", "--follow"}, {"--json", "--summary", "--raw", "--streams"}},
+        .exclusive = {{"--unframed", "--follow"},
+                      {"--json", "--csv", "--raw", "--streams"},
+                      {"--summary", "--csv", "--raw", "--streams"},
+                      {"--annotate", "--summary", "--csv", "--streams"},
+                      {"--annotate", "--json"},
+                      {"--raw", "--where"},
+                      {"--raw", "--fields"}},
         .footer =
             "Examples:\n"
             "  zel decode capture.zel\n"
-            "  zel decode --json capture.zel | grep '\"SYMBOL\":\"RYE\"'\n"
+            "  zel decode --type NEW_ORDER --where 'LIMIT_PRICE>=101.50' --where SYMBOL~MAY capture.zel\n"
+            "  zel decode --csv --fields SYMBOL,QUANTITY,LIMIT_PRICE *.zel\n"
+            "  zel decode --annotate --skip 3 --count 1 capture.zel\n"
             "  zel decode --summary -d zeldata/sample.json capture.zel\n"
             "  zel decode --hex --streams FILTER_STREAM,SORT_STREAM dump.txt\n"
             "  zel decode --follow capture.zel\n"

@@ -14,10 +14,16 @@
 
 namespace zel::tools {
 
+// Texts of which each stands alone, whatever it holds: an option is given once for each, an argument takes all on the
+// line.
+struct WholeTexts {
+    std::vector<std::string> texts;
+};
+
 // What an option sets. A flag sets a bool; a list takes its values with commas between them, and as an argument also
 // all that stand on the line.
-using OptionTarget =
-    std::variant<bool*, std::string*, std::vector<std::string>*, std::optional<short>*, std::uint32_t*>;
+using OptionTarget = std::variant<bool*, std::string*, std::vector<std::string>*, WholeTexts*, std::optional<short>*,
+                                  std::optional<std::uint64_t>*, std::uint32_t*>;
 
 struct VerbOption {
     std::string names;  // "-o,--output"; a name without a dash is that of an argument
