@@ -4,6 +4,8 @@
 #include <optional>
 #include <vector>
 
+#include "core/tables/plan_table.h"
+
 namespace zel::fuzz {
 
 using test::Random;
@@ -170,6 +172,7 @@ const RandomTables& UseTablesOf(std::uint8_t number) {
     static std::uint8_t madeFrom = 0;
     if (!tables || madeFrom != number) {
         tables.reset();
+        ReleasePlans();
         Random random(number);
         tables.emplace(random);
         madeFrom = number;

@@ -9,6 +9,7 @@
 #include <regex>
 #include <set>
 
+#include "core/tables/plan_table.h"
 #include "core/tables/tables_in_use.h"
 #include "fuzz/received_message.h"
 #include "tests/support/failing_heap.h"
@@ -29,6 +30,8 @@ TEST(RecordAgreement, HoldsForAnyDictionaryLayoutAndMessage) {
     unsigned long bound = 0;
     unsigned long packed = 0;
     for (unsigned long seed = 0; seed < cases; ++seed) {
+        // Those of the tables before: no message is left.
+        ReleasePlans();
         Random random(static_cast<std::uint32_t>(seed));
         const RandomTables tables(random);
         RecordAgreement agreement(random, tables);

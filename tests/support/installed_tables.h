@@ -8,7 +8,6 @@
 #include <utility>
 #include <vector>
 
-#include "core/tables/plan_table.h"
 #include "core/tables/tables_in_use.h"
 #include "include/zelprovider.h"
 
@@ -27,11 +26,7 @@ inline const ZELDictionaryField& FieldOrNone(const Tables& tables, unsigned id) 
 
 class InstalledTables {
 public:
-    // No message may be left.
-    ~InstalledTables() {
-        StopUsingTables();
-        ReleasePlans();
-    }
+    ~InstalledTables() { StopUsingTables(); }
     InstalledTables(const InstalledTables&) = delete;
     InstalledTables& operator=(const InstalledTables&) = delete;
 

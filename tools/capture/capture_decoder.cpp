@@ -3,6 +3,7 @@
 #include "tools/capture/message_csv.h"
 #include "tools/capture/message_listing.h"
 #include "tools/io/out_of_memory.h"
+#include "tools/text/complaint.h"
 #include "tools/text/text_table.h"
 
 namespace zel::tools {

@@ -353,7 +353,7 @@ void HexDump::ReadData(std::string_view data, bool isDump, std::string& bytes) {
     count_ += lastLine_.size();
 }
 
-ByteInput HexInput(ByteInput text, Complain complain) {
+ByteInput HexInput(ByteInput text, FaultSink complain) {
     struct State {
         LineReader lines;
         HexDump dump;

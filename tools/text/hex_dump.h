@@ -14,13 +14,13 @@
 
 namespace zel::tools {
 
-using Complain = std::function<void(const std::string&)>;
+using FaultSink = std::function<void(const std::string&)>;
 
 // Takes one line after the other. Lines that cannot be read are left out and told, as is an offset that is not the
 // number of bytes before it. Empty lines and those that start with "#" hold nothing.
 class HexDump {
 public:
-    explicit HexDump(Complain complain) : complain_(std::move(complain)) {}
+    explicit HexDump(FaultSink complain) : complain_(std::move(complain)) {}
 
     // Appends the bytes of the line. A line that may or may not begin with an offset is kept until the next one tells.
     void Read(std::string_view line, std::string& bytes);
@@ -55,7 +55,7 @@ private:
     void Repeat(const Offset& offset, std::string& bytes);
     void Refuse(const std::string& fault);
 
-    Complain complain_;
+    FaultSink complain_;
     std::optional<Counting> counting_;  // none: the lines so far have no offsets
     std::uint64_t count_ = 0;           // bytes since the dump's start
     std::uint64_t line_ = 0;
@@ -67,7 +67,7 @@ private:
 };
 
 // The bytes of a hex text.
-[[nodiscard]] ByteInput HexInput(ByteInput text, Complain complain);
+[[nodiscard]] ByteInput HexInput(ByteInput text, FaultSink complain);
 
 }  // namespace zel::tools
 
