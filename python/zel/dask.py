@@ -30,8 +30,8 @@ def read(sources: Union[Paths, Sequence[Paths]], message: Message, fields: Optio
 
     Args:
         sources: a path, one with wildcards, or a list of either; partitions stand in their order.
-        blocksize: bytes of a capture for each partition, at most; as "64MB" or a number. A worker's memory is bounded by
-            it: the block's bytes and its rows, for each task that it runs at a time.
+        blocksize: bytes of a capture for each partition, at most; as "64MB" or a number. A worker's memory is bounded
+            by it: the block's bytes and its rows, for each task that it runs at a time.
         index: keep where the blocks begin in a file beside each capture (`zel.blocks.blocks`): without one each call
             walks through all frames once, here.
         errors: "raise" or "skip"; an `Error` names the file, and the offset in it.

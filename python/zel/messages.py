@@ -307,9 +307,9 @@ def _taker(column: Column) -> Callable[[Any, int], Any]:
 def encode(message: Mapping[str, Any], dictionary: Optional[Dictionary] = None) -> bytes:
     """The bytes of one message, given in the form of `zel decode --json` (docs/tools.md).
 
-    Everything but `name`, or `type` and `subType`, may be missing. Not taken: `order`, second values of fields that a
-    message lists twice, packing flags that the library does not choose itself, and counts other than the length of
-    `group`.
+    Everything but `name`, or `type` and `subType`, may be missing. Money is whatever text the library reads as such. Not
+    taken: `order`, second values of fields that a message lists twice, packing flags that the library does not choose
+    itself, and counts other than the length of `group`.
 
     Raises:
         Error: a member is none, or its value is not one of its field; or the library does not pack it.
@@ -326,7 +326,8 @@ class _Packing:
                  "format", "version", "packFlags", "encryptFlag", "fields", "group", "repeatCount"}
         for name in message:
             _expect(name in known, str(name), f"{'cannot be written' if name == 'order' else 'is no member'}")
-        self.kind = dictionary[message["name"] if "name" in message else (message.get("type", 0), message.get("subType", 0))]
+        number = message.get("type", 0), message.get("subType", 0)
+        self.kind = dictionary[message["name"] if "name" in message else number]
         self.kept: List[Any] = []  # what views lead to
         fields, group = message.get("fields", {}), message.get("group", [])
         _expect(not group or self.kind.count is not None, "group", f"{self.kind.name} has none")

@@ -232,9 +232,9 @@ class DateTime(NamedTuple):
     def json(self) -> Any:
         has_date, has_time = self.kind & 1, self.kind & 2
         date, time = self[:3], self[3:6]
-        date_fits = 0 <= self.day <= 31 and 0 <= self.month <= 12 if has_date else date == (0, 0, 0)
-        time_fits = (0 <= self.hour <= 24 and 0 <= self.minute <= 59 and 0 <= self.second <= 59 if has_time
-                     else time == (0, 0, 0))
+        date_fits = self._replace(kind=1).value() is not None if has_date else date == (0, 0, 0)
+        is_end_of_day = time == (24, 0, 0)
+        time_fits = is_end_of_day or self._replace(kind=2).value() is not None if has_time else time == (0, 0, 0)
         if self.kind > 3 or self.extra or not date_fits or not time_fits:
             return self._asdict()
         texts = [f"{1900 + self.year}-{self.month:02}-{self.day:02}"] if has_date else []
