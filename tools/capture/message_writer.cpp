@@ -246,7 +246,7 @@ void MessageWriter::SetField(const GivenField& given) {
     const std::size_t index = SlotAt(given.place);
     if (index == places_.size() || places_[index].entry != given.place.entry) {
         throw MessageError(given.where + ": the message has " +
-                           Counted(static_cast<std::size_t>(object_.repeatCount), "repetition"));
+                           Counted(static_cast<std::uint64_t>(object_.repeatCount), "repetition"));
     }
     if (object_.message->dataBuf->fields[index].isSet != 0) {
         throw MessageError(given.where + ": the field is given twice");
