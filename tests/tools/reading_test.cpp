@@ -85,6 +85,18 @@ struct Layout {
     const char* end;
 };
 
+// The column of text; nothing where there is none.
+std::string TextOf(const std::string& bytes, const Layout& layout) {
+    if (*layout.column[0] == '\0') {
+        return "";
+    }
+    std::string text = layout.column[0];
+    for (const char c : bytes) {
+        text += c == ' ' ? layout.blank : c > ' ' && c <= '~' ? c : '.';
+    }
+    return text + layout.column[1];
+}
+
 std::string DumpOf(const std::string& bytes, const Layout& layout) {
     std::array<char, 64> text;
     const auto print = [&text](const char* format, unsigned long number) {
@@ -101,11 +113,7 @@ std::string DumpOf(const std::string& bytes, const Layout& layout) {
             const std::string pair = print(layout.digits, isThere ? static_cast<unsigned char>(bytes[at + i]) : 0);
             dump += isThere ? pair : *layout.column[0] == '\0' ? "" : std::string(pair.size(), ' ');
         }
-        dump += layout.column[0];
-        for (const char c : bytes.substr(at, *layout.column[0] == '\0' ? 0 : layout.perLine)) {
-            dump += c == ' ' ? layout.blank : c > ' ' && c <= '~' ? c : '.';
-        }
-        dump += layout.column[1] + std::string("\n");
+        dump += TextOf(bytes.substr(at, layout.perLine), layout) + '\n';
     }
     return dump + print(layout.end, bytes.size());
 }

@@ -273,7 +273,7 @@ void MessageWriter::SetField(const GivenField& given) {
     }
     const std::size_t slot = SlotAt(given.place);
     if (slot == places_.size() || places_[slot].entry != given.place.entry) {
-        refuse("the message has " + Counted(static_cast<std::size_t>(object_.repeatCount), "repetition"));
+        refuse("the message has " + Counted(static_cast<std::uint64_t>(object_.repeatCount), "repetition"));
     }
     if (object_.message->dataBuf->fields[slot].isSet != 0) {
         refuse("the field is given twice");

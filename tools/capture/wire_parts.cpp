@@ -19,26 +19,41 @@ namespace {
 // What the number of a header field says.
 std::string HeaderMeaning(HeaderFieldId fieldId, std::uint32_t value) {
     ZelMsgStruct numbers{};
+    std::string text;
+    const auto add = [&text](const char* before, auto number) {
+        text += before;
+        AppendNumber(text, number);
+    };
     switch (fieldId) {
         case kFlags:
             SplitFlags(value, numbers);
-            return "encryption " + std::to_string(numbers.encryptFlag) + ", packing " +
-                   std::to_string(numbers.packFlags) + (IsCompressed(numbers.packFlags) ? " (compressed)" : "") +
-                   ", format " + std::to_string(numbers.format) + ", version " + std::to_string(numbers.version);
+            add("encryption ", numbers.encryptFlag);
+            add(", packing ", numbers.packFlags);
+            text += IsCompressed(numbers.packFlags) ? " (compressed)" : "";
+            add(", format ", numbers.format);
+            add(", version ", numbers.version);
+            break;
         case kMsgType:
-            return "type " + std::to_string(HighHalf(value)) + ", sub-type " + std::to_string(LowHalf(value));
+            add("type ", HighHalf(value));
+            add(", sub-type ", LowHalf(value));
+            break;
         case kServiceId:
-            return std::to_string(static_cast<std::uint16_t>(HighHalf(value))) + '.' +
-                   std::to_string(static_cast<std::uint16_t>(LowHalf(value)));
+            add("", static_cast<std::uint16_t>(HighHalf(value)));
+            add(".", static_cast<std::uint16_t>(LowHalf(value)));
+            break;
         case kMsgId:
             SplitMsgId(value, numbers);
-            return std::to_string(numbers.msgIdSeq) + '.' + std::to_string(numbers.msgIdPart2) + '.' +
-                   std::to_string(numbers.msgIdPart3);
+            add("", numbers.msgIdSeq);
+            add(".", numbers.msgIdPart2);
+            add(".", numbers.msgIdPart3);
+            break;
         case kUserData:
-            return std::to_string(static_cast<std::int32_t>(value));
+            add("", static_cast<std::int32_t>(value));
+            break;
         default:
-            return Counted(value, "field");
+            text = Counted(value, "field");
     }
+    return text;
 }
 
 std::string HeaderName(HeaderFieldId fieldId) {

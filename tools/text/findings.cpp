@@ -31,7 +31,7 @@ void PrintFindings(const std::string& file, const Findings& findings) {
     }
 }
 
-std::string Counted(std::size_t number, const std::string& noun) {
+std::string Counted(std::uint64_t number, const std::string& noun) {
     return std::to_string(number) + ' ' + noun + (number == 1 ? "" : "s");
 }
 

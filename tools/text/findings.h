@@ -2,6 +2,7 @@
 #ifndef ZEL_TOOLS_TEXT_FINDINGS_H
 #define ZEL_TOOLS_TEXT_FINDINGS_H
 
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -27,7 +28,7 @@ void AddWarning(Findings& findings, std::string place, std::string text);
 void PrintFindings(const std::string& file, const Findings& findings);
 
 // The number and its noun: "1 error", "2 errors".
-[[nodiscard]] std::string Counted(std::size_t number, const std::string& noun);
+[[nodiscard]] std::string Counted(std::uint64_t number, const std::string& noun);
 
 }  // namespace zel::tools
 
