@@ -140,11 +140,13 @@ extern "C" void ZELFindGroup(const ZelMsgStruct* message, ZELGroupSlots* group) 
     }
     const zel::MessageBlock& block = zel::BlockOf(*message);
     const zel::MessagePlan& plan = *block.plan;
+    group->hasRepeatedIds = plan.hasRepeatedIds ? 1 : 0;
     if (plan.groupBegin == plan.groupEnd) {
         return;
     }
     const auto marker = static_cast<unsigned short>(plan.groupMarkers != 0 ? kZELGroupMarker : 0);
-    *group = {plan.groupBegin, plan.groupEnd - plan.groupBegin, block.repetitions, plan.repeatFieldId, marker};
+    *group = {plan.groupBegin,      plan.groupEnd - plan.groupBegin, block.repetitions, plan.repeatFieldId, marker,
+              group->hasRepeatedIds};
 }
 
 CZELMessage::CZELMessage(short messageVersion, int packFormat2) noexcept
@@ -189,7 +191,8 @@ void CZELMessage::setFieldValue(short fieldId, const void* value, short occurren
 }
 
 void CZELMessage::setFieldValueBinary(short fieldId, const void* data, short length, short occurrence) noexcept {
-    _field_data* slot = FindSlotToSet(message, fieldId, occurrence);
+    const bool isExpected = message != nullptr && IsExpected(zel::BlockOf(*message), fieldId, occurrence);
+    _field_data* slot = isExpected ? zel::BlockOf(*message).expected : FindSlotToSet(message, fieldId, occurrence);
     if (slot != nullptr && data != nullptr) {
         zel::BlockOf(*message).expected = slot + 1;
         const auto size = static_cast<std::size_t>(std::max<short>(length, 1));
