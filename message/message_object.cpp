@@ -191,8 +191,7 @@ void CZELMessage::setFieldValue(short fieldId, const void* value, short occurren
 }
 
 void CZELMessage::setFieldValueBinary(short fieldId, const void* data, short length, short occurrence) noexcept {
-    const bool isExpected = message != nullptr && IsExpected(zel::BlockOf(*message), fieldId, occurrence);
-    _field_data* slot = isExpected ? zel::BlockOf(*message).expected : FindSlotToSet(message, fieldId, occurrence);
+    _field_data* slot = FindSlotToSet(message, fieldId, occurrence);
     if (slot != nullptr && data != nullptr) {
         zel::BlockOf(*message).expected = slot + 1;
         const auto size = static_cast<std::size_t>(std::max<short>(length, 1));
