@@ -347,6 +347,7 @@ TEST(Results, SayWhatIsWrongWithARecord) {
     ZELFailure failure{};
     EXPECT_NE(ZELUnpackRecord(binding.get(), "\x01\x10\x02\0\0\x07", 6, &spread, nullptr, &failure), 0);
     EXPECT_EQ(failure.offset, 0U) << "no field is to blame";
+    EXPECT_STREQ(failure.text, "the bytes are no ZEL message: check where the message begins and how long it is");
 }
 
 // ---- Frames in a row ------------------------------------------------------------------------------------------------
