@@ -53,7 +53,7 @@ do
         {"message_unknown", expert.group.MALFORMED, expert.severity.ERROR, "Message that the dictionary does not have"},
         {"format_bad", expert.group.MALFORMED, expert.severity.ERROR, "Invalid field format"},
         {"compression_bad", expert.group.MALFORMED, expert.severity.ERROR, "Payload that cannot be expanded"},
-        {"compression_odd", expert.group.PROTOCOL, expert.severity.NOTE, "Bytes after the compressed data"},
+        {"compression_odd", expert.group.PROTOCOL, expert.severity.WARN, "Bytes after the compressed data"},
         {"field_cut", expert.group.MALFORMED, expert.severity.ERROR, "Field that runs past the end"},
         {"field_short", expert.group.MALFORMED, expert.severity.ERROR, "Value shorter than its type"},
         {"field_long", expert.group.PROTOCOL, expert.severity.WARN, "Value longer than its type"},

@@ -247,12 +247,17 @@ do
         return text and text .. " (" .. record .. ")" or record, number
     end
 
-    local function is_date(day, month)
-        return day <= 31 and month <= 12
+    local DAYS = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31}
+
+    local function is_date(day, month, year)
+        local is_leap = year % 4 == 0 and (year % 100 ~= 0 or year % 400 == 0)
+        local days = is_leap and month == 2 and 29 or DAYS[month]
+        return days ~= nil and day >= 1 and day <= days
     end
 
+    -- A day may end at 24:00:00.
     local function is_time(hour, minute, second)
-        return hour <= 24 and minute <= 59 and second <= 59
+        return hour < 24 and minute <= 59 and second <= 59 or hour == 24 and minute + second == 0
     end
 
     local function signed(number)
@@ -263,7 +268,7 @@ do
     function value_text.date_time(data, at)
         local day, month, year, hour, minute, second, extra, kind = byte(data, at, at + 7)
         local has_date, has_time = kind == 1 or kind == 3, kind == 2 or kind == 3
-        local date_good = has_date and is_date(day, month) or not has_date and day + month + year == 0
+        local date_good = has_date and is_date(day, month, 1900 + year) or not has_date and day + month + year == 0
         local time_good = has_time and is_time(hour, minute, second) or not has_time and hour + minute + second == 0
         if kind > 3 or extra ~= 0 or not date_good or not time_good then
             return format("day %d, month %d, year 1900 + %d, hour %d, minute %d, second %d, extra %d, kind %d",

@@ -75,7 +75,13 @@ Row = collections.namedtuple("Row", "repetition field number kind value")
 def ordered(rows):
     """In one order for all tools. Without long values, which Wireshark cuts."""
     short = (row for row in rows if len(row.value.encode()) <= 100 and not row.value.endswith("..."))
-    return sorted(short, key=str)
+    return sorted(map(canonical, short), key=str)
+
+
+def canonical(row):
+    """Lua tries 15 to 17 digits: of a few powers of two 16 others than those that it tries are enough."""
+    is_number = row.kind == "double" and re.fullmatch(r"-?[\d.]+(e[-+]\d+)?", row.value)
+    return row._replace(value=repr(float(row.value))) if is_number else row
 
 
 class Shown:

@@ -45,8 +45,10 @@ def encode(zel, path, lines):
 def decode(zel, path, streams, frames):
     """The messages by offset, and the offsets where a fault was reported."""
     result = subprocess.run([zel, "decode", "-d", path, "--streams", streams], input=b"".join(frames), capture_output=True)
-    listed = map(Listed, re.split(r"^message \d+ at offset ", result.stdout.decode(), flags=re.M)[1:])
+    shown = re.split(r"^message \d+ at offset ", result.stdout.decode(), flags=re.M)[1:]
     complaints = {int(number) for number in re.findall(r": offset (\d+), message", result.stderr.decode())}
+    # A message that cannot be read is shown by its bytes, below a line without a full header.
+    listed = map(Listed, (each for each in shown if re.match(r".*\n  service ", each)))
     return {each.offset: each for each in listed}, complaints
 
 

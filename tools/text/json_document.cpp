@@ -112,6 +112,11 @@ char* JsonDocument::Stream::Fetch(char* next) const {
     const std::size_t at = OffsetOf(next);
     while (at == decoded.size() && !document_->isComplete_ && (*more_)(document_->text_)) {
         decoded.append(document_->text_, at);
+        // Some editors put this mark before all texts.
+        constexpr std::string_view kMark = "\xEF\xBB\xBF";
+        if (at == 0 && decoded.starts_with(kMark)) {
+            decoded.replace(0, kMark.size(), kMark.size(), ' ');
+        }
         // In the text it is as wrong as another control character.
         for (std::size_t zero = at; (zero = decoded.find('\0', zero)) != std::string::npos;) {
             decoded[zero] = '\1';
