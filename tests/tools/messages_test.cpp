@@ -16,6 +16,7 @@
 #include "tests/support/random_message.h"
 #include "tests/support/work_folder.h"
 #include "tests/tools/run_command.h"
+#include "tools/verbs/help_text.h"
 
 namespace zel::tools {
 namespace {
@@ -35,6 +36,21 @@ protected:
     static std::string Encoded(const std::string& path) { return test::FromHex(RunZel("encode --hex " + path).out); }
 
     static std::string Golden(const std::string& name) { return ReadFile(SourcePath("tests/tools/golden/" + name)); }
+
+    // Writes b.zel: these of the sample orders, counted from 1, with `from` replaced by `to`.
+    static void WriteOthers(const std::string& numbers, const std::string& from, const std::string& to) {
+        const std::vector<std::string> orders = Lines(ReadFile("orders.jsonl"));
+        std::istringstream list(numbers);
+        std::string text;
+        for (std::size_t number = 0; list >> number;) {
+            text += orders.at(number - 1) + '\n';
+        }
+        if (!from.empty()) {
+            text.replace(text.find(from), from.size(), to);
+        }
+        WriteFile("b.jsonl", text);
+        WriteFile("b.zel", Encoded("b.jsonl"));
+    }
 
     test::WorkFolder folder_{"examples/orders.jsonl", "zeldata/sample.json", "tests/tools/cases/odd_names.json"};
 };
@@ -125,6 +141,22 @@ TEST_F(Messages, AreSelectedByTypeAndValues) {
     }
 }
 
+TEST_F(Messages, AreComparedWithThoseOfAnotherCapture) {
+    std::string damaged = ReadFile("orders.zel");
+    damaged[247 + 37] = 9;
+    damaged[621 + 38] = 9;
+    WriteFile("damaged.zel", damaged);
+    WriteFile("unframed.bin", ReadFile("orders.zel").substr(6, 247 - 6));
+    WriteFile("orders.txt", RunZel("encode --hex orders.jsonl").out);
+    for (const test::Cells& row : test::ReadCases("tests/tools/cases/capture_diffs.txt", 8)) {
+        WriteOthers(row[1], row[2], row[3]);
+        const Outcome outcome = RunZel("diff " + row[4]);
+        EXPECT_EQ(LinesThatBegin(outcome.out, ""), row[6]) << row[0];
+        EXPECT_EQ(LinesThatBegin(outcome.err, ""), row[7]) << row[0];
+        EXPECT_EQ(outcome.status, std::stoi(row[5])) << row[0];
+    }
+}
+
 // One byte of every frame at a time, in each way that a length can go wrong: shorter, longer, negative, without end.
 TEST_F(Messages, AroundADamagedOneAreReadAfterResynchronising) {
     const std::string orders = ReadFile("orders.zel");
@@ -210,8 +242,9 @@ TEST_F(Messages, AreDocumentedAsTheyAre) {
     std::ifstream page(SourcePath("docs/tools.md"));
     std::string output;
     int lines = 0;
+    WriteOthers("1 3 4 5", "101.50", "101.75");
     for (std::string line; std::getline(page, line);) {
-        if (line.starts_with("$ zel decode ")) {
+        if (line.starts_with("$ zel decode ") || line.starts_with("$ zel diff ")) {
             output = RunZel(line.substr(6)).out;
         } else if (line.starts_with("$ echo")) {
             WriteFile("echo.jsonl", line.substr(8, line.find("' |") - 8));
@@ -223,7 +256,7 @@ TEST_F(Messages, AreDocumentedAsTheyAre) {
             ++lines;
         }
     }
-    EXPECT_EQ(lines, 36);
+    EXPECT_EQ(lines, 41);
 }
 
 TEST_F(Messages, AnswerDictionaryFaultsWithStatus2) {
