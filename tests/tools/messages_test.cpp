@@ -87,6 +87,10 @@ TEST_F(Messages, StreamsAreListedBelowTheirField) {
         EXPECT_EQ(listed, row[1]) << row[0];
         EXPECT_EQ(RunZel("value stream " + hex).out, row[2].empty() ? "" : row[2] + '\n') << row[0];
         if (!row[2].empty()) {
+            EXPECT_NE(
+                RunZel("decode --json --streams FILTER_STREAM query.zel").out.find("FILTER_STREAM\":" + row[2] + '}'),
+                std::string::npos)
+                << row[0];
             WriteFile("json.jsonl",
                       R"({"name":"ORDER_QUERY","fields":{"QUERY_REF":"Q","FILTER_STREAM":)" + row[2] + "}}\n");
             EXPECT_EQ(Encoded("json.jsonl"), Encoded("query.jsonl")) << row[0];

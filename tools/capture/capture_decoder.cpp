@@ -104,10 +104,10 @@ void CaptureDecoder::Annotate(const Frame& frame, const ReceivedMessage& message
 void CaptureDecoder::Show(const ReceivedMessage& message, const Reader& payload) {
     if (view_.form == DecodedForm::kRaw) {
         AppendRawListing(output_.text, message, payload, room_);
-    } else if (view_.form == DecodedForm::kJson) {
-        AppendMessageJson(output_.text, message, fieldIds_);
     } else if (view_.form == DecodedForm::kCsv) {
         AppendCsvRows(output_.text, message, view_.fields, view_.hasFiles ? file_ : "");
+    } else if (catalog_ != nullptr && view_.form == DecodedForm::kJson) {
+        AppendMessageJson(output_.text, *catalog_, message, {fieldIds_, view_.streams});
     } else if (catalog_ != nullptr) {
         AppendListing(output_.text, *catalog_, message, view_.streams);
     }

@@ -26,7 +26,7 @@ enum class DecodedForm { kListing, kJson, kSummary, kRaw, kAnnotated, kCsv, kSum
 // Which messages are shown, and how.
 struct DecodedView {
     DecodedForm form;
-    std::set<std::uint16_t> streams = {};          // see AppendListing
+    std::set<std::uint16_t> streams = {};          // see AppendListing and AppendMessageJson
     std::vector<const CatalogField*> fields = {};  // the columns of kCsv, and what kJson is limited to
     bool hasOffsets = true;
     bool hasFiles = false;  // several: what is shown tells which one it is from

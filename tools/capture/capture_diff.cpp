@@ -64,7 +64,7 @@ std::string NameOf(const JsonValue& message) {
 }  // namespace
 
 CaptureDiff::CaptureDiff(const Catalog& catalog, DiffView view, ByteOutput& output)
-    : view_(std::move(view)), output_(output), faults_("", output), reader_(catalog) {}
+    : catalog_(catalog), view_(std::move(view)), output_(output), faults_("", output), reader_(catalog) {}
 
 CaptureDiff::Key CaptureDiff::KeyOf(const Frame& frame) const {
     ReceivedMessage message{};
@@ -130,7 +130,7 @@ std::string CaptureDiff::TextOf(std::size_t side, const Frame& frame, bool& anyF
     }
     if (isRead) {
         message.offset.reset();
-        AppendMessageJson(text, message, {});
+        AppendMessageJson(text, catalog_, message, {{}, {}});
         text.pop_back();
         return text;
     }

@@ -56,6 +56,7 @@ private:
     // A value that differs; none: that side has none. Without a place, the whole message.
     void Tell(const std::string& place, const JsonValue& a, const JsonValue& b);
 
+    const Catalog& catalog_;
     DiffView view_;
     ByteOutput& output_;
     ErrorLines faults_;
