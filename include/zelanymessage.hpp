@@ -170,12 +170,12 @@ public:
 
     // From 0.
     [[nodiscard]] int Number() const noexcept { return number_; }
-    template <Settable T>
-    bool Set(const FieldRef& field, const T& value) const noexcept;
-    template <Settable T>
-    bool Replace(const FieldRef& field, const T& value) const noexcept;
-    template <Gettable T>
-    [[nodiscard]] std::optional<T> Get(const FieldRef& field) const;
+    template <NamesField Field, Settable T>
+    bool Set(const Field& field, const T& value) const noexcept;
+    template <NamesField Field, Settable T>
+    bool Replace(const Field& field, const T& value) const noexcept;
+    template <Gettable T, NamesField Field>
+    [[nodiscard]] std::optional<T> Get(const Field& field) const;
     [[nodiscard]] FieldRange Fields() const noexcept;
 
 private:
@@ -255,22 +255,22 @@ public:
     [[nodiscard]] short SubType() const noexcept { return object_.subType; }
 
     // Sets a field that is not set yet and does not belong to the group. False: refused, and kept.
-    template <Settable T>
-    bool Set(const FieldRef& field, const T& value) noexcept {
-        return SetIn(field, FindSlot(field), -1, value, false);
+    template <NamesField Field, Settable T>
+    bool Set(const Field& field, const T& value) noexcept {
+        return SetIn<Named<Field>>(field, kOutside, value, false);
     }
     // The same, also where the field is set.
-    template <Settable T>
-    bool Replace(const FieldRef& field, const T& value) noexcept {
-        return SetIn(field, FindSlot(field), -1, value, true);
+    template <NamesField Field, Settable T>
+    bool Replace(const Field& field, const T& value) noexcept {
+        return SetIn<Named<Field>>(field, kOutside, value, true);
     }
 
     // The value; none when the field is not set. None also for what cannot be, which is kept: a field that the
     // message's type lacks, another type, a number too large for T. Views are valid until the field is set or the
     // message ends.
-    template <Gettable T>
-    [[nodiscard]] std::optional<T> Get(const FieldRef& field) {
-        return GetFrom<T>(field, FindSlot(field), -1);
+    template <Gettable T, NamesField Field>
+    [[nodiscard]] std::optional<T> Get(const Field& field) {
+        return GetFrom<T, Named<Field>>(field, kOutside);
     }
 
     // Every field outside the group.
@@ -337,6 +337,7 @@ private:
         Forget();
         object_.destroyStruct();
         group_ = {};
+        nextEnd_ = 0;
     }
 
     [[nodiscard]] std::span<_field_data> Slots() const noexcept {
@@ -351,33 +352,53 @@ private:
                                        : static_cast<std::size_t>(group_.size * group_.repetitions);
     }
     [[nodiscard]] std::span<_field_data> SlotsOf(int repetition) const noexcept {
-        if (repetition >= group_.repetitions) {
-            return {};
+        const std::span<_field_data> slots = Slots();
+        const auto first = static_cast<std::size_t>(group_.first + repetition * group_.size);
+        const auto size = static_cast<std::size_t>(group_.size);
+        return repetition < group_.repetitions && first + size <= slots.size() ? slots.subspan(first, size)
+                                                                               : std::span<_field_data>();
+    }
+    [[nodiscard]] bool IsInGroup(std::ptrdiff_t at) const noexcept {
+        return group_.size != 0 && at >= group_.first &&
+               (group_.repetitions == 0 || at < group_.first + group_.size * group_.repetitions);
+    }
+
+    // The field's slot in a repetition, or outside the group. Mostly it is the one after the slot that was found
+    // before.
+    [[nodiscard]] _field_data* FindSlot(short fieldId, int repetition) noexcept {
+        const ZelMsgStruct* message = object_.message;
+        if (message != nullptr && repetition == nextIn_ && next_ < nextEnd_ && next_ < message->dataBuf->count)
+            [[likely]] {
+            _field_data& slot = message->dataBuf->fields[next_];
+            if (slot.id == static_cast<unsigned short>(fieldId)) [[likely]] {
+                ++next_;
+                return &slot;
+            }
         }
-        return Slots().subspan(static_cast<std::size_t>(group_.first + repetition * group_.size),
-                               static_cast<std::size_t>(group_.size));
+        return FindOtherSlot(fieldId, repetition);
     }
-    [[nodiscard]] bool IsInGroup(const _field_data* slot) const noexcept {
-        const std::ptrdiff_t at = slot - object_.message->dataBuf->fields - group_.first;
-        return group_.size != 0 && at >= 0 && (group_.repetitions == 0 || at < group_.size * group_.repetitions);
+    [[nodiscard]] _field_data* FindOtherSlot(short fieldId, int repetition) noexcept;
+    // Which slots to look at first. Where a type lists a field several times, its id does not tell which is meant.
+    void ExpectFrom(int at, int repetition) noexcept {
+        next_ = at;
+        nextIn_ = repetition;
+        nextEnd_ = kZELMaxSlots;
+        if (repetition != kOutside) {
+            nextEnd_ = group_.first + (repetition + 1) * group_.size;
+        } else if (group_.size != 0 && at < group_.first) {
+            nextEnd_ = group_.first;
+        } else if (group_.size != 0) {
+            next_ = std::max(at, group_.first + group_.size * group_.repetitions);
+            nextEnd_ = group_.repetitions != 0 ? kZELMaxSlots : 0;
+        }
+        nextEnd_ = group_.hasRepeatedIds != 0 ? 0 : nextEnd_;
     }
 
-    [[nodiscard]] _field_data* FindSlot(const FieldRef& field) noexcept {
-        _field_data* slot = field.Key().id != 0 ? object_.getField(field.Key().id, -1) : nullptr;
-        return slot != nullptr && IsInGroup(slot) ? nullptr : slot;
-    }
-    [[nodiscard]] _field_data* FindSlot(const FieldRef& field, int repetition) const noexcept {
-        const std::span<_field_data> slots = SlotsOf(repetition);
-        const auto id = static_cast<unsigned short>(field.Key().id);
-        const auto slot = std::find_if(slots.begin(), slots.end(), [id](const _field_data& at) { return at.id == id; });
-        return slot != slots.end() && id != 0 ? &*slot : nullptr;
-    }
-
-    // How the calls of the object name the slot of a field: mostly the first guess is right.
+    // How the calls of the object name the slot of a field.
     [[nodiscard]] short OccurrenceOf(const _field_data& slot, int repetition) noexcept {
         const auto id = static_cast<short>(slot.id);
-        auto occurrence = static_cast<short>(repetition < 0 ? -1 : repetition + 1);
-        if (object_.getField(id, occurrence) != &slot) {
+        auto occurrence = static_cast<short>(repetition == kOutside ? -1 : repetition + 1);
+        if (group_.hasRepeatedIds != 0 && object_.getField(id, occurrence) != &slot) {
             for (occurrence = 1; object_.getField(id, occurrence) != &slot; ++occurrence) {
             }
         }
@@ -388,37 +409,60 @@ private:
         return Keep(detail::FieldFailure(code, field, repetition, text));
     }
     // Whether the field has a slot, and one for values of these types; kept otherwise.
-    bool Finds(const FieldRef& field, const _field_data* slot, int repetition, unsigned types,
-               const char* value) noexcept;
+    template <typename Field>
+    bool Finds(const Field& field, const _field_data* slot, int repetition, unsigned types,
+               const char* value) noexcept {
+        if (slot != nullptr && detail::Allows(types, field.Key().type)) [[likely]] {
+            return true;
+        }
+        return slot == nullptr ? HasNoSlot(field, repetition) : HasOtherType(field, repetition, value);
+    }
+    bool HasOtherType(const FieldRef& field, int repetition, const char* value) noexcept;
     bool HasNoSlot(const FieldRef& field, int repetition) noexcept;
     // Whether the type has the field, whatever has a place in this message.
     [[nodiscard]] bool IsOfType(short fieldId) const noexcept;
 
+    // The slot of a field that may be set, or null.
+    template <typename Field>
+    _field_data* SlotToSet(const Field& field, int repetition, unsigned types, const char* value,
+                           bool replaces) noexcept;
+    template <typename Field, typename T>
+    bool SetIn(const std::remove_reference_t<Field>& field, int repetition, const T& value, bool replaces) noexcept;
     template <typename T>
-    bool SetIn(const FieldRef& field, _field_data* slot, int repetition, const T& value, bool replaces) noexcept;
-    template <typename T>
-    bool SetNumber(const FieldRef& field, _field_data& slot, int repetition, T number) noexcept;
-    bool SetBytes(const FieldRef& field, _field_data& slot, int repetition, std::string_view bytes) noexcept;
+    bool SetNumber(const FieldKey& field, _field_data& slot, int repetition, T number) noexcept;
+    bool SetBytes(const FieldKey& field, _field_data& slot, int repetition, std::string_view bytes) noexcept;
     template <std::size_t size>
     bool SetFixed(_field_data& slot, int repetition, const void* value) noexcept;
     void SetCountAndMarkers() noexcept;
-    template <typename T>
-    std::optional<T> GetFrom(const FieldRef& field, const _field_data* slot, int repetition);
+    // The slot of a field that is set, or null.
+    template <typename Field>
+    const _field_data* SlotToGet(const Field& field, int repetition, unsigned types, const char* value) noexcept;
+    template <typename T, typename Field>
+    std::optional<T> GetFrom(const std::remove_reference_t<Field>& field, int repetition);
 
     [[nodiscard]] Result<std::size_t> PackInto(std::span<std::byte> room) noexcept;
     [[nodiscard]] Result<std::size_t> PackElsewhere(std::span<std::byte> room) noexcept;
     template <typename Unpacking>
     [[nodiscard]] Result<std::size_t> Received(std::size_t size, Unpacking unpack) noexcept;
 
+    static constexpr int kOutside = -1;  // in place of a repetition
+
     CZELMessage object_{0, 0};
     ZELGroupSlots group_{};
+    // The slots that are looked at first: from the one after that found last, to the end of its part of the message.
+    int next_ = 0;
+    int nextEnd_ = 0;
+    int nextIn_ = kOutside;
 };
 
 // ---- Its start ------------------------------------------------------------------------------------------------------
 
 inline bool AnyMessage::Start(const MessageKey& key, int repetitions) noexcept {
-    Clear();
+    Forget();
+    group_ = {};
+    nextEnd_ = 0;
     if (repetitions < 0 || repetitions > kZELMaxSlots) {
+        object_.destroyStruct();
         return Keep(detail::FailureOf(ZEL_TOO_MANY, "repetitions"));
     }
     object_.msgType = key.msgType;
@@ -438,6 +482,7 @@ inline bool AnyMessage::Start(const MessageKey& key, int repetitions) noexcept {
         return Keep(detail::FailureOf(ZEL_TOO_MANY, "repetitions", "the message's type has no repeating group"));
     }
     SetCountAndMarkers();
+    ExpectFrom(0, kOutside);
     return static_cast<bool>(*this);
 }
 
@@ -445,31 +490,35 @@ inline void AnyMessage::SetCountAndMarkers() noexcept {
     if (group_.size == 0) {
         return;
     }
-    _field_data& count = Slots()[static_cast<std::size_t>(group_.first - 1)];
-    (void)SetIn(FieldRef(group_.countId), &count, -1, group_.repetitions, false);
-    if (group_.markerId == 0) {
-        return;
-    }
-    const FieldRef marker(group_.markerId);
-    for (int repetition = 0; repetition < group_.repetitions; ++repetition) {
-        for (_field_data& slot : SlotsOf(repetition)) {
-            if (slot.id == group_.markerId) {
-                (void)SetIn(marker, &slot, repetition, repetition + 1, false);
-            }
-        }
+    (void)Set(group_.countId, group_.repetitions);
+    const FieldKey marker = detail::KeyOf(long{group_.markerId});
+    for (int repetition = 0; marker.id != 0 && repetition < group_.repetitions; ++repetition) {
+        (void)SetIn<const FieldKey&>(marker, repetition, repetition + 1, false);
     }
 }
 
 // ---- Its fields -----------------------------------------------------------------------------------------------------
 
-inline bool AnyMessage::Finds(const FieldRef& field, const _field_data* slot, int repetition, unsigned types,
-                              const char* value) noexcept {
-    if (slot == nullptr) [[unlikely]] {
-        return HasNoSlot(field, repetition);
+inline _field_data* AnyMessage::FindOtherSlot(short fieldId, int repetition) noexcept {
+    const std::span<_field_data> slots = Slots();
+    _field_data* found = nullptr;
+    if (repetition != kOutside) {
+        const auto id = static_cast<unsigned short>(fieldId);
+        const std::span<_field_data> own = SlotsOf(repetition);
+        const auto slot = std::find_if(own.begin(), own.end(), [id](const _field_data& at) { return at.id == id; });
+        found = slot != own.end() ? &*slot : nullptr;
+    } else if (!slots.empty() && fieldId != 0) {
+        found = object_.getField(fieldId, -1);
     }
-    if (detail::Allows(types, field.Key().type)) [[likely]] {
-        return true;
+    const std::ptrdiff_t at = found != nullptr ? found - slots.data() : 0;
+    if (found == nullptr || (repetition == kOutside && IsInGroup(at))) {
+        return nullptr;
     }
+    ExpectFrom(static_cast<int>(at) + 1, repetition);
+    return found;
+}
+
+inline bool AnyMessage::HasOtherType(const FieldRef& field, int repetition, const char* value) noexcept {
     char text[80];
     (void)std::snprintf(text, sizeof text, "the field is of type %s; the value is %s",
                         detail::NameOfType(field.Key().type), value);
@@ -486,8 +535,8 @@ inline bool AnyMessage::HasNoSlot(const FieldRef& field, int repetition) noexcep
     const _field_data* elsewhere = object_.getField(field.Key().id, -1);
     const char* text = nullptr;
     if (elsewhere != nullptr && group_.repetitions != 0) {
-        text = IsInGroup(elsewhere) ? "the field is one of the group's: use it through Group()"
-                                    : "the field is none of the group's: use it through the message";
+        text = IsInGroup(elsewhere - Slots().data()) ? "the field is one of the group's: use it through Group()"
+                                                     : "the field is none of the group's: use it through the message";
     } else if (IsOfType(field.Key().id)) {
         text = "the message has no repetition of its group, and therefore no place for the field";
     }
@@ -510,48 +559,57 @@ inline bool AnyMessage::IsOfType(short fieldId) const noexcept {
                        [&](const ZELFieldListEntry& entry) { return entry.fieldId == fieldId; });
 }
 
-template <typename T>
-bool AnyMessage::SetIn(const FieldRef& field, _field_data* slot, int repetition, const T& value,
-                       bool replaces) noexcept {
-    if (!Finds(field, slot, repetition, detail::kGoesInto<T>, detail::NameOfValue<T>())) {
-        return false;
+template <typename Field>
+_field_data* AnyMessage::SlotToSet(const Field& field, int repetition, unsigned types, const char* value,
+                                   bool replaces) noexcept {
+    _field_data* slot = FindSlot(field.Key().id, repetition);
+    if (!Finds(field, slot, repetition, types, value)) {
+        return nullptr;
     }
-    const bool wasSet = slot->isSet != 0;
-    if (wasSet && !replaces) [[unlikely]] {
-        return Refuse(ZEL_SET_TWICE, field, repetition);
-    }
-    bool isDone = false;
-    if constexpr (detail::IsNumber<T>) {
-        isDone = SetNumber(field, *slot, repetition, static_cast<detail::Integer<T>>(value));
-    } else if constexpr (std::same_as<T, float>) {
-        const double wide{value};
-        isDone = field.Key().type == kZELFloat ? SetFixed<sizeof value>(*slot, repetition, &value)
-                                               : SetFixed<sizeof wide>(*slot, repetition, &wide);
-    } else if constexpr (std::same_as<T, double>) {
-        isDone = SetFixed<sizeof value>(*slot, repetition, &value);
-    } else if constexpr (std::derived_from<T, _money>) {
-        // Amount and code; the rest of the record is padding.
-        isDone = SetFixed<6>(*slot, repetition, static_cast<const _money*>(&value));
-    } else if constexpr (std::derived_from<T, _datetime>) {
-        isDone = SetFixed<sizeof(_datetime)>(*slot, repetition, static_cast<const _datetime*>(&value));
-    } else if constexpr (std::same_as<T, char>) {
-        isDone = SetBytes(field, *slot, repetition, {&value, 1});
-    } else if constexpr (detail::IsText<T>) {
-        isDone = SetBytes(field, *slot, repetition, std::string_view(value));
-    } else {
-        isDone = SetBytes(field, *slot, repetition,
-                          {reinterpret_cast<const char*>(std::ranges::data(value)), std::ranges::size(value)});
-    }
-    if (isDone && wasSet) {
-        // It was counted before.
+    if (slot->isSet != 0) [[unlikely]] {
+        if (!replaces) {
+            Refuse(ZEL_SET_TWICE, field, repetition);
+            return nullptr;
+        }
+        // What follows counts it again.
         --object_.message->numFields;
     }
-    return isDone;
+    return slot;
+}
+
+template <typename Field, typename T>
+bool AnyMessage::SetIn(const std::remove_reference_t<Field>& field, int repetition, const T& value,
+                       bool replaces) noexcept {
+    _field_data* slot = SlotToSet(field, repetition, detail::kGoesInto<T>, detail::NameOfValue<T>(), replaces);
+    if (slot == nullptr) {
+        return false;
+    }
+    if constexpr (detail::IsNumber<T>) {
+        return SetNumber(field.Key(), *slot, repetition, static_cast<detail::Integer<T>>(value));
+    } else if constexpr (std::same_as<T, float>) {
+        const double wide{value};
+        return field.Key().type == kZELFloat ? SetFixed<sizeof value>(*slot, repetition, &value)
+                                             : SetFixed<sizeof wide>(*slot, repetition, &wide);
+    } else if constexpr (std::same_as<T, double>) {
+        return SetFixed<sizeof value>(*slot, repetition, &value);
+    } else if constexpr (std::derived_from<T, _money>) {
+        // Amount and code; the rest of the record is padding.
+        return SetFixed<6>(*slot, repetition, static_cast<const _money*>(&value));
+    } else if constexpr (std::derived_from<T, _datetime>) {
+        return SetFixed<sizeof(_datetime)>(*slot, repetition, static_cast<const _datetime*>(&value));
+    } else if constexpr (std::same_as<T, char>) {
+        return SetBytes(field.Key(), *slot, repetition, {&value, 1});
+    } else if constexpr (detail::IsText<T>) {
+        return SetBytes(field.Key(), *slot, repetition, std::string_view(value));
+    } else {
+        return SetBytes(field.Key(), *slot, repetition,
+                        {reinterpret_cast<const char*>(std::ranges::data(value)), std::ranges::size(value)});
+    }
 }
 
 template <typename T>
-bool AnyMessage::SetNumber(const FieldRef& field, _field_data& slot, int repetition, T number) noexcept {
-    const bool isShort = field.Key().type == kZELShort;
+bool AnyMessage::SetNumber(const FieldKey& field, _field_data& slot, int repetition, T number) noexcept {
+    const bool isShort = field.type == kZELShort;
     if (isShort ? !std::in_range<short>(number) : !std::in_range<ZELLong>(number)) [[unlikely]] {
         char text[80];
         char* end = std::to_chars(text, text + 24, number).ptr;
@@ -578,10 +636,10 @@ bool AnyMessage::SetFixed(_field_data& slot, int repetition, const void* value) 
     return true;
 }
 
-inline bool AnyMessage::SetBytes(const FieldRef& field, _field_data& slot, int repetition,
+inline bool AnyMessage::SetBytes(const FieldKey& field, _field_data& slot, int repetition,
                                  std::string_view bytes) noexcept {
-    const bool isChars = field.Key().type == kZELChars;
-    const auto most = static_cast<std::size_t>(isChars ? field.Key().length : kZELMaxPayload);
+    const bool isChars = field.type == kZELChars;
+    const auto most = static_cast<std::size_t>(isChars ? field.length : kZELMaxPayload);
     if (bytes.size() > most) [[unlikely]] {
         char text[80];
         (void)std::snprintf(text, sizeof text, "%zu bytes; %s %zu", bytes.size(),
@@ -598,30 +656,39 @@ inline bool AnyMessage::SetBytes(const FieldRef& field, _field_data& slot, int r
     if (bytes.empty()) {
         // A call with a length of 0 would send a byte; one without takes the slot's.
         slot.length = 0;
-        object_.setFieldValue(field.Key().id, "", occurrence);
+        object_.setFieldValue(field.id, "", occurrence);
     } else {
-        object_.setFieldValueBinary(field.Key().id, bytes.data(), static_cast<short>(bytes.size()), occurrence);
+        object_.setFieldValueBinary(field.id, bytes.data(), static_cast<short>(bytes.size()), occurrence);
     }
     constexpr int kNoMemory = 12;
     return slot.isSet != 0 && slot.length == bytes.size() ? true : Refuse(kNoMemory, field, repetition);
 }
 
-template <typename T>
-std::optional<T> AnyMessage::GetFrom(const FieldRef& field, const _field_data* slot, int repetition) {
+template <typename Field>
+const _field_data* AnyMessage::SlotToGet(const Field& field, int repetition, unsigned types,
+                                         const char* value) noexcept {
+    const _field_data* slot = FindSlot(field.Key().id, repetition);
     if (slot == nullptr && group_.size != 0 && group_.repetitions == 0 && IsOfType(field.Key().id)) {
-        return std::nullopt;
+        return nullptr;
     }
-    if (!Finds(field, slot, repetition, detail::kComesFrom<T>, detail::NameOfValue<T>()) || slot->isSet == 0) {
+    return Finds(field, slot, repetition, types, value) && slot->isSet != 0 ? slot : nullptr;
+}
+
+// Small, so that compilers put it where it is called: to return such an optional costs more than to fill it.
+template <typename T, typename Field>
+std::optional<T> AnyMessage::GetFrom(const std::remove_reference_t<Field>& field, int repetition) {
+    const _field_data* slot = SlotToGet(field, repetition, detail::kComesFrom<T>, detail::NameOfValue<T>());
+    if (slot == nullptr) {
         return std::nullopt;
     }
     const unsigned type = field.Key().type;
     if constexpr (detail::IsNumber<T>) {
         const ZELLong number = detail::NumberIn(*slot, type);
-        if (!std::in_range<detail::Integer<T>>(number)) {
-            Refuse(ZEL_OUT_OF_RANGE, field, repetition, "the value does not fit what it is read into");
-            return std::nullopt;
+        if (std::in_range<detail::Integer<T>>(number)) [[likely]] {
+            return static_cast<T>(number);
         }
-        return static_cast<T>(number);
+        Refuse(ZEL_OUT_OF_RANGE, field, repetition, "the value does not fit what it is read into");
+        return std::nullopt;
     } else if constexpr (std::same_as<T, float>) {
         return detail::FixedIn<float>(*slot);
     } else if constexpr (std::same_as<T, double>) {
@@ -633,11 +700,11 @@ std::optional<T> AnyMessage::GetFrom(const FieldRef& field, const _field_data* s
     } else {
         const std::string_view bytes = detail::BytesIn(*slot, type);
         if constexpr (std::same_as<T, char>) {
-            if (bytes.size() != 1) {
-                Refuse(ZEL_TEXT_TOO_LONG, field, repetition, "the value is not one character");
-                return std::nullopt;
+            if (bytes.size() == 1) {
+                return bytes[0];
             }
-            return bytes[0];
+            Refuse(ZEL_TEXT_TOO_LONG, field, repetition, "the value is not one character");
+            return std::nullopt;
         } else if constexpr (detail::IsText<T>) {
             return T(bytes);
         } else {
@@ -646,17 +713,17 @@ std::optional<T> AnyMessage::GetFrom(const FieldRef& field, const _field_data* s
     }
 }
 
-template <Settable T>
-bool Repetition::Set(const FieldRef& field, const T& value) const noexcept {
-    return message_->SetIn(field, message_->FindSlot(field, number_), number_, value, false);
+template <NamesField Field, Settable T>
+bool Repetition::Set(const Field& field, const T& value) const noexcept {
+    return message_->SetIn<Named<Field>>(field, number_, value, false);
 }
-template <Settable T>
-bool Repetition::Replace(const FieldRef& field, const T& value) const noexcept {
-    return message_->SetIn(field, message_->FindSlot(field, number_), number_, value, true);
+template <NamesField Field, Settable T>
+bool Repetition::Replace(const Field& field, const T& value) const noexcept {
+    return message_->SetIn<Named<Field>>(field, number_, value, true);
 }
-template <Gettable T>
-std::optional<T> Repetition::Get(const FieldRef& field) const {
-    return message_->GetFrom<T>(field, message_->FindSlot(field, number_), number_);
+template <Gettable T, NamesField Field>
+std::optional<T> Repetition::Get(const Field& field) const {
+    return message_->GetFrom<T, Named<Field>>(field, number_);
 }
 inline FieldRange Repetition::Fields() const noexcept {
     return FieldRange(message_->SlotsOf(number_));
@@ -710,6 +777,7 @@ Result<std::size_t> AnyMessage::Received(std::size_t size, Unpacking unpack) noe
         return failure;
     }
     ZELFindGroup(object_.message, &group_);
+    ExpectFrom(0, kOutside);
     return size;
 }
 

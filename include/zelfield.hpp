@@ -40,6 +40,8 @@ struct FieldKey {
     std::uint16_t type;  // ZELFieldType
     short length;        // chars: how many
     const char* name;
+
+    [[nodiscard]] const FieldKey& Key() const noexcept { return *this; }
 };
 
 namespace detail {
@@ -124,7 +126,8 @@ namespace detail {
     return FieldFailure(code, field.Name(), field.Id(), repetition, text);
 }
 
-// What the library reported of a call that failed, about a field or else about `what`. Fields that it did not know failed nothing alone.
+// What the library reported of a call that failed, about a field or else about `what`. Fields that it did not know
+// failed nothing alone.
 [[nodiscard]] inline Failure ReportedFailure(const ReportList& reports, std::string_view what = "") noexcept {
     const auto isCause = [](const Report& report) { return report.code != ZEL_FIELD_NOT_IN_LIST; };
     const Report* cause = std::find_if(reports.begin(), reports.end(), isCause);
@@ -262,6 +265,12 @@ template <typename T>
 }
 
 }  // namespace detail
+
+// What names a field in a call: a key is taken as it is, anything else is looked up.
+template <typename T>
+concept NamesField = std::convertible_to<const T&, FieldRef>;
+template <NamesField T>
+using Named = std::conditional_t<std::same_as<T, FieldKey>, const FieldKey&, FieldRef>;
 
 // What a field can be set to, and read as. Text: whatever converts to std::string_view, and char. Bytes: ranges of
 // char, unsigned char or std::byte that do not.

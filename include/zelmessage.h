@@ -235,16 +235,17 @@ extern "C" {
 
 // ---- The repeating group --------------------------------------------------------------------------------------------
 
-// Where the slots of a message's repeating group lie: those of each repetition in a row, right behind one another.
+// Where a message's slots lie: those of each repetition of its group in a row, right behind one another.
 struct ZELGroupSlots {
     int first;                // slot of the first repetition
     int size;                 // slots of one repetition; 0: the type has no group
     int repetitions;          // 0: the slots from `first` on stand for no field
     unsigned short countId;   // the field that counts the repetitions
     unsigned short markerId;  // the field that marks their start, or 0: the group has none
+    int hasRepeatedIds;       // 1: the type lists some field several times, so that its id alone does not say which
 };
 
-// Reads them off a message; null is one without a group.
+// Reads this off a message; null is one without a group.
 ZEL_API void ZELFindGroup(const ZelMsgStruct* message, ZELGroupSlots* group) noexcept;
 
 // ---- Responses ------------------------------------------------------------------------------------------------------

@@ -140,11 +140,13 @@ extern "C" void ZELFindGroup(const ZelMsgStruct* message, ZELGroupSlots* group) 
     }
     const zel::MessageBlock& block = zel::BlockOf(*message);
     const zel::MessagePlan& plan = *block.plan;
+    group->hasRepeatedIds = plan.hasRepeatedIds ? 1 : 0;
     if (plan.groupBegin == plan.groupEnd) {
         return;
     }
     const auto marker = static_cast<unsigned short>(plan.groupMarkers != 0 ? kZELGroupMarker : 0);
-    *group = {plan.groupBegin, plan.groupEnd - plan.groupBegin, block.repetitions, plan.repeatFieldId, marker};
+    *group = {plan.groupBegin,      plan.groupEnd - plan.groupBegin, block.repetitions, plan.repeatFieldId, marker,
+              group->hasRepeatedIds};
 }
 
 CZELMessage::CZELMessage(short messageVersion, int packFormat2) noexcept

@@ -28,6 +28,7 @@ std::uint64_t Bits(const T& value) {
 }
 
 // Each appends the entries of its library. Only those of installed libraries are linked.
+void AddAnyMessage(std::vector<Contender>& contenders);
 void AddRecord(std::vector<Contender>& contenders);
 void AddProtobuf(std::vector<Contender>& contenders);
 void AddFlatbuffers(std::vector<Contender>& contenders);

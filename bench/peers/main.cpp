@@ -133,6 +133,7 @@ int Run(const char* json) {
     std::vector<Contender> contenders;
     AddZel(contenders, *zel);
     AddCopy(contenders, *zel, copy);
+    AddAnyMessage(contenders);
     AddRecord(contenders);
     AddPeers(contenders);
     std::vector<Result> results;

@@ -126,7 +126,7 @@ void PlacePages(const ZELSubTypeNode& node, MessagePlan& plan) noexcept {
     }
 }
 
-void FillIds(const MessagePlan& plan, const PlanArrays& arrays) noexcept {
+void FillIds(MessagePlan& plan, const PlanArrays& arrays) noexcept {
     // `at` counts first how often the list holds each id.
     for (int at = 0; at < plan.entryCount; ++at) {
         PlanId& id = IdAt(plan, arrays, arrays.entries[at].rule.id);
@@ -156,6 +156,7 @@ void FillIds(const MessagePlan& plan, const PlanArrays& arrays) noexcept {
         arrays.places[all.first + all.counts[0] + all.counts[1] + all.counts[2]] = static_cast<std::uint16_t>(at);
         ++all.counts[entry.part];
     }
+    plan.hasRepeatedIds = repeatedIds != 0;
 }
 
 unsigned int CountPages(const ZELSubTypeNode& node, std::size_t entryCount) noexcept {

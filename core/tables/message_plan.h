@@ -86,6 +86,7 @@ struct alignas(16) MessagePlan {
     bool hasDictionary;
     bool knowsAllFields;  // each entry has a record
     bool hasIdZero;       // an entry, which no dictionary can know
+    bool hasRepeatedIds;  // the list holds some id several times
     HeaderRules header;
     const PlanEntry* entries;  // and one after them that no field has
     const _field_data* slots;  // as they start; `value` not null: the slot's inline value

@@ -124,6 +124,9 @@ TEST_F(FieldCodec, ReportsWhatItRefuses) {
     Reader none{nullptr, nullptr};
     EXPECT_EQ(GetNextField(none, 0), Step::kLost);
     EXPECT_EQ(reports_.TakeText(), "1001 UnpackZELFieldId() failed; 1413 GetNextField() failed");
+    Reader cut{out, out + 1};
+    EXPECT_EQ(GetNextField(cut, 0), Step::kPastEnd);
+    EXPECT_EQ(reports_.TakeText(), "1001 UnpackZELFieldId() failed");
 }
 
 }  // namespace

@@ -17,8 +17,8 @@ from collections import defaultdict
 from pathlib import Path
 
 FOLDERS = ("core", "record", "message", "convert", "stream", "zeldata", "crush32")
-LINES_AIM = 97.0
-BRANCHES_AIM = 90.0
+LINES_AIM = 98.0
+BRANCHES_AIM = 95.0
 NO_CODE = re.compile(r"^\s*(//.*|[{}();,\s]*(//.*)?|\}?\s*else\s*\{?|public:|private:)\s*$")
 
 

@@ -148,6 +148,12 @@ TEST_F(CppMessages, HaveTheirGroups) {
               "LEG_MARK=1 LEG_SYMBOL=OAT LEG_SIDE= LEG_RATIO=10 LEG_PRICE= "
               "LEG_MARK=2 LEG_SYMBOL=OAT LEG_SIDE= LEG_RATIO=11 LEG_PRICE= ");
     EXPECT_EQ(received.Group()[1].Get<int>("LEG_RATIO"), 11);
+    EXPECT_EQ(received.Get<int>("LEG_COUNT"), 2);
+    EXPECT_EQ(received.Get<std::string>("NOTE"), "behind");
+    EXPECT_TRUE(received) << received.Error();
+    EXPECT_EQ(received.Get<int>("LEG_COUNT"), 2);
+    EXPECT_EQ(received.Get<int>("LEG_MARK"), std::nullopt);
+    EXPECT_EQ(received.Code(), ZEL_NOT_IN_MESSAGE);
     AnyMessage none("MULTI_LEG_ORDER");
     EXPECT_EQ(none.Get<int>("LEG_COUNT"), 0);
     EXPECT_EQ(none.Get<std::string>("NOTE"), std::nullopt);

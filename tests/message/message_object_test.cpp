@@ -264,6 +264,15 @@ TEST_F(MessageObject, FindsOccurrences) {
     object_.setFieldValueBinary(0, "x", 1, -1);
     object_.setFieldValue(0, "x", -1);
     EXPECT_EQ(reports_.Take(), Lines(3, "1001 GetFldEntry() Failed"));
+    // Whatever was set before.
+    for (short before = 1; before <= 3; ++before) {
+        for (short occurrence = 1; occurrence <= 3; ++occurrence) {
+            const std::string text = std::to_string(before * 10 + occurrence);
+            SetNumber(object_, kLegQty, 0, before);
+            object_.setFieldValue(kLegSymbol, text.c_str(), occurrence);
+            EXPECT_EQ(Value(kLegSymbol, occurrence), text);
+        }
+    }
 }
 
 TEST_F(MessageObject, KeepsReplacedValuesUntilTheMessageEnds) {

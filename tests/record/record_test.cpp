@@ -295,6 +295,11 @@ const BadSpread kBadSpreads[] = {
     {"version", [](Spread&, ZELEnvelope& envelope) { envelope.version = -1; }, ZEL_BAD_ARGUMENT, nullptr, -1},
     {"user data", [](Spread&, ZELEnvelope& envelope) { envelope.varUserData.length = 1; }, ZEL_BAD_ARGUMENT, nullptr,
      -1},
+    {"mode", [](Spread&, ZELEnvelope& envelope) { envelope.compressMode = 3; }, ZEL_BAD_ARGUMENT, nullptr, -1},
+    {"transform", [](Spread&, ZELEnvelope& envelope) { envelope.encryptFlag = 16; }, ZEL_BAD_ARGUMENT, nullptr, -1},
+    {"frame", [](Spread&, ZELEnvelope& envelope) { envelope.frameKind = 3; }, ZEL_BAD_ARGUMENT, nullptr, -1},
+    {"second part", [](Spread&, ZELEnvelope& envelope) { envelope.msgIdPart2 = 256; }, ZEL_BAD_ARGUMENT, nullptr, -1},
+    {"third part", [](Spread&, ZELEnvelope& envelope) { envelope.msgIdPart3 = 256; }, ZEL_BAD_ARGUMENT, nullptr, -1},
 };
 
 TEST(Results, SayWhatIsWrongWithARecord) {
@@ -321,15 +326,31 @@ TEST(Results, SayWhatIsWrongWithARecord) {
     }
     Spread spread = SampleSpread();
     const std::string longest(65535, 'u');
+    // The largest numbers that can be.
     ZELEnvelope envelope{};
+    envelope.version = 15;
+    envelope.encryptFlag = 15;
+    envelope.compressMode = 2;
+    envelope.msgIdPart2 = envelope.msgIdPart3 = 255;
     envelope.varUserData = {longest.data(), longest.size()};
     std::string frame(ZEL_MAX_FRAME + longest.size(), '\0');
     std::size_t length = 0;
     EXPECT_EQ(ZELPackRecord(binding.get(), &spread, &envelope, frame.data(), frame.size(), &length, nullptr), 0);
-    EXPECT_EQ(ZELUnpackRecord(binding.get(), frame.data(), length, &spread, nullptr, nullptr), 0);
+    // A payload that was transformed takes as much scratch as it has bytes.
+    char scratch[100];
+    ZELReading reading{};
+    reading.scratch = scratch;
+    reading.scratchSize = length - (6 + 30 + longest.size());
+    EXPECT_EQ(ZELUnpackRecord(binding.get(), frame.data(), length, &spread, &reading, nullptr), 0);
+    --reading.scratchSize;
+    EXPECT_EQ(ZELUnpackRecord(binding.get(), frame.data(), length, &spread, &reading, nullptr), ZEL_NO_SCRATCH);
     EXPECT_EQ(ZELUnpackRecord(nullptr, frame.data(), length, &spread, nullptr, nullptr), ZEL_BAD_ARGUMENT);
     EXPECT_EQ(ZELUnpackRecord(binding.get(), nullptr, length, &spread, nullptr, nullptr), ZEL_BAD_ARGUMENT);
     EXPECT_EQ(ZELUnpackRecord(binding.get(), frame.data(), length, nullptr, nullptr, nullptr), ZEL_BAD_ARGUMENT);
+    ZELFailure failure{};
+    EXPECT_NE(ZELUnpackRecord(binding.get(), "\x01\x10\x02\0\0\x07", 6, &spread, nullptr, &failure), 0);
+    EXPECT_EQ(failure.offset, 0U) << "no field is to blame";
+    EXPECT_STREQ(failure.text, "the bytes are no ZEL message: check where the message begins and how long it is");
 }
 
 // ---- Frames in a row ------------------------------------------------------------------------------------------------
@@ -346,6 +367,7 @@ TEST(Frames, AreFoundAtTheHeadOfBytes) {
         {"02", ZEL_NO_FRAME, 0},
         {"01", ZEL_INCOMPLETE, 4},
         {"01 20", ZEL_NO_FRAME, 0},
+        {"01 30", ZEL_INCOMPLETE, 6},
         {"01 10 02", ZEL_INCOMPLETE, 4},
         {"01 30 02 00", ZEL_INCOMPLETE, 6},
         {"01 10 02 00 AA", ZEL_INCOMPLETE, 6},

@@ -73,9 +73,9 @@ Row = collections.namedtuple("Row", "repetition field number kind value")
 
 
 def ordered(rows):
-    """By repetition and field. Without long values, which Wireshark cuts."""
+    """In one order for all tools. Without long values, which Wireshark cuts."""
     short = (row for row in rows if len(row.value.encode()) <= 100 and not row.value.endswith("..."))
-    return sorted(short, key=lambda row: (row.repetition, row.field))
+    return sorted(short, key=str)
 
 
 class Shown:

@@ -30,8 +30,15 @@ void AppendMember(std::string& out, const char* key, std::string_view value) {
     out += value;
 }
 
-std::string_view SourceOf(const JsonValue& value) {
-    return value ? value.Source() : std::string_view();
+// The value as JSON; nothing for none.
+std::string SourceOf(const JsonValue& value) {
+    std::string source;
+    if (value.Is(JsonKind::kText)) {
+        AppendText(source, value.Text());
+    } else if (value) {
+        source = value.Source();
+    }
+    return source;
 }
 
 // "[1,null]"
@@ -164,7 +171,7 @@ void CaptureDiff::Compare(const Frames& frames) {
             AppendHex(texts[side], frames[side]->bytes, frames[side]->size);
             texts[side] += "\"}";
         }
-        (void)documents[side].Read(texts[side], findings);
+        documents[side] = ParseJson(texts[side], findings);
     }
     const JsonValue a = documents[0].root();
     const JsonValue b = documents[1].root();
@@ -192,7 +199,7 @@ void CaptureDiff::Begin(const Frames& frames, const JsonValue& message) {
         AppendMember(title_, "offsets", PairOf(offsets[0], offsets[1]));
         for (const char* key : {"name", "type", "subType", "messageId"}) {
             if (const JsonValue value = message.Find(key)) {
-                AppendMember(title_, key, value.Source());
+                AppendMember(title_, key, SourceOf(value));
             }
         }
         return;
@@ -266,9 +273,9 @@ void CaptureDiff::Tell(const std::string& place, const JsonValue& a, const JsonV
         out += isTold_ ? "" : title_;
         if (!place.empty()) {
             out += "  " + Printable(place) + ": ";
-            out += a ? a.Source() : "none";
+            out += a ? SourceOf(a) : "none";
             out += ", in B ";
-            out += b ? b.Source() : "none";
+            out += b ? SourceOf(b) : "none";
             out += '\n';
         }
     }

@@ -1,6 +1,16 @@
 #include "tools/text/json_document.h"
 
 #include <algorithm>
+#include <array>
+#include <charconv>
+#include <cstdlib>
+#include <utility>
+
+// No check of the reader's ends the command.
+#define RAPIDJSON_ASSERT(condition) static_cast<void>(0)
+#include <rapidjson/reader.h>
+
+#include "tools/text/json_text.h"
 
 namespace zel::tools {
 
@@ -9,33 +19,37 @@ namespace {
 // Far deeper than sources and messages go.
 constexpr std::size_t kMostNested = 64;
 
-// Of a key in a place, and of a place: a text may have very many.
+// Of a key in a place.
 constexpr std::size_t kMostShown = 64;
-constexpr std::size_t kLongestPlace = 256;
 
 // Nodes count in 32 bits.
 constexpr std::size_t kLongestText = std::size_t{1} << 30U;
 
-bool IsBlank(char c) {
-    return c == ' ' || c == '\n' || c == '\t' || c == '\r';
-}
-
 }  // namespace
 
 std::optional<std::int64_t> JsonValue::WholeNumber() const {
-    return Is(JsonKind::kWhole) ? std::optional(document_->nodes_[node_].whole) : std::nullopt;
+    std::int64_t number = 0;
+    const std::string_view source = Is(JsonKind::kNumber) ? Source() : std::string_view();
+    const char* const end = source.data() + source.size();
+    const auto [read, fault] = std::from_chars(source.data(), end, number);
+    return fault == std::errc() && read == end ? std::optional(number) : std::nullopt;
 }
 
 std::optional<double> JsonValue::Number() const {
-    if (Is(JsonKind::kWhole)) {
-        return static_cast<double>(document_->nodes_[node_].whole);
+    if (!Is(JsonKind::kNumber)) {
+        return std::nullopt;
     }
-    return Is(JsonKind::kReal) ? std::optional(document_->nodes_[node_].real) : std::nullopt;
+    double number = 0;
+    const std::string_view source = Source();
+    if (std::from_chars(source.data(), source.data() + source.size(), number).ec != std::errc()) {
+        // Beyond all doubles, or nearer to 0.
+        number = std::strtod(std::string(source).c_str(), nullptr);
+    }
+    return number;
 }
 
 std::string_view JsonValue::Source() const {
-    const JsonDocument::Node& node = document_->nodes_[node_];
-    return std::string_view(document_->text_).substr(node.begin, node.end - node.begin);
+    return std::string_view(document_->text_).substr(node().span.begin, node().span.size);
 }
 
 JsonValue JsonValue::Find(std::string_view key) const {
@@ -49,245 +63,265 @@ JsonValue JsonValue::Find(std::string_view key) const {
     return {};
 }
 
-void JsonDocument::Clear() {
-    text_.clear();
-    unescaped_.clear();
-    nodes_.clear();
-    open_.clear();
-    next_ = 0;
-    expected_ = Expected::kValue;
-    inComment_ = false;
-    state_ = JsonState::kUnfinished;
-}
+// What RapidJSON reads from, and where it decodes what stands in quotes: in its place. A byte of 0 is the end to it.
+// While it is within a text or number it has a copy, and this one stays where that began.
+class JsonDocument::Stream {
+public:
+    using Ch = char;
 
-JsonState JsonDocument::Read(std::string_view piece, Findings& findings) {
-    findings_ = &findings;
-    if (piece.size() > kLongestText - text_.size()) {
-        (void)Fail(next_, "the text is longer than can be read");
-        return state_;
-    }
-    constexpr std::string_view kMark = "\xEF\xBB\xBF";
-    if (text_.empty() && piece.starts_with(kMark)) {
-        // Some editors put it before all texts.
-        next_ = kMark.size();
-    }
-    text_ += piece;
-    state_ = JsonState::kUnfinished;
-    while (SkipBlanks() && ReadToken()) {
-    }
-    if (state_ == JsonState::kUnfinished && expected_ == Expected::kNothing && !inComment_) {
-        state_ = JsonState::kComplete;
-    }
-    return state_;
-}
+    Stream(JsonDocument& document, const MoreText& more)
+        : document_(&document), more_(&more), next_(document.decoded_.data()) {}
 
-bool JsonDocument::End(Findings& findings) const {
-    if (state_ == JsonState::kUnfinished) {
-        AddError(findings, LineAndColumn(text_.size()), "the text ends within a value");
+    char Peek() {
+        if (*next_ == '\0') {
+            next_ = Fetch(next_);
+        }
+        return *next_;
     }
-    return state_ == JsonState::kComplete;
-}
+    char Take() { return Peek() != '\0' ? *next_++ : '\0'; }
+    [[nodiscard]] std::uint32_t Tell() const { return OffsetOf(next_); }
+    char* PutBegin() { return put_ = next_; }
+    void Put(char c) { *put_++ = c; }
+    std::size_t PutEnd(const char* begin) const { return static_cast<std::size_t>(put_ - begin); }
 
-// Blanks and comments. False at the end of what was read, or when the reading failed.
-bool JsonDocument::SkipBlanks() {
-    for (;;) {
-        if (inComment_) {
-            const std::size_t end = text_.find("*/", next_);
-            inComment_ = end == std::string::npos;
-            next_ = inComment_ ? text_.size() : end + 2;
-        }
-        while (next_ < text_.size() && IsBlank(text_[next_])) {
-            ++next_;
-        }
-        if (next_ == text_.size() || text_[next_] != '/') {
-            return next_ != text_.size();
-        }
-        const std::string_view start = std::string_view(text_).substr(next_, 2);
-        if (start == "//") {
-            next_ = std::min(text_.find('\n', next_), text_.size());
-        } else if (start == "/*") {
-            inComment_ = true;
-            next_ += 2;
-        } else {
-            return Unexpected();
+    [[nodiscard]] std::uint32_t OffsetOf(const char* place) const {
+        return static_cast<std::uint32_t>(place - document_->decoded_.data());
+    }
+
+private:
+    [[nodiscard]] char* Fetch(char* next) const;
+
+    JsonDocument* document_;
+    const MoreText* more_;
+    char* next_;
+    char* put_ = nullptr;
+};
+
+}  // namespace zel::tools
+
+template <>
+struct rapidjson::StreamTraits<zel::tools::JsonDocument::Stream> {
+    enum { copyOptimization = 1 };
+};
+
+namespace zel::tools {
+
+// At the end of what there is of the text, until the value is complete.
+char* JsonDocument::Stream::Fetch(char* next) const {
+    std::string& decoded = document_->decoded_;
+    const std::size_t at = OffsetOf(next);
+    while (at == decoded.size() && !document_->isComplete_ && (*more_)(document_->text_)) {
+        decoded.append(document_->text_, at);
+        // In the text it is as wrong as another control character.
+        for (std::size_t zero = at; (zero = decoded.find('\0', zero)) != std::string::npos;) {
+            decoded[zero] = '\1';
         }
     }
+    return decoded.data() + at;
 }
 
-bool JsonDocument::ReadToken() {
-    const char c = text_[next_];
-    switch (expected_) {
-        case Expected::kKeyOrEnd:
-            if (c == '}') {
-                return CloseValue(JsonKind::kObject);
-            }
-            [[fallthrough]];
-        case Expected::kKey:
-            if (c != '"') {
-                return Unexpected();
-            }
-            open_.back().key = static_cast<std::uint32_t>(nodes_.size());
-            expected_ = Expected::kColon;
-            return ReadText();
-        case Expected::kValueOrEnd:
-            return c == ']' ? CloseValue(JsonKind::kArray) : ReadValue(c);
-        case Expected::kValue:
-            return ReadValue(c);
-        default:
-            return ReadPunctuation(c);
+// Makes nodes of what RapidJSON tells, and findings of what is wrong.
+class JsonDocument::Builder : public rapidjson::BaseReaderHandler<rapidjson::UTF8<>, Builder> {
+public:
+    Builder(JsonDocument& document, const Stream& stream, Findings& findings)
+        : document_(document), nodes_(document.nodes_), stream_(stream), findings_(findings) {}
+
+    bool Null() { return AddValue(JsonKind::kWord, {stream_.Tell() - 4, 4}); }
+    bool Bool(bool isTrue) {
+        const std::uint32_t size = isTrue ? 4 : 5;
+        return AddValue(JsonKind::kWord, {stream_.Tell() - size, size});
     }
-}
-
-bool JsonDocument::ReadPunctuation(char c) {
-    if (expected_ == Expected::kColon && c == ':') {
-        expected_ = Expected::kValue;
-    } else if (expected_ == Expected::kCommaOrEnd && c == ',') {
-        const bool inObject = nodes_[open_.back().node].kind == JsonKind::kObject;
-        expected_ = inObject ? Expected::kKey : Expected::kValue;
-    } else if (expected_ == Expected::kCommaOrEnd && (c == '}' || c == ']')) {
-        return CloseValue(c == '}' ? JsonKind::kObject : JsonKind::kArray);
-    } else {
-        return Unexpected();
+    bool RawNumber(const char* text, unsigned size, bool /*copy*/) {
+        return AddValue(JsonKind::kNumber, {stream_.OffsetOf(text), size});
     }
-    ++next_;
-    return true;
-}
-
-bool JsonDocument::ReadValue(char c) {
-    if (std::string_view("\"{[tfn-0123456789").find(c) == std::string_view::npos) {
-        return Unexpected();
+    bool String(const char* text, unsigned size, bool /*copy*/) {
+        return ExpectUtf8({text, size}) && AddValue(JsonKind::kText, {stream_.OffsetOf(text), size});
     }
-    NoteValue();
-    switch (c) {
-        case '"':
-            return ReadText();
-        case '{':
-            return OpenValue(JsonKind::kObject);
-        case '[':
-            return OpenValue(JsonKind::kArray);
-        case 't':
-            return ReadWord("true", JsonKind::kBoolean);
-        case 'f':
-            return ReadWord("false", JsonKind::kBoolean);
-        case 'n':
-            return ReadWord("null", JsonKind::kNull);
-        default:
-            return ReadNumber();
+    bool Key(const char* text, unsigned size, bool /*copy*/) {
+        key_ = {stream_.OffsetOf(text), size};
+        return ExpectUtf8({text, size});
     }
-}
-
-// A value begins in the innermost object or array.
-void JsonDocument::NoteValue() {
-    expected_ = open_.empty() ? Expected::kNothing : Expected::kCommaOrEnd;
-    if (!open_.empty()) {
-        ++nodes_[open_.back().node].size;
+    bool StartObject() { return OpenValue(JsonKind::kObject); }
+    bool StartArray() { return OpenValue(JsonKind::kArray); }
+    bool EndObject(unsigned /*members*/) {
+        RefuseRepeatedKey();
+        return CloseValue();
     }
-}
+    bool EndArray(unsigned /*elements*/) { return CloseValue(); }
 
-JsonDocument::Node& JsonDocument::AddNode(JsonKind kind) {
-    const auto begin = static_cast<std::uint32_t>(next_);
-    nodes_.push_back({kind, false, begin, begin, static_cast<std::uint32_t>(nodes_.size()) + 1, 0, {0}});
-    return nodes_.back();
-}
+    // Tells what is wrong, unless that was refused here.
+    void Explain(rapidjson::ParseErrorCode code, std::size_t at);
 
-bool JsonDocument::OpenValue(JsonKind kind) {
-    if (open_.size() == kMostNested) {
-        AddError(*findings_, Place(), "has more than " + std::to_string(kMostNested) + " values within one another");
-        state_ = JsonState::kWrong;
+private:
+    [[nodiscard]] std::uint32_t Count() const { return static_cast<std::uint32_t>(nodes_.size()); }
+
+    // A value begins in the innermost object or array.
+    void NoteValue() {
+        if (depth_ != 0) {
+            ++nodes_[open_[depth_ - 1]].size;
+        }
+    }
+    bool AddValue(JsonKind kind, Span span) {
+        NoteValue();
+        nodes_.push_back({kind, span, std::exchange(key_, {}), 0, Count() + 1});
+        document_.isComplete_ = depth_ == 0;
+        return true;
+    }
+    bool CloseValue() {
+        Node& node = nodes_[open_[--depth_]];
+        node.span.size = stream_.Tell() + 1 - node.span.begin;
+        node.next = Count();
+        document_.isComplete_ = depth_ == 0;
+        return true;
+    }
+
+    bool OpenValue(JsonKind kind);
+    bool ExpectUtf8(std::string_view text);
+    void RefuseRepeatedKey();
+    [[nodiscard]] std::string Place(std::string_view key) const;
+    bool Fail(std::size_t at, const std::string& fault);
+
+    JsonDocument& document_;
+    std::vector<Node>& nodes_;
+    const Stream& stream_;
+    Findings& findings_;
+    std::array<std::uint32_t, kMostNested> open_{};  // nodes of objects and arrays
+    std::size_t depth_ = 0;
+    Span key_;  // of the value that comes next
+};
+
+bool JsonDocument::Builder::OpenValue(JsonKind kind) {
+    if (depth_ == kMostNested) {
+        NoteValue();
+        AddError(findings_, Place(document_.Decoded(key_)),
+                 "has more than " + std::to_string(kMostNested) + " values within one another");
         return false;
     }
-    open_.push_back({static_cast<std::uint32_t>(nodes_.size()), 0});
-    (void)AddNode(kind);
-    expected_ = kind == JsonKind::kObject ? Expected::kKeyOrEnd : Expected::kValueOrEnd;
-    ++next_;
+    AddValue(kind, {stream_.Tell(), 0});
+    document_.isComplete_ = false;
+    open_[depth_++] = Count() - 1;
     return true;
 }
 
-bool JsonDocument::CloseValue(JsonKind kind) {
-    Node& node = nodes_[open_.back().node];
-    if (node.kind != kind) {
-        return Unexpected();
-    }
-    node.end = static_cast<std::uint32_t>(++next_);
-    node.next = static_cast<std::uint32_t>(nodes_.size());
-    if (kind == JsonKind::kObject) {
-        RefuseRepeatedKey();
-    }
-    open_.pop_back();
-    expected_ = open_.empty() ? Expected::kNothing : Expected::kCommaOrEnd;
-    return true;
+// Half of a character beyond the first 65536, escaped, is none either.
+bool JsonDocument::Builder::ExpectUtf8(std::string_view text) {
+    return IsUtf8(text) || Fail(stream_.OffsetOf(text.data()) - 1, "a text with bytes or escapes that are not UTF-8");
 }
 
 // One finding for an object, whatever it repeats.
-void JsonDocument::RefuseRepeatedKey() {
+void JsonDocument::Builder::RefuseRepeatedKey() {
+    std::vector<std::string_view> keys;
+    keys.reserve(nodes_[open_[depth_ - 1]].size);
+    for (std::uint32_t node = open_[depth_ - 1] + 1; node != Count(); node = nodes_[node].next) {
+        keys.push_back(document_.Decoded(nodes_[node].key));
+    }
     // Few keys are compared with each other sooner than they are sorted.
     constexpr std::size_t kFew = 24;
-    keys_.clear();
-    for (std::uint32_t key = open_.back().node + 1; key < nodes_.size(); key = nodes_[key + 1].next) {
-        keys_.push_back(TextOf(nodes_[key]));
-    }
-    auto repeated = keys_.end();
-    if (keys_.size() > kFew) {
-        std::sort(keys_.begin(), keys_.end());
-        repeated = std::adjacent_find(keys_.begin(), keys_.end());
+    auto repeated = keys.end();
+    if (keys.size() > kFew) {
+        std::sort(keys.begin(), keys.end());
+        repeated = std::adjacent_find(keys.begin(), keys.end());
     } else {
-        for (auto key = keys_.begin(); key != keys_.end() && repeated == keys_.end(); ++key) {
-            repeated = std::find(key + 1, keys_.end(), *key);
+        for (auto key = keys.begin(); key != keys.end() && repeated == keys.end(); ++key) {
+            repeated = std::find(key + 1, keys.end(), *key);
         }
     }
-    if (repeated == keys_.end()) {
-        return;
+    if (repeated != keys.end()) {
+        AddError(findings_, Place(*repeated), "stands twice in the same object; expected one");
     }
-    std::uint32_t key = open_.back().node + 1;
-    while (TextOf(nodes_[key]) != *repeated) {
-        key = nodes_[key + 1].next;
-    }
-    open_.back().key = key;
-    AddError(*findings_, Place(), "stands twice in the same object; expected one");
 }
 
-std::string JsonDocument::Place() const {
+// Of the value that is noted last and not yet added, or in the innermost object of the one with a key.
+std::string JsonDocument::Builder::Place(std::string_view key) const {
     std::string place;
-    for (const Open& open : open_) {
-        const Node& node = nodes_[open.node];
-        if (place.size() > kLongestPlace) {
-            return place + "...";
-        }
+    for (std::size_t i = 0; i < depth_; ++i) {
+        const Node& node = nodes_[open_[i]];
         if (node.kind == JsonKind::kArray) {
             place += '[' + std::to_string(node.size - 1) + ']';
             continue;
         }
         place += place.empty() ? "" : ".";
-        place += TextOf(nodes_[open.key]).substr(0, kMostShown);
+        place += (i + 1 < depth_ ? document_.Decoded(nodes_[open_[i + 1]].key) : key).substr(0, kMostShown);
     }
     return place;
 }
 
-std::string JsonDocument::LineAndColumn(std::size_t at) const {
-    const std::string_view before = std::string_view(text_).substr(0, at);
-    const std::size_t lineStart = before.rfind('\n') + 1;
-    return "line " + std::to_string(1 + std::count(before.begin(), before.end(), '\n')) + ", column " +
-           std::to_string(at - lineStart + 1);
-}
-
-bool JsonDocument::Fail(std::size_t at, const std::string& fault) {
-    AddError(*findings_, LineAndColumn(at), fault);
-    state_ = JsonState::kWrong;
+bool JsonDocument::Builder::Fail(std::size_t at, const std::string& fault) {
+    const std::string_view before = std::string_view(document_.text_).substr(0, at);
+    AddError(findings_,
+             "line " + std::to_string(1 + std::count(before.begin(), before.end(), '\n')) + ", column " +
+                 std::to_string(before.size() - before.rfind('\n')),
+             fault);
     return false;
 }
 
-bool JsonDocument::Unexpected() {
-    static constexpr const char* kNames[] = {"a value", "a value or ']'", "a key in quotes", "a key in quotes or '}'",
-                                             "':'",     "',' or the end", "the end"};
-    return Fail(next_, std::string("unexpected '") + text_[next_] + "'; expected " +
-                           kNames[static_cast<std::size_t>(expected_)]);
+void JsonDocument::Builder::Explain(rapidjson::ParseErrorCode code, std::size_t at) {
+    static constexpr std::pair<rapidjson::ParseErrorCode, const char*> kExpected[] = {
+        {rapidjson::kParseErrorDocumentRootNotSingular, "the end"},
+        {rapidjson::kParseErrorObjectMissName, "a key in quotes"},
+        {rapidjson::kParseErrorObjectMissColon, "':'"},
+        {rapidjson::kParseErrorObjectMissCommaOrCurlyBracket, "',' or '}'"},
+        {rapidjson::kParseErrorArrayMissCommaOrSquareBracket, "',' or ']'"},
+        {rapidjson::kParseErrorStringUnicodeEscapeInvalidHex, "\\u and four hex digits"},
+        {rapidjson::kParseErrorStringUnicodeSurrogateInvalid, "both halves of a character"},
+        {rapidjson::kParseErrorStringEscapeInvalid, "an escape of JSON's or the closing quote"},
+        {rapidjson::kParseErrorNumberMissFraction, "a digit"},
+        {rapidjson::kParseErrorNumberMissExponent, "a digit"},
+        {rapidjson::kParseErrorUnspecificSyntaxError, "'*' or '/'"},
+    };
+    const std::string_view text = document_.text_;
+    if (code == rapidjson::kParseErrorTermination) {
+        return;
+    }
+    if (code == rapidjson::kParseErrorNumberTooBig) {
+        NoteValue();
+        return AddError(findings_, Place(document_.Decoded(key_)), "is a number beyond all others");
+    }
+    if (at == text.size()) {
+        return (void)Fail(text.find_last_not_of(" \t\r\n") + 1, "the text ends within a value");
+    }
+    const std::size_t begin = text.substr(0, at).find_last_not_of("-aeflnrstu") + 1;
+    if (code == rapidjson::kParseErrorValueInvalid && begin != at) {
+        return (void)Fail(begin, "no word or number of JSON's");
+    }
+    const auto* const found = std::ranges::find(kExpected, code, [](const auto& each) { return each.first; });
+    Fail(at, std::string("unexpected '") + text[at] + "'; expected " +
+                 (found != std::end(kExpected) ? found->second : "a value"));
+}
+
+void JsonDocument::Read(const MoreText& more, Findings& findings) {
+    constexpr unsigned kFlags = rapidjson::kParseIterativeFlag | rapidjson::kParseCommentsFlag |
+                                rapidjson::kParseNumbersAsStringsFlag | rapidjson::kParseInsituFlag;
+    isComplete_ = false;
+    text_.clear();
+    decoded_.clear();
+    nodes_.clear();
+    Stream stream(*this, more);
+    Builder builder(*this, stream, findings);
+    // For open values alone, of which each needs 8 bytes: no memory is asked for that might not be had.
+    std::array<std::uint64_t, 4 * kMostNested> memory;
+    rapidjson::MemoryPoolAllocator<> pool(memory.data(), sizeof memory);
+    rapidjson::GenericReader<rapidjson::UTF8<>, rapidjson::UTF8<>, rapidjson::MemoryPoolAllocator<>> reader(
+        &pool, sizeof memory / 2);
+    const rapidjson::ParseResult result = reader.Parse<kFlags>(stream, builder);
+    if (result.IsError()) {
+        isComplete_ = false;
+        builder.Explain(result.Code(), result.Offset());
+    }
 }
 
 JsonDocument ParseJson(std::string_view text, Findings& findings) {
     JsonDocument document;
-    if (document.Read(text, findings) == JsonState::kUnfinished) {
-        (void)document.End(findings);
+    if (text.size() > kLongestText) {
+        AddError(findings, "", "is longer than can be read");
+        return document;
     }
+    const auto once = [text](std::string& whole) {
+        const bool isFirst = whole.empty() && !text.empty();
+        whole = text;
+        return isFirst;
+    };
+    document.Read(once, findings);
     return document;
 }
 

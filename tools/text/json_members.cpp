@@ -16,7 +16,7 @@ std::string Cut(std::string_view text) {
 }  // namespace
 
 std::string Shown(const JsonValue& value) {
-    return Cut(value.Source());
+    return value.Is(JsonKind::kText) ? Shown(value.Text()) : Cut(value.Source());
 }
 
 std::string Shown(std::string_view text) {

@@ -1,5 +1,6 @@
 #include <memory>
 #include <string>
+#include <utility>
 
 #include "tools/capture/message_writer.h"
 #include "tools/dictionary/loaded_dictionary.h"
@@ -33,71 +34,69 @@ constexpr std::size_t kLongestMessage = std::size_t{4} << 20U;
 
 class Encoder {
 public:
-    Encoder(const EncodeOptions& options, const Catalog& catalog, ByteOutput& output, ErrorLines& errors)
+    Encoder(const EncodeOptions& options, const Catalog& catalog, ByteInput input, Progress& progress,
+            ByteOutput& output, ErrorLines& errors)
         : hex_(options.hex),
           writer_(catalog, options.lenient ? Reading::kLenient : Reading::kStrict),
+          lines_(std::move(input)),
+          progress_(progress),
           output_(output),
           errors_(errors) {}
 
     // A message begins on a line of its own and goes on over further ones until it is complete. Whatever is wrong with
     // it, a line that begins with "{" begins the next.
-    void Take(const Line& line) {
-        if (line.text.starts_with('{')) {
-            End();
-        }
-        if (state_ == State::kLost) {
-            return;
-        }
-        if (state_ == State::kBetween) {
-            if (line.text.find_first_not_of(" \t\r") == std::string::npos) {
-                return;
+    void EncodeAll() {
+        while (HasLine()) {
+            if (line_.text.find_first_not_of(" \t\r") == std::string::npos) {
+                hasLine_ = false;
+            } else {
+                EncodeMessage();
             }
-            Begin(line.offset);
         }
-        try {
-            Read(line);
-        } catch (const MessageError& error) {
-            errors_.AddForMessage(offset_, number_, error.what());
-        }
-    }
-
-    // Of the text, or of a message whose further lines do not come.
-    void End() {
-        if (state_ == State::kWithin) {
-            (void)document_.End(findings_);
-            errors_.AddForMessage(offset_, number_, Explained());
-        }
-        state_ = State::kBetween;
     }
 
 private:
-    enum class State { kBetween, kWithin, kLost };
-
-    void Begin(std::uint64_t offset) {
-        document_.Clear();
-        findings_.clear();
-        offset_ = offset;
-        ++number_;
+    // A line that no message has taken yet.
+    bool HasLine() {
+        if (!hasLine_ && !isEnd_) {
+            hasLine_ = lines_.Next(line_);
+            isEnd_ = !hasLine_;
+            progress_.Show(line_.offset);
+        }
+        return hasLine_;
     }
 
-    void Read(const Line& line) {
-        const bool goesOn = state_ == State::kWithin;
-        state_ = State::kLost;
-        if (line.isCut || document_.size() + line.text.size() >= kLongestMessage) {
+    void EncodeMessage() {
+        const std::uint64_t offset = line_.offset;
+        ++number_;
+        Findings findings;
+        try {
+            document_.Read([this](std::string& text) { return AppendLine(text); }, findings);
+            if (!findings.empty()) {
+                const Finding& first = findings.front();
+                throw MessageError(first.place + (first.place.empty() ? "" : ": ") + first.text);
+            }
+            Write(writer_.Write(document_.root()));
+        } catch (const MessageError& error) {
+            errors_.AddForMessage(offset, number_, error.what());
+        }
+        while (!document_.root() && HasLine() && !line_.text.starts_with('{')) {
+            hasLine_ = false;
+        }
+    }
+
+    bool AppendLine(std::string& text) {
+        if (!HasLine() || (!text.empty() && line_.text.starts_with('{'))) {
+            return false;
+        }
+        hasLine_ = false;
+        if (line_.isCut || text.size() + line_.text.size() >= kLongestMessage) {
             throw MessageError("is longer than " + std::to_string(kLongestMessage) +
                                " bytes; no message needs so many");
         }
-        if (goesOn) {
-            (void)document_.Read("\n", findings_);
-        }
-        const JsonState read = document_.Read(line.text, findings_);
-        if (!findings_.empty()) {
-            throw MessageError(Explained());
-        }
-        state_ = read == JsonState::kUnfinished ? State::kWithin : State::kBetween;
-        if (read == JsonState::kComplete) {
-            Write(writer_.Write(document_.root()));
-        }
+        text += line_.text;
+        text += '\n';
+        return true;
     }
 
     void Write(std::string_view bytes) {
@@ -110,20 +109,17 @@ private:
         FlushWhenLarge(output_);
     }
 
-    std::string Explained() const {
-        const Finding& first = findings_.front();
-        return first.place + (first.place.empty() ? "" : ": ") + first.text;
-    }
-
     bool hex_;
     MessageWriter writer_;
+    LineReader lines_;
+    Progress& progress_;
     ByteOutput& output_;
     ErrorLines& errors_;
     JsonDocument document_;
-    Findings findings_;
-    State state_ = State::kBetween;
-    std::uint64_t offset_ = 0;  // of the message that began last
-    std::uint64_t number_ = 0;
+    Line line_{};
+    bool hasLine_ = false;
+    bool isEnd_ = false;
+    std::uint64_t number_ = 0;  // of the message that began last
 };
 
 int Encode(const EncodeOptions& options) {
@@ -135,22 +131,17 @@ int Encode(const EncodeOptions& options) {
     const LoadedDictionary dictionary(options.dictionary);
     const Catalog catalog(dictionary.tables());
     ErrorLines errors(file.name(), output);
-    Encoder encoder(options, catalog, output, errors);
+    Progress progress(file.Size());
     // What was written is seen before the next read, which may wait.
-    LineReader reader([&file, &output](char* to, std::size_t size) {
+    const auto read = [&file, &output](char* to, std::size_t size) {
         Flush(output);
         return file.Read(to, size);
-    });
-    Progress progress(file.Size());
+    };
     try {
-        for (Line line; reader.Next(line);) {
-            encoder.Take(line);
-            progress.Show(line.offset);
-        }
+        Encoder(options, catalog, read, progress, output, errors).EncodeAll();
     } catch (const InputError& error) {
         errors.Add(error.what());
     }
-    encoder.End();
     Flush(output);
     return errors.any() ? kStatusDiffers : kStatusGood;
 }
