@@ -16,6 +16,7 @@
 #include "tests/support/random_message.h"
 #include "tests/support/work_folder.h"
 #include "tests/tools/run_command.h"
+#include "tools/verbs/help_text.h"
 
 namespace zel::tools {
 namespace {
@@ -35,6 +36,21 @@ protected:
     static std::string Encoded(const std::string& path) { return test::FromHex(RunZel("encode --hex " + path).out); }
 
     static std::string Golden(const std::string& name) { return ReadFile(SourcePath("tests/tools/golden/" + name)); }
+
+    // Writes b.zel: these of the sample orders, counted from 1, with `from` replaced by `to`.
+    static void WriteOthers(const std::string& numbers, const std::string& from, const std::string& to) {
+        const std::vector<std::string> orders = Lines(ReadFile("orders.jsonl"));
+        std::istringstream list(numbers);
+        std::string text;
+        for (std::size_t number = 0; list >> number;) {
+            text += orders.at(number - 1) + '\n';
+        }
+        if (!from.empty()) {
+            text.replace(text.find(from), from.size(), to);
+        }
+        WriteFile("b.jsonl", text);
+        WriteFile("b.zel", Encoded("b.jsonl"));
+    }
 
     test::WorkFolder folder_{"examples/orders.jsonl", "zeldata/sample.json", "tests/tools/cases/odd_names.json"};
 };
@@ -71,6 +87,10 @@ TEST_F(Messages, StreamsAreListedBelowTheirField) {
         EXPECT_EQ(listed, row[1]) << row[0];
         EXPECT_EQ(RunZel("value stream " + hex).out, row[2].empty() ? "" : row[2] + '\n') << row[0];
         if (!row[2].empty()) {
+            EXPECT_NE(
+                RunZel("decode --json --streams FILTER_STREAM query.zel").out.find("FILTER_STREAM\":" + row[2] + '}'),
+                std::string::npos)
+                << row[0];
             WriteFile("json.jsonl",
                       R"({"name":"ORDER_QUERY","fields":{"QUERY_REF":"Q","FILTER_STREAM":)" + row[2] + "}}\n");
             EXPECT_EQ(Encoded("json.jsonl"), Encoded("query.jsonl")) << row[0];
@@ -122,6 +142,22 @@ TEST_F(Messages, AreSelectedByTypeAndValues) {
         EXPECT_EQ(LinesThatBegin(outcome.out, ""), row[1]) << row[0];
         EXPECT_EQ(outcome.err, row[2].empty() ? "" : row[2] + "\nRun with --help for more information.\n") << row[0];
         EXPECT_EQ(outcome.status, row[2].empty() ? 0 : 2) << row[0];
+    }
+}
+
+TEST_F(Messages, AreComparedWithThoseOfAnotherCapture) {
+    std::string damaged = ReadFile("orders.zel");
+    damaged[247 + 37] = 9;
+    damaged[621 + 38] = 9;
+    WriteFile("damaged.zel", damaged);
+    WriteFile("unframed.bin", ReadFile("orders.zel").substr(6, 247 - 6));
+    WriteFile("orders.txt", RunZel("encode --hex orders.jsonl").out);
+    for (const test::Cells& row : test::ReadCases("tests/tools/cases/capture_diffs.txt", 8)) {
+        WriteOthers(row[1], row[2], row[3]);
+        const Outcome outcome = RunZel("diff " + row[4]);
+        EXPECT_EQ(LinesThatBegin(outcome.out, ""), row[6]) << row[0];
+        EXPECT_EQ(LinesThatBegin(outcome.err, ""), row[7]) << row[0];
+        EXPECT_EQ(outcome.status, std::stoi(row[5])) << row[0];
     }
 }
 
@@ -210,8 +246,9 @@ TEST_F(Messages, AreDocumentedAsTheyAre) {
     std::ifstream page(SourcePath("docs/tools.md"));
     std::string output;
     int lines = 0;
+    WriteOthers("1 3 4 5", "101.50", "101.75");
     for (std::string line; std::getline(page, line);) {
-        if (line.starts_with("$ zel decode ")) {
+        if (line.starts_with("$ zel decode ") || line.starts_with("$ zel diff ")) {
             output = RunZel(line.substr(6)).out;
         } else if (line.starts_with("$ echo")) {
             WriteFile("echo.jsonl", line.substr(8, line.find("' |") - 8));
@@ -223,7 +260,7 @@ TEST_F(Messages, AreDocumentedAsTheyAre) {
             ++lines;
         }
     }
-    EXPECT_EQ(lines, 36);
+    EXPECT_EQ(lines, 41);
 }
 
 TEST_F(Messages, AnswerDictionaryFaultsWithStatus2) {

@@ -12,10 +12,9 @@
 #include "tools/capture/capture_summary.h"
 #include "tools/capture/expanded_payload.h"
 #include "tools/capture/frame_reader.h"
-#include "tools/capture/library_reports.h"
 #include "tools/capture/message_json.h"
+#include "tools/capture/message_reader.h"
 #include "tools/capture/message_selection.h"
-#include "tools/capture/payload_walk.h"
 #include "tools/dictionary/catalog.h"
 #include "tools/io/byte_output.h"
 #include "tools/text/error_lines.h"
@@ -27,7 +26,7 @@ enum class DecodedForm { kListing, kJson, kSummary, kRaw, kAnnotated, kCsv, kSum
 // Which messages are shown, and how.
 struct DecodedView {
     DecodedForm form;
-    std::set<std::uint16_t> streams = {};          // see AppendListing
+    std::set<std::uint16_t> streams = {};          // see AppendListing and AppendMessageJson
     std::vector<const CatalogField*> fields = {};  // the columns of kCsv, and what kJson is limited to
     bool hasOffsets = true;
     bool hasFiles = false;  // several: what is shown tells which one it is from
@@ -55,10 +54,8 @@ public:
 private:
     [[nodiscard]] bool IsForPeople() const;
     bool IsWanted(const ReceivedMessage& message, bool isRead);
-    void Show(const Frame& frame, const ReceivedMessage& message);
+    void Show(const ReceivedMessage& message, const Reader& payload);
     void Annotate(const Frame& frame, const ReceivedMessage& message);
-    bool View(const Frame& frame, ReceivedMessage& message);
-    bool Unpack(const Frame& frame, ReceivedMessage& message);
     void Complain(const Frame& frame, const std::string& text);
 
     const Catalog* catalog_;
@@ -66,9 +63,7 @@ private:
     std::set<std::uint16_t> fieldIds_;  // of the view's fields
     ByteOutput& output_;
     ErrorLines& errors_;
-    ReportCollector reports_;
-    std::optional<CZELMessage> object_;  // not without a dictionary: its construction would complain
-    PayloadFindings findings_;
+    std::optional<MessageReader> reader_;  // not without a dictionary: its construction would complain
     ExpandedPayload room_;
     CaptureSummary summary_;
     std::string file_;

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "tools/capture/header_json.h"
+#include "tools/capture/stream_json.h"
 #include "tools/text/json_text.h"
 #include "tools/text/value_json.h"
 #include "zeldata/field_rules.h"
@@ -20,9 +21,14 @@ bool TellsRepeatCount(const CatalogMessage& kind, const ZELDataBuf& buffer) {
 
 // What is shown of a message.
 struct ShownSlots {
+    const Catalog& catalog;
+    const MessageJsonView& view;
     PlacedSlots placed;
-    const std::set<std::uint16_t>& fields;
 };
+
+bool AppendOpened(std::string& out, const Catalog& catalog, const _field_data& slot) {
+    return slot.value != nullptr && AppendStreamJson(out, catalog, {static_cast<const char*>(slot.value), slot.length});
+}
 
 // The members of the slots [first, last).
 void AppendSlots(std::string& out, const CatalogMessage& kind, const ShownSlots& shown, std::size_t first,
@@ -30,13 +36,15 @@ void AppendSlots(std::string& out, const CatalogMessage& kind, const ShownSlots&
     const PlacedSlots& placed = shown.placed;
     for (std::size_t index = first; index < last; ++index) {
         const _field_data& slot = placed.slots[index];
-        if (slot.isSet == 0 || !(shown.fields.empty() || shown.fields.contains(slot.id))) {
+        if (slot.isSet == 0 || !(shown.view.fields.empty() || shown.view.fields.contains(slot.id))) {
             continue;
         }
         const CatalogEntry& entry = kind.entries[placed.places[index].entry];
         out.append(entry.memberText, isFirst ? 1 : 0);
         isFirst = false;
-        AppendValueJson(out, {entry.field->type, entry.field->length}, slot);
+        if (!shown.view.streams.contains(slot.id) || !AppendOpened(out, shown.catalog, slot)) {
+            AppendValueJson(out, {entry.field->type, entry.field->length}, slot);
+        }
     }
 }
 
@@ -71,7 +79,8 @@ PlacedSlots PlaceContent(const CatalogMessage& kind, const ZelMsgStruct& content
     return placed;
 }
 
-void AppendMessageJson(std::string& out, const ReceivedMessage& message, const std::set<std::uint16_t>& fields) {
+void AppendMessageJson(std::string& out, const Catalog& catalog, const ReceivedMessage& message,
+                       const MessageJsonView& view) {
     const CatalogMessage& kind = *message.kind;
     const ZELDataBuf& buffer = *message.content->dataBuf;
     out += '{';
@@ -85,13 +94,13 @@ void AppendMessageJson(std::string& out, const ReceivedMessage& message, const s
     out += kind.jsonText;
     out += ',';
     AppendHeaderJson(out, message.header);
-    const ShownSlots shown{PlaceContent(kind, *message.content), fields};
+    const ShownSlots shown{catalog, view, PlaceContent(kind, *message.content)};
     const PlacedSlots& placed = shown.placed;
     if (kind.groupSize != 0 && !TellsRepeatCount(kind, buffer)) {
         out += ",\"repeatCount\":";
         AppendNumber(out, message.content->repeatCount);
     }
-    if (!message.order->empty() && fields.empty()) {
+    if (!message.order->empty() && view.fields.empty()) {
         out += ",\"order\":[";
         for (const std::uint16_t id : *message.order) {
             AppendNumber(out, id);

@@ -38,8 +38,14 @@ struct PlacedSlots {
 };
 [[nodiscard]] PlacedSlots PlaceContent(const CatalogMessage& kind, const ZelMsgStruct& content);
 
-// With the values of these fields, by id; without any, of all.
-void AppendMessageJson(std::string& out, const ReceivedMessage& message, const std::set<std::uint16_t>& fields);
+// Sets of fields by their ids.
+struct MessageJsonView {
+    const std::set<std::uint16_t>& fields;   // whose values are written; empty: of all
+    const std::set<std::uint16_t>& streams;  // whose filter or sort data is opened, as AppendStreamJson does
+};
+
+void AppendMessageJson(std::string& out, const Catalog& catalog, const ReceivedMessage& message,
+                       const MessageJsonView& view);
 
 }  // namespace zel::tools
 

@@ -1,5 +1,6 @@
 #include "tools/capture/message_members.h"
 
+#include <algorithm>
 #include <string>
 
 #include "tools/text/json_members.h"
@@ -45,6 +46,10 @@ MessageMembers::MessageMembers(const JsonValue& message) {
 
 const char* MessageMembers::NameOf(MemberKey key) {
     return kNames[static_cast<std::size_t>(key)];
+}
+
+bool MessageMembers::IsName(std::string_view text) {
+    return std::find(kNames.begin(), kNames.end(), text) != kNames.end();
 }
 
 std::int64_t MessageMembers::Number(MemberKey key, std::int64_t least, std::int64_t most, std::int64_t other) const {

@@ -5,6 +5,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <string_view>
 
 #include "tools/text/json_document.h"
 
@@ -45,6 +46,7 @@ public:
     [[nodiscard]] std::int64_t Number(MemberKey key, std::int64_t least, std::int64_t most, std::int64_t other) const;
 
     [[nodiscard]] static const char* NameOf(MemberKey key);
+    [[nodiscard]] static bool IsName(std::string_view text);
 
 private:
     std::array<JsonValue, static_cast<std::size_t>(MemberKey::kCount)> values_;

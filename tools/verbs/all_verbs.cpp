@@ -16,7 +16,7 @@ Verb ZelCommand() {
             "'zel VERB --help' tells more.\n"
             "Exit status: 0 good, 1 something bad or different was found, 2 wrong usage, no usable "
             "dictionary, output that cannot be written, or no memory.",
-        .verbs = {DecodeVerb(), EncodeVerb(), SampleVerb(), DictVerb(), ValueVerb(), ExplainVerb()},
+        .verbs = {DecodeVerb(), EncodeVerb(), SampleVerb(), DiffVerb(), DictVerb(), ValueVerb(), ExplainVerb()},
         .sections = {
             {"EXIT STATUS",
              {{"0", "Good"},

@@ -19,6 +19,7 @@ namespace zel::tools {
 [[nodiscard]] Verb DictDiffVerb();
 [[nodiscard]] Verb DictHeaderVerb();
 [[nodiscard]] Verb DictWiresharkVerb();
+[[nodiscard]] Verb DiffVerb();
 [[nodiscard]] Verb ExplainVerb();
 [[nodiscard]] Verb SampleVerb();
 [[nodiscard]] Verb ValueVerb();

@@ -140,6 +140,11 @@ std::vector<const CatalogField*> FindFields(const char* option, const std::vecto
     return fields;
 }
 
+// Whether all bytes that a value's length tells are there: a date-time may have a longer one.
+bool HoldsBytes(const CatalogField& field) {
+    return field.type == kZELChars || field.type == kZELText || field.type == kZELBytes10 || field.type == kZELBytes11;
+}
+
 // Without a catalog, the options that need one are not given.
 DecodedView ViewOf(const DecodeOptions& options, const Catalog* catalog) {
     DecodedView view{.form = FormOf(options), .hasOffsets = !options.noOffsets};
@@ -148,6 +153,9 @@ DecodedView ViewOf(const DecodeOptions& options, const Catalog* catalog) {
     view.count = options.count.value_or(view.count);
     if (catalog != nullptr) {
         for (const CatalogField* field : FindFields("--streams", options.streams, *catalog)) {
+            if (!HoldsBytes(*field)) {
+                throw UsageError("--streams: " + field->name + " is no text and no byte string");
+            }
             view.streams.insert(field->id);
         }
         view.fields = FindFields("--fields", options.fields, *catalog);
@@ -289,7 +297,8 @@ Verb DecodeVerb() {
                     {"--streams", &options->streams, "Open the filter or sort data in these fields", "FIELD,...", false,
                      true}},
         .exclusive = {{"--unframed", "--follow"},
-                      {"--json", "--csv", "--raw", "--streams"},
+                      {"--json", "--csv", "--raw"},
+                      {"--streams", "--csv", "--raw"},
                       {"--summary", "--csv", "--raw", "--streams"},
                       {"--annotate", "--summary", "--csv", "--streams"},
                       {"--annotate", "--json"},
