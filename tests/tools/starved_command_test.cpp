@@ -84,6 +84,7 @@ const Verb kVerbs[] = {
     {"dict wireshark small.json -o old.img", true},
     {"value money 101'16"},
     {"explain --markdown"},
+    {"diff --json orders.zel damaged.zel"},
     {"pages manual bash zsh fish", true},
     {"--version"},
     {"--help"},
