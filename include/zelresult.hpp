@@ -118,8 +118,13 @@ namespace detail {
     failure.fieldId = 0;
     failure.repetition = -1;
     failure.offset = 0;
-    (void)std::snprintf(failure.text, sizeof failure.text, "%.*s%s%s", static_cast<int>(what.size()), what.data(),
-                        what.empty() ? "" : ": ", text != nullptr ? text : ZELExplain(code));
+    // What does not fit is cut.
+    char* end = failure.text;
+    for (const std::string_view part : {what, std::string_view(what.empty() ? "" : ": "),
+                                        std::string_view(text != nullptr ? text : ZELExplain(code))}) {
+        end += part.copy(end, static_cast<std::size_t>(failure.text + sizeof failure.text - 1 - end));
+    }
+    *end = '\0';
     return failure;
 }
 

@@ -111,7 +111,9 @@ TEST_F(Exchange, RunsInSeveralThreadsAtOnce) {
     std::vector<std::string> alone;
     for (int seed = 1; seed <= kThreads; ++seed) {
         alone.push_back(ConvertAndBuild(seed));
-        EXPECT_NE(alone.back().find(std::to_string(seed) + " 3/8 12 >= int "), std::string::npos) << alone.back();
+        std::string expected = std::to_string(seed);
+        expected += " 3/8 12 >= int ";
+        EXPECT_NE(alone.back().find(expected), std::string::npos) << alone.back();
     }
     for (int start = 0; start < 20; ++start) {
         // New tables, so that there are no plans yet.
