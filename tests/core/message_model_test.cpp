@@ -60,6 +60,7 @@ TEST(MessageModel, InitialisesSlotsFromTheDictionary) {
 }
 
 TEST(MessageModel, RefusesWhatTheTablesCannotGive) {
+    ReleasePlans();  // those of earlier tests
     TestTables tables;
     RecordedReports reports;
     const int live = LiveBlocks();

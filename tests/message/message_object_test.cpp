@@ -276,6 +276,10 @@ TEST_F(MessageObject, FindsOccurrences) {
 }
 
 TEST_F(MessageObject, KeepsReplacedValuesUntilTheMessageEnds) {
+    // Those of earlier tests.
+    StopUsingTables();
+    ReleasePlans();
+    tables_.Install();
     const int live = LiveBlocks();
     Create(object_, kAllTypes);
     const int empty = LiveBlocks();
