@@ -64,7 +64,7 @@ private:
     ByteOutput& output_;
     ErrorLines& errors_;
     std::optional<MessageReader> reader_;  // not without a dictionary: its construction would complain
-    ExpandedPayload room_;
+    ExpandedPayload room_{};
     CaptureSummary summary_;
     std::string file_;
     std::uint64_t selected_ = 0;

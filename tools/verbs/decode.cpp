@@ -166,8 +166,8 @@ DecodedView ViewOf(const DecodeOptions& options, const Catalog* catalog) {
             view.selection.AddType(type, catalog);
         }
         option = "--where: ";
-        for (const std::string& condition : options.conditions.texts) {
-            view.selection.AddCondition(condition, *catalog);
+        for (std::size_t at = 0; catalog != nullptr && at < options.conditions.texts.size(); ++at) {
+            view.selection.AddCondition(options.conditions.texts[at], *catalog);
         }
     } catch (const MessageError& error) {
         throw UsageError(option + std::string(error.what()));
