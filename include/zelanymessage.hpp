@@ -136,7 +136,7 @@ public:
             Pass();
             return *this;
         }
-        Iterator operator++(int) noexcept {
+        Iterator operator++(int) noexcept {  // NOLINT(cert-dcl21-cpp): a const copy could not be moved
             const Iterator before = *this;
             ++*this;
             return before;
@@ -198,7 +198,7 @@ public:
             ++number_;
             return *this;
         }
-        Iterator operator++(int) noexcept { return {*message_, number_++}; }
+        Iterator operator++(int) noexcept { return {*message_, number_++}; }  // NOLINT(cert-dcl21-cpp)
         bool operator==(const Iterator& other) const noexcept { return number_ == other.number_; }
 
     private:
@@ -353,10 +353,12 @@ private:
     }
     [[nodiscard]] std::span<_field_data> SlotsOf(int repetition) const noexcept {
         const std::span<_field_data> slots = Slots();
-        const auto first = static_cast<std::size_t>(group_.first + repetition * group_.size);
+        if (repetition < 0 || repetition >= group_.repetitions) {
+            return {};
+        }
         const auto size = static_cast<std::size_t>(group_.size);
-        return repetition < group_.repetitions && first + size <= slots.size() ? slots.subspan(first, size)
-                                                                               : std::span<_field_data>();
+        const std::size_t first = static_cast<std::size_t>(group_.first) + static_cast<std::size_t>(repetition) * size;
+        return first + size <= slots.size() ? slots.subspan(first, size) : std::span<_field_data>();
     }
     [[nodiscard]] bool IsInGroup(std::ptrdiff_t at) const noexcept {
         return group_.size != 0 && at >= group_.first &&
