@@ -34,8 +34,8 @@ int HexDigit(char digit) noexcept {
     return digit >= 'A' && digit <= 'F' ? digit - 'A' + 10 : -1;
 }
 
-bool IsHex(std::string_view token) {
-    return !token.empty() && std::all_of(token.begin(), token.end(), [](char c) { return HexDigit(c) >= 0; });
+bool IsHex(std::string_view text) {
+    return !text.empty() && std::all_of(text.begin(), text.end(), [](char c) { return HexDigit(c) >= 0; });
 }
 
 void AppendHex(std::string& out, const char* bytes, std::size_t size) {
