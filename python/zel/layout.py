@@ -25,6 +25,8 @@ VIEW = np.dtype([("data", np.uintp), ("length", np.uintp)])
 # Bytes of a text, until a longer one comes.
 FIRST_WIDTH = 8
 
+_EIGHT_FLAGS = np.uint64(0x0101010101010101)
+
 # What a member is, and how it lies in the record.
 Slot = Tuple[int, np.dtype]
 SlotOf = Callable[[Field], Slot]
@@ -91,6 +93,7 @@ class Part:
             offsets[field.name] = at
             at += dtype.itemsize
         self.dates = sum(kind == library.DATETIME for _, kind, _ in slots)
+        at = -(-at // 8) * 8
         self.flags = at
         self.has_flags = has_flags
         self.columns: Dict[str, Column] = {}
@@ -99,7 +102,6 @@ class Part:
                                               at if has_flags else library.NOWHERE)
             # As many as a mask of the column has.
             at += len(dtype.names or "1") if has_flags else 0
-        self.flags_end = at
         self.hidden = -(-at // 8) * 8
         self._hidden_entries = hidden
         self.size = self.hidden + (VIEW.itemsize if hidden else 0)
@@ -203,19 +205,19 @@ def _column(records: np.ndarray, offset: int, dtype: np.dtype) -> np.ndarray:
     return np.ndarray(len(records), dtype, records, offset, records.strides[:1])
 
 
-def missing(records: np.ndarray, part: Part) -> np.ndarray:
-    """Bools for the columns of each record, one after the other and two for structs: their fields are not there."""
-    count = part.flags_end - part.flags
-    if count == 0:
-        return np.zeros((len(records), 0), bool)
-    # As one block of bytes a record, which is the quickest to copy.
-    there = _column(records, part.flags, np.dtype(f"V{count}")).copy().view(np.uint8).reshape(len(records), count)
+def mark_missing(records: np.ndarray, part: Part) -> None:
+    """Turns the flags of fields that are there into a mask of those that are not, with two bytes for a struct."""
     for column in part.columns.values():
         if column.dtype.names:
-            at = column.flag - part.flags
-            there[:, at + 1] = there[:, at]
-    there ^= 1
-    return there.view(bool)
+            records[:, column.flag + 1] = records[:, column.flag]
+    for at in range(part.flags, part.hidden, 8):
+        eight = _column(records, at, np.dtype(np.uint64))
+        eight ^= _EIGHT_FLAGS
+
+
+def mask_in(records: np.ndarray, part: Part, dtype: np.dtype) -> np.ndarray:
+    """The mask where it lies: one bool for each column, in their order, and two for structs."""
+    return _column(records, part.flags, dtype)
 
 
 def choose(message: MessageType, names: Optional[Sequence[str]], in_group: bool) -> List[Entry]:
