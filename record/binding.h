@@ -21,6 +21,7 @@ enum class Move : std::uint8_t {
     kLong64,
     kDouble,
     kDateTime,
+    kSeconds,
     kMoney,
     kChars,      // chars and an array
     kCharsView,  // chars and bytes elsewhere

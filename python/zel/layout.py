@@ -37,14 +37,18 @@ _FIXED: Dict[str, Slot] = {
     "double": (library.DOUBLE, np.dtype("<f8")), "money": (library.MONEY, MONEY),
     "datetime": (library.DATETIME, np.dtype("<u8")),
 }
+_SECONDS: Slot = (library.SECONDS, np.dtype("<M8[s]"))
 _VIEW: Slot = (library.VIEW, VIEW)
 _WIDE: Slot = (library.INT64, np.dtype("<i8"))
 
 
-def in_place(widths: Mapping[str, int]) -> SlotOf:
-    """Slots with texts and bytes in the record, as many bytes of each as `widths` says."""
+def in_place(widths: Mapping[str, int], has_seconds: bool) -> SlotOf:
+    """Slots with texts and bytes in the record, as many bytes of each as `widths` says; dates as seconds, or as they
+    travel."""
 
     def slot(field: Field) -> Slot:
+        if field.type == "datetime" and has_seconds:
+            return _SECONDS
         if field.type in _FIXED:
             return _FIXED[field.type]
         width = widths.get(field.name, field.length or FIRST_WIDTH)
@@ -85,14 +89,13 @@ class Part:
     def __init__(self, entries: Sequence[Entry], hidden: Sequence[Entry], slot_of: SlotOf, has_flags: bool) -> None:
         slots = [(entry.field, *slot_of(entry.field)) for entry in entries]
         offsets, at = {}, 0
-        # Dates first, one after the other; wide numbers before texts, where the processor likes them.
-        order = (library.DATETIME, library.INT16, library.INT32, library.CHARS, library.BYTES)
-        for field, kind, dtype in sorted(slots, key=lambda slot: order.index(slot[1]) if slot[1] in order else 0.5):
+        # Wide numbers before texts, where the processor likes them.
+        order = (library.INT16, library.INT32, library.CHARS, library.BYTES)
+        for field, kind, dtype in sorted(slots, key=lambda slot: order.index(slot[1]) if slot[1] in order else -1):
             align = 8 if dtype.itemsize % 8 == 0 else dtype.alignment
             at = -(-at // align) * align
             offsets[field.name] = at
             at += dtype.itemsize
-        self.dates = sum(kind == library.DATETIME for _, kind, _ in slots)
         at = -(-at // 8) * 8
         self.flags = at
         self.has_flags = has_flags

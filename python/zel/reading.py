@@ -12,7 +12,7 @@ from .dictionary import Dictionary, Field, MessageType
 from .layout import FIRST_WIDTH, VIEW, Layout, Part, choose, in_place, mark_missing, mask_in, viewed
 from .library import BAD_LAYOUT, CRun, Error, Failure, Reading, lib, using
 from .source import Capture, Source
-from .values import DATETIME, money_to_decimal, money_to_float, seconds
+from .values import DATETIME, money_to_decimal, money_to_float
 
 # Records that are filled by one call: what is done with them next should find them near the processor.
 _BATCH = 2048
@@ -73,9 +73,8 @@ class Run:
 
     def _bind(self) -> None:
         capacity = _ALL_REPETITIONS if self._is_large else self._capacity
-        self.layout = Layout(self.message, self._columns, in_place(self._widths), capacity=capacity,
-                             has_flags=self._has_flags)
-        self._dates = self.layout.outside.dates if self.forms.dates == "datetime64" else 0
+        self.layout = Layout(self.message, self._columns, in_place(self._widths, self.forms.dates == "datetime64"),
+                             capacity=capacity, has_flags=self._has_flags)
 
     @property
     def is_done(self) -> bool:
@@ -98,8 +97,9 @@ class Run:
             done = slice(filled, filled + run.read)
             offsets[done] = self._offsets[:run.read]
             offsets[done] += np.uint64(self._at + self.capture.start)
-            if run.read:
-                self._finish(records[done])
+            if self._has_flags and run.read:
+                # As long as the records are near the processor.
+                mark_missing(records[done], layout.outside)
             filled += run.read
             self._at += run.used
             if result != 0 and not (result == library.NO_SCRATCH and run.read > 0):
@@ -108,21 +108,6 @@ class Run:
                 self._is_large = False
                 self._bind()
         return filled
-
-    def _finish(self, records: np.ndarray) -> None:
-        """Does what the library does not, as long as the records are near the processor."""
-        if self._has_flags:
-            mark_missing(records, self.layout.outside)
-        if self._dates == 0:
-            return
-        count, stride = len(records), self.layout.stride
-        # The quickest ways to copy: in blocks out of the records, column by column into them.
-        block = np.dtype(f"V{8 * self._dates}")
-        blocks: np.ndarray = np.ndarray(count, block, records, 0, (stride,)).copy()
-        found = seconds(blocks.view(np.uint64)).reshape(count, self._dates)
-        columns: np.ndarray = np.ndarray((count, self._dates), np.int64, records, 0, (stride, 8))
-        for number in range(self._dates):
-            columns[:, number] = found[:, number]
 
     def _pass_bad(self) -> None:
         """Makes room for the message that is next, or leaves it out."""
@@ -290,8 +275,8 @@ def _read_records(run: Run, count: Optional[str], mask: bool, offset: bool) -> n
 
 
 def _looked_at(field: Field, forms: Forms) -> Optional[np.dtype]:
-    if field.type == "datetime":
-        return np.dtype("<M8[s]") if forms.dates == "datetime64" else DATETIME
+    if field.type == "datetime" and forms.dates == "record":
+        return DATETIME
     if field.type == "money" and forms.money == "float":
         return np.dtype("<f8")
     return None
@@ -379,7 +364,7 @@ def _piece(forms: Forms, layout: Layout, records: np.ndarray, offsets: np.ndarra
         columns["offset"] = (offsets[parents].copy(), None)
     outside = layout.outer(records)
     gone = _absent(records, layout.outside)
-    found = {name: (form(outside[name][parents], each.field, forms, True), gone[name][parents])
+    found = {name: (form(outside[name][parents], each.field, forms), gone[name][parents])
              for name, each in layout.outside.columns.items()}
     if count is not None:
         found[count] = (layout.counts(records)[parents].copy(), None)
@@ -391,7 +376,7 @@ def _piece(forms: Forms, layout: Layout, records: np.ndarray, offsets: np.ndarra
         gone = _absent(repetitions, layout.group)
         inside = inside.view(layout.group.dtype())
         for name, each in layout.group.columns.items():
-            found[name] = (form(inside[name], each.field, forms, False), gone[name])
+            found[name] = (form(inside[name], each.field, forms), gone[name])
     for entry in layout.message.entries:
         if entry.field.name in found:
             columns.setdefault(entry.field.name, found[entry.field.name])
@@ -405,13 +390,11 @@ def _absent(records: np.ndarray, part: Part) -> Dict[str, np.ndarray]:
     return {name: records[:, column.flag].astype(bool) for name, column in part.columns.items()}
 
 
-def form(values: np.ndarray, field: Field, forms: Forms, has_dates: bool) -> np.ndarray:
-    """A column of records in the form that is wanted. `has_dates`: dates are seconds already."""
+def form(values: np.ndarray, field: Field, forms: Forms) -> np.ndarray:
+    """A column of records in the form that is wanted."""
     values = np.array(values)  # the records are filled again
-    if field.type == "datetime":
-        if forms.dates == "record":
-            return values.view(DATETIME)
-        return (values if has_dates else seconds(values)).view("<M8[s]")
+    if field.type == "datetime" and forms.dates == "record":
+        return values.view(DATETIME)
     if field.type == "money" and forms.money != "record":
         return money_to_float(values) if forms.money == "float" else money_to_decimal(values)
     if field.type in ("text", "chars") and forms.texts == "str":
