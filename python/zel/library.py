@@ -175,10 +175,20 @@ def folder() -> Path:
     raise Error(NOT_STARTED, "nobody knows where libzel lies; name the dictionary image in ZELDATA_IMAGE")
 
 
-_turn = threading.Condition(threading.RLock())
+_turn = threading.Condition(threading.RLock())  # of a call that looks at, or changes, what follows
 _served: Optional["Dictionary"] = None  # by the library
 _users = 0  # calls in progress
 _chosen: Optional["Dictionary"] = None  # by use()
+
+
+def _start_alone() -> None:
+    """After a fork: the calls that other threads had in progress go on in the parent alone."""
+    global _turn, _users
+    _turn, _users = threading.Condition(threading.RLock()), 0
+
+
+if hasattr(os, "register_at_fork"):
+    os.register_at_fork(after_in_child=_start_alone)
 
 
 def use(dictionary: Optional["Dictionary"]) -> None:

@@ -58,6 +58,8 @@ class Run:
                  errors: str, width: Optional[int], has_flags: bool) -> None:
         if errors not in ("raise", "skip", "collect"):
             raise ValueError(f"errors={errors!r}; expected one of raise, skip, collect")
+        if width is not None and (not isinstance(width, int) or width < 1):
+            raise ValueError(f"width={width!r}; expected bytes, from 1 on, or None")
         self.capture, self.message, self.errors, self.forms = capture, message, errors, forms
         self.bad: List[Error] = []
         self._columns, self._most, self._has_flags = columns, width, has_flags

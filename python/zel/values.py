@@ -100,7 +100,7 @@ class Money(NamedTuple):
 
 
 def money_of_json(value: Any) -> Money:
-    if isinstance(value, str):
+    if isinstance(value, str) and "\0" not in value:
         read = CMoney()
         if lib.ZELStrToMoney(value.encode(), byref(read)) == 0:
             return Money(read.amount, read.displayCode)
@@ -113,8 +113,8 @@ def decimal_to_money(value: Decimal) -> Money:
     """With as many decimals as the number has."""
     exponent = value.as_tuple().exponent
     decimals = max(-exponent, 0) if isinstance(exponent, int) else 6
-    if decimals > 5:
-        raise ValueError("a finite number of at most 5 decimals")
+    if decimals > 5 or abs(value) * 10**decimals >= 2**31:
+        raise ValueError("a finite number of at most 5 decimals and 32 bits")
     return Money(int(value.scaleb(decimals)), 10 * decimals or 1)
 
 
