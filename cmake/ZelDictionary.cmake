@@ -25,7 +25,9 @@ function(zel_add_dictionary_header target dictionary header)
     file(MAKE_DIRECTORY ${folder})
     add_custom_command(
         OUTPUT ${folder}/${header}
-        COMMAND ${command} dict header ${dictionary} ${arg_MESSAGES} ${options} -o ${folder}/${header}
+        COMMAND ${command} dict header ${dictionary} ${arg_MESSAGES} ${options} -o ${folder}/${header}.new
+        # Another command may write the same: what includes it is then not compiled again.
+        COMMAND ${CMAKE_COMMAND} -E copy_if_different ${folder}/${header}.new ${folder}/${header}
         DEPENDS ${dictionary} ${command}
         COMMENT "Writing ${header} from the dictionary"
         VERBATIM)

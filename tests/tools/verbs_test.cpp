@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstring>
 #include <filesystem>
+#include <map>
 #include <nlohmann/json.hpp>
 #include <sstream>
 #include <string>
@@ -75,6 +76,24 @@ TEST_F(Verbs, WriteWhatTheTranscriptSays) {
         }
     }
     EXPECT_EQ(written, expected);
+}
+
+// The version may be asked for where nothing else works: what cannot be used is told on its line.
+TEST_F(Verbs, TellTheirVersionAndWhatTheyFind) {
+    const std::string start =
+        "zel 1.2\ncommit      abc\nword size   " + std::to_string(sizeof(void*) * 8) + " bits\ndictionary  ";
+    ASSERT_TRUE(Run("dict build small.json -o small.img").ends_with("= 0\n"));
+    for (const auto& [image, found] :
+         std::map<std::string, std::string>{{"small.img", "small.img: 12 fields, 2 messages, image version 1\n"},
+                                            {"small.json", "none: small.json is a source, not an image\n"},
+                                            {"other.txt", "none: other.txt is too short for a dictionary image"},
+                                            {"missing.img", "none: missing.img cannot be opened: "}}) {
+        test::SetEnvironment("ZELDATA_IMAGE", image.c_str());
+        const std::string said = Run("--version");
+        EXPECT_TRUE(said.starts_with(start + found)) << said;
+        EXPECT_NE(said.find("\ncompressor  works: 1000 zero bytes travel as "), std::string::npos) << said;
+        EXPECT_TRUE(said.ends_with("\n= 0\n")) << said;
+    }
 }
 
 // Where a part of what is said is the system's, its start and its end are held against the table.

@@ -48,6 +48,12 @@ for file in zel.dll zeldata.dll CRUSH32.dll zel.exe; do
     expect "hardening of $file" $'DYNAMIC_BASE\nNX_COMPAT' \
         "$(headers $file | sed -nE 's/^\t+(DYNAMIC_BASE|NX_COMPAT)$/\1/p')"
 done
+# Texts of resources are UTF-16.
+version=$(sed -nE 's/^project\(zel VERSION ([0-9.]+).*/\1/p' "$source/CMakeLists.txt")
+for file in zel.dll zeldata.dll CRUSH32.dll zel.exe; do
+    expect "version of $file" $"FileVersion$version"$'\n'"OriginalFilename$file"$'\n'"ProductVersion$version" \
+        "$(tr -d '\0' <"$folder/$file" | grep -aoE "FileVersion[0-9.]+|OriginalFilename$file|ProductVersion[0-9.]+")"
+done
 # They get no notifications of threads, so no thread-local object may need a destructor. The one that does is the C++ library's.
 for file in zel.dll zeldata.dll CRUSH32.dll; do
     expect "thread-local storage of $file" "00000000 00000000" \
