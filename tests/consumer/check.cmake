@@ -1,5 +1,5 @@
 # Installs the build, then configures, builds and runs users' programs against the installed copy, both ways to find it.
-# Called with BUILD, SOURCE, WORK, FLAGS and COMPILER.
+# Called with BUILD, SOURCE, WORK, FLAGS, COMPILER and VERSION.
 function(run)
     execute_process(COMMAND ${ARGN} RESULT_VARIABLE result OUTPUT_VARIABLE output ERROR_VARIABLE output)
     if(NOT result EQUAL 0)
@@ -28,7 +28,7 @@ foreach(way OFF ON)
         set(build ${WORK}/pkg-config-${way})
         file(REMOVE_RECURSE ${build})
         run(${CMAKE_COMMAND} -S ${SOURCE} -B ${build} -G Ninja -DCMAKE_PREFIX_PATH=${WORK}/prefix
-            -DUSE_PKG_CONFIG=${way} -DCMAKE_CXX_COMPILER=${compiler} "-DCMAKE_CXX_FLAGS=${FLAGS}")
+            -DUSE_PKG_CONFIG=${way} -DVERSION=${VERSION} -DCMAKE_CXX_COMPILER=${compiler} "-DCMAKE_CXX_FLAGS=${FLAGS}")
         run(${CMAKE_COMMAND} --build ${build})
         foreach(program filter_query records using)
             run(${build}/${program})

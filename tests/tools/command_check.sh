@@ -20,7 +20,12 @@ expect "version of the command" "zel $version" "$("$zel" --version | sed -n 1p)"
 expect "version of the manual" "zel $version" "$(sed -nE '1s/.*"(zel [^"]*)".*/\1/p' "$manual")"
 expect "version of zel.pc" "$version" "$(sed -n 's/^Version: //p' "$build/zel.pc")"
 expect "version of the CMake package" "$version" "$(sed -n 's/^set(PACKAGE_VERSION "\(.*\)")/\1/p' "$build/zelConfigVersion.cmake")"
-expect "version of the Python package" "$version" "$(python3 -B "$source/python/zel/version.py")"
+expect "version of the port of vcpkg" "$version" \
+    "$(sed -nE 's/^  "version": "(.*)",/\1/p' "$source/packaging/vcpkg/zel/vcpkg.json")"
+if command -v python3 >/dev/null; then
+    expect "version of the Python package" "$version" "$(python3 -B "$source/python/zel/version.py")"
+    expect "version of the recipe of Conan" "$version" "$(python3 -B "$source/tests/packaging/conan.py")"
+fi
 
 commit_of() {  # folder with cmake/
     cmake -DSOURCE="$1" -DVERSION= -DOUTPUT="$work/build_info.cpp" -P "$source/cmake/BuildInfo.cmake"
