@@ -32,10 +32,10 @@ class Zel(ConanFile):
         cmake_layout(self)
 
     def requirements(self):
-        self.requires("zlib/[>=1.2.11 <2]")
+        self.requires("zlib/[>=1.2.13 <2]")
         if self.options.command:
             # In the command alone: programs do not see them.
-            self.requires("cli11/[>=2.3 <3]", visible=False)
+            self.requires("cli11/[>=2.1 <3]", visible=False)
             self.requires("rapidjson/cci.20230929", visible=False)
 
     def build_requirements(self):
