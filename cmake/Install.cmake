@@ -61,3 +61,11 @@ if(TARGET zel_pages)
     install(FILES wireshark/installed.lua
         DESTINATION ${CMAKE_INSTALL_LIBDIR}/wireshark/plugins RENAME zel.lua COMPONENT tools)
 endif()
+
+# All that is installed, and nothing else: packaging needs no tests.
+add_custom_target(zel_installed DEPENDS zel crush32 zeldata)
+foreach(target zel_command zel_pages zeldata_image zel_msvc_library)
+    if(TARGET ${target})
+        add_dependencies(zel_installed ${target})
+    endif()
+endforeach()
