@@ -1,5 +1,5 @@
 # Packages of what is installed, by CPack; script/package runs it. On Linux each component is a Debian package, and
-# packaging/finish.cmake adds what those must have besides. For Windows everything is one zip file.
+# packaging/debian.cmake adds what those must have besides. For Windows everything is one zip file.
 set(CPACK_PACKAGE_NAME zel)
 set(CPACK_PACKAGE_VENDOR ZEL)
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "") # each has its own
@@ -8,12 +8,14 @@ string(REPLACE "Upstream-Contact: " "" CPACK_PACKAGE_CONTACT ${contact})
 set(CPACK_VERBATIM_VARIABLES ON)
 set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
     OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
-set(CPACK_PRE_BUILD_SCRIPTS ${PROJECT_SOURCE_DIR}/packaging/finish.cmake)
 set(CPACK_ZEL_PACKAGING ${PROJECT_SOURCE_DIR}/packaging)
 
 if(WIN32)
     math(EXPR width "8 * ${CMAKE_SIZEOF_VOID_P}")
-    set(CPACK_GENERATOR ZIP)
+    set(CPACK_GENERATOR External)
+    set(CPACK_EXTERNAL_ENABLE_STAGING ON)
+    set(CPACK_MONOLITHIC_INSTALL ON)
+    set(CPACK_EXTERNAL_PACKAGE_SCRIPT ${PROJECT_SOURCE_DIR}/packaging/zip.cmake)
     set(CPACK_STRIP_FILES ON)
     set(CPACK_PACKAGE_FILE_NAME zel-${PROJECT_VERSION}-windows${width})
     include(CPack)
@@ -21,6 +23,7 @@ if(WIN32)
 endif()
 
 set(CPACK_GENERATOR DEB)
+set(CPACK_PRE_BUILD_SCRIPTS ${PROJECT_SOURCE_DIR}/packaging/debian.cmake)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SOURCE zel)
