@@ -27,6 +27,7 @@ make_base() {
 }
 
 in_root() { # <command...>: with the processes of the root alone, all of which end with it
+    # shellcheck disable=SC2016 # for the shell inside
     unshare --mount --pid --fork bash -c '
         mount -t proc proc "$0/proc"
         exec chroot "$0" env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin HOME=/tmp LC_ALL=C.UTF-8 DEBIAN_FRONTEND=noninteractive "$@"
@@ -68,7 +69,7 @@ try() { # <script> <packages of Debian that it needs>... -- <our packages>...
     apt install $needed
     files >"$root.before"
     apt install "${ours[@]}"
-    in_root runuser -u nobody -- bash -euo pipefail "/packages/$script"
+    in_root runuser -u nobody -- bash "/packages/$script"
     # Root, too, who could leave files beside those of the packages.
     [[ " $* " != *" python3-zel "* ]] || in_root python3 -c 'import zel'
     apt purge "$@"

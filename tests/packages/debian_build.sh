@@ -1,4 +1,6 @@
+#!/usr/bin/env bash
 # What a programmer does: builds the installed examples, by CMake and by pkg-config, and runs them.
+set -euo pipefail
 work=$(mktemp -d)
 examples=/usr/share/doc/zel/examples
 cmake -S "$examples" -B "$work" >/dev/null

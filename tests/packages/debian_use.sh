@@ -1,4 +1,6 @@
+#!/usr/bin/env bash
 # What a user does who builds nothing: the examples of every help, Python, tshark.
+set -euo pipefail
 fail() {
     echo "packages: $*" >&2
     exit 1
