@@ -63,8 +63,9 @@ endfunction()
 # read-only relocations. The sanitizers have checks of their own.
 function(zel_harden target)
     if(WIN32)
-        # No canaries: the cross compiler's support for them makes every file import one more system library.
-        target_link_options(${target} PRIVATE -Wl,--dynamicbase,--nxcompat)
+        # No canaries: the cross compiler's support for them makes every file import one more system library. No time, so
+        # that the same sources give the same files.
+        target_link_options(${target} PRIVATE -Wl,--dynamicbase,--nxcompat,--no-insert-timestamp)
         return()
     endif()
     target_compile_options(${target} PRIVATE -fstack-protector-strong)

@@ -6,5 +6,5 @@
 int main(int argc, char** argv) {
     zel::tools::PrepareStreams();
     zel::tools::EndWhenMemoryIsOut();
-    return zel::tools::RunCommand(argc, argv, ZEL_VERSION);
+    return zel::tools::RunCommand(argc, argv, zel::tools::kBuildInfo);
 }

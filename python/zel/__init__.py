@@ -16,6 +16,7 @@ from .messages import Counts, Message, decode, encode, messages, summary
 from .reading import read
 from .table import frame
 from .values import DateTime, Money, money
+from .version import VERSION as __version__
 from .writing import write
 
 __all__ = ["Counts", "DateTime", "Dictionary", "Entry", "Error", "Field", "Message", "MessageType", "Money", "decode",

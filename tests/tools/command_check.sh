@@ -1,9 +1,12 @@
 #!/usr/bin/env bash
 # What only a shell can show of the command: the manual page is clean, shells complete, a reader that leaves early is no
-# error, an interrupt is heard, and what goes to terminals suits them. Called with the command, the folder of its pages,
-# and the sample dictionary's source.
+# error, an interrupt is heard, what goes to terminals suits them, and all that is built has one version. Called with the
+# command, the folder of its pages, the sample dictionary's source, and the version.
 set -euo pipefail
-zel=$1 manual=$2/zel.1 pages=$2 sample=$3
+zel=$1 manual=$2/zel.1 pages=$2 sample=$3 version=$4
+source=$(dirname "$sample")/.. build=$pages/..
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
 status=0
 
 expect() {  # name, expected, actual
@@ -12,6 +15,29 @@ expect() {  # name, expected, actual
         status=1
     fi
 }
+
+expect "version of the command" "zel $version" "$("$zel" --version | sed -n 1p)"
+expect "version of the manual" "zel $version" "$(sed -nE '1s/.*"(zel [^"]*)".*/\1/p' "$manual")"
+expect "version of zel.pc" "$version" "$(sed -n 's/^Version: //p' "$build/zel.pc")"
+expect "version of the CMake package" "$version" "$(sed -n 's/^set(PACKAGE_VERSION "\(.*\)")/\1/p' "$build/zelConfigVersion.cmake")"
+expect "version of the port of vcpkg" "$version" \
+    "$(sed -nE 's/^  "version": "(.*)",/\1/p' "$source/packaging/vcpkg/zel/vcpkg.json")"
+if command -v python3 >/dev/null; then
+    expect "version of the Python package" "$version" "$(python3 -B "$source/python/zel/version.py")"
+    expect "version of the recipe of Conan" "$version" "$(python3 -B "$source/tests/packaging/conan.py")"
+fi
+
+commit_of() {  # folder with cmake/
+    cmake -DSOURCE="$1" -DVERSION= -DOUTPUT="$work/build_info.cpp" -P "$source/cmake/BuildInfo.cmake"
+    sed -nE 's/.*"", "(.*)".*/\1/p' "$work/build_info.cpp"
+}
+mkdir -p "$work/copied" "$work/archived"
+cp -r "$source/cmake" "$work/copied"
+expect "commit of copied sources" unknown "$(commit_of "$work/copied")"
+if head=$(git -C "$source" rev-parse --short=12 HEAD 2>/dev/null); then
+    git -C "$source" archive HEAD cmake/commit.txt | tar -x -C "$work/archived"
+    expect "commit of an archive" "$head" "$(commit_of "$work/archived")"
+fi
 
 if command -v groff >/dev/null; then
     expect "warnings of groff" "" "$(groff -man -ww -Tascii "$manual" 2>&1 >/dev/null)"
@@ -62,8 +88,7 @@ fi
 complaint=$({ { sleep 0.3; trap '' PIPE; "$zel" dict show "$sample" --json; } 2>&3 | true; } 3>&1 || true)
 expect "reader gone" "" "$complaint"
 # An interrupt ends what would wait for ever, with its summary.
-capture=$(mktemp)
-trap 'rm -f "$capture"' EXIT
+capture=$work/capture
 echo '{"name":"HEARTBEAT"}' | "$zel" encode -d "$sample" >"$capture"
 summary=$(set -m; "$zel" decode -d "$sample" --follow --summary "$capture" & sleep 1; kill -INT $!; wait $!)
 expect "summary at an interrupt" "$("$zel" decode -d "$sample" --summary "$capture")" "$summary"

@@ -25,7 +25,7 @@ public:
             pointers_.push_back(word.c_str());
         }
     }
-    int Run() const { return RunCommand(static_cast<int>(pointers_.size()), pointers_.data(), "1.2"); }
+    int Run() const { return RunCommand(static_cast<int>(pointers_.size()), pointers_.data(), {"1.2", "abc"}); }
 
 private:
     std::vector<std::string> words_;

@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstring>
 #include <filesystem>
+#include <map>
 #include <nlohmann/json.hpp>
 #include <sstream>
 #include <string>
@@ -16,6 +17,7 @@
 #include "tools/dictionary/dictionary_changes.h"
 #include "tools/dictionary/dictionary_file.h"
 #include "tools/dictionary/image_builder.h"
+#include "tools/io/status.h"
 #include "tools/text/json_file.h"
 #include "tools/verbs/all_verbs.h"
 #include "tools/verbs/help_text.h"
@@ -39,7 +41,6 @@ protected:
         test::WriteFile("bad.json", "{\"fields\": [],\n}");
         test::WriteFile("other.txt", "no image");
         test::WriteFile("old.img", "old");
-        test::SetEnvironment("ZELDATA_IMAGE", "small.img");
     }
     void TearDown() override { test::SetEnvironment("ZELDATA_IMAGE", ""); }
 
@@ -52,8 +53,12 @@ protected:
     static void RunExamples(const Verb& verb, int& count) {
         for (const std::string& line : Lines(verb.footer)) {
             if (IsExample(line)) {
-                const std::string said = Run(line.substr(std::string("  zel ").size()));
-                EXPECT_TRUE(said.ends_with("= 0\n")) << line << '\n' << said;
+                const std::size_t file = line.find(" > ");
+                const Outcome outcome = RunZel(line.substr(6, file == line.npos ? file : file - 6));
+                EXPECT_EQ(outcome.status, kStatusGood) << line << '\n' << outcome.err;
+                if (file != line.npos) {
+                    test::WriteFile(line.substr(file + 3), outcome.out);
+                }
                 ++count;
             }
         }
@@ -67,6 +72,7 @@ protected:
 
 // The transcript has each command after "$ ", and below it all that it writes.
 TEST_F(Verbs, WriteWhatTheTranscriptSays) {
+    test::SetEnvironment("ZELDATA_IMAGE", "small.img");
     const std::string expected = test::ReadFile(CasePath("transcript.txt"));
     std::string written;
     for (const std::string& line : Lines(expected)) {
@@ -75,6 +81,24 @@ TEST_F(Verbs, WriteWhatTheTranscriptSays) {
         }
     }
     EXPECT_EQ(written, expected);
+}
+
+// The version may be asked for where nothing else works: what cannot be used is told on its line.
+TEST_F(Verbs, TellTheirVersionAndWhatTheyFind) {
+    const std::string start =
+        "zel 1.2\ncommit      abc\nword size   " + std::to_string(sizeof(void*) * 8) + " bits\ndictionary  ";
+    ASSERT_TRUE(Run("dict build small.json -o small.img").ends_with("= 0\n"));
+    for (const auto& [image, found] :
+         std::map<std::string, std::string>{{"small.img", "small.img: 12 fields, 2 messages, image version 1\n"},
+                                            {"small.json", "none: small.json is a source, not an image\n"},
+                                            {"other.txt", "none: other.txt is too short for a dictionary image"},
+                                            {"missing.img", "none: missing.img cannot be opened: "}}) {
+        test::SetEnvironment("ZELDATA_IMAGE", image.c_str());
+        const std::string said = Run("--version");
+        EXPECT_TRUE(said.starts_with(start + found)) << said;
+        EXPECT_NE(said.find("\ncompressor  works: 1000 zero bytes travel as "), std::string::npos) << said;
+        EXPECT_TRUE(said.ends_with("\n= 0\n")) << said;
+    }
 }
 
 // Where a part of what is said is the system's, its start and its end are held against the table.

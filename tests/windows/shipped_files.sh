@@ -55,6 +55,13 @@ for file in zel.dll zeldata.dll CRUSH32.dll zel.exe; do
     expect "hardening of $file" "$hardening" \
         "$(headers $file | sed -nE 's/^\t+(DYNAMIC_BASE|NX_COMPAT|HIGH_ENTROPY_VA)$/\1/p')"
 done
+# Texts of resources are UTF-16, each with a zero at its end.
+version=$(sed -nE 's/^project\(zel VERSION ([0-9.]+).*/\1/p' "$source/CMakeLists.txt")
+for file in zel.dll zeldata.dll CRUSH32.dll zel.exe; do
+    expect "version of $file" "FileVersion|$version|"$'\n'"OriginalFilename|$file|"$'\n'"ProductVersion|$version|" \
+        "$(LC_ALL=C sed 's/\x00\x00\+/|/g; s/\x00//g' "$folder/$file" |
+            LC_ALL=C grep -aoE '(FileVersion|OriginalFilename|ProductVersion)\|[A-Za-z0-9.]+\|')"
+done
 # They get no notifications of threads, so no thread-local object may need a destructor. The one that does is the C++ library's.
 for file in zel.dll zeldata.dll CRUSH32.dll; do
     expect "thread-local storage of $file" none \

@@ -41,8 +41,9 @@ void ReadImageFile(DictionaryFile& read, Findings& findings) {
     read.dictionary = SourceOfImage(view);
 }
 
-// The path of the image that the provider library on this machine serves, or nothing when that is not known. The
-// message library looks for the provider where the platform searches, then beside itself.
+}  // namespace
+
+// The message library looks for the provider where the platform searches, then beside itself.
 std::string ServedImage() {
     ModuleHandle provider = LoadModule("zeldata");
     ModuleSymbol entry = provider == nullptr ? nullptr : FindModuleSymbol(provider, "VORMA_DLL_ENTRY");
@@ -52,8 +53,6 @@ std::string ServedImage() {
     const char* path = image::FindServedImage(address, buffer);
     return path == nullptr ? "" : path;
 }
-
-}  // namespace
 
 bool IsSourceName(const std::string& path) {
     return path.ends_with(".json");
@@ -82,7 +81,7 @@ DictionaryFile ReadDictionaryFile(const std::string& path, Findings& findings) {
 std::optional<DictionaryFile> OpenDictionaryFile(const std::string& path) {
     const std::string chosen = path.empty() ? ServedImage() : path;
     if (chosen.empty()) {
-        Complain("zel: no dictionary image is known here; name one, or set ZELDATA_IMAGE");
+        Complain(std::string("zel: ") + kNoImageKnown);
         return std::nullopt;
     }
     Findings findings;

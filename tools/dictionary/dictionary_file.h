@@ -27,6 +27,10 @@ struct DictionaryFile {
 // cannot be used, and says why on standard error.
 [[nodiscard]] std::optional<DictionaryFile> OpenDictionaryFile(const std::string& path);
 
+// The path of the image that the provider library on this machine serves, or nothing when that is not known.
+[[nodiscard]] std::string ServedImage();
+inline constexpr char kNoImageKnown[] = "no dictionary image is known here; name one, or set ZELDATA_IMAGE";
+
 [[nodiscard]] bool IsSourceName(const std::string& path);
 
 }  // namespace zel::tools

@@ -30,11 +30,12 @@ int RunVerb(const Verb& verb) {
     }
 }
 
-int Run(int argc, const char* const* argv, const std::string& version) {
+int Run(int argc, const char* const* argv, const BuildInfo& build) {
     Verb command = ZelCommand();
-    command.verbs.push_back(PagesVerb(command, version));
+    command.verbs.push_back(PagesVerb(command, build.version));
     command.verbs.push_back(NamesVerb());
-    const ParsedCommand parsed = ParseCommandLine(command, version, argc, argv);
+    const ParsedCommand parsed = ParseCommandLine(
+        command, [&build] { return AboutText(build); }, argc, argv);
     const int status = parsed.verb == nullptr ? parsed.status : RunVerb(*parsed.verb);
     // Help is output, too.
     std::cout.flush();
@@ -47,9 +48,9 @@ int Run(int argc, const char* const* argv, const std::string& version) {
 }  // namespace
 
 // All that a verb throws ends here or in RunVerb.
-int RunCommand(int argc, const char* const* argv, const char* version) noexcept {
+int RunCommand(int argc, const char* const* argv, const BuildInfo& build) noexcept {
     try {
-        return Run(argc, argv, version);
+        return Run(argc, argv, build);
     } catch (const std::exception& error) {
         Complain(std::string("zel: ") + error.what());
     } catch (...) {

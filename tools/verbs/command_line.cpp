@@ -105,7 +105,8 @@ void Fill(CLI::App& app, const Verb& verb, const Verb*& chosen) {
 
 }  // namespace
 
-ParsedCommand ParseCommandLine(const Verb& command, const std::string& version, int argc, const char* const* argv) {
+ParsedCommand ParseCommandLine(const Verb& command, const std::function<std::string()>& version, int argc,
+                               const char* const* argv) {
     if (const std::string fault = VerbFault(command, argc, argv); !fault.empty()) {
         Complain(command.name + ": " + fault);
         Complain(kSeeHelp);
@@ -115,7 +116,7 @@ ParsedCommand ParseCommandLine(const Verb& command, const std::string& version, 
     app.allow_windows_style_options(false);  // a path may begin with "/"
     app.formatter(std::make_shared<WrappingFormatter>());
     app.set_help_flag(kHelpNames, kHelpDescription);
-    app.set_version_flag(kVersionNames, command.name + ' ' + version, kVersionDescription);
+    app.set_version_flag(kVersionNames, version, kVersionDescription);
     const Verb* chosen = nullptr;
     Fill(app, command, chosen);
     try {

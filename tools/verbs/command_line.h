@@ -3,6 +3,7 @@
 #ifndef ZEL_TOOLS_VERBS_COMMAND_LINE_H
 #define ZEL_TOOLS_VERBS_COMMAND_LINE_H
 
+#include <functional>
 #include <string>
 
 #include "tools/verbs/verb.h"
@@ -13,7 +14,7 @@ namespace zel::tools {
 inline constexpr char kHelpNames[] = "-h,--help";
 inline constexpr char kHelpDescription[] = "Show this help";
 inline constexpr char kVersionNames[] = "--version";
-inline constexpr char kVersionDescription[] = "Show the version";
+inline constexpr char kVersionDescription[] = "Show the version, and what the command finds here";
 
 // The end of what is said about wrong usage.
 inline constexpr char kSeeHelp[] = "Run with --help for more information.";
@@ -24,7 +25,8 @@ struct ParsedCommand {
     int status;
 };
 
-[[nodiscard]] ParsedCommand ParseCommandLine(const Verb& command, const std::string& version, int argc,
+// `version` is called when it is asked for.
+[[nodiscard]] ParsedCommand ParseCommandLine(const Verb& command, const std::function<std::string()>& version, int argc,
                                              const char* const* argv);
 
 }  // namespace zel::tools
