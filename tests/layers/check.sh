@@ -21,8 +21,9 @@ zeldata          include runtime core/tables/field_shape
 tools/io         include
 tools/text       include runtime zeldata tools/io
 tools/dictionary include runtime zeldata core/tables tools/io tools/text
-tools/capture    include runtime zeldata core/tables core/wire tools/io tools/text tools/dictionary
-tools/verbs      include runtime zeldata core/tables core/wire tools/io tools/text tools/dictionary tools/capture
+tools/message    include runtime zeldata core/wire tools/io tools/text tools/dictionary
+tools/capture    include runtime zeldata core/wire tools/io tools/text tools/dictionary tools/message
+tools/verbs      include runtime zeldata core/tables core/wire tools/io tools/text tools/dictionary tools/message tools/capture
 tools            tools/io tools/verbs
 '
 
