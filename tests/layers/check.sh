@@ -14,15 +14,16 @@ core/wire        include runtime crush32 core/tables
 core/slots       include runtime core/tables core/wire/user_data
 core             include runtime core/tables core/wire core/slots
 message          include runtime crush32 core core/tables core/wire core/slots
-record           include runtime core core/tables core/wire core/slots message/exchange message/lifecycle
+record           include runtime core core/tables core/wire core/slots message/exchange message/lifecycle convert/seconds
 convert          include runtime
 stream           include runtime core/tables
 zeldata          include runtime core/tables/field_shape
 tools/io         include
 tools/text       include runtime zeldata tools/io
 tools/dictionary include runtime zeldata core/tables tools/io tools/text
-tools/capture    include runtime zeldata core/tables core/wire tools/io tools/text tools/dictionary
-tools/verbs      include runtime zeldata core/tables core/wire tools/io tools/text tools/dictionary tools/capture
+tools/message    include runtime zeldata core/wire tools/io tools/text tools/dictionary
+tools/capture    include runtime zeldata core/wire tools/io tools/text tools/dictionary tools/message
+tools/verbs      include runtime zeldata core/tables core/wire tools/io tools/text tools/dictionary tools/message tools/capture
 tools            tools/io tools/verbs
 '
 

@@ -10,13 +10,13 @@
 #include <vector>
 
 #include "tools/capture/capture_summary.h"
-#include "tools/capture/expanded_payload.h"
 #include "tools/capture/frame_reader.h"
-#include "tools/capture/message_json.h"
 #include "tools/capture/message_reader.h"
 #include "tools/capture/message_selection.h"
 #include "tools/dictionary/catalog.h"
 #include "tools/io/byte_output.h"
+#include "tools/message/expanded_payload.h"
+#include "tools/message/message_json.h"
 #include "tools/text/error_lines.h"
 
 namespace zel::tools {

@@ -4,7 +4,7 @@
 #include <utility>
 #include <vector>
 
-#include "tools/capture/header_json.h"
+#include "tools/message/header_json.h"
 #include "tools/text/complaint.h"
 #include "tools/text/hex_text.h"
 #include "tools/text/json_members.h"

@@ -10,8 +10,8 @@
 #include <vector>
 
 #include "core/wire/header.h"
-#include "tools/capture/frame_kind.h"
 #include "tools/io/byte_input.h"
+#include "tools/message/frame_kind.h"
 
 namespace zel::tools {
 

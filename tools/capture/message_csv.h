@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "tools/capture/message_json.h"
 #include "tools/dictionary/catalog.h"
+#include "tools/message/message_json.h"
 
 namespace zel::tools {
 

@@ -4,8 +4,8 @@
 #include <optional>
 
 #include "core/wire/compression.h"
-#include "tools/capture/payload_walk.h"
 #include "tools/capture/stream_listing.h"
+#include "tools/message/payload_walk.h"
 #include "tools/text/findings.h"
 #include "tools/text/hex_text.h"
 #include "tools/text/json_text.h"

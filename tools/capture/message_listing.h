@@ -6,10 +6,10 @@
 #include <set>
 #include <string>
 
-#include "tools/capture/expanded_payload.h"
-#include "tools/capture/message_json.h"
 #include "tools/capture/wire_parts.h"
 #include "tools/dictionary/catalog.h"
+#include "tools/message/expanded_payload.h"
+#include "tools/message/message_json.h"
 
 namespace zel::tools {
 

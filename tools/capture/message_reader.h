@@ -5,10 +5,10 @@
 #include <string>
 
 #include "tools/capture/frame_reader.h"
-#include "tools/capture/library_reports.h"
-#include "tools/capture/message_json.h"
-#include "tools/capture/payload_walk.h"
 #include "tools/dictionary/catalog.h"
+#include "tools/message/library_reports.h"
+#include "tools/message/message_json.h"
+#include "tools/message/payload_walk.h"
 
 namespace zel::tools {
 

@@ -6,7 +6,7 @@
 
 #include "core/wire/compression.h"
 #include "core/wire/header_numbers.h"
-#include "tools/capture/payload_walk.h"
+#include "tools/message/payload_walk.h"
 #include "tools/text/findings.h"
 #include "tools/text/hex_text.h"
 #include "tools/text/json_text.h"

@@ -8,9 +8,9 @@
 #include <string_view>
 #include <vector>
 
-#include "tools/capture/expanded_payload.h"
-#include "tools/capture/frame_kind.h"
 #include "tools/dictionary/catalog.h"
+#include "tools/message/expanded_payload.h"
+#include "tools/message/frame_kind.h"
 
 namespace zel::tools {
 

@@ -7,12 +7,12 @@
 #include <vector>
 
 #include "tools/capture/capture_diff.h"
-#include "tools/capture/message_members.h"
 #include "tools/dictionary/loaded_dictionary.h"
 #include "tools/io/byte_input.h"
 #include "tools/io/byte_output.h"
 #include "tools/io/descriptor.h"
 #include "tools/io/status.h"
+#include "tools/message/message_members.h"
 #include "tools/text/complaint.h"
 #include "tools/text/error_lines.h"
 #include "tools/text/hex_dump.h"

@@ -2,7 +2,6 @@
 #include <string>
 #include <utility>
 
-#include "tools/capture/message_writer.h"
 #include "tools/dictionary/loaded_dictionary.h"
 #include "tools/io/byte_input.h"
 #include "tools/io/byte_output.h"
@@ -11,6 +10,7 @@
 #include "tools/io/progress.h"
 #include "tools/io/status.h"
 #include "tools/io/terminal.h"
+#include "tools/message/message_writer.h"
 #include "tools/text/error_lines.h"
 #include "tools/text/hex_text.h"
 #include "tools/text/json_document.h"

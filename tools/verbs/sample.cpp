@@ -2,13 +2,13 @@
 #include <memory>
 #include <string>
 
-#include "tools/capture/message_sampler.h"
-#include "tools/capture/message_writer.h"
 #include "tools/dictionary/loaded_dictionary.h"
 #include "tools/io/byte_output.h"
 #include "tools/io/descriptor.h"
 #include "tools/io/status.h"
 #include "tools/io/terminal.h"
+#include "tools/message/message_sampler.h"
+#include "tools/message/message_writer.h"
 #include "tools/text/message_error.h"
 #include "tools/verbs/all_verbs.h"
 #include "tools/verbs/dictionary_option.h"

@@ -7,8 +7,8 @@
 
 #include "core/wire/value_bytes.h"
 #include "include/zelmessage.h"
-#include "tools/capture/library_reports.h"
 #include "tools/io/status.h"
+#include "tools/message/library_reports.h"
 #include "tools/text/complaint.h"
 #include "tools/text/hex_text.h"
 #include "tools/text/value_text.h"

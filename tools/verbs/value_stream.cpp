@@ -2,9 +2,9 @@
 #include <memory>
 #include <string>
 
-#include "tools/capture/stream_json.h"
 #include "tools/dictionary/loaded_dictionary.h"
 #include "tools/io/status.h"
+#include "tools/message/stream_json.h"
 #include "tools/text/complaint.h"
 #include "tools/text/hex_text.h"
 #include "tools/text/message_error.h"

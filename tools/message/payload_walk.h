@@ -1,7 +1,7 @@
 // A walk over a payload's fields as they stand on the wire, beside the message that the library made of it: what the
 // library does not keep, and the order of the fields.
-#ifndef ZEL_TOOLS_CAPTURE_PAYLOAD_WALK_H
-#define ZEL_TOOLS_CAPTURE_PAYLOAD_WALK_H
+#ifndef ZEL_TOOLS_MESSAGE_PAYLOAD_WALK_H
+#define ZEL_TOOLS_MESSAGE_PAYLOAD_WALK_H
 
 #include <cstddef>
 #include <cstdint>
@@ -42,4 +42,4 @@ void WalkPayload(const Catalog& catalog, const ZelMsgStruct& header, Reader payl
 
 }  // namespace zel::tools
 
-#endif  // ZEL_TOOLS_CAPTURE_PAYLOAD_WALK_H
+#endif  // ZEL_TOOLS_MESSAGE_PAYLOAD_WALK_H

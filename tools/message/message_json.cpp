@@ -1,9 +1,9 @@
-#include "tools/capture/message_json.h"
+#include "tools/message/message_json.h"
 
 #include <algorithm>
 
-#include "tools/capture/header_json.h"
-#include "tools/capture/stream_json.h"
+#include "tools/message/header_json.h"
+#include "tools/message/stream_json.h"
 #include "tools/text/json_text.h"
 #include "tools/text/value_json.h"
 #include "zeldata/field_rules.h"

@@ -1,4 +1,4 @@
-#include "tools/capture/message_sampler.h"
+#include "tools/message/message_sampler.h"
 
 #include <algorithm>
 #include <cstring>

@@ -1,12 +1,12 @@
 // The frame and the header of a message as members of its JSON form, and back.
-#ifndef ZEL_TOOLS_CAPTURE_HEADER_JSON_H
-#define ZEL_TOOLS_CAPTURE_HEADER_JSON_H
+#ifndef ZEL_TOOLS_MESSAGE_HEADER_JSON_H
+#define ZEL_TOOLS_MESSAGE_HEADER_JSON_H
 
 #include <string>
 
 #include "core/wire/header_numbers.h"
-#include "tools/capture/frame_kind.h"
-#include "tools/capture/message_members.h"
+#include "tools/message/frame_kind.h"
+#include "tools/message/message_members.h"
 
 namespace zel::tools {
 
@@ -30,4 +30,4 @@ struct GivenHeader {
 
 }  // namespace zel::tools
 
-#endif  // ZEL_TOOLS_CAPTURE_HEADER_JSON_H
+#endif  // ZEL_TOOLS_MESSAGE_HEADER_JSON_H

@@ -1,4 +1,4 @@
-#include "tools/capture/library_reports.h"
+#include "tools/message/library_reports.h"
 
 #include <charconv>
 

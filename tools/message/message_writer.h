@@ -1,6 +1,6 @@
 // Messages from their JSON form to the bytes that travel.
-#ifndef ZEL_TOOLS_CAPTURE_MESSAGE_WRITER_H
-#define ZEL_TOOLS_CAPTURE_MESSAGE_WRITER_H
+#ifndef ZEL_TOOLS_MESSAGE_MESSAGE_WRITER_H
+#define ZEL_TOOLS_MESSAGE_MESSAGE_WRITER_H
 
 #include <cstddef>
 #include <string>
@@ -8,10 +8,10 @@
 #include <vector>
 
 #include "include/zelmessage.h"
-#include "tools/capture/header_json.h"
-#include "tools/capture/library_reports.h"
-#include "tools/capture/message_members.h"
 #include "tools/dictionary/catalog.h"
+#include "tools/message/header_json.h"
+#include "tools/message/library_reports.h"
+#include "tools/message/message_members.h"
 #include "tools/text/value_text.h"
 
 namespace zel::tools {
@@ -68,4 +68,4 @@ private:
 
 }  // namespace zel::tools
 
-#endif  // ZEL_TOOLS_CAPTURE_MESSAGE_WRITER_H
+#endif  // ZEL_TOOLS_MESSAGE_MESSAGE_WRITER_H

@@ -1,4 +1,4 @@
-#include "tools/capture/expanded_payload.h"
+#include "tools/message/expanded_payload.h"
 
 #include "core/wire/compression.h"
 #include "tools/io/out_of_memory.h"

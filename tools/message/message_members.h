@@ -1,6 +1,6 @@
 // The members of a message's JSON form, each found once.
-#ifndef ZEL_TOOLS_CAPTURE_MESSAGE_MEMBERS_H
-#define ZEL_TOOLS_CAPTURE_MESSAGE_MEMBERS_H
+#ifndef ZEL_TOOLS_MESSAGE_MESSAGE_MEMBERS_H
+#define ZEL_TOOLS_MESSAGE_MESSAGE_MEMBERS_H
 
 #include <array>
 #include <cstddef>
@@ -54,4 +54,4 @@ private:
 
 }  // namespace zel::tools
 
-#endif  // ZEL_TOOLS_CAPTURE_MESSAGE_MEMBERS_H
+#endif  // ZEL_TOOLS_MESSAGE_MESSAGE_MEMBERS_H

@@ -1,6 +1,6 @@
 // What the library reports while the command uses it, and the text that tells the user.
-#ifndef ZEL_TOOLS_CAPTURE_LIBRARY_REPORTS_H
-#define ZEL_TOOLS_CAPTURE_LIBRARY_REPORTS_H
+#ifndef ZEL_TOOLS_MESSAGE_LIBRARY_REPORTS_H
+#define ZEL_TOOLS_MESSAGE_LIBRARY_REPORTS_H
 
 #include <cstdint>
 #include <optional>
@@ -42,4 +42,4 @@ private:
 
 }  // namespace zel::tools
 
-#endif  // ZEL_TOOLS_CAPTURE_LIBRARY_REPORTS_H
+#endif  // ZEL_TOOLS_MESSAGE_LIBRARY_REPORTS_H

@@ -1,7 +1,7 @@
 // Random messages of a dictionary, in the JSON form: of use to tests. One seed gives the same messages on every
 // platform.
-#ifndef ZEL_TOOLS_CAPTURE_MESSAGE_SAMPLER_H
-#define ZEL_TOOLS_CAPTURE_MESSAGE_SAMPLER_H
+#ifndef ZEL_TOOLS_MESSAGE_MESSAGE_SAMPLER_H
+#define ZEL_TOOLS_MESSAGE_MESSAGE_SAMPLER_H
 
 #include <cstddef>
 #include <cstdint>
@@ -34,4 +34,4 @@ private:
 
 }  // namespace zel::tools
 
-#endif  // ZEL_TOOLS_CAPTURE_MESSAGE_SAMPLER_H
+#endif  // ZEL_TOOLS_MESSAGE_MESSAGE_SAMPLER_H

@@ -1,6 +1,6 @@
 // Compressed payloads, expanded to be looked at.
-#ifndef ZEL_TOOLS_CAPTURE_EXPANDED_PAYLOAD_H
-#define ZEL_TOOLS_CAPTURE_EXPANDED_PAYLOAD_H
+#ifndef ZEL_TOOLS_MESSAGE_EXPANDED_PAYLOAD_H
+#define ZEL_TOOLS_MESSAGE_EXPANDED_PAYLOAD_H
 
 #include <optional>
 
@@ -19,4 +19,4 @@ struct ExpandedPayload {
 
 }  // namespace zel::tools
 
-#endif  // ZEL_TOOLS_CAPTURE_EXPANDED_PAYLOAD_H
+#endif  // ZEL_TOOLS_MESSAGE_EXPANDED_PAYLOAD_H

@@ -1,7 +1,7 @@
 // Filter and sort data that travel in a field, as JSON and back:
 //   {"filter":[{"field":"QUANTITY","is":">=","value":1000}]}     {"sort":[{"field":"LIMIT_PRICE","order":2}]}
-#ifndef ZEL_TOOLS_CAPTURE_STREAM_JSON_H
-#define ZEL_TOOLS_CAPTURE_STREAM_JSON_H
+#ifndef ZEL_TOOLS_MESSAGE_STREAM_JSON_H
+#define ZEL_TOOLS_MESSAGE_STREAM_JSON_H
 
 #include <string>
 #include <string_view>
@@ -23,4 +23,4 @@ namespace zel::tools {
 
 }  // namespace zel::tools
 
-#endif  // ZEL_TOOLS_CAPTURE_STREAM_JSON_H
+#endif  // ZEL_TOOLS_MESSAGE_STREAM_JSON_H

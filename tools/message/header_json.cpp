@@ -1,4 +1,4 @@
-#include "tools/capture/header_json.h"
+#include "tools/message/header_json.h"
 
 #include <algorithm>
 #include <array>

@@ -1,4 +1,4 @@
-#include "tools/capture/message_writer.h"
+#include "tools/message/message_writer.h"
 
 #include <algorithm>
 #include <cstring>
@@ -6,9 +6,9 @@
 
 #include "core/wire/compression.h"
 #include "core/wire/header.h"
-#include "tools/capture/payload_walk.h"
-#include "tools/capture/stream_json.h"
 #include "tools/io/out_of_memory.h"
+#include "tools/message/payload_walk.h"
+#include "tools/message/stream_json.h"
 #include "tools/text/findings.h"
 #include "tools/text/json_members.h"
 #include "tools/text/message_error.h"

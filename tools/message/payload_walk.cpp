@@ -1,4 +1,4 @@
-#include "tools/capture/payload_walk.h"
+#include "tools/message/payload_walk.h"
 
 #include <algorithm>
 

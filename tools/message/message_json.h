@@ -1,6 +1,6 @@
 // A message as one line of JSON.
-#ifndef ZEL_TOOLS_CAPTURE_MESSAGE_JSON_H
-#define ZEL_TOOLS_CAPTURE_MESSAGE_JSON_H
+#ifndef ZEL_TOOLS_MESSAGE_MESSAGE_JSON_H
+#define ZEL_TOOLS_MESSAGE_MESSAGE_JSON_H
 
 #include <cstdint>
 #include <optional>
@@ -10,8 +10,8 @@
 
 #include "core/wire/header_numbers.h"
 #include "include/zelmessage.h"
-#include "tools/capture/frame_kind.h"
 #include "tools/dictionary/catalog.h"
+#include "tools/message/frame_kind.h"
 
 namespace zel::tools {
 
@@ -49,4 +49,4 @@ void AppendMessageJson(std::string& out, const Catalog& catalog, const ReceivedM
 
 }  // namespace zel::tools
 
-#endif  // ZEL_TOOLS_CAPTURE_MESSAGE_JSON_H
+#endif  // ZEL_TOOLS_MESSAGE_MESSAGE_JSON_H

@@ -1,6 +1,6 @@
 // The frame around a message, or that there is none.
-#ifndef ZEL_TOOLS_CAPTURE_FRAME_KIND_H
-#define ZEL_TOOLS_CAPTURE_FRAME_KIND_H
+#ifndef ZEL_TOOLS_MESSAGE_FRAME_KIND_H
+#define ZEL_TOOLS_MESSAGE_FRAME_KIND_H
 
 #include <cstddef>
 
@@ -20,4 +20,4 @@ inline std::size_t FrameSize(FrameKind kind) noexcept {
 
 }  // namespace zel::tools
 
-#endif  // ZEL_TOOLS_CAPTURE_FRAME_KIND_H
+#endif  // ZEL_TOOLS_MESSAGE_FRAME_KIND_H

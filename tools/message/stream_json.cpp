@@ -1,4 +1,4 @@
-#include "tools/capture/stream_json.h"
+#include "tools/message/stream_json.h"
 
 #include <cstring>
 #include <new>

@@ -1,4 +1,4 @@
-#include "tools/capture/message_members.h"
+#include "tools/message/message_members.h"
 
 #include <algorithm>
 #include <string>
