@@ -36,10 +36,14 @@ function(zel_target target)
     endif()
 endfunction()
 
-# zel_ship(<target> <name>): for a library that ships. It exports only what <name>.def or <name>.map says. A unique symbol
-# of the C++ library would keep it in the process for ever.
+# zel_ship(<target> <name>): for a library that ships. It exports only what <name>.def or <name>.map says; where names
+# depend on the width, <name>32.def or <name>64.def. A unique symbol of the C++ library would keep it in the process for
+# ever.
 function(zel_ship target name)
     if(WIN32)
+        if(NOT EXISTS ${CMAKE_CURRENT_SOURCE_DIR}/${name}.def)
+            string(APPEND name ${ZEL_WIDTH})
+        endif()
         target_sources(${target} PRIVATE ${name}.def ${PROJECT_SOURCE_DIR}/runtime/attach_windows.cpp)
         return()
     endif()
@@ -59,8 +63,9 @@ endfunction()
 # read-only relocations. The sanitizers have checks of their own.
 function(zel_harden target)
     if(WIN32)
-        # No canaries: the cross compiler's support for them makes every file import one more system library.
-        target_link_options(${target} PRIVATE -Wl,--dynamicbase,--nxcompat)
+        # No canaries: the cross compiler's support for them makes every file import one more system library. No time, so
+        # that the same sources give the same files.
+        target_link_options(${target} PRIVATE -Wl,--dynamicbase,--nxcompat,--no-insert-timestamp)
         return()
     endif()
     target_compile_options(${target} PRIVATE -fstack-protector-strong)

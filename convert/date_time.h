@@ -13,6 +13,9 @@ inline constexpr unsigned char kDateKind = 1;
 inline constexpr unsigned char kTimeKind = 2;
 inline constexpr unsigned char kDateTimeKind = 3;
 
+// Years in a record count from here.
+inline constexpr int kFirstYear = 1900;
+
 inline bool HasDate(const _datetime& value) noexcept {
     return value.kind == kDateKind || value.kind == kDateTimeKind;
 }

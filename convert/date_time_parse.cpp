@@ -12,8 +12,6 @@ namespace zel {
 
 namespace {
 
-constexpr std::int32_t kFirstYear = 1900;
-
 // The numbers of a date text; parts that its format does not have stay 0.
 struct DateParts {
     std::int32_t day;

@@ -15,11 +15,10 @@
 #define ZEL_ZELANYMESSAGE_HPP
 
 #include <algorithm>
-#include <array>
 #include <charconv>
+#include <climits>
 #include <concepts>
 #include <cstddef>
-
 #include <cstdio>
 #include <cstring>
 #include <iterator>
@@ -276,8 +275,7 @@ public:
     // Every field outside the group.
     [[nodiscard]] FieldRange Fields() const noexcept {
         const std::span<const _field_data> slots = Slots();
-        const auto first = static_cast<std::size_t>(group_.first);
-        return FieldRange(slots, group_.size != 0 ? slots.subspan(first, GroupSlots(slots.size())) : slots.first(0));
+        return FieldRange(slots, slots.first(At(groupEnd_, slots)).subspan(At(groupBegin_, slots)));
     }
 
     // The repetitions of the group; none where the type has none.
@@ -327,7 +325,8 @@ public:
     [[nodiscard]] Result<std::size_t> UnpackNoFrame(const Bytes& bytes) noexcept {
         const auto* message = reinterpret_cast<const char*>(std::ranges::data(bytes));
         const std::size_t size = std::ranges::size(bytes);
-        return Received(size, [&] { return object_.unpackMessageNoFrame(message, static_cast<long>(size)); });
+        const auto length = static_cast<long>(std::min<std::size_t>(size, LONG_MAX));
+        return Received(size, [&] { return object_.unpackMessageNoFrame(message, length); });
     }
 
 private:
@@ -336,8 +335,16 @@ private:
     void Clear() noexcept {
         Forget();
         object_.destroyStruct();
-        group_ = {};
-        nextEnd_ = 0;
+        FindGroup();
+    }
+    // Takes over where the message's group lies.
+    void FindGroup() noexcept {
+        ZELFindGroup(object_.message, &group_);
+        const bool isEmpty = group_.repetitions == 0;
+        groupBegin_ = group_.size != 0 ? group_.first : kZELMaxSlots;
+        groupEnd_ = isEmpty ? kZELMaxSlots : group_.first + group_.size * group_.repetitions;
+        next_ = 0;
+        nextEnd_ = group_.hasRepeatedIds != 0 ? 0 : isEmpty ? groupBegin_ : kZELMaxSlots;
     }
 
     [[nodiscard]] std::span<_field_data> Slots() const noexcept {
@@ -346,68 +353,37 @@ private:
                    ? std::span(message->dataBuf->fields, static_cast<std::size_t>(message->dataBuf->count))
                    : std::span<_field_data>();
     }
-    // Those of the group, to the end of the message where it has no repetition: nothing has a place there.
-    [[nodiscard]] std::size_t GroupSlots(std::size_t all) const noexcept {
-        return group_.repetitions == 0 ? all - static_cast<std::size_t>(group_.first)
-                                       : static_cast<std::size_t>(group_.size * group_.repetitions);
+    // A slot's number as an offset. The program may have given the object another message.
+    [[nodiscard]] static std::size_t At(int number, std::span<const _field_data> slots) noexcept {
+        return std::min(static_cast<std::size_t>(number), slots.size());
     }
     [[nodiscard]] std::span<_field_data> SlotsOf(int repetition) const noexcept {
         const std::span<_field_data> slots = Slots();
         if (repetition < 0 || repetition >= group_.repetitions) {
             return {};
         }
-        const auto size = static_cast<std::size_t>(group_.size);
-        const std::size_t first = static_cast<std::size_t>(group_.first) + static_cast<std::size_t>(repetition) * size;
-        return first + size <= slots.size() ? slots.subspan(first, size) : std::span<_field_data>();
+        const int first = group_.first + repetition * group_.size;
+        return slots.first(At(first + group_.size, slots)).subspan(At(first, slots));
     }
-    [[nodiscard]] bool IsInGroup(std::ptrdiff_t at) const noexcept {
-        return group_.size != 0 && at >= group_.first &&
-               (group_.repetitions == 0 || at < group_.first + group_.size * group_.repetitions);
-    }
+    [[nodiscard]] bool IsInGroup(std::ptrdiff_t at) const noexcept { return at >= groupBegin_ && at < groupEnd_; }
 
-    // The field's slot in a repetition, or outside the group. Mostly it is the one after the slot that was found
-    // before.
-    [[nodiscard]] _field_data* FindSlot(short fieldId, int repetition) noexcept {
+    // The slot after the one that was found before, if it is the field's, as it mostly is; else null.
+    [[nodiscard]] _field_data* NextSlot(short fieldId, int repetition) noexcept {
         const ZelMsgStruct* message = object_.message;
-        if (message != nullptr && repetition == nextIn_ && next_ < nextEnd_ && next_ < message->dataBuf->count)
-            [[likely]] {
+        if (message != nullptr && next_ < nextEnd_ && next_ < message->dataBuf->count) [[likely]] {
             _field_data& slot = message->dataBuf->fields[next_];
-            if (slot.id == static_cast<unsigned short>(fieldId)) [[likely]] {
+            const int part = IsInGroup(next_) ? slot.repetition : kOutside;
+            if (slot.id == static_cast<unsigned short>(fieldId) && part == repetition) [[likely]] {
                 ++next_;
                 return &slot;
             }
         }
-        return FindOtherSlot(fieldId, repetition);
+        return nullptr;
     }
-    [[nodiscard]] _field_data* FindOtherSlot(short fieldId, int repetition) noexcept;
-    // Which slots to look at first. Where a type lists a field several times, its id does not tell which is meant.
-    void ExpectFrom(int at, int repetition) noexcept {
-        next_ = at;
-        nextIn_ = repetition;
-        nextEnd_ = kZELMaxSlots;
-        if (repetition != kOutside) {
-            nextEnd_ = group_.first + (repetition + 1) * group_.size;
-        } else if (group_.size != 0 && at < group_.first) {
-            nextEnd_ = group_.first;
-        } else if (group_.size != 0) {
-            next_ = std::max(at, group_.first + group_.size * group_.repetitions);
-            nextEnd_ = group_.repetitions != 0 ? kZELMaxSlots : 0;
-        }
-        nextEnd_ = group_.hasRepeatedIds != 0 ? 0 : nextEnd_;
-    }
+    // The field's slot in a repetition, or outside the group; null where it has none.
+    [[nodiscard]] _field_data* FindSlot(short fieldId, int repetition) noexcept;
 
-    // How the calls of the object name the slot of a field.
-    [[nodiscard]] short OccurrenceOf(const _field_data& slot, int repetition) noexcept {
-        const auto id = static_cast<short>(slot.id);
-        auto occurrence = static_cast<short>(repetition == kOutside ? -1 : repetition + 1);
-        if (group_.hasRepeatedIds != 0 && object_.getField(id, occurrence) != &slot) {
-            for (occurrence = 1; object_.getField(id, occurrence) != &slot; ++occurrence) {
-            }
-        }
-        return occurrence;
-    }
-
-    bool Refuse(int code, const FieldRef& field, int repetition, const char* text = nullptr) noexcept {
+    ZEL_NOINLINE bool Refuse(int code, const FieldRef& field, int repetition, const char* text = nullptr) noexcept {
         return Keep(detail::FieldFailure(code, field, repetition, text));
     }
     // Whether the field has a slot, and one for values of these types; kept otherwise.
@@ -419,28 +395,53 @@ private:
         }
         return slot == nullptr ? HasNoSlot(field, repetition) : HasOtherType(field, repetition, value);
     }
-    bool HasOtherType(const FieldRef& field, int repetition, const char* value) noexcept;
-    bool HasNoSlot(const FieldRef& field, int repetition) noexcept;
+    ZEL_NOINLINE inline bool HasOtherType(const FieldRef& field, int repetition, const char* value) noexcept;
+    ZEL_NOINLINE inline bool HasNoSlot(const FieldRef& field, int repetition) noexcept;
     // Whether the type has the field, whatever has a place in this message.
-    [[nodiscard]] bool IsOfType(short fieldId) const noexcept;
+    [[nodiscard]] ZEL_NOINLINE inline bool IsOfType(short fieldId) const noexcept;
 
     // The slot of a field that may be set, or null.
     template <typename Field>
-    _field_data* SlotToSet(const Field& field, int repetition, unsigned types, const char* value,
-                           bool replaces) noexcept;
+    ZEL_NOINLINE _field_data* SlotToSet(const Field& field, int repetition, unsigned types, const char* value,
+                                        bool replaces) noexcept;
     template <typename Field, typename T>
     bool SetIn(const std::remove_reference_t<Field>& field, int repetition, const T& value, bool replaces) noexcept;
+    // For fields that are not next.
+    template <typename Field, typename T>
+    ZEL_NOINLINE bool SetElsewhere(const std::remove_reference_t<Field>& field, int repetition, const T& value,
+                                   bool replaces) noexcept;
+    template <typename T>
+    bool SetSlot(const FieldKey& field, _field_data& slot, int repetition, const T& value) noexcept;
     template <typename T>
     bool SetNumber(const FieldKey& field, _field_data& slot, int repetition, T number) noexcept;
     bool SetBytes(const FieldKey& field, _field_data& slot, int repetition, std::string_view bytes) noexcept;
-    template <std::size_t size>
-    bool SetFixed(_field_data& slot, int repetition, const void* value) noexcept;
+    // How many bytes a field takes whose values have no size of their own.
+    [[nodiscard]] static std::size_t MostBytesOf(const FieldKey& field) noexcept {
+        return static_cast<std::size_t>(field.type == kZELChars ? field.length : kZELMaxPayload);
+    }
+    // These keep why a value is refused.
+    template <typename T>
+    ZEL_NOINLINE bool IsOutOfRange(const FieldKey& field, int repetition, T number) noexcept;
+    ZEL_NOINLINE inline bool IsNotHeld(const FieldKey& field, int repetition, std::size_t size) noexcept;
+    template <typename T>
+    bool SetFixed(_field_data& slot, T value) noexcept;
+    template <typename T>
+    ZEL_NOINLINE bool SetFixedAnew(_field_data& slot, T value, unsigned short size) noexcept;
     void SetCountAndMarkers() noexcept;
-    // The slot of a field that is set, or null.
+    // The slot of a field that may be read, or null. For those that are not next.
     template <typename Field>
-    const _field_data* SlotToGet(const Field& field, int repetition, unsigned types, const char* value) noexcept;
+    ZEL_NOINLINE const _field_data* SlotToGet(const Field& field, int repetition, unsigned types,
+                                              const char* value) noexcept;
+    // Whether there is a value.
+    template <typename Field, typename T>
+    bool Read(const std::remove_reference_t<Field>& field, int repetition, T& value);
+    // Only wraps the one above, so that compilers put it where it is called: returned by a call, an optional is written
+    // in two parts and read as one, which takes long.
     template <typename T, typename Field>
-    std::optional<T> GetFrom(const std::remove_reference_t<Field>& field, int repetition);
+    std::optional<T> GetFrom(const std::remove_reference_t<Field>& field, int repetition) {
+        T value{};
+        return Read<Field>(field, repetition, value) ? std::optional<T>(std::move(value)) : std::nullopt;
+    }
 
     [[nodiscard]] Result<std::size_t> PackInto(std::span<std::byte> room) noexcept;
     [[nodiscard]] Result<std::size_t> PackElsewhere(std::span<std::byte> room) noexcept;
@@ -451,40 +452,41 @@ private:
 
     CZELMessage object_{0, 0};
     ZELGroupSlots group_{};
-    // The slots that are looked at first: from the one after that found last, to the end of its part of the message.
+    // The slots of the group, to the end of the message where it has no repetition: nothing has a place there.
+    int groupBegin_ = kZELMaxSlots;
+    int groupEnd_ = kZELMaxSlots;
+    // The slot that is looked at first, the one after that found last, if it is below the end. Where a type lists a
+    // field several times, its id does not tell which is meant: then none.
     int next_ = 0;
     int nextEnd_ = 0;
-    int nextIn_ = kOutside;
 };
 
 // ---- Its start ------------------------------------------------------------------------------------------------------
 
 inline bool AnyMessage::Start(const MessageKey& key, int repetitions) noexcept {
-    Forget();
-    group_ = {};
-    nextEnd_ = 0;
     if (repetitions < 0 || repetitions > kZELMaxSlots) {
-        object_.destroyStruct();
+        Clear();
         return Keep(detail::FailureOf(ZEL_TOO_MANY, "repetitions"));
     }
+    Forget();
     object_.msgType = key.msgType;
     object_.subType = key.subType;
     object_.repeatCount = static_cast<short>(repetitions);
     {
         const Reports heard;
         object_.createStruct();
+        FindGroup();
         if (object_.message == nullptr) {
             char what[32];
             (void)std::snprintf(what, sizeof what, "message %d/%d", key.msgType, key.subType);
             return Keep(detail::ReportedFailure(heard.List(), what));
         }
     }
-    ZELFindGroup(object_.message, &group_);
     if (group_.repetitions != repetitions) {
         return Keep(detail::FailureOf(ZEL_TOO_MANY, "repetitions", "the message's type has no repeating group"));
     }
     SetCountAndMarkers();
-    ExpectFrom(0, kOutside);
+    next_ = 0;
     return static_cast<bool>(*this);
 }
 
@@ -501,33 +503,37 @@ inline void AnyMessage::SetCountAndMarkers() noexcept {
 
 // ---- Its fields -----------------------------------------------------------------------------------------------------
 
-inline _field_data* AnyMessage::FindOtherSlot(short fieldId, int repetition) noexcept {
-    const std::span<_field_data> slots = Slots();
+inline _field_data* AnyMessage::FindSlot(short fieldId, int repetition) noexcept {
     _field_data* found = nullptr;
-    if (repetition != kOutside) {
-        const auto id = static_cast<unsigned short>(fieldId);
-        const std::span<_field_data> own = SlotsOf(repetition);
-        const auto slot = std::find_if(own.begin(), own.end(), [id](const _field_data& at) { return at.id == id; });
-        found = slot != own.end() ? &*slot : nullptr;
-    } else if (!slots.empty() && fieldId != 0) {
-        found = object_.getField(fieldId, -1);
+    if (repetition == kOutside) {
+        found = fieldId != 0 ? object_.getField(fieldId, -1) : nullptr;
+    } else {
+        for (_field_data& slot : SlotsOf(repetition)) {
+            if (slot.id == static_cast<unsigned short>(fieldId)) {
+                found = &slot;
+                break;
+            }
+        }
     }
-    const std::ptrdiff_t at = found != nullptr ? found - slots.data() : 0;
-    if (found == nullptr || (repetition == kOutside && IsInGroup(at))) {
+    if (found == nullptr) {
         return nullptr;
     }
-    ExpectFrom(static_cast<int>(at) + 1, repetition);
+    const auto at = static_cast<int>(found - object_.message->dataBuf->fields);
+    if (repetition == kOutside && IsInGroup(at)) {
+        return nullptr;
+    }
+    next_ = at + 1;
     return found;
 }
 
-inline bool AnyMessage::HasOtherType(const FieldRef& field, int repetition, const char* value) noexcept {
+bool AnyMessage::HasOtherType(const FieldRef& field, int repetition, const char* value) noexcept {
     char text[80];
     (void)std::snprintf(text, sizeof text, "the field is of type %s; the value is %s",
                         detail::NameOfType(field.Key().type), value);
     return Refuse(ZEL_WRONG_TYPE, field, repetition, text);
 }
 
-inline bool AnyMessage::HasNoSlot(const FieldRef& field, int repetition) noexcept {
+bool AnyMessage::HasNoSlot(const FieldRef& field, int repetition) noexcept {
     if (field.Key().id == 0) {
         return Refuse(ZEL_NO_SUCH_FIELD, field, repetition);
     }
@@ -545,7 +551,7 @@ inline bool AnyMessage::HasNoSlot(const FieldRef& field, int repetition) noexcep
     return Refuse(ZEL_NOT_IN_MESSAGE, field, repetition, text);
 }
 
-inline bool AnyMessage::IsOfType(short fieldId) const noexcept {
+bool AnyMessage::IsOfType(short fieldId) const noexcept {
     VormaZelData* provider = CZELMessage::getVormaZelData();
     const ZELTypeNode* type = provider != nullptr ? provider->messageTable() : nullptr;
     while (type != nullptr && type->type != object_.msgType) {
@@ -582,29 +588,39 @@ _field_data* AnyMessage::SlotToSet(const Field& field, int repetition, unsigned 
 template <typename Field, typename T>
 bool AnyMessage::SetIn(const std::remove_reference_t<Field>& field, int repetition, const T& value,
                        bool replaces) noexcept {
-    _field_data* slot = SlotToSet(field, repetition, detail::kGoesInto<T>, detail::NameOfValue<T>(), replaces);
-    if (slot == nullptr) {
-        return false;
+    constexpr unsigned types = detail::kGoesInto<T>;
+    _field_data* slot = NextSlot(field.Key().id, repetition);
+    if (slot == nullptr || slot->isSet != 0 || !detail::Allows(types, field.Key().type)) [[unlikely]] {
+        return SetElsewhere<Field>(field, repetition, value, replaces);
     }
+    return SetSlot(field.Key(), *slot, repetition, value);
+}
+
+template <typename Field, typename T>
+bool AnyMessage::SetElsewhere(const std::remove_reference_t<Field>& field, int repetition, const T& value,
+                              bool replaces) noexcept {
+    _field_data* slot = SlotToSet(field, repetition, detail::kGoesInto<T>, detail::NameOfValue<T>(), replaces);
+    return slot != nullptr && SetSlot(field.Key(), *slot, repetition, value);
+}
+
+template <typename T>
+bool AnyMessage::SetSlot(const FieldKey& field, _field_data& slot, int repetition, const T& value) noexcept {
     if constexpr (detail::IsNumber<T>) {
-        return SetNumber(field.Key(), *slot, repetition, static_cast<detail::Integer<T>>(value));
+        return SetNumber(field, slot, repetition, static_cast<detail::Integer<T>>(value));
     } else if constexpr (std::same_as<T, float>) {
-        const double wide{value};
-        return field.Key().type == kZELFloat ? SetFixed<sizeof value>(*slot, repetition, &value)
-                                             : SetFixed<sizeof wide>(*slot, repetition, &wide);
+        return field.type == kZELFloat ? SetFixed(slot, value) : SetFixed(slot, double{value});
     } else if constexpr (std::same_as<T, double>) {
-        return SetFixed<sizeof value>(*slot, repetition, &value);
+        return SetFixed(slot, value);
     } else if constexpr (std::derived_from<T, _money>) {
-        // Amount and code; the rest of the record is padding.
-        return SetFixed<6>(*slot, repetition, static_cast<const _money*>(&value));
+        return SetFixed<_money>(slot, value);
     } else if constexpr (std::derived_from<T, _datetime>) {
-        return SetFixed<sizeof(_datetime)>(*slot, repetition, static_cast<const _datetime*>(&value));
+        return SetFixed<_datetime>(slot, value);
     } else if constexpr (std::same_as<T, char>) {
-        return SetBytes(field.Key(), *slot, repetition, {&value, 1});
+        return SetBytes(field, slot, repetition, {&value, 1});
     } else if constexpr (detail::IsText<T>) {
-        return SetBytes(field.Key(), *slot, repetition, std::string_view(value));
+        return SetBytes(field, slot, repetition, std::string_view(value));
     } else {
-        return SetBytes(field.Key(), *slot, repetition,
+        return SetBytes(field, slot, repetition,
                         {reinterpret_cast<const char*>(std::ranges::data(value)), std::ranges::size(value)});
     }
 }
@@ -613,57 +629,57 @@ template <typename T>
 bool AnyMessage::SetNumber(const FieldKey& field, _field_data& slot, int repetition, T number) noexcept {
     const bool isShort = field.type == kZELShort;
     if (isShort ? !std::in_range<short>(number) : !std::in_range<ZELLong>(number)) [[unlikely]] {
-        char text[80];
-        char* end = std::to_chars(text, text + 24, number).ptr;
-        (void)std::snprintf(end, sizeof text - 24, " does not fit: %s",
-                            isShort ? "-32768 to 32767" : "-2147483648 to 2147483647");
-        return Refuse(ZEL_OUT_OF_RANGE, field, repetition, text);
+        return IsOutOfRange(field, repetition, number);
     }
-    const auto narrow = static_cast<short>(number);
-    const auto wide = static_cast<ZELLong>(number);
-    return isShort ? SetFixed<sizeof narrow>(slot, repetition, &narrow)
-                   : SetFixed<sizeof wide>(slot, repetition, &wide);
+    return isShort ? SetFixed(slot, static_cast<short>(number)) : SetFixed(slot, static_cast<ZELLong>(number));
 }
 
-// As setFieldValue does. Where the slot is as it was created, without a call.
-template <std::size_t size>
-bool AnyMessage::SetFixed(_field_data& slot, int repetition, const void* value) noexcept {
-    if (slot.value == slot.inlineValue && slot.length >= size) [[likely]] {
-        std::memcpy(slot.inlineValue, value, size);
-        slot.isSet = 1;
-        ++object_.message->numFields;
-    } else {
-        object_.setFieldValue(static_cast<short>(slot.id), value, OccurrenceOf(slot, repetition));
+template <typename T>
+bool AnyMessage::IsOutOfRange(const FieldKey& field, int repetition, T number) noexcept {
+    char text[80];
+    char* end = std::to_chars(text, text + 24, number).ptr;
+    (void)std::snprintf(end, sizeof text - 24, " does not fit: %s",
+                        field.type == kZELShort ? "-32768 to 32767" : "-2147483648 to 2147483647");
+    return Refuse(ZEL_OUT_OF_RANGE, field, repetition, text);
+}
+
+// Where the slot is as it was created, without a call.
+template <typename T>
+bool AnyMessage::SetFixed(_field_data& slot, T value) noexcept {
+    // Amount and code of money; the rest of the record is padding.
+    constexpr unsigned short size = std::same_as<T, _money> ? 6 : sizeof value;
+    if (slot.value != slot.inlineValue || slot.length < size) [[unlikely]] {
+        return SetFixedAnew(slot, value, size);
     }
+    std::memcpy(slot.inlineValue, &value, size);
+    slot.isSet = 1;
+    ++object_.message->numFields;
     return true;
+}
+
+template <typename T>
+bool AnyMessage::SetFixedAnew(_field_data& slot, T value, unsigned short size) noexcept {
+    return ZELSetSlot(object_.message, &slot, &value, size) != 0;
 }
 
 inline bool AnyMessage::SetBytes(const FieldKey& field, _field_data& slot, int repetition,
                                  std::string_view bytes) noexcept {
-    const bool isChars = field.type == kZELChars;
-    const auto most = static_cast<std::size_t>(isChars ? field.length : kZELMaxPayload);
-    if (bytes.size() > most) [[unlikely]] {
-        char text[80];
-        (void)std::snprintf(text, sizeof text, "%zu bytes; %s %zu", bytes.size(),
-                            isChars ? "the field holds" : "a message holds", most);
-        return Refuse(ZEL_TEXT_TOO_LONG, field, repetition, text);
+    const auto size = static_cast<unsigned short>(bytes.size());
+    const bool isDone =
+        bytes.size() <= MostBytesOf(field) && ZELSetSlot(object_.message, &slot, bytes.data(), size) != 0;
+    return isDone || IsNotHeld(field, repetition, bytes.size());
+}
+
+bool AnyMessage::IsNotHeld(const FieldKey& field, int repetition, std::size_t size) noexcept {
+    const std::size_t most = MostBytesOf(field);
+    if (size <= most) {
+        constexpr int kNoMemory = 12;
+        return Refuse(kNoMemory, field, repetition);
     }
-    std::array<char, kZELMaxPayload> padded;
-    if (isChars && bytes.size() < most) {
-        bytes.copy(padded.data(), bytes.size());
-        std::memset(padded.data() + bytes.size(), 0, most - bytes.size());
-        bytes = {padded.data(), most};
-    }
-    const short occurrence = OccurrenceOf(slot, repetition);
-    if (bytes.empty()) {
-        // A call with a length of 0 would send a byte; one without takes the slot's.
-        slot.length = 0;
-        object_.setFieldValue(field.id, "", occurrence);
-    } else {
-        object_.setFieldValueBinary(field.id, bytes.data(), static_cast<short>(bytes.size()), occurrence);
-    }
-    constexpr int kNoMemory = 12;
-    return slot.isSet != 0 && slot.length == bytes.size() ? true : Refuse(kNoMemory, field, repetition);
+    char text[80];
+    (void)std::snprintf(text, sizeof text, "%zu bytes; %s %zu", size,
+                        field.type == kZELChars ? "the field holds" : "a message holds", most);
+    return Refuse(ZEL_TEXT_TOO_LONG, field, repetition, text);
 }
 
 template <typename Field>
@@ -673,46 +689,45 @@ const _field_data* AnyMessage::SlotToGet(const Field& field, int repetition, uns
     if (slot == nullptr && group_.size != 0 && group_.repetitions == 0 && IsOfType(field.Key().id)) {
         return nullptr;
     }
-    return Finds(field, slot, repetition, types, value) && slot->isSet != 0 ? slot : nullptr;
+    return Finds(field, slot, repetition, types, value) ? slot : nullptr;
 }
 
-// Small, so that compilers put it where it is called: to return such an optional costs more than to fill it.
-template <typename T, typename Field>
-std::optional<T> AnyMessage::GetFrom(const std::remove_reference_t<Field>& field, int repetition) {
-    const _field_data* slot = SlotToGet(field, repetition, detail::kComesFrom<T>, detail::NameOfValue<T>());
-    if (slot == nullptr) {
-        return std::nullopt;
-    }
+template <typename Field, typename T>
+bool AnyMessage::Read(const std::remove_reference_t<Field>& field, int repetition, T& value) {
+    constexpr unsigned types = detail::kComesFrom<T>;
     const unsigned type = field.Key().type;
+    const _field_data* slot = NextSlot(field.Key().id, repetition);
+    if (slot == nullptr || !detail::Allows(types, type)) [[unlikely]] {
+        slot = SlotToGet(field, repetition, types, detail::NameOfValue<T>());
+    }
+    if (slot == nullptr || slot->isSet == 0) {
+        return false;
+    }
     if constexpr (detail::IsNumber<T>) {
         const ZELLong number = detail::NumberIn(*slot, type);
-        if (std::in_range<detail::Integer<T>>(number)) [[likely]] {
-            return static_cast<T>(number);
-        }
-        Refuse(ZEL_OUT_OF_RANGE, field, repetition, "the value does not fit what it is read into");
-        return std::nullopt;
-    } else if constexpr (std::same_as<T, float>) {
-        return detail::FixedIn<float>(*slot);
+        value = static_cast<T>(number);
+        return std::in_range<detail::Integer<T>>(number) ||
+               Refuse(ZEL_OUT_OF_RANGE, field, repetition, "the value does not fit what it is read into");
     } else if constexpr (std::same_as<T, double>) {
-        return type == kZELFloat ? double{detail::FixedIn<float>(*slot)} : detail::FixedIn<double>(*slot);
+        value = type == kZELFloat ? double{detail::FixedIn<float>(*slot)} : detail::FixedIn<double>(*slot);
+    } else if constexpr (std::same_as<T, float>) {
+        value = detail::FixedIn<float>(*slot);
     } else if constexpr (std::derived_from<T, _money>) {
-        return T(detail::FixedIn<_money>(*slot));
+        value = T(detail::FixedIn<_money>(*slot));
     } else if constexpr (std::derived_from<T, _datetime>) {
-        return T(detail::FixedIn<_datetime>(*slot));
+        value = T(detail::FixedIn<_datetime>(*slot));
     } else {
         const std::string_view bytes = detail::BytesIn(*slot, type);
         if constexpr (std::same_as<T, char>) {
-            if (bytes.size() == 1) {
-                return bytes[0];
-            }
-            Refuse(ZEL_TEXT_TOO_LONG, field, repetition, "the value is not one character");
-            return std::nullopt;
+            value = bytes.empty() ? '\0' : bytes[0];
+            return bytes.size() == 1 || Refuse(ZEL_TEXT_TOO_LONG, field, repetition, "the value is not one character");
         } else if constexpr (detail::IsText<T>) {
-            return T(bytes);
+            value = T(bytes);
         } else {
-            return T(reinterpret_cast<typename T::pointer>(bytes.data()), bytes.size());
+            value = T(reinterpret_cast<typename T::pointer>(bytes.data()), bytes.size());
         }
     }
+    return true;
 }
 
 template <NamesField Field, Settable T>
@@ -778,8 +793,7 @@ Result<std::size_t> AnyMessage::Received(std::size_t size, Unpacking unpack) noe
         Keep(failure);
         return failure;
     }
-    ZELFindGroup(object_.message, &group_);
-    ExpectFrom(0, kOutside);
+    FindGroup();
     return size;
 }
 

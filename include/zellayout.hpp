@@ -20,7 +20,7 @@
 //  - What zelrecord.h says of presence, reports, memory and threads holds here. A call costs what the C call costs.
 //  - Records are trivially copyable and can be made without arguments. Their members may be
 //        short, int, long, long long, enumerations of these widths with a stated type; float, double
-//        _money, _datetime
+//        _money, _datetime; std::chrono::local_seconds and sys_seconds for date-times, which have no time zone
 //        char, char[N], std::array<char, N>                     texts that lie in the record
 //        std::string_view, std::span<const unsigned char>, std::span<const std::byte>, std::span<const char>
 //                                                               views of the received bytes, which the caller keeps

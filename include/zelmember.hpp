@@ -38,6 +38,15 @@ template <>
 inline constexpr int kKindOf<_money> = ZEL_MONEY;
 template <>
 inline constexpr int kKindOf<_datetime> = ZEL_DATETIME;
+// Whole seconds since 1970: std::chrono::local_seconds and sys_seconds, known by their parts, because <chrono> takes
+// long to compile.
+template <typename T>
+requires requires {
+    typename T::clock;
+    requires sizeof(T) == sizeof(std::int64_t) && std::signed_integral<typename T::rep>;
+    requires T::period::num == 1 && T::period::den == 1;
+}
+inline constexpr int kKindOf<T> = ZEL_SECONDS;
 template <>
 inline constexpr int kKindOf<char> = ZEL_CHARS;
 template <std::size_t N>
@@ -106,6 +115,7 @@ constexpr bool MayHold(int kind, std::size_t size, ZELFieldType type, std::int16
         case ZEL_MONEY:
             return type == kZELMoney;
         case ZEL_DATETIME:
+        case ZEL_SECONDS:
             return type == kZELDateTime;
         case ZEL_CHARS:
             return type == kZELText || (type == kZELChars && std::cmp_greater_equal(size, length));

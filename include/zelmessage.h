@@ -233,7 +233,7 @@ static_assert(sizeof(CZELMessage) == offsetof(CZELMessage, version) + 8, "layout
 
 extern "C" {
 
-// ---- The repeating group --------------------------------------------------------------------------------------------
+// ---- Slots ----------------------------------------------------------------------------------------------------------
 
 // Where a message's slots lie: those of each repetition of its group in a row, right behind one another.
 struct ZELGroupSlots {
@@ -247,6 +247,11 @@ struct ZELGroupSlots {
 
 // Reads this off a message; null is one without a group.
 ZEL_API void ZELFindGroup(const ZelMsgStruct* message, ZELGroupSlots* group) noexcept;
+
+// Sets a slot of the message to `length` bytes, and counts it in numFields. Texts and byte strings get as many; chars
+// those that their field has, with zero bytes after fewer and without those that are too many; for other types `length`
+// is the size of the type. 1, or 0 without memory, reported, with the slot as it was.
+ZEL_API int ZELSetSlot(ZelMsgStruct* message, _field_data* slot, const void* value, unsigned short length) noexcept;
 
 // ---- Responses ------------------------------------------------------------------------------------------------------
 

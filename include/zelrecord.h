@@ -71,9 +71,13 @@ enum ZELKind {
                        // zero byte or the end; of chars of length 1 the byte as it is. Unpacking fills up with zeros
     ZEL_BYTES = 9,     // unsigned char[size], of which a uint32_t at lengthOffset counts the used ones: text, bytes.
                        // Unpacking leaves those after them as they were
-    ZEL_VIEW = 10      // a pointer at offset and a size_t at lengthOffset: chars, text, bytes. The length counts, zero
+    ZEL_VIEW = 10,     // a pointer at offset and a size_t at lengthOffset: chars, text, bytes. The length counts, zero
                        // bytes included, but chars longer than 1 end at the first one. Unpacking points it into the
                        // received bytes, which the caller keeps, or into the scratch memory
+    ZEL_SECONDS = 11   // int64_t: date-time, as seconds since the first of January 1970, midnight, in no time zone.
+                       // Packing sends a date with a time, of the years 1900 to 2155. Unpacking takes a date for its
+                       // midnight, a time for one of that first day; INT64_MIN stands for what is neither, and for a
+                       // field that did not arrive
 };
 
 // In place of an offset: there is no such place.
@@ -187,10 +191,10 @@ typedef struct ZELReading {
     size_t used;            // out: bytes of the frame, also when its message is bad or of another type; else 0
 } ZELReading;
 
-// Unpacks the frame at the head of `bytes` into the record. Members whose field did not arrive become zero bytes, and
-// their presence flags 0; repetitions from the count on may hold anything. After a failure every member outside the
-// group and the count are zero (for ZEL_BAD_ARGUMENT, ZEL_INCOMPLETE, ZEL_NO_FRAME and ZEL_OTHER_MESSAGE the record is
-// as it was). `reading` may be null.
+// Unpacks the frame at the head of `bytes` into the record. Members whose field did not arrive become zero bytes
+// (ZEL_SECONDS: INT64_MIN), and their presence flags 0; repetitions from the count on may hold anything. After a
+// failure that is so of every member outside the group, and the count is zero (for ZEL_BAD_ARGUMENT, ZEL_INCOMPLETE,
+// ZEL_NO_FRAME and ZEL_OTHER_MESSAGE the record is as it was). `reading` may be null.
 ZEL_API int ZELUnpackRecord(const ZELBinding* binding, const void* bytes, size_t length, void* record,
                             ZELReading* reading, ZELFailure* failure) ZEL_NOEXCEPT;
 

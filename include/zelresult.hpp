@@ -16,6 +16,13 @@
 #include "zelrecord.h"
 #include "zelreport.h"
 
+// Keeps what is seldom called out of what is called often.
+#if defined(_MSC_VER)
+#define ZEL_NOINLINE __declspec(noinline)
+#else
+#define ZEL_NOINLINE __attribute__((noinline))
+#endif
+
 namespace zel {
 
 // ---- Reports --------------------------------------------------------------------------------------------------------

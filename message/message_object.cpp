@@ -55,34 +55,41 @@ inline void CountAsSet(ZelMsgStruct& message, _field_data& slot) noexcept {
 }
 
 // Copies `copied` bytes of `value` into a new buffer for `length` bytes, the rest zero. Without memory nothing changes.
-inline void SetSeparateValue(ZelMsgStruct& message, _field_data& slot, const void* value, std::size_t copied,
+inline bool SetSeparateValue(ZelMsgStruct& message, _field_data& slot, const void* value, std::size_t copied,
                              std::size_t length) noexcept {
     char* buffer = zel::NewSlotValue(zel::BlockOf(message), slot, length);
     if (buffer == nullptr) {
-        return;
+        return false;
     }
     slot.length = static_cast<unsigned short>(length);
     CountAsSet(message, slot);
     zel::CopyHeld(buffer, value, copied, length);
+    return true;
+}
+
+// Chars have the length of their dictionary field.
+std::size_t LengthOf(const zel::FieldRule& rule) noexcept {
+    return static_cast<std::size_t>(std::max<std::int16_t>(rule.length, 0));
 }
 
 void SetChars(ZelMsgStruct& message, _field_data& slot, const zel::FieldRule& rule, const char* text) noexcept {
-    const auto length = static_cast<std::size_t>(std::max<std::int16_t>(rule.length, 0));
+    const std::size_t length = LengthOf(rule);
     // A single character is a byte, zero included, not a text.
     const std::size_t copied = length > 1 ? strnlen(text, length) : length;
-    SetSeparateValue(message, slot, text, copied, length);
+    (void)SetSeparateValue(message, slot, text, copied, length);
 }
 
 [[gnu::noinline]] void SetText(ZelMsgStruct& message, _field_data& slot, const char* text) noexcept {
     // Null sets a single zero byte. 16 bits hold the length.
     const std::size_t length = text != nullptr ? std::min<std::size_t>(std::strlen(text), UINT16_MAX) : 1;
-    SetSeparateValue(message, slot, text != nullptr ? text : "", length, length);
+    (void)SetSeparateValue(message, slot, text != nullptr ? text : "", length, length);
 }
 
 // As many bytes as the slot's length says, and as its buffer holds.
 void SetBytes(ZelMsgStruct& message, _field_data& slot, const void* value) noexcept {
     if (slot.value == nullptr) {
-        return SetSeparateValue(message, slot, value, slot.length, slot.length);
+        (void)SetSeparateValue(message, slot, value, slot.length, slot.length);
+        return;
     }
     CountAsSet(message, slot);
     zel::CopyValue(slot.value, value, std::min<std::size_t>(slot.length, zel::HeldBytes(slot)));
@@ -149,6 +156,18 @@ extern "C" void ZELFindGroup(const ZelMsgStruct* message, ZELGroupSlots* group) 
               group->hasRepeatedIds};
 }
 
+extern "C" int ZELSetSlot(ZelMsgStruct* message, _field_data* slot, const void* value, unsigned short length) noexcept {
+    zel::MessageBlock& block = zel::BlockOf(*message);
+    const zel::PlanEntry& entry = zel::EntryOf(block, *slot);
+    block.expected = slot + 1;
+    if (entry.memorySize != 0) {
+        SetFixed(*message, *slot, std::min(entry.memorySize, length), value);
+        return 1;
+    }
+    const std::size_t room = entry.shape == zel::Shape::kChars ? LengthOf(entry.rule) : length;
+    return SetSeparateValue(*message, *slot, value, std::min<std::size_t>(length, room), room) ? 1 : 0;
+}
+
 CZELMessage::CZELMessage(short messageVersion, int packFormat2) noexcept
     : msgType(0),
       subType(0),
@@ -195,7 +214,7 @@ void CZELMessage::setFieldValueBinary(short fieldId, const void* data, short len
     if (slot != nullptr && data != nullptr) {
         zel::BlockOf(*message).expected = slot + 1;
         const auto size = static_cast<std::size_t>(std::max<short>(length, 1));
-        SetSeparateValue(*message, *slot, data, size, size);
+        (void)SetSeparateValue(*message, *slot, data, size, size);
     }
 }
 

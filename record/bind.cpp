@@ -20,6 +20,7 @@ struct Parts {
     FieldStep* steps;
     FieldName* names;
     FieldTake* takes;
+    std::uint32_t* flags;
 };
 
 FieldStep StartOfStep(const PlanEntry& entry) noexcept {
@@ -47,14 +48,16 @@ int FindCountEntry(const MessagePlan& plan) noexcept {
 Parts NewBinding(const MessagePlan& plan) noexcept {
     const auto count = static_cast<std::size_t>(plan.entryCount);
     static_assert(sizeof(ZELBinding) % alignof(FieldStep) == 0);
-    auto* binding = static_cast<ZELBinding*>(AllocateZeroed(
-        sizeof(ZELBinding) + count * (sizeof(FieldStep) + sizeof(FieldName)) + (count + kNoPart) * sizeof(FieldTake)));
+    auto* binding =
+        static_cast<ZELBinding*>(AllocateZeroed(sizeof(ZELBinding) + count * (sizeof(FieldStep) + sizeof(FieldName)) +
+                                                (count + kNoPart) * (sizeof(FieldTake) + sizeof(std::uint32_t))));
     if (binding == nullptr) {
         return {};
     }
     auto* steps = reinterpret_cast<FieldStep*>(binding + 1);
     auto* takes = reinterpret_cast<FieldTake*>(steps + count);
-    auto* names = reinterpret_cast<FieldName*>(takes + count + kNoPart);
+    auto* flags = reinterpret_cast<std::uint32_t*>(takes + count + kNoPart);
+    auto* names = reinterpret_cast<FieldName*>(flags + count + kNoPart);
     for (std::size_t at = 0; at < count; ++at) {
         const PlanEntry& entry = plan.entries[at];
         steps[at] = StartOfStep(entry);
@@ -68,7 +71,7 @@ Parts NewBinding(const MessagePlan& plan) noexcept {
     binding->steps = steps;
     binding->names = names;
     binding->countEntry = FindCountEntry(plan);
-    return {binding, steps, names, takes};
+    return {binding, steps, names, takes, flags};
 }
 
 // Bytes of the field in format 0 that are there whatever it holds.
@@ -85,9 +88,6 @@ std::uint32_t SmallestSize(const FieldStep& step) noexcept {
 }
 
 Move UsualMoveOf(const FieldStep& step) noexcept {
-    if (step.presenceOffset != ZEL_NOWHERE) {
-        return Move::kStop;
-    }
     return step.move == Move::kNone && step.shape == Shape::kCounted ? Move::kNoneCounted : step.move;
 }
 
@@ -106,7 +106,18 @@ FieldTake* MakeTakes(const FieldStep* begin, const FieldStep* end, FieldTake* ta
     return after;
 }
 
-void MakeAllTakes(ZELBinding& binding, FieldTake* takes) noexcept {
+// Writes the offsets of the takes' flags, and what ends them; returns the address after it.
+std::uint32_t* MakeFlags(const FieldTake* take, std::uint32_t* flags) noexcept {
+    for (; take->step.move != Move::kStop; ++take) {
+        if (take->step.presenceOffset != ZEL_NOWHERE) {
+            *flags++ = take->step.presenceOffset;
+        }
+    }
+    *flags++ = ZEL_NOWHERE;
+    return flags;
+}
+
+void MakeAllTakes(ZELBinding& binding, FieldTake* takes, std::uint32_t* flags) noexcept {
     const MessagePlan& plan = *binding.plan;
     const int count = plan.groupBegin != plan.groupEnd ? 1 : 0;
     const FieldStep* const steps = binding.steps;
@@ -116,6 +127,10 @@ void MakeAllTakes(ZELBinding& binding, FieldTake* takes) noexcept {
     binding.takes[kInGroup] = MakeTakes(steps, group - count, takes);
     binding.takes[kAfterGroup] = MakeTakes(group, rest, const_cast<FieldTake*>(binding.takes[kInGroup]));
     (void)MakeTakes(rest, steps + plan.entryCount, const_cast<FieldTake*>(binding.takes[kAfterGroup]));
+    for (const Part part : {kBeforeGroup, kInGroup, kAfterGroup}) {
+        binding.flags[part] = flags;
+        flags = MakeFlags(binding.takes[part], flags);
+    }
 }
 
 // A message without a repetition has slots of the group's fields in place of those after it, and nobody sets them.
@@ -174,7 +189,7 @@ extern "C" int ZELBind(const ZELLayout* layout, const ZELBinding** binding, char
     }
     JudgeSteps(*parts.binding);
     if (parts.binding->unpacksByStep) {
-        MakeAllTakes(*parts.binding, parts.takes);
+        MakeAllTakes(*parts.binding, parts.takes, parts.flags);
     }
     *binding = parts.binding;
     return 0;

@@ -15,12 +15,12 @@ struct Kind {
     const char* name;
     std::uint32_t size;
 };
-constexpr Kind kKinds[] = {{"", 0},      {"int16_t", 2}, {"int32_t", 4},         {"int64_t", 8},
-                           {"float", 4}, {"double", 8},  {"_money", 8},          {"_datetime", 8},
-                           {"chars", 0}, {"bytes", 0},   {"view", sizeof(void*)}};
+constexpr Kind kKinds[] = {{"", 0},      {"int16_t", 2}, {"int32_t", 4},          {"int64_t", 8},
+                           {"float", 4}, {"double", 8},  {"_money", 8},           {"_datetime", 8},
+                           {"chars", 0}, {"bytes", 0},   {"view", sizeof(void*)}, {"seconds", 8}};
 
 constexpr bool IsKind(std::int32_t kind) noexcept {
-    return kind >= ZEL_INT16 && kind <= ZEL_VIEW;
+    return kind >= ZEL_INT16 && kind <= ZEL_SECONDS;
 }
 
 constexpr std::uint32_t Pair(std::uint32_t type, std::int32_t kind) noexcept {
@@ -47,6 +47,8 @@ Move MoveOf(std::uint16_t type, std::int32_t kind) noexcept {
             return Move::kDouble;
         case Pair(kZELDateTime, ZEL_DATETIME):
             return Move::kDateTime;
+        case Pair(kZELDateTime, ZEL_SECONDS):
+            return Move::kSeconds;
         case Pair(kZELMoney, ZEL_MONEY):
             return Move::kMoney;
         case Pair(kZELChars, ZEL_CHARS):

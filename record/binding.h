@@ -21,6 +21,7 @@ enum class Move : std::uint8_t {
     kLong64,
     kDouble,
     kDateTime,
+    kSeconds,
     kMoney,
     kChars,      // chars and an array
     kCharsView,  // chars and bytes elsewhere
@@ -29,7 +30,7 @@ enum class Move : std::uint8_t {
     kBytesView,  // a text or bytes, and bytes elsewhere
     // Of takes alone.
     kNoneCounted,  // no member for a field that counts itself
-    kStop          // a flag goes with the member, or the part ends
+    kStop          // the part ends
 };
 
 // Offsets are from the start of the record, or of the repetition.
@@ -73,6 +74,7 @@ struct ZELBinding {
     const zel::FieldStep* steps;
     const zel::FieldName* names;
     const zel::FieldTake* takes[zel::kNoPart];  // of each part, without the repeat-count field in front of the group
+    const std::uint32_t* flags[zel::kNoPart];   // presence offsets of each part's takes, ended by ZEL_NOWHERE
     std::uint32_t groupOffset;
     std::uint32_t groupStride;
     std::uint32_t mostRepetitions;  // the layout's group has room for; never above SHRT_MAX

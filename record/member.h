@@ -7,14 +7,15 @@
 #include <algorithm>
 #include <cstring>
 
+#include "convert/seconds.h"
 #include "core/wire/field_codec.h"
 #include "record/binding.h"
 
 namespace zel {
 
-// All values of four bits are moves: a switch over this is one indexed jump.
+// A switch over this is one indexed jump: it need not look for values that are no moves.
 inline Move Bounded(Move move) noexcept {
-    return static_cast<Move>(static_cast<unsigned>(move) & 15);
+    return static_cast<Move>(static_cast<unsigned>(move) & 31);
 }
 
 // ---- Out ------------------------------------------------------------------------------------------------------------
@@ -36,6 +37,16 @@ template <Shape shape, typename Narrow, typename Wide, typename Use>
         return ZEL_OUT_OF_RANGE;
     }
     return use(std::integral_constant<Shape, shape>{}, PlainValue{&narrow, sizeof narrow, sizeof narrow});
+}
+
+// A date and time from seconds, likewise.
+template <typename Use>
+[[gnu::always_inline]] inline int UseSeconds(const char* member, const Use& use) noexcept {
+    const _datetime value = DateTimeOf(LoadHost<std::int64_t>(member));
+    if (value.kind == 0) {
+        return ZEL_OUT_OF_RANGE;
+    }
+    return use(std::integral_constant<Shape, Shape::kDateTime>{}, PlainValue{&value, sizeof value, sizeof value});
 }
 
 // Calls `use` with a number that the library sends. It was found in bounds with the count of repetitions.
@@ -107,6 +118,8 @@ template <typename Use>
             return plain(std::integral_constant<Shape, Shape::kDouble>{});
         case Move::kDateTime:
             return plain(std::integral_constant<Shape, Shape::kDateTime>{});
+        case Move::kSeconds:
+            return UseSeconds(member, use);
         case Move::kMoney:
             return plain(std::integral_constant<Shape, Shape::kMoney>{});
         case Move::kChars:
@@ -162,6 +175,17 @@ template <Shape shape, typename Source>
         return kNotFound;
     }
     source.template Store<shape>(member);
+    return 0;
+}
+
+template <typename Source>
+[[gnu::always_inline]] inline int FillSeconds(const FieldStep& step, char* member, Source& source) noexcept {
+    if (!source.template Find<Shape::kDateTime>(step)) {
+        return kNotFound;
+    }
+    _datetime value{};
+    source.template Store<Shape::kDateTime>(&value);
+    StoreHost(member, SecondsOf(value));
     return 0;
 }
 
@@ -221,6 +245,8 @@ template <typename Source>
             return FillFixed<Shape::kDouble>(step, member, source);
         case Move::kDateTime:
             return FillFixed<Shape::kDateTime>(step, member, source);
+        case Move::kSeconds:
+            return FillSeconds(step, member, source);
         case Move::kMoney:
             return FillFixed<Shape::kMoney>(step, member, source);
         case Move::kChars:
@@ -252,6 +278,8 @@ inline bool ClearMember(const FieldStep& step, char* base) noexcept {
     if (isView) {
         StoreHost<const void*>(base + step.offset, nullptr);
         StoreHost(base + step.lengthOffset, std::size_t{0});
+    } else if (step.move == Move::kSeconds) {
+        StoreHost(base + step.offset, kNoSeconds);
     } else {
         std::memset(base + step.offset, 0, step.size);
     }

@@ -181,7 +181,6 @@ template <short format>
     if (IsOfStep<format>(step, in)) {
         OnTheWire<format> source{in, {}};
         if (FillMember(step.move, step, walk.base, source) == 0) {
-            MarkPresent(step, walk.base);
             walk.in.next = in.next;
             return true;
         }
@@ -194,6 +193,14 @@ template <short format>
     walk.at.fieldId = step.rule.id;
     walk.at.repetition = walk.repetition;
     return false;
+}
+
+// Marks all fields of a part as there: those that are not are found later, and the loop over fields has no flags to
+// set.
+[[gnu::always_inline]] inline void MarkAllPresent(const std::uint32_t* flag, char* base) noexcept {
+    for (; *flag != ZEL_NOWHERE; ++flag) {
+        base[*flag] = 1;
+    }
 }
 
 // Passes the fields of a part, each once: a field that is the step's is taken, any other step's field did not arrive.
@@ -253,6 +260,7 @@ bool PassSteps(Walk& walk) noexcept {
     for (Part part = kBeforeGroup;;) {
         walk.takes = binding.takes[part];
         walk.lacking = 0;
+        MarkAllPresent(binding.flags[part], walk.base);
         if (!PassPart<format>(walk)) {
             return false;
         }

@@ -55,12 +55,11 @@ void SendReport(const Report& report, const char* text, int fieldId) noexcept {
 }  // namespace zel
 
 extern "C" void ZELBeginListening(ZELListener* listener) noexcept {
-    listener->outer = zel::ThreadListener();
-    zel::SetThreadListener(listener);
+    listener->outer = zel::ReplaceThreadListener(listener);
 }
 
 extern "C" void ZELEndListening(const ZELListener* listener) noexcept {
-    zel::SetThreadListener(listener->outer);
+    zel::ReplaceThreadListener(listener->outer);
 }
 
 extern "C" ZELErrorSink ZELSetErrorSink(ZELErrorSink sink, void* context) noexcept {

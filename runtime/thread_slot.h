@@ -8,7 +8,8 @@
 namespace zel {
 
 ZELListener* ThreadListener() noexcept;
-void SetThreadListener(ZELListener* listener) noexcept;
+// Returns the one before.
+ZELListener* ReplaceThreadListener(ZELListener* listener) noexcept;
 
 }  // namespace zel
 

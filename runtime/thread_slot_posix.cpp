@@ -1,5 +1,7 @@
 #include "runtime/thread_slot.h"
 
+#include <utility>
+
 namespace zel {
 
 namespace {
@@ -13,8 +15,8 @@ ZELListener* ThreadListener() noexcept {
     return ofThread;
 }
 
-void SetThreadListener(ZELListener* listener) noexcept {
-    ofThread = listener;
+ZELListener* ReplaceThreadListener(ZELListener* listener) noexcept {
+    return std::exchange(ofThread, listener);
 }
 
 }  // namespace zel

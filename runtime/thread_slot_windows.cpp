@@ -29,8 +29,10 @@ ZELListener* ThreadListener() noexcept {
     return listener;
 }
 
-void SetThreadListener(ZELListener* listener) noexcept {
+ZELListener* ReplaceThreadListener(ZELListener* listener) noexcept {
+    ZELListener* before = ThreadListener();
     TlsSetValue(slot.index, listener);
+    return before;
 }
 
 }  // namespace zel

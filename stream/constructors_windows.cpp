@@ -3,7 +3,7 @@
 
 #include "include/zelstream.h"
 
-// The compiler finds this convention odd outside classes.
+// The compiler finds this convention odd outside classes, and ignores it in 64 bits, where there is one only.
 #pragma GCC diagnostic ignored "-Wattributes"
 
 extern "C" {

@@ -5,6 +5,7 @@ from __future__ import annotations
 import json
 import os
 import tempfile
+import warnings
 from ctypes import byref, c_size_t
 from typing import List, NamedTuple, Optional, Union
 
@@ -54,7 +55,8 @@ def blocks(path: Union[str, "os.PathLike[str]"], blocksize: Union[int, str] = "6
 
     Args:
         index: keep the borders in a file beside the capture, PATH.zelindex, and find them there the next time. An
-            index of another file, by size and time of its last change, is made anew.
+            index of another file, by size and time of its last change, is made anew. One that cannot be written is
+            warned of.
     """
     path, size = os.fspath(path), size_of(blocksize)
     step = min(size, _STEP)
@@ -108,16 +110,27 @@ def _from_index(path: str, step: int) -> Optional[List[int]]:
     try:
         with open(path + ".zelindex", encoding="ascii") as file:
             found = json.load(file)
-        return [int(border) for border in found["borders"]] if found["stamp"] == _stamp(path, step) else None
-    except (OSError, ValueError, KeyError, TypeError):
+        stamp = _stamp(path, step)
+        borders = [int(border) for border in found["borders"]]
+        rises = all(first < second for first, second in zip([0, *borders], [*borders, stamp[1] + 1]))
+        return borders if rises and found["stamp"] == stamp else None
+    except (OSError, ValueError, KeyError, TypeError, OverflowError):
         return None
 
 
 def _keep_index(path: str, step: int, borders: List[int]) -> None:
-    handle, name = tempfile.mkstemp(dir=os.path.dirname(path) or ".", prefix=".zelindex-")
-    with os.fdopen(handle, "w", encoding="ascii") as file:
-        json.dump({"stamp": _stamp(path, step), "borders": borders}, file)
-    os.replace(name, path + ".zelindex")
+    """Where the folder may not be written to, the next call walks again."""
+    try:
+        handle, name = tempfile.mkstemp(dir=os.path.dirname(path) or ".", prefix=".zelindex-")
+        try:
+            with os.fdopen(handle, "w", encoding="ascii") as file:
+                json.dump({"stamp": _stamp(path, step), "borders": borders}, file)
+            os.replace(name, path + ".zelindex")
+        except BaseException:
+            os.unlink(name)
+            raise
+    except OSError as fault:
+        warnings.warn(f"no index is kept: {fault}", stacklevel=3)
 
 
 def read_block(block: Block) -> bytes:

@@ -25,6 +25,8 @@ VIEW = np.dtype([("data", np.uintp), ("length", np.uintp)])
 # Bytes of a text, until a longer one comes.
 FIRST_WIDTH = 8
 
+_EIGHT_FLAGS = np.uint64(0x0101010101010101)
+
 # What a member is, and how it lies in the record.
 Slot = Tuple[int, np.dtype]
 SlotOf = Callable[[Field], Slot]
@@ -35,14 +37,18 @@ _FIXED: Dict[str, Slot] = {
     "double": (library.DOUBLE, np.dtype("<f8")), "money": (library.MONEY, MONEY),
     "datetime": (library.DATETIME, np.dtype("<u8")),
 }
+_SECONDS: Slot = (library.SECONDS, np.dtype("<M8[s]"))
 _VIEW: Slot = (library.VIEW, VIEW)
 _WIDE: Slot = (library.INT64, np.dtype("<i8"))
 
 
-def in_place(widths: Mapping[str, int]) -> SlotOf:
-    """Slots with texts and bytes in the record, as many bytes of each as `widths` says."""
+def in_place(widths: Mapping[str, int], has_seconds: bool) -> SlotOf:
+    """Slots with texts and bytes in the record, as many bytes of each as `widths` says; dates as seconds, or as they
+    travel."""
 
     def slot(field: Field) -> Slot:
+        if field.type == "datetime" and has_seconds:
+            return _SECONDS
         if field.type in _FIXED:
             return _FIXED[field.type]
         width = widths.get(field.name, field.length or FIRST_WIDTH)
@@ -83,14 +89,14 @@ class Part:
     def __init__(self, entries: Sequence[Entry], hidden: Sequence[Entry], slot_of: SlotOf, has_flags: bool) -> None:
         slots = [(entry.field, *slot_of(entry.field)) for entry in entries]
         offsets, at = {}, 0
-        # Dates first, one after the other; wide numbers before texts, where the processor likes them.
-        order = (library.DATETIME, library.INT16, library.INT32, library.CHARS, library.BYTES)
-        for field, kind, dtype in sorted(slots, key=lambda slot: order.index(slot[1]) if slot[1] in order else 0.5):
+        # Wide numbers before texts, where the processor likes them.
+        order = (library.INT16, library.INT32, library.CHARS, library.BYTES)
+        for field, kind, dtype in sorted(slots, key=lambda slot: order.index(slot[1]) if slot[1] in order else -1):
             align = 8 if dtype.itemsize % 8 == 0 else dtype.alignment
             at = -(-at // align) * align
             offsets[field.name] = at
             at += dtype.itemsize
-        self.dates = sum(kind == library.DATETIME for _, kind, _ in slots)
+        at = -(-at // 8) * 8
         self.flags = at
         self.has_flags = has_flags
         self.columns: Dict[str, Column] = {}
@@ -99,7 +105,6 @@ class Part:
                                               at if has_flags else library.NOWHERE)
             # As many as a mask of the column has.
             at += len(dtype.names or "1") if has_flags else 0
-        self.flags_end = at
         self.hidden = -(-at // 8) * 8
         self._hidden_entries = hidden
         self.size = self.hidden + (VIEW.itemsize if hidden else 0)
@@ -203,19 +208,19 @@ def _column(records: np.ndarray, offset: int, dtype: np.dtype) -> np.ndarray:
     return np.ndarray(len(records), dtype, records, offset, records.strides[:1])
 
 
-def missing(records: np.ndarray, part: Part) -> np.ndarray:
-    """Bools for the columns of each record, one after the other and two for structs: their fields are not there."""
-    count = part.flags_end - part.flags
-    if count == 0:
-        return np.zeros((len(records), 0), bool)
-    # As one block of bytes a record, which is the quickest to copy.
-    there = _column(records, part.flags, np.dtype(f"V{count}")).copy().view(np.uint8).reshape(len(records), count)
+def mark_missing(records: np.ndarray, part: Part) -> None:
+    """Turns the flags of fields that are there into a mask of those that are not, with two bytes for a struct."""
     for column in part.columns.values():
         if column.dtype.names:
-            at = column.flag - part.flags
-            there[:, at + 1] = there[:, at]
-    there ^= 1
-    return there.view(bool)
+            records[:, column.flag + 1] = records[:, column.flag]
+    for at in range(part.flags, part.hidden, 8):
+        eight = _column(records, at, np.dtype(np.uint64))
+        eight ^= _EIGHT_FLAGS
+
+
+def mask_in(records: np.ndarray, part: Part, dtype: np.dtype) -> np.ndarray:
+    """The mask where it lies: one bool for each column, in their order, and two for structs."""
+    return _column(records, part.flags, dtype)
 
 
 def choose(message: MessageType, names: Optional[Sequence[str]], in_group: bool) -> List[Entry]:

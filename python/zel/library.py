@@ -19,7 +19,7 @@ from typing import TYPE_CHECKING, Iterator, List, Optional
 if TYPE_CHECKING:
     from .dictionary import Dictionary
 
-# Results of zelrecord.h that are handled here; all others are passed on.
+# Results of zelreport.h that are handled here; all others are passed on.
 BAD_LAYOUT = 2001
 TEXT_TOO_LONG = 2003
 TOO_MANY = 2004
@@ -29,7 +29,7 @@ NO_SCRATCH = 2009
 NOT_STARTED = 2010
 
 # Kinds of members.
-INT16, INT32, INT64, FLOAT, DOUBLE, MONEY, DATETIME, CHARS, BYTES, VIEW = range(1, 11)
+INT16, INT32, INT64, FLOAT, DOUBLE, MONEY, DATETIME, CHARS, BYTES, VIEW, SECONDS = range(1, 12)
 
 NOWHERE = 0xFFFFFFFF
 MAX_FRAME = 12326
@@ -47,7 +47,7 @@ class Error(ValueError):
     """What the library, or this package in its place, has to say against bytes, rows, names or a dictionary.
 
     Attributes:
-        code: one of the results of zelrecord.h, for example 1427: a field cannot be read.
+        code: one of those of zelreport.h, for example 1427: a field cannot be read.
         text: what is wrong, in English.
         field: name of the field concerned, or None.
         offset: of the message, in bytes from the start of the source, or None.
@@ -175,10 +175,20 @@ def folder() -> Path:
     raise Error(NOT_STARTED, "nobody knows where libzel lies; name the dictionary image in ZELDATA_IMAGE")
 
 
-_turn = threading.Condition(threading.RLock())
+_turn = threading.Condition(threading.RLock())  # of a call that looks at, or changes, what follows
 _served: Optional["Dictionary"] = None  # by the library
 _users = 0  # calls in progress
 _chosen: Optional["Dictionary"] = None  # by use()
+
+
+def _start_alone() -> None:
+    """After a fork: the calls that other threads had in progress go on in the parent alone."""
+    global _turn, _users
+    _turn, _users = threading.Condition(threading.RLock()), 0
+
+
+if hasattr(os, "register_at_fork"):
+    os.register_at_fork(after_in_child=_start_alone)
 
 
 def use(dictionary: Optional["Dictionary"]) -> None:

@@ -17,7 +17,7 @@ from .source import Capture, Source
 from .values import (DateTime, Money, NaN, bytes_of_json, datetime_of_json, hex_digits, money_of_json, real_json,
                      real_of_json, text_json)
 
-# Messages that are made while the dictionary is held.
+# Messages and repetitions, about, that are made while the dictionary is held: a message of 60 bytes may have 32767.
 _BATCH = 256
 
 _FRAMES = ("long", "short", "none")
@@ -113,7 +113,11 @@ def messages(source: Source, errors: str = "raise", dictionary: Optional[Diction
         reader = _Reader(served, Capture(source))
     while reader.at < reader.capture.size:
         with using(served):
-            found = [reader.next() for _ in range(_BATCH) if reader.at < reader.capture.size]
+            found: List[Any] = []
+            room = _BATCH
+            while room > 0 and reader.at < reader.capture.size:
+                found.append(reader.next())
+                room -= 1 + len(getattr(found[-1], "group", ()))
         for each in found:
             if isinstance(each, Message) or errors == "collect":
                 yield each
@@ -128,14 +132,14 @@ def decode(message: bytes, framed: bool = True, dictionary: Optional[Dictionary]
     of a group are counted from 1.
 
     Args:
-        message: its bytes, and none after them.
+        message: its bytes, and none after them; no path.
         framed: False: the message has no frame.
 
     Raises:
         Error: the message cannot be read, or more bytes follow (1001).
     """
     with using(dictionary) as served:
-        reader = _Reader(served, Capture(message))
+        reader = _Reader(served, Capture(memoryview(message)))
         found = reader.next(framed) if len(message) or not framed else Error(library.INCOMPLETE, offset=0)
     if isinstance(found, Error):
         raise found
@@ -330,6 +334,8 @@ class _Packing:
         self.kind = dictionary[message["name"] if "name" in message else number]
         self.kept: List[Any] = []  # what views lead to
         fields, group = message.get("fields", {}), message.get("group", [])
+        _expect(isinstance(fields, Mapping), "fields", "expected an object with values by name")
+        _expect(isinstance(group, (list, tuple)), "group", "expected a list of objects")
         _expect(not group or self.kind.count is not None, "group", f"{self.kind.name} has none")
         self.envelope = self._envelope(message)
         chosen = list(self.kind.columns.values())
@@ -371,6 +377,7 @@ class _Packing:
         return envelope
 
     def _fill(self, part: Part, base: int, values: Mapping[str, Any], place: str, number: int) -> None:
+        _expect(isinstance(values, Mapping), place, "expected an object with values by name")
         for name, value in values.items():
             if name in part.columns:
                 column = part.columns[name]

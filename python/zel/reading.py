@@ -9,10 +9,10 @@ import numpy as np
 
 from . import library
 from .dictionary import Dictionary, Field, MessageType
-from .layout import FIRST_WIDTH, VIEW, Layout, Part, choose, in_place, missing, viewed
+from .layout import FIRST_WIDTH, VIEW, Layout, Part, choose, in_place, mark_missing, mask_in, viewed
 from .library import BAD_LAYOUT, CRun, Error, Failure, Reading, lib, using
 from .source import Capture, Source
-from .values import DATETIME, money_to_decimal, money_to_float, seconds
+from .values import DATETIME, money_to_decimal, money_to_float
 
 # Records that are filled by one call: what is done with them next should find them near the processor.
 _BATCH = 2048
@@ -58,6 +58,8 @@ class Run:
                  errors: str, width: Optional[int], has_flags: bool) -> None:
         if errors not in ("raise", "skip", "collect"):
             raise ValueError(f"errors={errors!r}; expected one of raise, skip, collect")
+        if width is not None and (not isinstance(width, int) or width < 1):
+            raise ValueError(f"width={width!r}; expected bytes, from 1 on, or None")
         self.capture, self.message, self.errors, self.forms = capture, message, errors, forms
         self.bad: List[Error] = []
         self._columns, self._most, self._has_flags = columns, width, has_flags
@@ -73,9 +75,8 @@ class Run:
 
     def _bind(self) -> None:
         capacity = _ALL_REPETITIONS if self._is_large else self._capacity
-        self.layout = Layout(self.message, self._columns, in_place(self._widths), capacity=capacity,
-                             has_flags=self._has_flags)
-        self._dates = self.layout.outside.dates if self.forms.dates == "datetime64" else 0
+        self.layout = Layout(self.message, self._columns, in_place(self._widths, self.forms.dates == "datetime64"),
+                             capacity=capacity, has_flags=self._has_flags)
 
     @property
     def is_done(self) -> bool:
@@ -98,8 +99,9 @@ class Run:
             done = slice(filled, filled + run.read)
             offsets[done] = self._offsets[:run.read]
             offsets[done] += np.uint64(self._at + self.capture.start)
-            if self._dates and run.read:
-                self._convert_dates(records[done])
+            if self._has_flags and run.read:
+                # As long as the records are near the processor.
+                mark_missing(records[done], layout.outside)
             filled += run.read
             self._at += run.used
             if result != 0 and not (result == library.NO_SCRATCH and run.read > 0):
@@ -108,16 +110,6 @@ class Run:
                 self._is_large = False
                 self._bind()
         return filled
-
-    def _convert_dates(self, records: np.ndarray) -> None:
-        count, stride = len(records), self.layout.stride
-        # The quickest ways to copy: in blocks out of the records, column by column into them.
-        block = np.dtype(f"V{8 * self._dates}")
-        blocks: np.ndarray = np.ndarray(count, block, records, 0, (stride,)).copy()
-        found = seconds(blocks.view(np.uint64)).reshape(count, self._dates)
-        columns: np.ndarray = np.ndarray((count, self._dates), np.int64, records, 0, (stride, 8))
-        for number in range(self._dates):
-            columns[:, number] = found[:, number]
 
     def _pass_bad(self) -> None:
         """Makes room for the message that is next, or leaves it out."""
@@ -250,9 +242,9 @@ def _read_records(run: Run, count: Optional[str], mask: bool, offset: bool) -> n
             records = _moved(records[:filled], layout, run.layout, len(records))
             layout = run.layout
         if filled == len(records):
-            more = max(run.rows_left(filled), len(records) // 4, _BATCH) if filled else _BATCH
-            records = _longer(records, filled + more)
-            offsets = _longer(offsets, filled + more)
+            room = filled + (max(run.rows_left(filled), filled // 4, _BATCH) if filled else _BATCH)
+            records = _copied(records, layout.records(room))
+            offsets = _copied(offsets, np.empty(room, np.uint64))
         filled += run.fill(records[filled:], offsets[filled:])
     if layout is not run.layout:
         records = _moved(records[:filled], layout, run.layout, filled)
@@ -278,21 +270,23 @@ def _read_records(run: Run, count: Optional[str], mask: bool, offset: bool) -> n
     if not mask:
         return rows
     part = run.layout.outside
-    return _masked(rows, missing(records, part), {name: each.flag - part.flags for name, each in part.columns.items()})
+    if {name: rows.dtype[name].names for name in rows.dtype.names or ()} == {
+            name: each.dtype.names for name, each in part.columns.items()}:
+        return _masked(rows, mask_in(records, part, np.ma.make_mask_descr(rows.dtype)))
+    return _masked(rows, _mask_of(rows, _absent(records, part)))
 
 
 def _looked_at(field: Field, forms: Forms) -> Optional[np.dtype]:
-    if field.type == "datetime":
-        return np.dtype("<M8[s]") if forms.dates == "datetime64" else DATETIME
+    if field.type == "datetime" and forms.dates == "record":
+        return DATETIME
     if field.type == "money" and forms.money == "float":
         return np.dtype("<f8")
     return None
 
 
-def _longer(array: np.ndarray, size: int) -> np.ndarray:
-    out = np.zeros((size, *array.shape[1:]), array.dtype)
-    out[:len(array)] = array
-    return out
+def _copied(array: np.ndarray, longer: np.ndarray) -> np.ndarray:
+    longer[:len(array)] = array
+    return longer
 
 
 def _moved(records: np.ndarray, old: Layout, new: Layout, size: int) -> np.ndarray:
@@ -317,17 +311,17 @@ def _with_column(rows: np.ndarray, name: str, values: np.ndarray) -> np.ndarray:
     return out
 
 
-def _masked(rows: np.ndarray, bits: np.ndarray, places: Mapping[str, int]) -> np.ma.MaskedArray:
-    """Rows under a mask: of a column the bit at its place, for structs of two members two; nothing without a place."""
-    if not rows.dtype.names:
-        return np.ma.MaskedArray(rows)
-    dtype = np.ma.make_mask_descr(rows.dtype)
-    sizes = {name: len(dtype[name].names or "1") for name in dtype.names}
-    chosen = [places[name] + (at if sizes[name] == 2 else 0) if name in places else bits.shape[1]
-              for name in dtype.names for at in range(sizes[name])]
-    if chosen != list(range(bits.shape[1])):
-        bits = np.ascontiguousarray(np.append(bits, np.zeros((len(bits), 1), bool), axis=1)[:, chosen])
-    return np.ma.MaskedArray(rows, bits.view(dtype)[:, 0], copy=False, keep_mask=False)
+def _mask_of(rows: np.ndarray, columns: Mapping[str, Optional[np.ndarray]]) -> np.ndarray:
+    """The mask of rows of which some columns have bools for what is missing."""
+    mask = np.zeros(len(rows), np.ma.make_mask_descr(rows.dtype))
+    for name, gone in columns.items():
+        if gone is not None:
+            mask[name] = gone  # of a struct all members
+    return mask
+
+
+def _masked(rows: np.ndarray, mask: np.ndarray) -> np.ma.MaskedArray:
+    return np.ma.MaskedArray(rows, mask, copy=False, keep_mask=False) if rows.dtype.names else np.ma.MaskedArray(rows)
 
 
 # ---- Columns --------------------------------------------------------------------------------------------------------
@@ -371,37 +365,38 @@ def _piece(forms: Forms, layout: Layout, records: np.ndarray, offsets: np.ndarra
     if offset:
         columns["offset"] = (offsets[parents].copy(), None)
     outside = layout.outer(records)
-    found = {name: (form(outside[name][parents], each.field, forms, True), gone[parents])
-             for (name, each), gone in zip(layout.outside.columns.items(), _absent(records, layout.outside))}
+    gone = _absent(records, layout.outside)
+    found = {name: (form(outside[name][parents], each.field, forms), gone[name][parents])
+             for name, each in layout.outside.columns.items()}
     if count is not None:
         found[count] = (layout.counts(records)[parents].copy(), None)
     if group:
         inside = layout.inner(records)[used]
-        lacking = _absent(inside.view(np.uint8).reshape(rows, layout.group.size), layout.group)
+        repetitions = inside.view(np.uint8).reshape(rows, layout.group.size)
+        if layout.group.has_flags:
+            mark_missing(repetitions, layout.group)
+        gone = _absent(repetitions, layout.group)
         inside = inside.view(layout.group.dtype())
-        for (name, each), gone in zip(layout.group.columns.items(), lacking):
-            found[name] = (form(inside[name], each.field, forms, False), gone)
+        for name, each in layout.group.columns.items():
+            found[name] = (form(inside[name], each.field, forms), gone[name])
     for entry in layout.message.entries:
         if entry.field.name in found:
             columns.setdefault(entry.field.name, found[entry.field.name])
     return Piece(rows, columns)
 
 
-def _absent(records: np.ndarray, part: Part) -> List[np.ndarray]:
+def _absent(records: np.ndarray, part: Part) -> Dict[str, np.ndarray]:
     """Of each column, bools: its field is not there."""
     if not part.has_flags:
-        return [np.zeros(len(records), bool)] * len(part.columns)
-    bits = missing(records, part)
-    return [bits[:, column.flag - part.flags].copy() for column in part.columns.values()]
+        return dict.fromkeys(part.columns, np.zeros(len(records), bool))
+    return {name: records[:, column.flag].astype(bool) for name, column in part.columns.items()}
 
 
-def form(values: np.ndarray, field: Field, forms: Forms, has_dates: bool) -> np.ndarray:
-    """A column of records in the form that is wanted. `has_dates`: dates are seconds already."""
+def form(values: np.ndarray, field: Field, forms: Forms) -> np.ndarray:
+    """A column of records in the form that is wanted."""
     values = np.array(values)  # the records are filled again
-    if field.type == "datetime":
-        if forms.dates == "record":
-            return values.view(DATETIME)
-        return (values if has_dates else seconds(values)).view("<M8[s]")
+    if field.type == "datetime" and forms.dates == "record":
+        return values.view(DATETIME)
     if field.type == "money" and forms.money != "record":
         return money_to_float(values) if forms.money == "float" else money_to_decimal(values)
     if field.type in ("text", "chars") and forms.texts == "str":
@@ -438,11 +433,6 @@ def _structured(found: List[Piece], run: Run, group: Optional[str], count: Optio
         rows[name] = columns[name]
     if not mask:
         return rows
-    bits = np.zeros((len(rows), len(names)), bool)
-    for number, name in enumerate(names):
-        parts = [gone for gone in (piece.columns[name][1] for piece in found) if gone is not None]
-        if parts:
-            bits[:, number] = np.concatenate(parts)
-    sizes = [len(rows.dtype[name].names or "1") for name in names]
-    places = dict(zip(names, (np.cumsum(sizes) - sizes).tolist()))
-    return _masked(rows, np.repeat(bits, sizes, axis=1), places)
+    missing = {name: [piece.columns[name][1] for piece in found] for name in names}
+    return _masked(rows, _mask_of(rows, {name: None if parts[0] is None else np.concatenate(parts)
+                                         for name, parts in missing.items()}))

@@ -22,8 +22,6 @@ _DENOMINATORS: Dict[int, int] = {**{1 << power: 1 << power for power in range(9)
                                  50: 100000}
 _LARGE = 512  # codes from here on: whole units, and the code's excess in hundredths
 
-NAT = np.iinfo(np.int64).min
-
 # ---- Money ----------------------------------------------------------------------------------------------------------
 
 
@@ -102,7 +100,7 @@ class Money(NamedTuple):
 
 
 def money_of_json(value: Any) -> Money:
-    if isinstance(value, str):
+    if isinstance(value, str) and "\0" not in value:
         read = CMoney()
         if lib.ZELStrToMoney(value.encode(), byref(read)) == 0:
             return Money(read.amount, read.displayCode)
@@ -115,64 +113,12 @@ def decimal_to_money(value: Decimal) -> Money:
     """With as many decimals as the number has."""
     exponent = value.as_tuple().exponent
     decimals = max(-exponent, 0) if isinstance(exponent, int) else 6
-    if decimals > 5:
-        raise ValueError("a finite number of at most 5 decimals")
+    if decimals > 5 or abs(value) * 10**decimals >= 2**31:
+        raise ValueError("a finite number of at most 5 decimals and 32 bits")
     return Money(int(value.scaleb(decimals)), 10 * decimals or 1)
 
 
 # ---- Dates and times ------------------------------------------------------------------------------------------------
-
-
-# In the tables: no such day, hour or minute. Sums with it stay far below all others.
-_NONE = -(1 << 60)
-
-
-def _midnights() -> np.ndarray:
-    """Seconds since 1970 by year << 9 | month << 5 | day."""
-    years, months = np.divmod(np.arange(256 * 12), 12)
-    firsts = np.arange("1900-01", "2156-01", dtype="M8[M]")
-    first_days = firsts.astype("M8[D]").astype(np.int64)
-    lengths = (firsts + 1).astype("M8[D]").astype(np.int64) - first_days
-    table = np.full(256 << 9, _NONE)
-    for day in range(1, 32):
-        there = lengths >= day
-        table[((years << 9) + ((months + 1) << 5) + day)[there]] = (first_days[there] + day - 1) * 86400
-    return table
-
-
-def _units(most: int, each: int) -> np.ndarray:
-    """Seconds by the byte that counts units of so many."""
-    numbers = np.arange(256)
-    return np.where(numbers <= most, numbers * each, _NONE)
-
-
-_MIDNIGHTS = _midnights()
-_HOURS, _MINUTES, _SECONDS = _units(24, 3600), _units(59, 60), _units(59, 1)
-# month << 5 | day by the two bytes of day and month; 0, which is no day, where they are none.
-_MONTHS_DAYS = np.array([number >> 3 & 0x1E0 | number & 31 if number & 0xF0E0 == 0 else 0 for number in range(1 << 16)],
-                        np.uint32)
-
-
-def seconds(records: np.ndarray) -> np.ndarray:
-    """int64 seconds since 1970 of records of 8 bytes, given as uint64 that lie together; `NAT` for what is no date and
-    no time.
-
-    A time without a date is one of 1970-01-01, a date without a time is its midnight.
-    """
-    members = records.view(np.uint8).reshape(-1, 8)
-    kind = members[:, 7]
-    day = _MONTHS_DAYS.take(records.view(np.uint16)[::4])
-    found = _MIDNIGHTS.take(members[:, 2].astype(np.uint32) << np.uint32(9) | day)
-    time = _HOURS.take(members[:, 3])
-    time += _MINUTES.take(members[:, 4])
-    time += _SECONDS.take(members[:, 5])
-    if not (kind == 3).all():
-        found[kind == 2] = 0
-        time[kind == 1] = 0
-        time[kind - np.uint8(1) > 2] = _NONE
-    found += time
-    found[found < _NONE // 2] = NAT
-    return found
 
 
 def datetime_records(values: np.ndarray) -> np.ndarray:

@@ -71,14 +71,21 @@ def write(target: Union[str, "os.PathLike[str]", BinaryIO], message: Message, ro
     with using(dictionary) as served:
         kind = served[message]
         batch = _Batch(kind, rows, group)
+        numbers = {"service_id": (service_id[0], -2**15, 2**16 - 1), "service_id[1]": (service_id[1], -2**15, 2**16 - 1),
+                   "user_data": (user_data, -2**31, 2**31 - 1), "version": (version, 0, 15), "format": (format, 0, 2),
+                   "first_id": (first_id, 1, 2**16 - 1)}
+        for name, (value, least, most) in numbers.items():
+            if not least <= value <= most:
+                raise ValueError(f"{name}={value!r}; expected a whole number from {least} to {most}")
         envelope = Envelope(serviceIdHigh=service_id[0], serviceIdLow=service_id[1], userData=user_data,
                             version=version, format=format, compressMode=1 if compress else 0,
                             frameKind=1 if short_frame else 0, sequence=first_id)
         if not isinstance(target, (str, os.PathLike)):
             return batch.pack(target, envelope)
         part = os.fspath(target) + ".part"
+        file = open(part, "wb")
         try:
-            with open(part, "wb") as file:
+            with file:
                 count = batch.pack(file, envelope)
             os.replace(part, target)
         except BaseException:
@@ -188,7 +195,9 @@ def _columns(rows: Any) -> Dict[str, Given]:
         rows = {name: rows[name] for name in rows.dtype.names}
     found: Dict[str, Given] = {}
     for name in rows:
-        values = rows[name]
+        values = rows[name] if hasattr(rows[name], "ndim") else np.asarray(rows[name])
+        if values.ndim != 1:
+            raise Error(BAD_LAYOUT, f"{name}: has {values.ndim} dimensions; expected one value a row", str(name))
         if isinstance(values, np.ma.MaskedArray):
             mask = np.ma.getmaskarray(values)
             missing = mask[mask.dtype.names[0]] if mask.dtype.names else mask
@@ -198,7 +207,6 @@ def _columns(rows: Any) -> Dict[str, Given]:
             plain = _plain(values, missing)
             found[str(name)] = Given(plain, missing, plain.dtype.kind in "fM")
         else:
-            values = np.asarray(values)
             missing = np.array([value is None for value in values.tolist()], bool) if values.dtype == object else None
             found[str(name)] = Given(values, np.zeros(len(values), bool) if missing is None else missing)
     if len({len(column.values) for column in found.values()}) > 1:
@@ -221,10 +229,9 @@ def _fields(kind: MessageType, given: Dict[str, Given], in_group: bool) -> Dict[
     for name in [name[:-len(".amount")] for name in given if name.endswith(".amount")]:
         if name in kind.columns and name + ".code" in given:
             amount, code = given.pop(name + ".amount"), given.pop(name + ".code")
-            both = np.zeros(len(amount.values), MONEY)
-            both["amount"] = np.where(amount.missing, 0, amount.values)
-            both["code"] = np.where(amount.missing, 0, code.values)
-            given[name] = Given(both, amount.missing)
+            both = np.zeros(len(amount.values), [("amount", amount.values.dtype), ("code", code.values.dtype)])
+            both["amount"], both["code"] = amount.values, code.values
+            given[name] = Given(both, amount.missing | code.missing)
     for name, (values, missing, by_value) in given.items():
         entry = kind.columns.get(name)
         if entry is None and name in _PLACES:
@@ -254,10 +261,10 @@ def _members(field: Field, values: np.ndarray, missing: np.ndarray) -> Values:
     if field.type == "money":
         return Values(_money(values, missing), missing)
     if field.type == "datetime":
-        if values.dtype.names == DATETIME.names:
-            return Values(np.array(values).view(np.uint64), missing)
+        if values.dtype == DATETIME:
+            return Values(np.ascontiguousarray(values).view(np.uint64), missing)
         if kind != "M":
-            raise ValueError("datetime64")
+            raise ValueError("datetime64, or what dates=\"record\" gives")
         return Values(datetime_records(values), missing)
     return _views(field, values, missing)
 
@@ -265,7 +272,11 @@ def _members(field: Field, values: np.ndarray, missing: np.ndarray) -> Values:
 def _money(values: np.ndarray, missing: np.ndarray) -> np.ndarray:
     out = np.zeros(len(values), MONEY)
     if values.dtype.names == MONEY.names:
-        out["amount"], out["code"] = values["amount"], values["code"]
+        for name in MONEY.names:
+            wide, limits = values[name], np.iinfo(MONEY[name])
+            if wide.dtype.kind not in "iu" or ((wide < limits.min) | (wide > limits.max))[~missing].any():
+                raise ValueError("an amount of 32 bits and a display code of 16, whole numbers")
+            out[name] = wide
         return out
     is_decimal = values.dtype == object and all(isinstance(value, Decimal) or gone
                                                 for value, gone in zip(values.tolist(), missing.tolist()))
@@ -282,6 +293,8 @@ def _views(field: Field, values: np.ndarray, missing: np.ndarray) -> Values:
     is_text = field.type in ("text", "chars")
     if values.dtype.names == ("length", "data") and not is_text:
         kept = np.ascontiguousarray(values["data"])
+        if kept.ndim != 1 or kept.dtype.kind not in "VS" or kept.dtype.hasobject:
+            raise ValueError("data as bytes (V or S), one value a row")
         lengths, starts = values["length"].astype(np.int64), np.arange(len(values)) * kept.dtype.itemsize
         if (lengths > kept.dtype.itemsize).any():
             raise ValueError("lengths within their data")

@@ -1,8 +1,10 @@
 #include "convert/date_time.h"
 
+#include <algorithm>
 #include <climits>
 #include <memory>
 
+#include "convert/seconds.h"
 #include "tests/support/bytes.h"
 #include "tests/support/cases.h"
 #include "tests/support/recorded_reports.h"
@@ -49,6 +51,54 @@ std::string InFormats(const _datetime& value, short dateFormat, short timeFormat
 
 std::string YearFirst(const _datetime& value) {
     return Text(31, [&](char* text) { return ZELDateTimeToStrYearFirst(&value, text); });
+}
+
+TEST(SecondsOf, CountsTheDaysOfTheCalendar) {
+    std::vector<std::int64_t> midnights;
+    // Each year, months from -1 to 14, days from -1 to 62.
+    for (int number = 0; number < 256 << 10; ++number) {
+        const _datetime date{static_cast<signed char>(number % 64 - 1),
+                             static_cast<signed char>(number / 64 % 16 - 1),
+                             static_cast<unsigned char>(number >> 10),
+                             1,
+                             1,
+                             1,
+                             0,
+                             1};
+        const std::int64_t seconds = SecondsOf(date);
+        if (seconds != kNoSeconds) {
+            midnights.push_back(seconds);
+            const _datetime back{date.day, date.month, date.year, 23, 59, 59, 0, 3};
+            EXPECT_EQ(Bytes(DateTimeOf(seconds + 86399)), Bytes(back));
+            EXPECT_EQ(SecondsOf(back), seconds + 86399);
+        }
+    }
+    // Every fourth year from 1904 to 2152 but 2100 has a day more.
+    ASSERT_EQ(midnights.size(), 256U * 365 + 62);
+    EXPECT_EQ(midnights.back() - midnights.front(), (256 * 365 + 61) * INT64_C(86400));
+    EXPECT_TRUE(std::is_sorted(midnights.begin(), midnights.end()));
+    EXPECT_EQ(midnights[70 * 365 + 17], 0);
+    for (const std::int64_t outside : {midnights.front() - 1, midnights.back() + 86400, INT64_MIN, INT64_MAX}) {
+        EXPECT_EQ(Bytes(DateTimeOf(outside)), Bytes({})) << outside;
+    }
+}
+
+TEST(SecondsOf, TakesWhatTheKindSays) {
+    const struct {
+        _datetime value;
+        std::int64_t seconds;
+    } rows[] = {
+        {{30, 11, 99, 9, 5, 7, 0, 3}, 943952707},  {{30, 11, 99, -1, 60, 60, 9, 1}, 943920000},
+        {{0, 0, 0, 9, 5, 7, 0, 2}, 32707},         {{31, 12, 255, 24, 0, 0, 0, 3}, 5869584000},
+        {{30, 11, 99, 9, 5, 7, 0, 0}, kNoSeconds}, {{30, 11, 99, 9, 5, 7, 0, 4}, kNoSeconds},
+        {{31, 11, 99, 9, 5, 7, 0, 3}, kNoSeconds}, {{0, 0, 0, 25, 0, 0, 0, 2}, kNoSeconds},
+        {{0, 0, 0, -1, 0, 0, 0, 2}, kNoSeconds},   {{0, 0, 0, 0, 60, 0, 0, 2}, kNoSeconds},
+        {{0, 0, 0, 0, -128, 0, 0, 2}, kNoSeconds}, {{0, 0, 0, 0, 0, 60, 0, 2}, kNoSeconds},
+        {{0, 0, 0, 0, 0, -1, 0, 2}, kNoSeconds},
+    };
+    for (const auto& row : rows) {
+        EXPECT_EQ(SecondsOf(row.value), row.seconds) << Bytes(row.value);
+    }
 }
 
 TEST(ZELFormatDateTime, ChecksUpperBoundsAlone) {

@@ -159,6 +159,18 @@ TEST_F(CppMessages, HaveTheirGroups) {
     EXPECT_EQ(none.Get<std::string>("NOTE"), std::nullopt);
     EXPECT_TRUE(none) << none.Error();
     EXPECT_EQ(none.Group().size(), 0U);
+    // A program that gives the object another message, or none, reads no slot that is not there.
+    for (const short subType : {received.SubType(), short{99}}) {
+        received.Object().repeatCount = 0;
+        received.Object().subType = subType;
+        received.Object().createStruct();
+        for (const FieldView& field : received.Fields()) {
+            EXPECT_NE(field.Id(), 0);
+        }
+        const FieldRange last = received.Group()[1].Fields();
+        EXPECT_EQ(last.begin(), last.end());
+        EXPECT_FALSE(received.Group()[1].Set("LEG_RATIO", 1));
+    }
 }
 
 // ---- Mistakes -------------------------------------------------------------------------------------------------------

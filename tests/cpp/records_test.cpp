@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <chrono>
 #include <cstdint>
 #include <optional>
 #include <span>
@@ -20,6 +21,7 @@ namespace zel::test {
 namespace {
 
 namespace fields = dictionary::fields;
+using namespace std::chrono_literals;
 
 enum class Side : std::int16_t { kBuy = 1, kSell = 2 };
 
@@ -43,7 +45,7 @@ struct Order : Reference {
     _money stop{};
     bool hasStop = false;
     std::optional<short> timeInForce;
-    std::optional<_datetime> enteredAt;
+    std::optional<std::chrono::local_seconds> enteredAt;
     _datetime expiresAt{};
     std::optional<std::string_view> account;
     char trader[10]{};
@@ -104,7 +106,7 @@ Order FullOrder() {
     order.stop = _money{5, 20};
     order.hasStop = true;
     order.timeInForce = short{0};
-    order.enteredAt = _datetime{17, 5, 124, 9, 30, 15, 0, 3};
+    order.enteredAt = std::chrono::local_days(2024y / 5 / 17) + 9h + 30min + 15s;
     order.expiresAt = _datetime{18, 5, 124, 0, 0, 0, 0, 1};
     order.account = "";
     std::copy_n("mkessler", 8, order.trader);
@@ -324,9 +326,9 @@ void ExpectSameForEveryField() {
 }
 
 TEST_F(CppRecords, TheCompilerAndTheDictionaryAgree) {
-    ExpectSameForEveryField<short, int, long, long long, Side, float, double, _money, _datetime, char, char[2],
-                            std::array<char, 3>, std::string_view, std::span<const char>, std::array<unsigned char, 4>,
-                            std::byte>();
+    ExpectSameForEveryField<short, int, long, long long, Side, float, double, _money, _datetime,
+                            std::chrono::sys_seconds, std::chrono::milliseconds, char, char[2], std::array<char, 3>,
+                            std::string_view, std::span<const char>, std::array<unsigned char, 4>, std::byte>();
 }
 
 // ---- The generated header -------------------------------------------------------------------------------------------

@@ -5,7 +5,7 @@
 set -euo pipefail
 source=$(cd "$(dirname "$0")/../.." && pwd)
 status=0
-for pair in zel.def:libzel zeldata/zeldata.def:libzeldata crush32/crush32.def:libcrush32; do
+for pair in zel64.def:libzel zeldata/zeldata.def:libzeldata crush32/crush32.def:libcrush32; do
     diff --label "${pair%:*}" --label "${pair#*:}.so" <(sed -nE 's/^    ([^ "]+).*/\1/p' "$source/${pair%:*}" | sort) \
         <(nm -D --defined-only "$1/${pair#*:}.so" | cut -d' ' -f3 | sort) || status=1
 done

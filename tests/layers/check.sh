@@ -14,7 +14,7 @@ core/wire        include runtime crush32 core/tables
 core/slots       include runtime core/tables core/wire/user_data
 core             include runtime core/tables core/wire core/slots
 message          include runtime crush32 core core/tables core/wire core/slots
-record           include runtime core core/tables core/wire core/slots message/exchange message/lifecycle
+record           include runtime core core/tables core/wire core/slots message/exchange message/lifecycle convert/seconds
 convert          include runtime
 stream           include runtime core/tables
 zeldata          include runtime core/tables/field_shape

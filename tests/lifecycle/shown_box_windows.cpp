@@ -20,9 +20,15 @@ int WINAPI RecordBox(HWND owner, LPCSTR text, LPCSTR caption, UINT style) {
 
 }  // namespace
 
+#if defined(_WIN64)
+#define IMPORTED_BOX "__imp_MessageBoxA"
+#else
+#define IMPORTED_BOX "__imp__MessageBoxA@16"
+#endif
+
 // The library's import of MessageBoxA: the linker finds this one first.
 extern "C" {
-extern decltype(&MessageBoxA) messageBox __asm__("__imp__MessageBoxA@16");
+extern decltype(&MessageBoxA) messageBox __asm__(IMPORTED_BOX);
 decltype(&MessageBoxA) messageBox = &RecordBox;
 }
 

@@ -195,6 +195,8 @@ const std::map<std::string, std::function<std::string(Objects&)>> kOperations{
     {"set characters", [](Objects& on) { return on.object.setFieldValue(kCode, "new", -1), "set"; }},
     {"set bytes by their dictionary", [](Objects& on) { return on.object.setFieldValue(kBlob, "new", -1), "set"; }},
     {"set bytes", [](Objects& on) { return on.object.setFieldValueBinary(kSide, "\1\2", 2, -1), "set"; }},
+    {"set a slot",
+     [](Objects& on) { return Word(ZELSetSlot(on.object.message, on.object.getField(kCode, -1), "new", 3) != 0); }},
     {"set a number and read",
      [](Objects& on) {
          SetNumber(on.object, kQty, 7);

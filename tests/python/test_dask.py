@@ -1,5 +1,6 @@
 """Blocks of whole frames, and data frames of them that are those of the whole capture."""
 
+import json
 import os
 import pickle
 
@@ -42,9 +43,17 @@ def test_an_index_is_kept_and_made_anew(case, monkeypatch):
         assert [block.path for block in blocks(str(target), 500, index=True)] == [str(target)] * len(first)
     target.write_bytes(target.read_bytes() * 2)
     assert len(blocks(target, 500, index=True, dictionary=dictionary)) > len(first)
-    for damaged in ("", "[]", '{"stamp": 1}'):
-        (target.parent / (target.name + ".zelindex")).write_text(damaged)
-        assert len(blocks(target, 500, index=True, dictionary=dictionary)) > len(first)
+    kept = target.parent / (target.name + ".zelindex")
+    good, content = blocks(target, 500, dictionary=dictionary), json.loads(kept.read_text())
+    wild = [{**content, "borders": borders} for borders in ([-5, 10], [10, 5], [10**18], [1e999], [None], 5)]
+    for damaged in ("", "[]", '{"stamp": 1}', *map(json.dumps, wild)):
+        kept.write_text(damaged)
+        assert blocks(target, 500, index=True, dictionary=dictionary) == good
+    kept.unlink()
+    kept.mkdir()
+    with pytest.warns(UserWarning, match="no index is kept"):
+        assert blocks(target, 500, index=True, dictionary=dictionary) == good
+    assert not list(target.parent.glob(".zelindex-*"))
 
 
 def test_partitions_are_the_capture(case):

@@ -4,7 +4,9 @@ import io
 import mmap
 import os
 import pickle
+import signal
 import threading
+from decimal import Decimal
 
 import made
 import numpy as np
@@ -28,6 +30,10 @@ def capture(tmp_path_factory):
 
 def rows(**columns):
     return {"CLIENT_ORDER_REF": ["A"], "SYMBOL": ["RYE"], **{name: [value] for name, value in columns.items()}}
+
+
+def write_one(**columns):
+    return zel.write(io.BytesIO(), "NEW_ORDER", {**rows(SIDE=1), **columns})
 
 
 CALLS = {
@@ -70,6 +76,28 @@ CALLS = {
                      2001, "row", "rise"),
     "write, counts": (lambda path: zel.write(io.BytesIO(), "NEW_ORDER", zel.read(path, "NEW_ORDER")), 2001,
                       "ALLOCATION_COUNT", "group="),
+    "write, wide money": (lambda path: write_one(LIMIT_PRICE=np.array([(2**40, 20)], [("amount", "i8"), ("code", "i8")])),
+                          2001, "LIMIT_PRICE", "32 bits"),
+    "write, half an amount": (lambda path: write_one(LIMIT_PRICE=np.array([(1.5, 20)], [("amount", "f8"), ("code", "i2")])),
+                              2001, "LIMIT_PRICE", "whole numbers"),
+    "write, money columns": (lambda path: write_one(**{"LIMIT_PRICE.amount": [2**40], "LIMIT_PRICE.code": [20]}), 2001,
+                             "LIMIT_PRICE", "32 bits"),
+    "write, decimal": (lambda path: write_one(LIMIT_PRICE=[Decimal("1e999999")]), 2001, "LIMIT_PRICE", "32 bits"),
+    "write, wide dates": (lambda path: write_one(ENTERED_AT=np.ones(1, [(name, "i4") for name in zel.DateTime._fields])),
+                          2001, "ENTERED_AT", "datetime64"),
+    "write, a table": (lambda path: write_one(QUANTITY=np.ones((1, 1), int)), 2001, "QUANTITY", "2 dimensions"),
+    "write, a scalar": (lambda path: write_one(QUANTITY=1), 2001, "QUANTITY", "0 dimensions"),
+    "write, a column twice": (lambda path: zel.write(io.BytesIO(), "NEW_ORDER", pandas.DataFrame([[1, 2]], columns=["SIDE"] * 2)),
+                              2001, "SIDE", "2 dimensions"),
+    "write, objects": (lambda path: write_one(ROUTE_TOKEN=np.array([(1, b"a")], [("length", "u4"), ("data", "O")])), 2001,
+                       "ROUTE_TOKEN", "V or S"),
+    "write, arrays": (lambda path: write_one(ROUTE_TOKEN=np.array([(1, [1, 2])], [("length", "u4"), ("data", "u1", 2)])),
+                      2001, "ROUTE_TOKEN", "V or S"),
+    "encode, no fields": (lambda path: zel.encode({"name": "SIGN_OFF", "fields": [1]}), 1001, "fields", "object"),
+    "encode, no group": (lambda path: zel.encode({"name": "NEW_ORDER", "group": {"row": 1}}), 1001, "group", "list"),
+    "encode, no element": (lambda path: zel.encode({"name": "NEW_ORDER", "group": [1]}), 1001, "group[0]", "object"),
+    "encode, zero byte": (lambda path: zel.encode({"name": "NEW_ORDER", "fields": {"LIMIT_PRICE": "1\0"}}), 1001,
+                          "LIMIT_PRICE", "money as text"),
     "money, code": (lambda path: zel.money([1], 7), 1462, None, "display code"),
     "money, nan": (lambda path: zel.money([np.nan], 20), 2002, None, ""),
     "dictionary, capture": (lambda path: zel.Dictionary(path), 2010, None, "not a dictionary image"),
@@ -88,6 +116,31 @@ def test_errors(capture, name):
     assert text in str(raised.value)
     again = pickle.loads(pickle.dumps(raised.value))
     assert (str(again), again.code, again.offset) == (str(raised.value), code, raised.value.offset)
+
+
+ARGUMENTS = {
+    "width": lambda: zel.read(b"", "NEW_ORDER", width=0), "version": lambda: write_with(version=65536),
+    "user_data": lambda: write_with(user_data=2**32), "first_id": lambda: write_with(first_id=70000),
+    "service_id": lambda: write_with(service_id=(0, -40000)), "format": lambda: write_with(format=3),
+    "money": lambda: zel.read(b"", "NEW_ORDER", money="text"), "errors": lambda: zel.messages(b"", errors="none").__next__(),
+}
+
+
+def write_with(**options):
+    return zel.write(io.BytesIO(), "NEW_ORDER", rows(SIDE=1), **options)
+
+
+@pytest.mark.parametrize("name", ARGUMENTS)
+def test_arguments(capture, name):
+    with pytest.raises(ValueError, match=f"^{name}.*=.*expected"):
+        ARGUMENTS[name]()
+
+
+def test_paths_that_cannot_be(capture, tmp_path):
+    with pytest.raises(FileNotFoundError, match="none/x.part"):
+        zel.write(tmp_path / "none" / "x", "NEW_ORDER", rows(SIDE=1))
+    with pytest.raises(TypeError, match="bytes-like"):
+        zel.decode(str(capture))
 
 
 SOURCES = {"x": "is not JSON", '{"fields":[],"messages":[],"more":1}': "expected an object",
@@ -189,6 +242,40 @@ def test_dictionaries_take_turns(capture):
         zel.read(capture, "CANCEL_ORDER")
     assert sum(1 for _ in pausing) == 4
     zel.use(SAMPLE)
+
+
+@pytest.mark.skipif(not hasattr(os, "fork"), reason="no fork")
+def test_a_child_does_not_wait_for_calls_of_its_parent(capture):
+    other = zel.Dictionary(ROOT / "examples" / "older.json")
+    kind = next(iter(other.messages))
+    inside, done = threading.Event(), threading.Event()
+
+    class Slow(io.BytesIO):
+        def read(self, *_):
+            inside.set()
+            done.wait()
+            return b""
+
+    thread = threading.Thread(target=zel.read, args=(Slow(), "NEW_ORDER"))
+    thread.start()
+    inside.wait()
+    child = os.fork()
+    if child == 0:
+        signal.alarm(20)
+        os._exit(0 if len(zel.read(b"", kind, dictionary=other)) == 0 else 1)
+    status = os.waitpid(child, 0)[1]
+    done.set()
+    thread.join()
+    assert status == 0
+
+
+def test_messages_of_many_repetitions_are_made_a_few_at_a_time(capture):
+    """A frame of 80 bytes may say that it has thousands."""
+    frame = zel.encode({"name": "NEW_ORDER", "fields": {"CLIENT_ORDER_REF": "A", "SYMBOL": "B", "SIDE": 1},
+                        "group": [{"ALLOCATION_KIND": 1}] * 400})
+    reader = zel.messages(frame * 30)
+    next(reader)
+    assert sum(len(each.group) for each in reader.gi_frame.f_locals["found"]) == 400
 
 
 def test_a_refused_image_leaves_the_one_before(capture):

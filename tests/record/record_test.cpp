@@ -156,6 +156,7 @@ const BadLayout kBadLayouts[] = {
     {"not in the message", [](SpreadLayout& all) { all.members.push_back(Extra("QTY", ZEL_INT32, 4)); },
      "QTY (11): not a field of this message; int32_t\n"},
     {"kind", [](SpreadLayout& all) { all.members[0].kind = ZEL_FLOAT; }, "SIDE (10): short; float\n"},
+    {"seconds", [](SpreadLayout& all) { all.members[0].kind = ZEL_SECONDS; }, "SIDE (10): short; seconds\n"},
     {"no kind", [](SpreadLayout& all) { all.members[0].kind = 99; }, "SIDE (10): short; kind 99, which is none\n"},
     {"narrower", [](SpreadLayout& all) { all.inGroup[1].kind = ZEL_INT16; }, "LEG_QTY (32): long; int16_t\n"},
     {"size", [](SpreadLayout& all) { all.members[0].size = 4; }, "SIDE (10): short; int16_t of 4 bytes\n"},

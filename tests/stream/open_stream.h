@@ -2,6 +2,7 @@
 #ifndef ZEL_TESTS_STREAM_OPEN_STREAM_H
 #define ZEL_TESTS_STREAM_OPEN_STREAM_H
 
+#include <cstddef>
 #include <string>
 
 #include "stream/stream_buffer.h"
@@ -17,9 +18,9 @@ struct Open : Stream {
     using ZELStream::start;
     using ZELStream::writePos;
 
-    long Used() const { return this->writePos - this->buffer; }
-    long ReadAt() const { return this->readPos - this->buffer; }
-    long Room() const { return this->end - this->buffer; }
+    std::ptrdiff_t Used() const { return this->writePos - this->buffer; }
+    std::ptrdiff_t ReadAt() const { return this->readPos - this->buffer; }
+    std::ptrdiff_t Room() const { return this->end - this->buffer; }
 };
 
 using OpenFilter = Open<ZELFilter>;

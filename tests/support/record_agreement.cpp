@@ -3,6 +3,7 @@
 #include <map>
 #include <set>
 
+#include "convert/seconds.h"
 #include "fuzz/check.h"
 #include "tests/support/made_message.h"
 #include "tests/support/recorded_reports.h"
@@ -17,10 +18,10 @@ namespace {
 constexpr int kKinds[][3] = {
     {ZEL_INT16, ZEL_INT32, ZEL_VIEW},  {ZEL_INT16, ZEL_INT32, ZEL_INT64},    {ZEL_INT32, ZEL_INT32, ZEL_INT64},
     {ZEL_INT32, ZEL_INT32, ZEL_INT64}, {ZEL_CHARS, ZEL_CHARS, ZEL_VIEW},     {ZEL_CHARS, ZEL_BYTES, ZEL_VIEW},
-    {ZEL_FLOAT, ZEL_FLOAT, ZEL_FLOAT}, {ZEL_DOUBLE, ZEL_DOUBLE, ZEL_DOUBLE}, {ZEL_DATETIME, ZEL_DATETIME, ZEL_DATETIME},
+    {ZEL_FLOAT, ZEL_FLOAT, ZEL_FLOAT}, {ZEL_DOUBLE, ZEL_DOUBLE, ZEL_DOUBLE}, {ZEL_DATETIME, ZEL_DATETIME, ZEL_SECONDS},
     {ZEL_MONEY, ZEL_MONEY, ZEL_MONEY}, {ZEL_BYTES, ZEL_BYTES, ZEL_VIEW},     {ZEL_BYTES, ZEL_BYTES, ZEL_VIEW},
     {ZEL_INT16, ZEL_INT32, ZEL_VIEW}};
-constexpr std::uint32_t kSizes[] = {0, 2, 4, 8, 4, 8, 8, 8, 0, 0, sizeof(void*)};
+constexpr std::uint32_t kSizes[] = {0, 2, 4, 8, 4, 8, 8, 8, 0, 0, sizeof(void*), 8};
 constexpr char kUntouched = 0x5A;
 
 template <typename T>
@@ -199,6 +200,8 @@ void RecordAgreement::FillMember(const ZELMember& member, char* base, bool isWil
     if (IsWhole(member) && !isWild) {
         const std::int64_t small = static_cast<std::int16_t>(number);
         std::memcpy(at, &small, member.size);
+    } else if (member.kind == ZEL_SECONDS && !isWild) {
+        Store(at, std::int64_t{number});
     } else if (member.kind == ZEL_BYTES) {
         Store(base + member.lengthOffset, number % (isWild ? 1U << noise_.Below(32) : member.size + 1));
     } else if (member.kind == ZEL_CHARS) {
@@ -241,6 +244,11 @@ int RecordAgreement::SetField(CZELMessage& object, const Place& place, short occ
     if (object.version != 0 && field.version > object.version) {
         object.setFieldValueBinary(id, "", 1, occurrence);
         return 0;
+    }
+    if (member.kind == ZEL_SECONDS) {
+        const _datetime value = DateTimeOf(Load<std::int64_t>(base + member.offset));
+        object.setFieldValue(id, &value, occurrence);
+        return value.kind != 0 ? 0 : int{ZEL_OUT_OF_RANGE};
     }
     if (member.kind < ZEL_CHARS) {
         const char* at = base + member.offset;
@@ -386,6 +394,8 @@ void RecordAgreement::Expect(const Place& place, std::string& expected, const ch
         std::memcpy(at, record + place.base + member.offset, member.size);
         value.copy(at, value.size());
         Store(base + member.lengthOffset, static_cast<std::uint32_t>(value.size()));
+    } else if (member.kind == ZEL_SECONDS) {
+        Store(at, isSet ? SecondsOf(Load<_datetime>(place.slot->value)) : kNoSeconds);
     } else if (!isSet || member.kind == ZEL_CHARS) {
         value.copy(at, value.size());
     } else if (IsWhole(member)) {

@@ -99,8 +99,8 @@ std::string TextOf(const std::string& bytes, const Layout& layout) {
 
 std::string DumpOf(const std::string& bytes, const Layout& layout) {
     std::array<char, 64> text;
-    const auto print = [&text](const char* format, unsigned long number) {
-        (void)std::snprintf(text.data(), text.size(), format, number);
+    const auto print = [&text](const char* format, std::size_t number) {
+        (void)std::snprintf(text.data(), text.size(), format, static_cast<unsigned long>(number));
         return std::string(text.data());
     };
     std::string dump;

@@ -17,6 +17,7 @@
 #include "tools/dictionary/dictionary_changes.h"
 #include "tools/dictionary/dictionary_file.h"
 #include "tools/dictionary/image_builder.h"
+#include "tools/io/status.h"
 #include "tools/text/json_file.h"
 #include "tools/verbs/all_verbs.h"
 #include "tools/verbs/help_text.h"
@@ -40,7 +41,6 @@ protected:
         test::WriteFile("bad.json", "{\"fields\": [],\n}");
         test::WriteFile("other.txt", "no image");
         test::WriteFile("old.img", "old");
-        test::SetEnvironment("ZELDATA_IMAGE", "small.img");
     }
     void TearDown() override { test::SetEnvironment("ZELDATA_IMAGE", ""); }
 
@@ -53,8 +53,12 @@ protected:
     static void RunExamples(const Verb& verb, int& count) {
         for (const std::string& line : Lines(verb.footer)) {
             if (IsExample(line)) {
-                const std::string said = Run(line.substr(std::string("  zel ").size()));
-                EXPECT_TRUE(said.ends_with("= 0\n")) << line << '\n' << said;
+                const std::size_t file = line.find(" > ");
+                const Outcome outcome = RunZel(line.substr(6, file == line.npos ? file : file - 6));
+                EXPECT_EQ(outcome.status, kStatusGood) << line << '\n' << outcome.err;
+                if (file != line.npos) {
+                    test::WriteFile(line.substr(file + 3), outcome.out);
+                }
                 ++count;
             }
         }
@@ -68,6 +72,7 @@ protected:
 
 // The transcript has each command after "$ ", and below it all that it writes.
 TEST_F(Verbs, WriteWhatTheTranscriptSays) {
+    test::SetEnvironment("ZELDATA_IMAGE", "small.img");
     const std::string expected = test::ReadFile(CasePath("transcript.txt"));
     std::string written;
     for (const std::string& line : Lines(expected)) {

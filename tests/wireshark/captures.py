@@ -32,18 +32,19 @@ class Capture:
 class Tshark:
     def __init__(self, work, zel):
         self.work, self.zel = work, zel
-        # Without settings and plugins of the user.
+        # Without settings and plugins of the user, and with a plugin that takes the place of one for all users.
         self.environment = dict(os.environ, HOME=str(work), XDG_CONFIG_HOME=str(work), WIRESHARK_CONFIG_DIR=str(work))
 
     def make_dissector(self, dictionary):
-        self.lua = self.work / (dictionary.stem + ".lua")
-        subprocess.run([self.zel, "dict", "wireshark", dictionary, "-o", self.lua], check=True, capture_output=True)
+        plugins = self.work / ".local/lib/wireshark/plugins"
+        plugins.mkdir(parents=True, exist_ok=True)
+        subprocess.run([self.zel, "dict", "wireshark", dictionary, "-o", plugins / "zel.lua"], check=True, capture_output=True)
 
     def run(self, capture, *options, decode_as=True):
         """What tshark writes. Nothing may make the dissector fail."""
         path = self.work / "capture.pcap"
         path.write_bytes(capture.bytes)
-        command = ["tshark", "-n", "-X", f"lua_script:{self.lua}", "-r", path, *options]
+        command = ["tshark", "-n", "-r", path, *options]
         command += ["-d", f"tcp.port=={PORT},zel"] if decode_as else []
         result = subprocess.run(command, capture_output=True, text=True, timeout=120, env=self.environment)
         assert result.returncode == 0, result.stderr

@@ -8,9 +8,10 @@ Verb ZelCommand() {
         .summary = "Tools for the ZEL message protocol",
         .footer =
             "Examples:\n"
-            "  zel encode examples/orders.jsonl > orders.zel\n"
+            "  zel sample --count 5 > orders.jsonl\n"
+            "  zel encode orders.jsonl > orders.zel\n"
             "  zel decode orders.zel\n"
-            "  zel dict show zeldata/sample.json 10/2\n"
+            "  zel dict show 10/2\n"
             "  zel value money \"101'16\"\n"
             "  zel explain 1417\n"
             "'zel VERB --help' tells more.\n"
@@ -34,8 +35,9 @@ Verb DictVerb() {
             .summary = "Check, build, show and compare dictionaries, and show them to C++ and Wireshark",
             .footer =
                 "Examples:\n"
-                "  zel dict check zeldata/sample.json\n"
-                "  zel dict show zeldata/sample.json 10/2\n"
+                "  zel dict show --json > market.json\n"
+                "  zel dict check market.json\n"
+                "  zel dict show 10/2\n"
                 "'zel dict VERB --help' tells more.",
             .verbs = {DictBuildVerb(), DictCheckVerb(), DictShowVerb(), DictDiffVerb(), DictHeaderVerb(),
                       DictWiresharkVerb()}};

@@ -306,11 +306,13 @@ Verb DecodeVerb() {
                       {"--raw", "--fields"}},
         .footer =
             "Examples:\n"
+            "  zel sample --frames --count 100 > capture.zel\n"
             "  zel decode capture.zel\n"
             "  zel decode --type NEW_ORDER --where 'LIMIT_PRICE>=101.50' --where SYMBOL~MAY capture.zel\n"
             "  zel decode --csv --fields SYMBOL,QUANTITY,LIMIT_PRICE *.zel\n"
             "  zel decode --annotate --skip 3 --count 1 capture.zel\n"
-            "  zel decode --summary -d zeldata/sample.json capture.zel\n"
+            "  zel decode --summary capture.zel\n"
+            "  xxd -p capture.zel > dump.txt\n"
             "  zel decode --hex --streams FILTER_STREAM,SORT_STREAM dump.txt\n"
             "  zel decode --follow capture.zel\n"
             "Exit status: 0 all messages good, 1 some bad, 2 wrong usage, no dictionary or no capture.",

@@ -56,7 +56,8 @@ Verb DictBuildVerb() {
                          true}},
             .footer =
                 "Example:\n"
-                "  zel dict build zeldata/sample.json -o sample.img\n"
+                "  zel dict show --json > market.json\n"
+                "  zel dict build market.json -o market.img\n"
                 "Exit status: 0 built, 1 errors in the source, 2 wrong usage or the image cannot be written.",
             .run = [options] { return BuildImage(*options); }};
 }

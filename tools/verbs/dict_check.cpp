@@ -29,7 +29,8 @@ Verb DictCheckVerb() {
             .options = {{"SRC", source.get(), "Dictionary source (JSON, comments allowed)", "", true}},
             .footer =
                 "Example:\n"
-                "  zel dict check zeldata/sample.json\n"
+                "  zel dict show --json > market.json\n"
+                "  zel dict check market.json\n"
                 "Exit status: 0 no errors (warnings do not count), 1 errors, 2 wrong usage.",
             .run = [source] { return CheckSource(*source); }};
 }

@@ -147,8 +147,10 @@ Verb DictDiffVerb() {
                 "cannot exchange a message, or read other values than were sent, in the field formats that are "
                 "named.\n"
                 "Examples:\n"
-                "  zel dict diff zeldata/sample.json zeldata/sample.json\n"
-                "  zel dict diff --breaking zeldata/sample.json sample.img\n"
+                "  zel dict show --json > before.json\n"
+                "  zel dict build before.json -o after.img\n"
+                "  zel dict diff before.json after.img\n"
+                "  zel dict diff --breaking before.json after.img\n"
                 "Exit status: 0 no changes to tell, 1 changes, 2 wrong usage or no usable dictionary.",
             .run = [options] { return DiffDictionaries(*options); }};
 }

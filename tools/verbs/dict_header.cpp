@@ -77,8 +77,9 @@ Verb DictHeaderVerb() {
                 "The header has a constant for each field, and for each message a struct with its layout, ready to be "
                 "bound (zel.hpp). The same dictionary gives the same header.\n"
                 "Examples:\n"
-                "  zel dict header zeldata/sample.json -o sample.hpp\n"
-                "  zel dict header zeldata/sample.json NEW_ORDER 10/2 --namespace market::orders\n"
+                "  zel dict show --json > market.json\n"
+                "  zel dict header market.json -o market.hpp\n"
+                "  zel dict header market.json NEW_ORDER 10/2 --namespace market::orders\n"
                 "Exit status: 0 written, 1 there is no such message, 2 wrong usage, no usable dictionary or the file "
                 "cannot be written.",
             .run = [options] { return WriteHeader(*options); }};

@@ -214,10 +214,11 @@ Verb DictShowVerb() {
                     {"--json", &options->json, "Write the whole dictionary as a source that builds to the same image"}},
         .footer =
             "Examples:\n"
-            "  zel dict show zeldata/sample.json\n"
-            "  zel dict show zeldata/sample.json LIMIT_PRICE\n"
-            "  zel dict show zeldata/sample.json 10/2\n"
-            "  zel dict show zeldata/sample.json --json\n"
+            "  zel dict show\n"
+            "  zel dict show LIMIT_PRICE\n"
+            "  zel dict show 10/2\n"
+            "  zel dict show --json > market.json\n"
+            "  zel dict show market.json 20/3\n"
             "Exit status: 0 shown, 1 nothing has that name or number, 2 wrong usage or no usable dictionary.",
         .run = [options] { return ShowDictionary(*options); }};
 }

@@ -121,7 +121,7 @@ Verb DictWiresharkVerb() {
                       kPluginFolders +
                       ". To try it out, name it: tshark -X lua_script:FILE.\n"
                       "Examples:\n"
-                      "  zel dict wireshark zeldata/sample.json -o zel.lua\n"
+                      "  zel dict wireshark -o zel.lua\n"
                       "Exit status: 0 written, 2 wrong usage, no usable dictionary or the file cannot be written.",
             .run = [options] { return WriteDissector(*options); }};
 }

@@ -142,6 +142,8 @@ Verb DiffVerb() {
         .footer =
             "Messages match that have the same type and message id; of several, the first the first.\n"
             "Examples:\n"
+            "  zel sample --frames > before.zel\n"
+            "  zel decode --json before.zel | sed 's/barley/oats/g' | zel encode > after.zel\n"
             "  zel diff before.zel after.zel\n"
             "  zel diff --by-order --ignore messageId,ENTERED_AT before.zel after.zel\n"
             "  zel diff --json before.zel after.zel\n"

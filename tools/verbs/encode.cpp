@@ -160,10 +160,11 @@ Verb EncodeVerb() {
                          "Take whatever the library reads as money, and days that no calendar has"}},
             .footer =
                 "Examples:\n"
-                "  zel encode examples/orders.jsonl > orders.zel\n"
+                "  zel sample --count 5 > orders.jsonl\n"
+                "  zel encode orders.jsonl > orders.zel\n"
                 "  echo '{\"name\":\"NOTICE\",\"fields\":{\"HEADLINE\":\"Closed\"}}' | zel encode --hex\n"
-                "  zel decode --json capture.zel | sed 's/\"RYE\"/\"OATS\"/' | zel encode > changed.zel\n"
-                "  zel decode --json capture.zel | jq 'select(.fields.SYMBOL == \"RYE\")' | zel encode > rye.zel\n"
+                "  zel decode --json orders.zel | sed 's/\"RYE\"/\"OATS\"/' | zel encode > changed.zel\n"
+                "  zel decode --json orders.zel | jq 'select(.fields.SYMBOL == \"RYE\")' | zel encode > rye.zel\n"
                 "Exit status: 0 all messages good, 1 some bad, 2 wrong usage, no dictionary or no input.",
             .run = [options] { return Encode(*options); }};
 }

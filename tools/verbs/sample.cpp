@@ -96,8 +96,8 @@ Verb SampleVerb() {
                     {"--frames", &options->frames, "Write frames back to back, as 'zel encode' does, instead of JSON"}},
         .footer =
             "Examples:\n"
-            "  zel sample -d zeldata/sample.json --count 3\n"
-            "  zel sample -d zeldata/sample.json NEW_ORDER 20/3 --count 1000 --seed 7\n"
+            "  zel sample --count 3\n"
+            "  zel sample NEW_ORDER 20/3 --count 1000 --seed 7\n"
             "Exit status: 0 made, 2 wrong usage, no dictionary, or a message that nobody can send.",
         .run = [options] { return Sample(*options); }};
 }

@@ -67,7 +67,7 @@ Verb ValueStreamVerb() {
                         DictionaryOption(&options->dictionary)},
             .footer =
                 "Examples:\n"
-                "  zel value stream -d zeldata/sample.json \"00 0C 00 01 00 19 00 05 00 00 03 E8\"\n"
+                "  zel value stream \"00 0C 00 01 00 19 00 05 00 00 03 E8\"\n"
                 "Exit status: 0 turned, 1 neither a filter nor sort data, 2 wrong usage or no dictionary.",
             .run = [options] { return ConvertStream(*options); }};
 }
