@@ -38,6 +38,10 @@ install(DIRECTORY docs DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT documentati
 if(ZEL_PYTHON_DIR)
     install(DIRECTORY python/zel DESTINATION ${ZEL_PYTHON_DIR} COMPONENT python
         FILES_MATCHING PATTERN "*.py" PATTERN py.typed PATTERN __pycache__ EXCLUDE)
+    # What tells Python the version of what is installed.
+    file(CONFIGURE OUTPUT python/METADATA CONTENT "Metadata-Version: 2.1\nName: zel\nVersion: @PROJECT_VERSION@\n")
+    install(FILES ${PROJECT_BINARY_DIR}/python/METADATA
+        DESTINATION ${ZEL_PYTHON_DIR}/zel-${PROJECT_VERSION}.dist-info COMPONENT python)
 endif()
 
 if(TARGET zeldata_image)

@@ -9,7 +9,7 @@
 #include "tests/support/random_message.h"
 #include "tests/support/work_folder.h"
 #include "tools/dictionary/source_check.h"
-#include "tools/text/json_document.h"
+#include "tools/text/json_file.h"
 
 namespace zel::tools {
 namespace {
@@ -80,6 +80,34 @@ TEST(JsonSource, FaultsAreNamedWithTheirPlace) {
         EXPECT_EQ(std::count(report.begin(), report.end(), '\n'), 1) << row[0];
         EXPECT_EQ(report, "d.json: " + row[1] + '\n');
     }
+}
+
+TEST(JsonSource, TakesLittleMemoryForManyFaults) {
+    std::string text = "[0";
+    Findings findings;
+    for (int i = 0; i < 2000; ++i) {
+        AddWarning(findings, "", "odd");
+        text += R"(,{"a":1,"a":1})";
+    }
+    EXPECT_EQ(CountErrors(findings), 0U);
+    AddError(findings, "", "wrong");
+    EXPECT_EQ(CountErrors(findings), 1U);
+    findings.clear();
+    (void)ParseJson(text + ']', findings);
+    EXPECT_EQ(findings.size(), 1001U);
+    EXPECT_EQ(FindingText("d.json", findings.back()), "d.json: error: there is more, which is not told");
+    // A field that lacks everything takes 3 bytes.
+    text = R"({"fields":[{})";
+    for (int i = 0; i < 2000; ++i) {
+        text += ",{}";
+    }
+    findings.clear();
+    const JsonDocument source = ParseJson(text + "]}", findings);
+    EXPECT_LT(ParseDictionary(source.root(), findings).fields.size(), 1000U);
+    // Without an end, where the system has such a file.
+    findings.clear();
+    EXPECT_FALSE(ReadJsonFile("/dev/zero", findings).root());
+    EXPECT_EQ(findings.size(), 1U);
 }
 
 // The same texts are JSON as for another parser.

@@ -41,6 +41,26 @@ std::string SourceOf(const JsonValue& value) {
     return source;
 }
 
+// The members of an object, sorted by their keys: of two messages each has to be found in the other, and there may be
+// thousands.
+class SortedMembers {
+public:
+    explicit SortedMembers(const JsonValue& object) {
+        members_.reserve(object.size());
+        for (const JsonValue::Member& member : object) {
+            members_.push_back(member);
+        }
+        std::ranges::stable_sort(members_, {}, &JsonValue::Member::key);
+    }
+    [[nodiscard]] JsonValue Find(std::string_view key) const {
+        const auto found = std::ranges::lower_bound(members_, key, {}, &JsonValue::Member::key);
+        return found != members_.end() && found->key == key ? found->value : JsonValue();
+    }
+
+private:
+    std::vector<JsonValue::Member> members_;
+};
+
 // "[1,null]"
 std::string PairOf(std::string_view first, std::string_view second) {
     std::string pair = "[";
@@ -246,14 +266,16 @@ void CaptureDiff::CompareMembers(const std::string& place, const JsonValue& a, c
     const auto isCompared = [&](std::string_view key) {
         return !(place.empty() && (key == "fields" || key == "group")) && !view_.ignored.contains(key);
     };
+    const SortedMembers membersOfA(a);
+    const SortedMembers membersOfB(b);
     for (const auto& [key, value] : a) {
-        const JsonValue other = b.Find(key);
+        const JsonValue other = membersOfB.Find(key);
         if (isCompared(key) && SourceOf(value) != SourceOf(other)) {
             Tell(MemberPlace(place, key), value, other);
         }
     }
     for (const auto& [key, value] : b) {
-        if (isCompared(key) && !a.Find(key)) {
+        if (isCompared(key) && !membersOfA.Find(key)) {
             Tell(MemberPlace(place, key), {}, value);
         }
     }

@@ -172,6 +172,9 @@ DictionarySource ParseDictionary(const JsonValue& root, Findings& findings) {
         return dictionary;
     }
     for (const auto& [key, json] : ReadArray(root, "", "fields", findings)) {
+        if (IsHopeless(findings)) {
+            return dictionary;
+        }
         const std::size_t index = dictionary.fields.size();
         FieldSource field = ParseField(json, ElementPlace("fields", index), findings);
         if (!field.name.empty()) {
@@ -180,6 +183,9 @@ DictionarySource ParseDictionary(const JsonValue& root, Findings& findings) {
         dictionary.fields.push_back(std::move(field));
     }
     for (const auto& [key, json] : ReadArray(root, "", "messages", findings)) {
+        if (IsHopeless(findings)) {
+            return dictionary;
+        }
         const std::string place = ElementPlace("messages", dictionary.messages.size());
         dictionary.messages.push_back(ParseMessage(json, place, findings));
     }

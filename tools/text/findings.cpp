@@ -7,12 +7,34 @@
 
 namespace zel::tools {
 
+namespace {
+
+// More than anyone reads. A few bytes of a hostile text can be wrong in many ways, at a place that takes kilobytes to
+// name.
+constexpr std::size_t kMostTold = 1000;
+
+void Add(Findings& findings, Finding finding) {
+    if (findings.size() < kMostTold) {
+        findings.push_back(std::move(finding));
+    } else if (findings.size() == kMostTold) {
+        findings.push_back({finding.isError, "", "there is more, which is not told"});
+    } else {
+        findings.back().isError |= finding.isError;
+    }
+}
+
+}  // namespace
+
 void AddError(Findings& findings, std::string place, std::string text) {
-    findings.push_back({true, std::move(place), std::move(text)});
+    Add(findings, {true, std::move(place), std::move(text)});
 }
 
 void AddWarning(Findings& findings, std::string place, std::string text) {
-    findings.push_back({false, std::move(place), std::move(text)});
+    Add(findings, {false, std::move(place), std::move(text)});
+}
+
+bool IsHopeless(const Findings& findings) {
+    return findings.size() > kMostTold && findings.back().isError;
 }
 
 std::size_t CountErrors(const Findings& findings) {

@@ -16,8 +16,12 @@ struct Finding {
 
 using Findings = std::vector<Finding>;
 
+// After the first thousand, one more says that there are others, an error if one of them is.
 void AddError(Findings& findings, std::string place, std::string text);
 void AddWarning(Findings& findings, std::string place, std::string text);
+
+// There are errors that are not told: nothing that is found from here on will be.
+[[nodiscard]] bool IsHopeless(const Findings& findings);
 
 [[nodiscard]] std::size_t CountErrors(const Findings& findings);
 

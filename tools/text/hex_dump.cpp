@@ -89,10 +89,11 @@ bool Shows(std::string_view text, std::string_view bytes) {
 // Whether the rest of a line, from the last group's end on, is the text that the line's bytes stand for. Blanks at its
 // end may have been cut off.
 bool IsTextColumn(std::string_view rest, std::string_view bytes, bool isDump) {
-    constexpr std::size_t kLongestColumn = 4096;  // no dump shows so many bytes a line
+    constexpr std::size_t kLongestColumn = 1024;  // no dump shows so many bytes a line
     rest = CutBlanks(rest);
     const std::string_view column = SkipBlanks(rest);
-    if (bytes.size() > kLongestColumn || column.empty()) {
+    // For most groups of a line this is all that is looked at: the bytes are walked over once for each of the others.
+    if (bytes.size() > kLongestColumn || column.empty() || column.size() > bytes.size() + 2) {
         return false;
     }
     const std::size_t gap = rest.size() - column.size();

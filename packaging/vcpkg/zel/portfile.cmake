@@ -17,5 +17,4 @@ if("command" IN_LIST FEATURES)
 endif()
 file(REMOVE_RECURSE "${CURRENT_PACKAGES_DIR}/debug/include" "${CURRENT_PACKAGES_DIR}/debug/share")
 file(INSTALL "${CURRENT_PORT_DIR}/usage" DESTINATION "${CURRENT_PACKAGES_DIR}/share/${PORT}")
-# There is no licence to install yet.
-set(VCPKG_POLICY_SKIP_COPYRIGHT_CHECK enabled)
+vcpkg_install_copyright(FILE_LIST "${SOURCE_PATH}/packaging/copyright")
