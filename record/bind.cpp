@@ -20,7 +20,7 @@ struct Parts {
     FieldStep* steps;
     FieldName* names;
     FieldTake* takes;
-    std::uint32_t* flags;
+    std::uint32_t* offsets;
 };
 
 FieldStep StartOfStep(const PlanEntry& entry) noexcept {
@@ -50,14 +50,14 @@ Parts NewBinding(const MessagePlan& plan) noexcept {
     static_assert(sizeof(ZELBinding) % alignof(FieldStep) == 0);
     auto* binding =
         static_cast<ZELBinding*>(AllocateZeroed(sizeof(ZELBinding) + count * (sizeof(FieldStep) + sizeof(FieldName)) +
-                                                (count + kNoPart) * (sizeof(FieldTake) + sizeof(std::uint32_t))));
+                                                (count + kNoPart) * (sizeof(FieldTake) + 2 * sizeof(std::uint32_t))));
     if (binding == nullptr) {
         return {};
     }
     auto* steps = reinterpret_cast<FieldStep*>(binding + 1);
     auto* takes = reinterpret_cast<FieldTake*>(steps + count);
-    auto* flags = reinterpret_cast<std::uint32_t*>(takes + count + kNoPart);
-    auto* names = reinterpret_cast<FieldName*>(flags + count + kNoPart);
+    auto* offsets = reinterpret_cast<std::uint32_t*>(takes + count + kNoPart);
+    auto* names = reinterpret_cast<FieldName*>(offsets + 2 * (count + kNoPart));
     for (std::size_t at = 0; at < count; ++at) {
         const PlanEntry& entry = plan.entries[at];
         steps[at] = StartOfStep(entry);
@@ -71,7 +71,7 @@ Parts NewBinding(const MessagePlan& plan) noexcept {
     binding->steps = steps;
     binding->names = names;
     binding->countEntry = FindCountEntry(plan);
-    return {binding, steps, names, takes, flags};
+    return {binding, steps, names, takes, offsets};
 }
 
 // Bytes of the field in format 0 that are there whatever it holds.
@@ -88,6 +88,9 @@ std::uint32_t SmallestSize(const FieldStep& step) noexcept {
 }
 
 Move UsualMoveOf(const FieldStep& step) noexcept {
+    if (step.move == Move::kSeconds) {
+        return Move::kDateTime;
+    }
     return step.move == Move::kNone && step.shape == Shape::kCounted ? Move::kNoneCounted : step.move;
 }
 
@@ -106,18 +109,18 @@ FieldTake* MakeTakes(const FieldStep* begin, const FieldStep* end, FieldTake* ta
     return after;
 }
 
-// Writes the offsets of the takes' flags, and what ends them; returns the address after it.
-std::uint32_t* MakeFlags(const FieldTake* take, std::uint32_t* flags) noexcept {
-    for (; take->step.move != Move::kStop; ++take) {
-        if (take->step.presenceOffset != ZEL_NOWHERE) {
-            *flags++ = take->step.presenceOffset;
-        }
+// Writes one offset of each take's step, where there is one, and what ends them; returns the address after it.
+template <typename OffsetOf>
+std::uint32_t* WriteOffsets(const FieldTake* take, OffsetOf offsetOf, std::uint32_t* offsets) noexcept {
+    for (; take->step.usualMove != Move::kStop; ++take) {
+        *offsets = offsetOf(take->step);
+        offsets += *offsets != ZEL_NOWHERE ? 1 : 0;
     }
-    *flags++ = ZEL_NOWHERE;
-    return flags;
+    *offsets++ = ZEL_NOWHERE;
+    return offsets;
 }
 
-void MakeAllTakes(ZELBinding& binding, FieldTake* takes, std::uint32_t* flags) noexcept {
+void MakeAllTakes(ZELBinding& binding, FieldTake* takes, std::uint32_t* offsets) noexcept {
     const MessagePlan& plan = *binding.plan;
     const int count = plan.groupBegin != plan.groupEnd ? 1 : 0;
     const FieldStep* const steps = binding.steps;
@@ -127,9 +130,18 @@ void MakeAllTakes(ZELBinding& binding, FieldTake* takes, std::uint32_t* flags) n
     binding.takes[kInGroup] = MakeTakes(steps, group - count, takes);
     binding.takes[kAfterGroup] = MakeTakes(group, rest, const_cast<FieldTake*>(binding.takes[kInGroup]));
     (void)MakeTakes(rest, steps + plan.entryCount, const_cast<FieldTake*>(binding.takes[kAfterGroup]));
+    const auto flagOf = [](const FieldStep& step) { return step.presenceOffset; };
+    const auto secondsOf = [](const FieldStep& step) {
+        return step.move == Move::kSeconds ? step.offset : ZEL_NOWHERE;
+    };
     for (const Part part : {kBeforeGroup, kInGroup, kAfterGroup}) {
-        binding.flags[part] = flags;
-        flags = MakeFlags(binding.takes[part], flags);
+        const FieldTake* const first = binding.takes[part];
+        binding.flags[part] = offsets;
+        offsets = WriteOffsets(first, flagOf, offsets);
+        binding.seconds[part] = offsets;
+        offsets = WriteOffsets(first, secondsOf, offsets);
+        binding.hasFlags |= *binding.flags[part] != ZEL_NOWHERE;
+        binding.hasSeconds |= *binding.seconds[part] != ZEL_NOWHERE;
     }
 }
 
@@ -189,7 +201,7 @@ extern "C" int ZELBind(const ZELLayout* layout, const ZELBinding** binding, char
     }
     JudgeSteps(*parts.binding);
     if (parts.binding->unpacksByStep) {
-        MakeAllTakes(*parts.binding, parts.takes, parts.flags);
+        MakeAllTakes(*parts.binding, parts.takes, parts.offsets);
     }
     *binding = parts.binding;
     return 0;

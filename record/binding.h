@@ -21,16 +21,16 @@ enum class Move : std::uint8_t {
     kLong64,
     kDouble,
     kDateTime,
-    kSeconds,
     kMoney,
     kChars,      // chars and an array
     kCharsView,  // chars and bytes elsewhere
     kText,       // a text and an array
     kBytes,      // a text or bytes and a counted array
     kBytesView,  // a text or bytes, and bytes elsewhere
-    // Of takes alone.
-    kNoneCounted,  // no member for a field that counts itself
-    kStop          // the part ends
+    kSeconds,    // a date-time and seconds; takes move the date-time, and the end of the part makes seconds of it
+    // Of takes alone. Four bits number all moves of a step, and all of a take.
+    kNoneCounted = kSeconds,  // no member for a field that counts itself
+    kStop                     // the part ends
 };
 
 // Offsets are from the start of the record, or of the repetition.
@@ -41,7 +41,7 @@ struct FieldStep {
     bool isMandatory : 1;
     bool isMarker : 1;
     bool isNumber : 1;  // sent by the library: the repeat-count field and the group's markers, which are no members
-    Move usualMove;     // of takes alone: what the quick loop does
+    Move usualMove;     // of takes alone: what moves the value
     FieldRule rule;
     std::uint32_t offset;
     std::uint32_t size;
@@ -74,7 +74,9 @@ struct ZELBinding {
     const zel::FieldStep* steps;
     const zel::FieldName* names;
     const zel::FieldTake* takes[zel::kNoPart];  // of each part, without the repeat-count field in front of the group
-    const std::uint32_t* flags[zel::kNoPart];   // presence offsets of each part's takes, ended by ZEL_NOWHERE
+    // Of each part's takes, ended by ZEL_NOWHERE: the offsets of presence flags, and of members in seconds.
+    const std::uint32_t* flags[zel::kNoPart];
+    const std::uint32_t* seconds[zel::kNoPart];
     std::uint32_t groupOffset;
     std::uint32_t groupStride;
     std::uint32_t mostRepetitions;  // the layout's group has room for; never above SHRT_MAX
@@ -85,6 +87,8 @@ struct ZELBinding {
     bool packsByStep;      // whatever is set, the steps know how to pack it
     bool packsNoneByStep;  // likewise without a repetition, but for format 1
     bool unpacksByStep;    // the list is one that steps can follow
+    bool hasFlags;         // of a part's takes
+    bool hasSeconds;       // likewise
 };
 
 namespace zel {

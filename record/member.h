@@ -13,9 +13,9 @@
 
 namespace zel {
 
-// A switch over this is one indexed jump: it need not look for values that are no moves.
+// All values of four bits are moves: a switch over this is one indexed jump.
 inline Move Bounded(Move move) noexcept {
-    return static_cast<Move>(static_cast<unsigned>(move) & 31);
+    return static_cast<Move>(static_cast<unsigned>(move) & 15);
 }
 
 // ---- Out ------------------------------------------------------------------------------------------------------------
@@ -118,8 +118,6 @@ template <typename Use>
             return plain(std::integral_constant<Shape, Shape::kDouble>{});
         case Move::kDateTime:
             return plain(std::integral_constant<Shape, Shape::kDateTime>{});
-        case Move::kSeconds:
-            return UseSeconds(member, use);
         case Move::kMoney:
             return plain(std::integral_constant<Shape, Shape::kMoney>{});
         case Move::kChars:
@@ -139,8 +137,9 @@ template <typename Use>
             const int wrong = LoadView(step, base, view);
             return wrong != 0 ? wrong : UseCounted(view.data, view.length, use);
         }
+        case Move::kSeconds:
+            return UseSeconds(member, use);
         case Move::kNone:
-        case Move::kNoneCounted:
         case Move::kStop:
             break;
     }
@@ -175,17 +174,6 @@ template <Shape shape, typename Source>
         return kNotFound;
     }
     source.template Store<shape>(member);
-    return 0;
-}
-
-template <typename Source>
-[[gnu::always_inline]] inline int FillSeconds(const FieldStep& step, char* member, Source& source) noexcept {
-    if (!source.template Find<Shape::kDateTime>(step)) {
-        return kNotFound;
-    }
-    _datetime value{};
-    source.template Store<Shape::kDateTime>(&value);
-    StoreHost(member, SecondsOf(value));
     return 0;
 }
 
@@ -226,7 +214,7 @@ template <Shape shape, typename Source>
     return 0;
 }
 
-// Gives the value to the step's member, if it has one, by one of its two moves: 0, ZEL_TEXT_TOO_LONG or kNotFound.
+// Gives the value to the step's member, if it has one, by the move of a take: 0, ZEL_TEXT_TOO_LONG or kNotFound.
 template <typename Source>
 [[gnu::always_inline]] inline int FillMember(Move move, const FieldStep& step, char* base, Source& source) noexcept {
     char* const member = base + step.offset;
@@ -245,8 +233,6 @@ template <typename Source>
             return FillFixed<Shape::kDouble>(step, member, source);
         case Move::kDateTime:
             return FillFixed<Shape::kDateTime>(step, member, source);
-        case Move::kSeconds:
-            return FillSeconds(step, member, source);
         case Move::kMoney:
             return FillFixed<Shape::kMoney>(step, member, source);
         case Move::kChars:
@@ -267,6 +253,11 @@ template <typename Source>
             return kNotFound;
     }
     __builtin_unreachable();
+}
+
+// Makes seconds of the date-time that was moved to a member of theirs. One that did not arrive has none.
+inline void MakeSeconds(char* member) noexcept {
+    StoreHost(member, SecondsOf(LoadHost<_datetime>(member)));
 }
 
 // Makes the member, if the step has one, that of a field which did not arrive. False: nothing in the record tells.

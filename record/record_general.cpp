@@ -194,9 +194,13 @@ int FillRecord(const ZELBinding& binding, const ZelMsgStruct& message, const Unp
                 return 0;
             }
             InSlot source{*slot, step.move == Move::kCharsView || step.move == Move::kBytesView};
-            const int wrong = FillMember(step.move, step, base, source);
+            const bool isInSeconds = step.move == Move::kSeconds;
+            const int wrong = FillMember(isInSeconds ? Move::kDateTime : step.move, step, base, source);
             if (wrong != 0) {
                 at = {step.rule.id, RepetitionOf(entry, repetition), at.offset};
+            }
+            if (isInSeconds) {
+                MakeSeconds(base + step.offset);
             }
             MarkPresent(step, base);
             return wrong;

@@ -14,11 +14,22 @@ namespace {
 // A message that the way of the message object has to read.
 constexpr int kLeftToSlots = -1;
 
+// What FillMember takes from the value that was found.
+struct FoundValue {
+    WireValue value;
+
+    template <Shape shape>
+    void Store(void* out) const noexcept {
+        (void)StoreValue<shape>(value, out);
+    }
+    const char* Bytes() const noexcept { return value.bytes; }
+    std::size_t Length() const noexcept { return value.length; }
+};
+
 // A value as it lies on the wire.
 template <short format>
-struct OnTheWire {
+struct OnTheWire : FoundValue {
     Reader& in;
-    WireValue value;
 
     template <Shape shape>
     bool Find(const FieldStep& step) noexcept {
@@ -29,12 +40,6 @@ struct OnTheWire {
             return LocateValue<format, shape>(step.rule, in, value);
         }
     }
-    template <Shape shape>
-    void Store(void* out) const noexcept {
-        (void)StoreValue<shape>(value, out);
-    }
-    const char* Bytes() const noexcept { return value.bytes; }
-    std::size_t Length() const noexcept { return value.length; }
     bool Pass(const FieldStep& step) noexcept {
         if constexpr (format == kIdLengthAndValue) {
             return WithShape(step.shape, [&](auto shape) { return Find<shape()>(step); });
@@ -75,7 +80,7 @@ bool PassCount(Walk& walk, const FieldStep& step) noexcept {
     if (!IsOfStep<format>(step, walk.in)) {
         return format != kValueOnly || Remaining(walk.in) == 0;
     }
-    OnTheWire<format> source{walk.in, {}};
+    OnTheWire<format> source{{}, walk.in};
     std::uint32_t count = 0;
     if (step.shape == Shape::kShort) {
         if (!source.template Find<Shape::kShort>(step)) {
@@ -103,10 +108,9 @@ bool PassCount(Walk& walk, const FieldStep& step) noexcept {
 }
 
 // A value among fields of format 0 of which as many bytes are there as the take needs.
-struct InRun {
+struct InRun : FoundValue {
     Reader& in;
     const FieldTake& take;
-    WireValue value;
 
     bool IsNext() const noexcept {
         IsKnown(Remaining(in) >= 2);
@@ -128,12 +132,6 @@ struct InRun {
             return LocateValue<kIdAndValue, shape>(step.rule, in, value);
         }
     }
-    template <Shape shape>
-    void Store(void* out) const noexcept {
-        (void)StoreValue<shape>(value, out);
-    }
-    const char* Bytes() const noexcept { return value.bytes; }
-    std::size_t Length() const noexcept { return value.length; }
     bool Pass(const FieldStep& step) noexcept {
         const std::size_t size = FrontSize(kIdAndValue) + static_cast<std::size_t>(step.rule.length);
         if (!IsNext()) {
@@ -154,7 +152,7 @@ struct InRun {
     }
     while (true) {
         Reader after{next, end};
-        InRun source{after, *take, {}};
+        InRun source{{}, after, *take};
         if (FillMember(take->step.usualMove, take->step, base, source) != 0) [[unlikely]] {
             break;
         }
@@ -179,8 +177,8 @@ template <short format>
     const FieldStep& step = take.step;
     Reader in = walk.in;
     if (IsOfStep<format>(step, in)) {
-        OnTheWire<format> source{in, {}};
-        if (FillMember(step.move, step, walk.base, source) == 0) {
+        OnTheWire<format> source{{}, in};
+        if (FillMember(step.usualMove, step, walk.base, source) == 0) {
             walk.in.next = in.next;
             return true;
         }
@@ -196,10 +194,17 @@ template <short format>
 }
 
 // Marks all fields of a part as there: those that are not are found later, and the loop over fields has no flags to
-// set.
-[[gnu::always_inline]] inline void MarkAllPresent(const std::uint32_t* flag, char* base) noexcept {
+// set. This and the next one are apart, so that it keeps its registers.
+[[gnu::noinline]] void MarkAllPresent(const std::uint32_t* flag, char* base) noexcept {
     for (; *flag != ZEL_NOWHERE; ++flag) {
         base[*flag] = 1;
+    }
+}
+
+// Makes seconds of the date-times that were moved to members in seconds.
+[[gnu::noinline]] void MakeAllSeconds(const std::uint32_t* offset, char* base) noexcept {
+    for (; *offset != ZEL_NOWHERE; ++offset) {
+        MakeSeconds(base + *offset);
     }
 }
 
@@ -260,9 +265,14 @@ bool PassSteps(Walk& walk) noexcept {
     for (Part part = kBeforeGroup;;) {
         walk.takes = binding.takes[part];
         walk.lacking = 0;
-        MarkAllPresent(binding.flags[part], walk.base);
+        if (binding.hasFlags) [[unlikely]] {
+            MarkAllPresent(binding.flags[part], walk.base);
+        }
         if (!PassPart<format>(walk)) {
             return false;
+        }
+        if (binding.hasSeconds) [[unlikely]] {
+            MakeAllSeconds(binding.seconds[part], walk.base);
         }
         if (part == kAfterGroup) {
             return true;

@@ -1,4 +1,4 @@
-"""Random dictionaries and messages, and the command, whose answers the package has to match."""
+"""Random dictionaries and messages, rows of cases, and the command, whose answers the package has to match."""
 
 import json
 import os
@@ -13,6 +13,12 @@ HEADER = [(1, "ZEL_HDR_FLAGS", "short"), (2, "ZEL_HDR_MSG_TYPE", "long"), (3, "Z
           (4, "ZEL_HDR_MSGID", "long"), (5, "ZEL_HDR_NUMFIELDS", "short"), (6, "ZEL_HDR_USER_DATA", "long"),
           (7, "ZEL_HDR_VAR_USER_DATA", "bytes11")]
 TYPES = ["short", "long", "int", "chars", "text", "float", "double", "datetime", "money", "bytes10", "bytes11"]
+
+
+def cases(name):
+    """The rows of a file, as their cells."""
+    rows = (ROOT / "tests/python/cases" / name).read_text().splitlines()
+    return [row.split("|") for row in rows if not row.startswith("#")]
 
 
 def run(*arguments, given=b""):

@@ -6,7 +6,7 @@ import os
 import pickle
 import signal
 import threading
-from decimal import Decimal
+from decimal import Decimal  # like pandas, for the cases
 
 import made
 import numpy as np
@@ -36,104 +36,25 @@ def write_one(**columns):
     return zel.write(io.BytesIO(), "NEW_ORDER", {**rows(SIDE=1), **columns})
 
 
-CALLS = {
-    "no such message": (lambda path: zel.read(path, "NOPE"), 2001, None, "no message NOPE"),
-    "no such number": (lambda path: zel.read(path, (9, 9)), 2001, None, "no message"),
-    "no such field": (lambda path: zel.read(path, "CANCEL_ORDER", ["SYMBOL", "SIDE"]), 2001, "SIDE", "has no field"),
-    "in the group": (lambda path: zel.read(path, "NEW_ORDER", ["ALLOCATION_FEE"]), 2001, "ALLOCATION_FEE", "group="),
-    "no such group": (lambda path: zel.read(path, "NEW_ORDER", group="LEG_COUNT"), 2001, "LEG_COUNT", "ALLOCATION_COUNT"),
-    "no group": (lambda path: zel.read(path, "CANCEL_ORDER", group="SYMBOL"), 2001, "SYMBOL", "no group"),
-    "too wide": (lambda path: zel.read(path, "CANCEL_ORDER", width=4), 2003, "CLIENT_ORDER_REF", "offset 247"),
-    "cut": (lambda path: zel.read(path.read_bytes()[:-1], "CANCEL_ORDER"), 2006, None, "offset 621"),
-    "none": (lambda path: zel.frame(b"\x01\x30none of it", "CANCEL_ORDER"), 2007, None, "offset 0"),
-    "messages, none": (lambda path: list(zel.messages(b"none")), 2007, None, "offset 0"),
-    "summary, cut": (lambda path: zel.summary(path.read_bytes()[:-1]), 2006, None, "offset 621"),
-    "decode, more": (lambda path: zel.decode(path.read_bytes()), 1001, None, "447 bytes follow"),
-    "decode, nothing": (lambda path: zel.decode(b""), 2006, None, ""),
-    "decode, no frame": (lambda path: zel.decode(b"12345", framed=False), 1413, None, ""),
-    "encode, name": (lambda path: zel.encode({"name": "NOPE"}), 2001, None, "NOPE"),
-    "encode, member": (lambda path: zel.encode({"name": "SIGN_OFF", "size": 1}), 1001, "size", "no member"),
-    "encode, field": (lambda path: zel.encode({"name": "SIGN_OFF", "fields": {"SIDE": 1}}), 1001, "SIDE", "no such"),
-    "encode, value": (lambda path: zel.encode({"name": "SIGN_OFF", "fields": {"SENT_AT": "now"}}), 1001, "SENT_AT", "1999"),
-    "encode, missing": (lambda path: zel.encode({"name": "CANCEL_ORDER"}), 1476, "CLIENT_ORDER_REF", ""),
-    "encode, count": (lambda path: zel.encode({"name": "NEW_ORDER", "fields": {"ALLOCATION_COUNT": 2}}), 1001,
-                      "ALLOCATION_COUNT", "0 elements"),
-    "write, mandatory": (lambda path: zel.write(io.BytesIO(), "CANCEL_ORDER", {"SYMBOL": ["A"]}), 2001, None,
-                         "CLIENT_ORDER_REF"),
-    "write, no field": (lambda path: zel.write(io.BytesIO(), "CANCEL_ORDER", rows(SIDE=1)), 2001, "SIDE", "no field"),
-    "write, float": (lambda path: zel.write(io.BytesIO(), "NEW_ORDER", rows(SIDE=1.0)), 2001, "SIDE", "whole numbers"),
-    "write, range": (lambda path: zel.write(io.BytesIO(), "NEW_ORDER", rows(SIDE=70000)), 2002, "SIDE", "row 0"),
-    "write, money": (lambda path: zel.write(io.BytesIO(), "NEW_ORDER", rows(SIDE=1, LIMIT_PRICE=1.5)), 2001,
-                     "LIMIT_PRICE", "zel.money"),
-    "write, date": (lambda path: zel.write(io.BytesIO(), "NEW_ORDER", rows(SIDE=1, ENTERED_AT="2024")), 2001,
-                    "ENTERED_AT", "datetime64"),
-    "write, year": (lambda path: zel.write(io.BytesIO(), "NEW_ORDER", rows(SIDE=1, ENTERED_AT=np.datetime64("1800"))),
-                    2001, "ENTERED_AT", "1900"),
-    "write, bytes": (lambda path: zel.write(io.BytesIO(), "NEW_ORDER", rows(SIDE=1, ROUTE_TOKEN="text")), 2001,
-                     "ROUTE_TOKEN", "bytes"),
-    "write, no rows": (lambda path: zel.write(io.BytesIO(), "NEW_ORDER", np.zeros(3)), 2001, None, "structured"),
-    "write, group": (lambda path: zel.write(io.BytesIO(), "NEW_ORDER", rows(SIDE=1), {"row": [1], "ALLOCATION_KIND": [0]}),
-                     2001, "row", "rise"),
-    "write, counts": (lambda path: zel.write(io.BytesIO(), "NEW_ORDER", zel.read(path, "NEW_ORDER")), 2001,
-                      "ALLOCATION_COUNT", "group="),
-    "write, wide money": (lambda path: write_one(LIMIT_PRICE=np.array([(2**40, 20)], [("amount", "i8"), ("code", "i8")])),
-                          2001, "LIMIT_PRICE", "32 bits"),
-    "write, half an amount": (lambda path: write_one(LIMIT_PRICE=np.array([(1.5, 20)], [("amount", "f8"), ("code", "i2")])),
-                              2001, "LIMIT_PRICE", "whole numbers"),
-    "write, money columns": (lambda path: write_one(**{"LIMIT_PRICE.amount": [2**40], "LIMIT_PRICE.code": [20]}), 2001,
-                             "LIMIT_PRICE", "32 bits"),
-    "write, decimal": (lambda path: write_one(LIMIT_PRICE=[Decimal("1e999999")]), 2001, "LIMIT_PRICE", "32 bits"),
-    "write, wide dates": (lambda path: write_one(ENTERED_AT=np.ones(1, [(name, "i4") for name in zel.DateTime._fields])),
-                          2001, "ENTERED_AT", "datetime64"),
-    "write, a table": (lambda path: write_one(QUANTITY=np.ones((1, 1), int)), 2001, "QUANTITY", "2 dimensions"),
-    "write, a scalar": (lambda path: write_one(QUANTITY=1), 2001, "QUANTITY", "0 dimensions"),
-    "write, a column twice": (lambda path: zel.write(io.BytesIO(), "NEW_ORDER", pandas.DataFrame([[1, 2]], columns=["SIDE"] * 2)),
-                              2001, "SIDE", "2 dimensions"),
-    "write, objects": (lambda path: write_one(ROUTE_TOKEN=np.array([(1, b"a")], [("length", "u4"), ("data", "O")])), 2001,
-                       "ROUTE_TOKEN", "V or S"),
-    "write, arrays": (lambda path: write_one(ROUTE_TOKEN=np.array([(1, [1, 2])], [("length", "u4"), ("data", "u1", 2)])),
-                      2001, "ROUTE_TOKEN", "V or S"),
-    "encode, no fields": (lambda path: zel.encode({"name": "SIGN_OFF", "fields": [1]}), 1001, "fields", "object"),
-    "encode, no group": (lambda path: zel.encode({"name": "NEW_ORDER", "group": {"row": 1}}), 1001, "group", "list"),
-    "encode, no element": (lambda path: zel.encode({"name": "NEW_ORDER", "group": [1]}), 1001, "group[0]", "object"),
-    "encode, zero byte": (lambda path: zel.encode({"name": "NEW_ORDER", "fields": {"LIMIT_PRICE": "1\0"}}), 1001,
-                          "LIMIT_PRICE", "money as text"),
-    "money, code": (lambda path: zel.money([1], 7), 1462, None, "display code"),
-    "money, nan": (lambda path: zel.money([np.nan], 20), 2002, None, ""),
-    "dictionary, capture": (lambda path: zel.Dictionary(path), 2010, None, "not a dictionary image"),
-    "dictionary, cut": (lambda path: zel.Dictionary(SAMPLE.image[:-1]), 2010, None, "damaged"),
-    "dictionary, version": (lambda path: zel.Dictionary(SAMPLE.image[:8] + b"\x02" + SAMPLE.image[9:]), 2010, None,
-                            "version 2"),
-}
-
-
-@pytest.mark.parametrize("name", CALLS)
-def test_errors(capture, name):
-    call, code, field, text = CALLS[name]
+@pytest.mark.parametrize("row", made.cases("errors.txt"), ids=lambda row: row[0])
+def test_errors(capture, row):
+    _, code, field, text, call = row
     with pytest.raises(zel.Error) as raised:
-        call(capture)
-    assert (raised.value.code, raised.value.field) == (code, field)
+        eval(call, globals(), {"path": capture})
+    assert (raised.value.code, raised.value.field) == (int(code), field or None)
     assert text in str(raised.value)
     again = pickle.loads(pickle.dumps(raised.value))
-    assert (str(again), again.code, again.offset) == (str(raised.value), code, raised.value.offset)
-
-
-ARGUMENTS = {
-    "width": lambda: zel.read(b"", "NEW_ORDER", width=0), "version": lambda: write_with(version=65536),
-    "user_data": lambda: write_with(user_data=2**32), "first_id": lambda: write_with(first_id=70000),
-    "service_id": lambda: write_with(service_id=(0, -40000)), "format": lambda: write_with(format=3),
-    "money": lambda: zel.read(b"", "NEW_ORDER", money="text"), "errors": lambda: zel.messages(b"", errors="none").__next__(),
-}
+    assert (str(again), again.code, again.offset) == (str(raised.value), int(code), raised.value.offset)
 
 
 def write_with(**options):
     return zel.write(io.BytesIO(), "NEW_ORDER", rows(SIDE=1), **options)
 
 
-@pytest.mark.parametrize("name", ARGUMENTS)
-def test_arguments(capture, name):
+@pytest.mark.parametrize("name, call", made.cases("arguments.txt"))
+def test_arguments(capture, name, call):
     with pytest.raises(ValueError, match=f"^{name}.*=.*expected"):
-        ARGUMENTS[name]()
+        eval(call)
 
 
 def test_paths_that_cannot_be(capture, tmp_path):
@@ -143,17 +64,10 @@ def test_paths_that_cannot_be(capture, tmp_path):
         zel.decode(str(capture))
 
 
-SOURCES = {"x": "is not JSON", '{"fields":[],"messages":[],"more":1}': "expected an object",
-           '{"fields":[{"id":10,"id":11,"name":"A","type":"text"}],"messages":[]}': "a key stands twice",
-           '{"fields":[{"id":10,"name":"A","type":"words"}],"messages":[]}': "field A.type",
-           '{"fields":[{"id":99999,"name":"A","type":"text"}],"messages":[]}': "field A.id",
-           '{"fields":[],"messages":[{"type":1,"subType":1,"name":"M","fields":["B"]}]}': "no field B"}
-
-
-@pytest.mark.parametrize("text", SOURCES)
-def test_faults_of_sources(tmp_path, text):
+@pytest.mark.parametrize("fault, text", made.cases("sources.txt"))
+def test_faults_of_sources(tmp_path, fault, text):
     (tmp_path / "bad.json").write_text(text)
-    with pytest.raises(zel.Error, match=SOURCES[text]):
+    with pytest.raises(zel.Error, match=fault):
         zel.Dictionary(tmp_path / "bad.json")
 
 
@@ -318,4 +232,3 @@ def test_long_texts_cost_frames_nothing(capture):
     zel.write(target, "CANCEL_ORDER", table)
     assert zel.frame(target.getvalue(), "CANCEL_ORDER").CLIENT_ORDER_REF.tolist() == texts
     assert len(zel.read(target.getvalue(), "CANCEL_ORDER", width=16, errors="skip")) == 20000
-    assert isinstance(pandas.DataFrame(table), pandas.DataFrame)

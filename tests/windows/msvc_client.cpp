@@ -4,6 +4,17 @@
 #include "zelprovider.h"
 #include "zelstream.h"
 
+#if defined(_WIN64)
+#define MEMBER "QEAA"
+#else
+#define MEMBER "QAE"
+#endif
+
+extern "C" {
+// A constructor by its name, for its result: the object. Compilers count on it.
+void* __thiscall Construct(void* self, short version, int packFormat2) asm("??0CZELMessage@@" MEMBER "@FH@Z");
+}
+
 namespace {
 
 int reports = 0;
@@ -75,6 +86,9 @@ void Messages() {
     CHECK(received.getZelIdFromName(side) == Id(side));
     received.destroyStruct();
     CHECK(received.message == nullptr);
+    // Called so that this compiler does not know the result beforehand.
+    void*(__thiscall* volatile construct)(void*, short, int) = &Construct;
+    CHECK(construct(&received, 0, 0) == &received);
 
     short msgType = 0;
     short subType = 0;
