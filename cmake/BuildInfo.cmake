@@ -5,6 +5,7 @@ file(STRINGS "${SOURCE}/cmake/commit.txt" commit REGEX "^[0-9a-f]+$")
 if(commit)
     string(SUBSTRING ${commit} 0 12 commit)
 elseif(EXISTS "${SOURCE}/.git")
+    set(ENV{GIT_OPTIONAL_LOCKS} 0)  # the user may be at work there
     execute_process(COMMAND git describe --always --dirty --abbrev=12 --exclude=* WORKING_DIRECTORY "${SOURCE}"
         OUTPUT_VARIABLE commit OUTPUT_STRIP_TRAILING_WHITESPACE ERROR_QUIET)
     string(REPLACE "-dirty" ", with changes" commit "${commit}")

@@ -27,16 +27,17 @@ if command -v python3 >/dev/null; then
     expect "version of the recipe of Conan" "$version" "$(python3 -B "$source/tests/packaging/conan.py")"
 fi
 
-commit_of() {  # folder with cmake/
-    cmake -DSOURCE="$1" -DVERSION= -DOUTPUT="$work/build_info.cpp" -P "$source/cmake/BuildInfo.cmake"
+commit_of() {  # text of commit.txt
+    mkdir -p "$work/cmake"
+    echo "$1" >"$work/cmake/commit.txt"
+    cmake -DSOURCE="$work" -DVERSION= -DOUTPUT="$work/build_info.cpp" -P "$source/cmake/BuildInfo.cmake"
     sed -nE 's/.*"", "(.*)".*/\1/p' "$work/build_info.cpp"
 }
-mkdir -p "$work/copied" "$work/archived"
-cp -r "$source/cmake" "$work/copied"
-expect "commit of copied sources" unknown "$(commit_of "$work/copied")"
-if head=$(git -C "$source" rev-parse --short=12 HEAD 2>/dev/null); then
-    git -C "$source" archive HEAD cmake/commit.txt | tar -x -C "$work/archived"
-    expect "commit of an archive" "$head" "$(commit_of "$work/archived")"
+# shellcheck disable=SC2016
+expect "commit of copied sources" unknown "$(commit_of '$Format:%H$')"
+if [ -e "$source/.git" ] && head=$(git -C "$source" rev-parse HEAD 2>/dev/null); then
+    expect "commit of an archive" "${head:0:12}" \
+        "$(commit_of "$(git -C "$source" archive HEAD cmake/commit.txt | tar -xO)")"
 fi
 
 if command -v groff >/dev/null; then

@@ -14,7 +14,8 @@
 
 namespace zel::tools {
 
-// Far more than dictionaries have, and little enough for nodes to count in 32 bits: each takes 28 bytes for 2 of the text.
+// Far more than dictionaries have, and little enough for nodes to count in 32 bits: each takes 28 bytes for 2 of the
+// text.
 inline constexpr std::size_t kLongestJson = std::size_t{64} << 20U;
 
 enum class JsonKind : std::uint8_t { kWord, kNumber, kText, kArray, kObject };
@@ -28,7 +29,8 @@ using MoreText = std::function<bool(std::string& text)>;
 // lies deeper than any source or message goes.
 class JsonDocument {
 public:
-    // Asks for no more text than the value needs, which the caller keeps below kLongestJson. Faults go to `findings`: one of the syntax ends the reading.
+    // Asks for no more text than the value needs, which the caller keeps below kLongestJson. Faults go to `findings`:
+    // one of the syntax ends the reading.
     void Read(const MoreText& more, Findings& findings);
 
     // The value; none after a fault of the syntax.

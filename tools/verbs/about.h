@@ -14,8 +14,8 @@ struct BuildInfo {
 // This program's. The build writes the file that defines it.
 extern const BuildInfo kBuildInfo;
 
-// One line for each thing, without the end of the last. A dictionary or compressor that cannot be used is said here, and
-// nowhere else.
+// One line for each thing, without the end of the last. A dictionary or compressor that cannot be used is said here,
+// and nowhere else.
 [[nodiscard]] std::string AboutText(const BuildInfo& build);
 
 }  // namespace zel::tools
