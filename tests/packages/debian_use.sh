@@ -36,7 +36,7 @@ zel dict check /usr/share/zel/sample.json >/dev/null
 zel sample NEW_ORDER --count 50 --frames >day.zel
 python3 -c 'import zel; assert len(zel.read("day.zel", "NEW_ORDER")) == 50'
 [ "$(python3 -c 'import zel; print("zel", zel.__version__)')" = "$(zel --version | sed -n 1p)" ]
-zel sample CANCEL_ORDER --count 3 | zel encode --hex | sed 's/^/000000 /' | text2pcap -q -T 40000,9000 - day.pcap
+zel sample CANCEL_ORDER --count 3 | zel encode --hex | sed 's/^/000000 /' | text2pcap -q -T 40000,9000 - day.pcap 2>/dev/null
 [ "$(tshark -r day.pcap -Y zel 2>/dev/null | grep -c CANCEL_ORDER)" = 3 ] || fail "tshark shows no messages"
 # A dissector of the user's own stands in its place.
 mkdir -p "$work/.local/lib/wireshark/plugins"
