@@ -291,6 +291,32 @@ void SendFromThreads(std::array<Line, 2>& lines) {
 
 // ---- The first page -------------------------------------------------------------------------------------------------
 
+bool ReadmeRecords() {
+    struct Cancel {
+        std::string_view reference;
+        std::string_view symbol;
+        std::optional<std::string_view> reason;
+    };
+
+    constexpr zel::Layout kCancel{
+        zel::Message<Cancel>{10, 2},  // type and sub-type in the dictionary
+        zel::Field("CLIENT_ORDER_REF", &Cancel::reference),
+        zel::Field("SYMBOL", &Cancel::symbol),
+        zel::Field("CANCEL_REASON", &Cancel::reason),
+    };
+
+    const zel::Library library;           // loads the dictionary provider
+    const auto binding = kCancel.Bind();  // once; binding.Error() tells what does not fit
+
+    std::array<char, ZEL_MAX_FRAME> buffer;
+    const auto frame = binding->Pack({"A1", "RYE", std::nullopt}, buffer);
+    // Send frame->size() bytes from frame->data(), or see frame.Error().
+
+    Cancel received;
+    const auto used = binding->Unpack(*frame, received);
+    return used && received.symbol == "RYE" && !received.reason;
+}
+
 bool Readme() {
     zel::AnyMessage order("CANCEL_ORDER");  // or (10, 2): type and sub-type
     order.Set("CLIENT_ORDER_REF", "A1");
@@ -354,6 +380,7 @@ int main() {
     if (Start() != 0 || StartPlain() != 0) {
         return 1;
     }
+    Expect(ReadmeRecords(), "the first page, records");
     const zel::Library library;
     RunChapters();
     SayEverything();

@@ -5,13 +5,13 @@
 
 #include "include/zelmessage.h"
 #include "tests/support/bytes.h"
-#include "tests/support/documented_bytes.h"
+#include "tests/support/page.h"
 
 namespace zel::test {
 namespace {
 
 TEST(WireFormatDocument, ShowsWhatTheLibraryWrites) {
-    const std::string document = DocumentedBytes("wire-format.md");
+    const std::string document = DocumentedBytes("docs/wire-format.md");
     CZELMessage::init();
     struct Row {
         const char* name;

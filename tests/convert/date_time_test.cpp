@@ -1,8 +1,9 @@
 #include "convert/date_time.h"
 
 #include <algorithm>
-#include <climits>
+#include <array>
 #include <memory>
+#include <sstream>
 
 #include "convert/seconds.h"
 #include "tests/support/bytes.h"
@@ -13,16 +14,18 @@ namespace zel::test {
 namespace {
 
 constexpr _datetime kBoth{30, 11, 99, 9, 5, 7, 0, 3};
-constexpr _datetime kLongest{-128, -128, 255, -128, -128, -128, 0, 3};
-
-_datetime OfKind(int kind) {
-    _datetime value = kBoth;
-    value.kind = static_cast<unsigned char>(kind);
-    return value;
-}
+constexpr _datetime kBefore{7, 7, 7, 7, 7, 7, 7, 2};
+constexpr char kUntouched[] = "07 07 07 07 07 07 07 02";
+constexpr char kNotBuilt[] = "-1: 1001 ZELFormatDateTime failed";
 
 std::string Bytes(const _datetime& value) {
     return ToHex({reinterpret_cast<const char*>(&value), sizeof value});
+}
+
+_datetime FromBytes(const std::string& hex) {
+    _datetime value{};
+    std::memcpy(&value, FromHex(hex).data(), sizeof value);
+    return value;
 }
 
 // The text that `render` writes into a buffer of exactly the documented size.
@@ -31,26 +34,6 @@ std::string Text(std::size_t room, Render render) {
     const std::unique_ptr<char[]> text(new char[room]);
     EXPECT_EQ(render(text.get()), 0);
     return text.get();
-}
-
-std::string Date(const _datetime& value, short format) {
-    return Text(18, [&](char* text) { return ZELDateToStr(&value, text, format); });
-}
-
-std::string Time(const _datetime& value, short format) {
-    return Text(18, [&](char* text) { return ZELTimeToStr(&value, text, format); });
-}
-
-std::string DateTime(const _datetime& value) {
-    return Text(18, [&](char* text) { return ZELDateTimeToStr(&value, text); });
-}
-
-std::string InFormats(const _datetime& value, short dateFormat, short timeFormat) {
-    return Text(31, [&](char* text) { return ZELDateTimeToStrInFormats(&value, text, dateFormat, timeFormat); });
-}
-
-std::string YearFirst(const _datetime& value) {
-    return Text(31, [&](char* text) { return ZELDateTimeToStrYearFirst(&value, text); });
 }
 
 TEST(SecondsOf, CountsTheDaysOfTheCalendar) {
@@ -84,67 +67,43 @@ TEST(SecondsOf, CountsTheDaysOfTheCalendar) {
 }
 
 TEST(SecondsOf, TakesWhatTheKindSays) {
-    const struct {
-        _datetime value;
-        std::int64_t seconds;
-    } rows[] = {
-        {{30, 11, 99, 9, 5, 7, 0, 3}, 943952707},  {{30, 11, 99, -1, 60, 60, 9, 1}, 943920000},
-        {{0, 0, 0, 9, 5, 7, 0, 2}, 32707},         {{31, 12, 255, 24, 0, 0, 0, 3}, 5869584000},
-        {{30, 11, 99, 9, 5, 7, 0, 0}, kNoSeconds}, {{30, 11, 99, 9, 5, 7, 0, 4}, kNoSeconds},
-        {{31, 11, 99, 9, 5, 7, 0, 3}, kNoSeconds}, {{0, 0, 0, 25, 0, 0, 0, 2}, kNoSeconds},
-        {{0, 0, 0, -1, 0, 0, 0, 2}, kNoSeconds},   {{0, 0, 0, 0, 60, 0, 0, 2}, kNoSeconds},
-        {{0, 0, 0, 0, -128, 0, 0, 2}, kNoSeconds}, {{0, 0, 0, 0, 0, 60, 0, 2}, kNoSeconds},
-        {{0, 0, 0, 0, 0, -1, 0, 2}, kNoSeconds},
-    };
-    for (const auto& row : rows) {
-        EXPECT_EQ(SecondsOf(row.value), row.seconds) << Bytes(row.value);
+    for (const Cells& row : ReadCases("tests/convert/cases/seconds.txt", 2)) {
+        const std::int64_t seconds = SecondsOf(FromBytes(row[0]));
+        EXPECT_EQ(seconds == kNoSeconds ? "none" : std::to_string(seconds), row[1]) << row[0];
     }
 }
 
 TEST(ZELFormatDateTime, ChecksUpperBoundsAlone) {
     RecordedReports reports;
-    for (int wrong = -1; wrong < 8; ++wrong) {
-        int v[8] = {31, 12, 254, 24, 59, 59, INT_MAX, 3};
-        if (wrong == 6) {
-            continue;  // no limit
+    for (const Cells& row : ReadCases("tests/convert/cases/date_time_parts.txt", 2)) {
+        std::istringstream parts(row[0]);
+        std::array<int, 8> v{};
+        for (int& part : v) {
+            parts >> part;
         }
-        v[wrong < 0 ? 6 : wrong] += wrong < 0 ? 0 : 1;
-        _datetime value = kBoth;
+        _datetime value = kBefore;
         EXPECT_EQ(reports.With(ZELFormatDateTime(v[0], v[1], v[2], v[3], v[4], v[5], v[6], v[7], &value)),
-                  wrong < 0 ? "0" : "-1: 1001 ZELFormatDateTime failed");
-        EXPECT_EQ(Bytes(value), wrong < 0 ? "1F 0C FE 18 3B 3B FF 03" : Bytes(kBoth)) << wrong;
+                  row[1].empty() ? kNotBuilt : "0")
+            << row[0];
+        EXPECT_EQ(Bytes(value), row[1].empty() ? kUntouched : row[1]) << row[0];
     }
-    EXPECT_EQ(reports.With(ZELFormatDateTime(0, 0, 0, 0, 0, 0, 0, 0, nullptr)), "-1: 1001 ZELFormatDateTime failed");
-    _datetime value{1, 2, 3, 4, 5, 6, 7, 8};
-    EXPECT_EQ(ZELFormatDateTime(-1, -1, -1, -1, -1, -1, -1, 1, &value), 0);
-    EXPECT_EQ(Bytes(value), "01 02 03 04 05 06 07 01");
-    EXPECT_EQ(ZELFormatDateTime(-2, -2, -2, -2, -2, INT_MIN, -2, -2, &value), 0);
-    EXPECT_EQ(Bytes(value), "FE FE FE FE FE 00 FE FE");
+    EXPECT_EQ(reports.With(ZELFormatDateTime(0, 0, 0, 0, 0, 0, 0, 0, nullptr)), kNotBuilt);
 }
 
-TEST(DateTimeTexts, ByKind) {
-    for (int kind = 0; kind < 256; ++kind) {
-        const _datetime value = OfKind(kind);
-        const bool date = kind == 1 || kind == 3;
-        const bool time = kind == 2 || kind == 3;
-        EXPECT_EQ(Date(value, 7), date ? "991130" : "00/00/1900");
-        EXPECT_EQ(Time(value, 6), time ? "0905" : "00:00:00");
-        const std::string both = kind == 3 ? "99/11/30 09:05:07" : "99/11/30";
-        EXPECT_EQ(DateTime(value), date ? both : time ? "09:05:07" : "00:00:00") << kind;
-        const std::string yearFirst = kind == 3 ? "1999/11/2.2hd 09:05:07" : "1999/11/2.2hd";
-        EXPECT_EQ(YearFirst(value), date ? yearFirst : time ? "09:05:07" : "00:00:00") << kind;
-        EXPECT_EQ(InFormats(value, 14, 4),
-                  std::string(date ? "11/30/1999" : "00/00/1900") + (time ? " 09:05" : " 00:00:00"));
+TEST(DateTimeTexts, Cases) {
+    for (const Cells& row : ReadCases("tests/convert/cases/date_texts.txt", 8)) {
+        const _datetime value = FromBytes(row[0]);
+        const auto date = row.Number<short>(1);
+        const auto time = row.Number<short>(2);
+        const auto isText = [&row](std::size_t room, const std::string& expected, auto render) {
+            EXPECT_EQ(Text(room, render), expected) << row[0];
+        };
+        isText(18, row[3], [&](char* text) { return ZELDateToStr(&value, text, date); });
+        isText(18, row[4], [&](char* text) { return ZELTimeToStr(&value, text, time); });
+        isText(18, row[5], [&](char* text) { return ZELDateTimeToStr(&value, text); });
+        isText(31, row[6], [&](char* text) { return ZELDateTimeToStrYearFirst(&value, text); });
+        isText(31, row[7], [&](char* text) { return ZELDateTimeToStrInFormats(&value, text, date, time); });
     }
-}
-
-TEST(DateTimeTexts, OfYearsFrom2000OnAndOddNumbers) {
-    EXPECT_EQ(Date({1, 2, 105, 0, 0, 0, 0, 1}, 1), "05/02/01");
-    EXPECT_EQ(Date({1, 2, 105, 0, 0, 0, 0, 1}, 14), "02/01/2005");
-    EXPECT_EQ(Date({1, 2, 200, 0, 0, 0, 0, 1}, 1), "100/02/01");
-    EXPECT_EQ(DateTime({30, 11, 200, 9, 5, 7, 0, 3}), "100/11/30 09:05:0");
-    EXPECT_EQ(DateTime(kLongest), "155/-128/-128 -12");
-    EXPECT_EQ(InFormats(kLongest, 16, 3), "2155/-128/2.2hd -128:-128:-128");
 }
 
 TEST(DateTimeTexts, NullArguments) {
@@ -187,10 +146,6 @@ TEST(DateTimeToTimeT, AgreesWithLocalTime) {
         EXPECT_EQ(DateTimeToTimeT(&value), -1);
     }
 }
-
-constexpr _datetime kBefore{7, 7, 7, 7, 7, 7, 7, 2};
-constexpr char kUntouched[] = "07 07 07 07 07 07 07 02";
-constexpr char kNotBuilt[] = "-1: 1001 ZELFormatDateTime failed";
 
 TEST(ZELStrToDate, Cases) {
     RecordedReports reports;

@@ -3,11 +3,10 @@
 #include <array>
 #include <cfenv>
 #include <climits>
-#include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <map>
 
+#include "bench/printed_values.h"
 #include "convert/money_parse.h"
 #include "tests/support/cases.h"
 #include "tests/support/recorded_reports.h"
@@ -126,24 +125,16 @@ TEST(ZELMoneyToStr, Cases) {
 }
 
 TEST(ZELMoneyToStr, EveryNumeratorAsTheCLibraryPrintsIt) {
-    for (short code = 2; code <= 256; code = static_cast<short>(code * 2)) {
-        for (int n = 1 - code; n < code; ++n) {
-            const std::string fraction = n == 0 ? "0" : std::to_string(n) + '/' + std::to_string(code);
-            ASSERT_EQ(Render({n, code}, 0), fraction);
-            ASSERT_EQ(Render({n, code}, 3), n == 0 ? "$0" : fraction);
-        }
-    }
-    int denominator = 1;
-    for (int places = 1; places <= 5; ++places) {
-        denominator *= 10;
-        for (int n = 1 - denominator; n < denominator; ++n) {
-            const std::string sign = n < 0 ? "-" : "";
-            char printed[kBuffer];
-            (void)std::snprintf(printed, sizeof printed, "0.%0*d", places, std::abs(n));
-            ASSERT_EQ(Render({n, static_cast<short>(10 * places)}, 0), sign + printed);
-            // Cents that round up to a whole are shown as none.
-            (void)std::snprintf(printed, sizeof printed, "%.2f", static_cast<double>(std::abs(n)) / denominator);
-            ASSERT_EQ(Render({n, static_cast<short>(10 * places)}, 3), sign + "$0" + (printed + 1));
+    constexpr short kCodes[] = {2, 4, 8, 16, 32, 64, 128, 256, 10, 20, 30, 40, 50};
+    for (const short code : kCodes) {
+        const auto denominator = static_cast<ZELLong>(DisplayCodeToDenominator(code));
+        for (ZELLong n = 1 - denominator; n < denominator; ++n) {
+            // Cents, in the format 3, that round up to a whole are shown as none.
+            for (const short format : {short{0}, short{3}}) {
+                char printed[kBuffer];
+                ASSERT_TRUE(bench::PrintMoney({n, code}, printed, format));
+                ASSERT_STREQ(Render({n, code}, format).c_str(), printed) << n << ", " << code;
+            }
         }
     }
 }

@@ -17,8 +17,8 @@
 #include <vector>
 
 #include "sample_dictionary.hpp"
-#include "tests/cpp/page.h"
 #include "tests/support/environment.h"
+#include "tests/support/page.h"
 #include "zel.hpp"
 
 namespace zel::test {
@@ -238,7 +238,7 @@ TEST_F(CppMessages, SayWhatThePageSaysOfMistakes) {
         row.make(order);
         std::array<unsigned char, kZELMaxFrame> buffer;
         const auto packed = order.Pack(buffer);
-        const std::vector<std::string> said = {row.name, std::to_string(packed.Code()), packed.Error()};
+        const Cells said = {row.name, std::to_string(packed.Code()), packed.Error()};
         EXPECT_NE(std::find(page.begin(), page.end(), said), page.end())
             << "| " << said[0] << " | " << said[1] << " | " << said[2] << " |";
     }

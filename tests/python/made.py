@@ -6,13 +6,10 @@ import random
 import subprocess
 from pathlib import Path
 
+import generated
+
 ROOT = Path(__file__).resolve().parents[2]
 COMMAND = os.environ["ZEL_COMMAND"]
-
-HEADER = [(1, "ZEL_HDR_FLAGS", "short"), (2, "ZEL_HDR_MSG_TYPE", "long"), (3, "ZEL_HDR_SERVICEID", "long"),
-          (4, "ZEL_HDR_MSGID", "long"), (5, "ZEL_HDR_NUMFIELDS", "short"), (6, "ZEL_HDR_USER_DATA", "long"),
-          (7, "ZEL_HDR_VAR_USER_DATA", "bytes11")]
-TYPES = ["short", "long", "int", "chars", "text", "float", "double", "datetime", "money", "bytes10", "bytes11"]
 
 
 def cases(name):
@@ -23,34 +20,6 @@ def cases(name):
 
 def run(*arguments, given=b""):
     return subprocess.run([COMMAND, *map(str, arguments)], input=given, capture_output=True, check=True).stdout
-
-
-def source(rng: random.Random) -> dict:
-    fields = [{"id": number, "name": name, "type": kind} for number, name, kind in HEADER]
-    ids = iter(sorted(rng.sample([each for each in range(10, 400) if each != 140], 30)))
-
-    def field(kind):
-        made = {"id": next(ids), "name": f"F{len(fields)}_{kind.upper()}", "type": kind}
-        made.update({"length": rng.choice([1, 2, 7])} if kind == "chars" else {})
-        made.update({"version": rng.randint(0, 3)} if rng.random() < 0.3 else {})
-        fields.append(made)
-        return made["name"]
-
-    def entries(count):
-        names = [field(rng.choice(TYPES)) for _ in range(count)]
-        return [{"field": name, "presence": "mandatory"} if rng.random() < 0.3 else name for name in names]
-
-    messages = []
-    fields.append({"id": 140, "name": "MARK", "type": "short"})
-    for sub_type in range(rng.randint(2, 4)):
-        listed = entries(rng.randint(0, 5))
-        if rng.random() < 0.7:
-            marker = [{"field": "MARK", "presence": "mandatory"}] if rng.random() < 0.5 else []
-            count = {"field": field(rng.choice(["short", "long"])), "presence": "mandatory"}
-            listed += [{"group": {"count": count, "fields": marker + entries(rng.randint(1, 3))}}]
-            listed += entries(rng.randint(0, 1))
-        messages.append({"type": rng.choice([5, -7]), "subType": sub_type, "name": f"M{len(messages)}", "fields": listed})
-    return {"fields": fields, "messages": messages}
 
 
 def value(rng: random.Random, kind: str, length: int, full: bool):
@@ -102,7 +71,7 @@ def message(rng: random.Random, made: dict, number: int) -> dict:
 def capture(seed: int, folder, count: int = 60):
     """Path of a source, path of a capture, and the lines that the command decodes it to."""
     rng = random.Random(seed)
-    made = source(rng)
+    made = generated.dictionary(rng, odd=False)
     dictionary, target = folder / f"{seed}.json", folder / f"{seed}.zel"
     dictionary.write_text("// made\n" + json.dumps(made))
     lines = "".join(json.dumps(message(rng, made, number + 1)) + "\n" for number in range(count))

@@ -4,6 +4,7 @@ import datetime
 import io
 import json
 
+import generated
 import made
 import numpy as np
 import pandas
@@ -115,7 +116,7 @@ def test_dates(tmp_path):
     for name, most in zip(DATETIME.names, (33, 14, 256, 27, 62, 62, 2, 5)):
         dates[name] = random.integers(0, most, len(dates))
     dates[:1000] = random.integers(0, 2**63, 1000, np.uint64).view(DATETIME)
-    fields = [{"id": number, "name": name, "type": kind} for number, name, kind in [*made.HEADER, (10, "AT", "datetime")]]
+    fields = [*generated.HEADER, {"id": 10, "name": "AT", "type": "datetime"}]
     listed = [{"type": 1, "subType": 1, "name": "M", "fields": ["AT"]}]
     (tmp_path / "dates.json").write_text(json.dumps({"fields": fields, "messages": listed}))
     dictionary = zel.Dictionary(tmp_path / "dates.json")

@@ -128,12 +128,25 @@ Spread SampleSpread() {
     return {7, 2, {{"RYE", -5, 1}, {"BARLEY4", 1 << 20, 1}, {"unused", 0, 0}}, {"spread", 6}};
 }
 
-std::string PackSpread(const ZELBinding* binding, const Spread& spread, ZELEnvelope envelope = {}) {
-    std::string frame(ZEL_MAX_FRAME, '\0');
+// The result, and the frame, which is "" when there is none.
+int Pack(const Bound& binding, const Spread& spread, std::string& frame, ZELEnvelope envelope = {},
+         ZELFailure* failure = nullptr) {
     std::size_t length = 0;
-    EXPECT_EQ(ZELPackRecord(binding, &spread, &envelope, frame.data(), frame.size(), &length, nullptr), 0);
-    frame.resize(length);
+    frame.resize(ZEL_MAX_FRAME + envelope.varUserData.length);
+    const int result = ZELPackRecord(binding.get(), &spread, &envelope, frame.data(), frame.size(), &length, failure);
+    frame.resize(result == 0 ? length : 0);
+    return result;
+}
+
+std::string Packed(const Bound& binding, const Spread& spread, ZELEnvelope envelope = {}) {
+    std::string frame;
+    EXPECT_EQ(Pack(binding, spread, frame, envelope), 0);
     return frame;
+}
+
+int Unpack(const Bound& binding, std::string_view frame, Spread& spread, ZELReading* reading = nullptr,
+           ZELFailure* failure = nullptr) {
+    return ZELUnpackRecord(binding.get(), frame.data(), frame.size(), &spread, reading, failure);
 }
 
 // ---- Layouts that do not fit ----------------------------------------------------------------------------------------
@@ -240,18 +253,14 @@ TEST(Binding, KnowsWhetherItIsCurrent) {
         EXPECT_EQ(reports.TakeText(), "1416 Type/SubType pair not found in the message table in shared memory");
         tables.ChangeMessage(kMarkedGroup).subType = kMarkedGroup;
         tables.Install();
-        const std::string frame = PackSpread(binding.get(), SampleSpread());
+        Spread spread = SampleSpread();
+        std::string frame = Packed(binding, spread);
         StopUsingTables();
         EXPECT_EQ(ZELIsCurrent(binding.get()), 0);
-        Spread spread = SampleSpread();
-        char buffer[ZEL_MAX_FRAME];
-        std::size_t length = 0;
+        EXPECT_EQ(Unpack(binding, frame, spread), ZEL_NO_DICTIONARY);
         ZELFailure failure;
-        EXPECT_EQ(ZELPackRecord(binding.get(), &spread, nullptr, buffer, sizeof buffer, &length, &failure),
-                  ZEL_NO_DICTIONARY);
+        EXPECT_EQ(Pack(binding, SampleSpread(), frame, {}, &failure), ZEL_NO_DICTIONARY);
         EXPECT_STREQ(failure.text, "SIDE (10): no dictionary is in use: call ZELStart first, and ZELStop last");
-        EXPECT_EQ(ZELUnpackRecord(binding.get(), frame.data(), frame.size(), &spread, nullptr, nullptr),
-                  ZEL_NO_DICTIONARY);
         EXPECT_EQ(SpreadLayout().Bind(&none, text), ZEL_NO_MESSAGE_TABLE);
         binding.reset();
     }
@@ -314,12 +323,9 @@ TEST(Results, SayWhatIsWrongWithARecord) {
         if (spread.note.length == text.size()) {
             spread.note.data = text.data();
         }
-        char buffer[ZEL_MAX_FRAME];
-        std::size_t length = 0;
+        std::string frame;
         ZELFailure failure{};
-        EXPECT_EQ(ZELPackRecord(binding.get(), &spread, &envelope, buffer, sizeof buffer, &length, &failure),
-                  row.result)
-            << row.name;
+        EXPECT_EQ(Pack(binding, spread, frame, envelope, &failure), row.result) << row.name;
         EXPECT_EQ(failure.repetition, row.repetition) << row.name;
         if (row.text != nullptr) {
             EXPECT_STREQ(failure.text, row.text) << row.name;
@@ -334,22 +340,20 @@ TEST(Results, SayWhatIsWrongWithARecord) {
     envelope.compressMode = 2;
     envelope.msgIdPart2 = envelope.msgIdPart3 = 255;
     envelope.varUserData = {longest.data(), longest.size()};
-    std::string frame(ZEL_MAX_FRAME + longest.size(), '\0');
-    std::size_t length = 0;
-    EXPECT_EQ(ZELPackRecord(binding.get(), &spread, &envelope, frame.data(), frame.size(), &length, nullptr), 0);
+    const std::string frame = Packed(binding, spread, envelope);
     // A payload that was transformed takes as much scratch as it has bytes.
     char scratch[100];
     ZELReading reading{};
     reading.scratch = scratch;
-    reading.scratchSize = length - (6 + 30 + longest.size());
-    EXPECT_EQ(ZELUnpackRecord(binding.get(), frame.data(), length, &spread, &reading, nullptr), 0);
+    reading.scratchSize = frame.size() - (6 + 30 + longest.size());
+    EXPECT_EQ(Unpack(binding, frame, spread, &reading), 0);
     --reading.scratchSize;
-    EXPECT_EQ(ZELUnpackRecord(binding.get(), frame.data(), length, &spread, &reading, nullptr), ZEL_NO_SCRATCH);
-    EXPECT_EQ(ZELUnpackRecord(nullptr, frame.data(), length, &spread, nullptr, nullptr), ZEL_BAD_ARGUMENT);
-    EXPECT_EQ(ZELUnpackRecord(binding.get(), nullptr, length, &spread, nullptr, nullptr), ZEL_BAD_ARGUMENT);
-    EXPECT_EQ(ZELUnpackRecord(binding.get(), frame.data(), length, nullptr, nullptr, nullptr), ZEL_BAD_ARGUMENT);
+    EXPECT_EQ(Unpack(binding, frame, spread, &reading), ZEL_NO_SCRATCH);
+    EXPECT_EQ(ZELUnpackRecord(nullptr, frame.data(), frame.size(), &spread, nullptr, nullptr), ZEL_BAD_ARGUMENT);
+    EXPECT_EQ(ZELUnpackRecord(binding.get(), nullptr, frame.size(), &spread, nullptr, nullptr), ZEL_BAD_ARGUMENT);
+    EXPECT_EQ(ZELUnpackRecord(binding.get(), frame.data(), frame.size(), nullptr, nullptr, nullptr), ZEL_BAD_ARGUMENT);
     ZELFailure failure{};
-    EXPECT_NE(ZELUnpackRecord(binding.get(), "\x01\x10\x02\0\0\x07", 6, &spread, nullptr, &failure), 0);
+    EXPECT_NE(Unpack(binding, {"\x01\x10\x02\0\0\x07", 6}, spread, nullptr, &failure), 0);
     EXPECT_EQ(failure.offset, 0U) << "no field is to blame";
     EXPECT_STREQ(failure.text, "the bytes are no ZEL message: check where the message begins and how long it is");
 }
@@ -395,16 +399,16 @@ TEST(Frames, AreReadInARow) {
     compressed.encryptFlag = 1;
     CZELMessage other(0, 0);
     SetNumber(Create(other, kAllTypes), kSide, 1);
-    std::string stream = PackSpread(binding.get(), spread);
+    std::string stream = Packed(binding, spread);
     const std::size_t second = stream.size();
-    stream += Pack(other);
-    std::string bad = PackSpread(binding.get(), spread);
+    stream += test::Pack(other);
+    std::string bad = Packed(binding, spread);
     bad[second - 8] = 0x7F;
     const std::size_t third = stream.size();
     stream += bad;
     spread.side = 8;
     const std::size_t fourth = stream.size();
-    stream += PackSpread(binding.get(), spread, compressed);
+    stream += Packed(binding, spread, compressed);
     const std::size_t end = stream.size();
     stream += "\x01\x10";
 
@@ -412,14 +416,15 @@ TEST(Frames, AreReadInARow) {
     char scratch[200];
     std::uint64_t offsets[4];
     ZELRun run{};
+    const auto unpack = [&](std::size_t most) {
+        return ZELUnpackRun(binding.get(), stream.data(), stream.size(), records, sizeof(Spread), most, &run);
+    };
     run.offsets = offsets;
-    EXPECT_EQ(ZELUnpackRun(binding.get(), stream.data(), stream.size(), records, sizeof(Spread), 4, &run),
-              ZEL_NO_SCRATCH);
+    EXPECT_EQ(unpack(4), ZEL_NO_SCRATCH);
     EXPECT_EQ(run.used, fourth);
     run.scratch = scratch;
     run.scratchSize = sizeof scratch;
-    EXPECT_EQ(ZELUnpackRun(binding.get(), stream.data(), stream.size(), records, sizeof(Spread), 4, &run),
-              ZEL_INCOMPLETE);
+    EXPECT_EQ(unpack(4), ZEL_INCOMPLETE);
     EXPECT_EQ(run.read, 2U);
     EXPECT_EQ(run.skipped, 1U);
     EXPECT_EQ(run.bad, 1U);
@@ -434,12 +439,11 @@ TEST(Frames, AreReadInARow) {
     EXPECT_EQ(std::string(static_cast<const char*>(records[1].note.data), records[1].note.length), "spread");
     EXPECT_STREQ(records[1].legs[0].symbol, "RYE");
     EXPECT_EQ(records[1].legs[1].quantity, 1 << 20);
-    EXPECT_EQ(ZELUnpackRun(binding.get(), stream.data(), stream.size(), records, sizeof(Spread), 1, &run), 0);
+    EXPECT_EQ(unpack(1), 0);
     EXPECT_EQ(run.used, second);
     EXPECT_EQ(run.firstBadResult, 0) << "none is bad";
     run.stopAtBad = 1;
-    EXPECT_EQ(ZELUnpackRun(binding.get(), stream.data(), stream.size(), records, sizeof(Spread), 4, &run),
-              ZEL_FIELD_UNREADABLE);
+    EXPECT_EQ(unpack(4), ZEL_FIELD_UNREADABLE);
     EXPECT_EQ(run.used, third);
 }
 
@@ -449,29 +453,25 @@ TEST(Memory, IsNotAskedForByTheQuickWays) {
     const TestTables tables;
     const Bound binding = BindSpread();
     char userData[] = "user data";
+    std::string frame;
+    frame.reserve(ZEL_MAX_FRAME + sizeof userData);
+    char scratch[ZEL_SCRATCH_SIZE];
+    ZELReading reading{};
+    reading.scratch = scratch;
+    reading.scratchSize = sizeof scratch;
     for (std::int16_t format = 0; format <= 2; ++format) {
-        for (const bool isTransformed : {false, true}) {
+        for (std::uint16_t encryptFlag = 0; encryptFlag <= 1; ++encryptFlag) {
             ZELEnvelope envelope{};
             envelope.format = format;
-            envelope.encryptFlag = isTransformed ? 1 : 0;
+            envelope.encryptFlag = encryptFlag;
             envelope.varUserData = {userData, sizeof userData};
             Spread spread = SampleSpread();
             spread.legs[1].hasQuantity = 0;
-            char buffer[ZEL_MAX_FRAME];
-            char scratch[ZEL_SCRATCH_SIZE];
-            std::size_t length = 0;
-            ZELReading reading{};
-            reading.scratch = scratch;
-            reading.scratchSize = sizeof scratch;
             FailAllocationsFrom(1);
-            const int packed =
-                ZELPackRecord(binding.get(), &spread, &envelope, buffer, sizeof buffer, &length, nullptr);
-            const int unpacked = ZELUnpackRecord(binding.get(), buffer, length, &spread, &reading, nullptr);
-            const int asked = AllocationCount();
+            EXPECT_EQ(Pack(binding, spread, frame, envelope), 0) << format;
+            EXPECT_EQ(Unpack(binding, frame, spread, &reading), 0) << format;
+            EXPECT_EQ(AllocationCount(), 0) << format;
             FailAllocationsFrom(0);
-            EXPECT_EQ(packed, 0) << format;
-            EXPECT_EQ(unpacked, 0) << format;
-            EXPECT_EQ(asked, 0) << format;
         }
     }
 }
@@ -496,13 +496,12 @@ TEST(Memory, MayBeOutAtAnyRequest) {
             continue;
         }
         Spread spread = SampleSpread();
-        const std::string frame = PackSpread(binding.get(), spread);
-        std::string room(ZEL_MAX_FRAME, '\0');
-        std::size_t length = 0;
+        const std::string frame = Packed(binding, spread);
+        std::string refused;
         FailAllocationsFrom(n, 1);
-        const int packed = ZELPackRecord(binding.get(), &spread, nullptr, room.data(), room.size(), &length, nullptr);
+        const int packed = Pack(binding, spread, refused);
         FailAllocationsFrom(n, 1);
-        const int unpacked = ZELUnpackRecord(binding.get(), frame.data(), frame.size(), &spread, nullptr, nullptr);
+        const int unpacked = Unpack(binding, frame, spread);
         FailAllocationsFrom(0);
         failures += (packed != 0 ? 1 : 0) + (unpacked != 0 ? 1 : 0);
         EXPECT_TRUE(packed >= 0 && packed < ZEL_NOT_BUILT + 1) << packed;

@@ -16,8 +16,10 @@ import subprocess
 import sys
 import zlib
 
-import generated
 from captures import PORT, Capture, Listed, Tshark
+
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent.parent / "support"))
+import generated  # noqa: E402
 
 SEED = 20240517
 MUTANTS = 3000

@@ -1,6 +1,6 @@
-// Pages of docs/ beside what is tested: blocks of C++ that stand in a source, and tables.
-#ifndef ZEL_TESTS_CPP_PAGE_H
-#define ZEL_TESTS_CPP_PAGE_H
+// Pages of docs/ beside what is tested: bytes that they show, tables, and blocks of C++ that stand in a source.
+#ifndef ZEL_TESTS_SUPPORT_PAGE_H
+#define ZEL_TESTS_SUPPORT_PAGE_H
 
 #include <gtest/gtest.h>
 
@@ -8,6 +8,9 @@
 #include <fstream>
 #include <string>
 #include <vector>
+
+#include "tests/support/bytes.h"
+#include "tests/support/cases.h"
 
 namespace zel::test {
 
@@ -24,6 +27,16 @@ inline PageLines LinesOf(const std::string& path) {
         }
     }
     return lines;
+}
+
+// The bytes in the page's indented blocks: the hex of each line, without the remark after two blanks.
+inline std::string DocumentedBytes(const std::string& path) {
+    std::ifstream file(ZEL_SOURCE_DIR "/" + path);
+    std::string bytes;
+    for (std::string line; std::getline(file, line);) {
+        bytes += line.starts_with("    ") ? FromHex(line.substr(4, line.find("  ", 4) - 4)) : "";
+    }
+    return bytes;
 }
 
 // How many blocks of C++ the page has. Each must stand in one of the sources.
@@ -43,22 +56,25 @@ inline int CountBlocks(const std::string& path, const std::vector<std::string>& 
     return count;
 }
 
-// The rows of the table with this head, each as its cells.
-inline std::vector<std::vector<std::string>> TableOf(const std::string& path, const std::string& head) {
+// The rows of the table with this head, each as its cells, without the marks around code.
+inline std::vector<Cells> TableOf(const std::string& path, const std::string& head) {
     const PageLines page = LinesOf(path);
-    std::vector<std::vector<std::string>> rows;
+    std::vector<Cells> rows;
     auto line = std::find(page.begin(), page.end(), head);
     EXPECT_NE(line, page.end()) << head;
     for (line += line == page.end() ? 0 : 2; line != page.end() && line->starts_with("| "); ++line) {
-        std::vector<std::string> cells;
+        Cells cells;
         for (std::size_t at = 2, end = 0; (end = line->find(" |", at)) != std::string::npos; at = end + 3) {
-            cells.push_back(line->substr(at, end - at));
+            const std::size_t mark = (*line)[at] == '`' ? 1 : 0;
+            cells.push_back(line->substr(at + mark, end - at - 2 * mark));
         }
+        EXPECT_EQ(cells.size() + 1, static_cast<std::size_t>(std::count(head.begin(), head.end(), '|'))) << *line;
         rows.push_back(cells);
     }
+    EXPECT_GT(rows.size(), 1U) << head;
     return rows;
 }
 
 }  // namespace zel::test
 
-#endif  // ZEL_TESTS_CPP_PAGE_H
+#endif  // ZEL_TESTS_SUPPORT_PAGE_H

@@ -2,16 +2,17 @@
 import json
 import struct
 
-HEADER = [(1, "short"), (2, "long"), (3, "int"), (4, "long"), (5, "short"), (6, "int"), (7, "bytes11")]
+HEADER = [{"id": number, "name": f"HDR_{number}", "type": kind}
+          for number, kind in enumerate(["short", "long", "int", "long", "short", "int", "bytes11"], 1)]
 TYPES = ["short", "long", "int", "chars", "text", "float", "double", "datetime", "money", "bytes10", "bytes11"]
 MARKER = 140
 # Names that are the same in filters, and characters that could break a script or a filter.
 NAMES = ["Lot-Size", "LOT.SIZE", 'A"B', "back\\slash", "]]--", "%d%s", "1st", "{x}", "'", "~"]
 
 
-def dictionary(random):
-    fields = [{"id": number, "name": f"HDR_{number}", "type": kind} for number, kind in HEADER]
-    fields.append({"id": MARKER, "name": "MARK", "type": "short"})
+def dictionary(random, odd=True):
+    """Odd ones have lists that name fields again, and negative sub-types."""
+    fields = [*HEADER, {"id": MARKER, "name": "MARK", "type": "short"}]
     numbers = random.sample([number for number in range(8, 400) if number != MARKER], 40)
     for i, number in enumerate(numbers):
         kind = TYPES[i % len(TYPES)] if i > 3 else "short long int short".split()[i]
@@ -23,20 +24,21 @@ def dictionary(random):
             field["version"] = random.randint(2, 4)
         fields.append(field)
     by_number = {field["id"]: field["name"] for field in fields}
-    return {"fields": fields, "messages": [message(random, i, by_number, numbers) for i in range(12)]}
+    return {"fields": fields, "messages": [message(random, i, by_number, numbers, odd) for i in range(12)]}
 
 
-def message(random, number, names, numbers):
+def message(random, number, names, numbers, odd):
     counts, others = numbers[:4], numbers[4:]
     entries = [names[field] for field in random.sample(others, random.randint(0, 8))]
-    entries += [entry for entry in entries if random.random() < 0.2]
+    entries += [entry for entry in entries if odd and random.random() < 0.2]
+    others = [field for field in others if odd or names[field] not in entries]
     if number % 3:
         group = [names[field] for field in random.sample(others, random.randint(1, 5))]
-        group += [entry for entry in group if random.random() < 0.2]
+        group += [entry for entry in group if odd and random.random() < 0.2]
         marked = [{"field": "MARK", "presence": "mandatory"}] if number % 3 == 1 else []
         count = {"field": names[random.choice(counts)], "presence": "mandatory"}
         entries.insert(random.randint(0, len(entries)), {"group": {"count": count, "fields": marked + group}})
-    return {"type": random.choice([-2, 3, 700]), "subType": number - 3, "name": f"MESSAGE_{number}", "fields": entries}
+    return {"type": random.choice([-2, 3, 700]), "subType": number - (3 if odd else 0), "name": f"MESSAGE_{number}", "fields": entries}
 
 
 def bytes_of(random, most):
