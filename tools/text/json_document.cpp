@@ -22,9 +22,6 @@ constexpr std::size_t kMostNested = 64;
 // Of a key in a place.
 constexpr std::size_t kMostShown = 64;
 
-// Nodes count in 32 bits.
-constexpr std::size_t kLongestText = std::size_t{1} << 30U;
-
 }  // namespace
 
 std::optional<std::int64_t> JsonValue::WholeNumber() const {
@@ -317,7 +314,7 @@ void JsonDocument::Read(const MoreText& more, Findings& findings) {
 
 JsonDocument ParseJson(std::string_view text, Findings& findings) {
     JsonDocument document;
-    if (text.size() > kLongestText) {
+    if (text.size() > kLongestJson) {
         AddError(findings, "", "is longer than can be read");
         return document;
     }

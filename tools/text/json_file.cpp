@@ -21,7 +21,8 @@ JsonDocument ReadJsonFile(const std::string& path, Findings& findings) {
     }
     std::string text;
     std::array<char, 65536> block;
-    while (file.read(block.data(), block.size()), file.gcount() > 0) {
+    // What is too long may have no end.
+    while (text.size() <= kLongestJson && (file.read(block.data(), block.size()), file.gcount() > 0)) {
         text.append(block.data(), static_cast<std::size_t>(file.gcount()));
     }
     if (file.bad()) {
