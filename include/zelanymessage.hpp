@@ -310,6 +310,7 @@ public:
     }
 
     // Unpacks the frame at the head of `bytes`, in place of the message that the object holds: how many bytes it takes.
+    // The bytes must not lie in that message.
     template <detail::HasBytes Bytes>
     [[nodiscard]] Result<std::size_t> Unpack(const Bytes& bytes) noexcept {
         std::size_t size = 0;

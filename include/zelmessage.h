@@ -190,6 +190,7 @@ public:
 
     // Replaces the message by the one received at `buffer`, frame first; the frame's length bounds every read after
     // the frame. 0, or -1 with `message` as it was when the validation failed, and null when anything later failed.
+    // `buffer` must not lie in the object's own message: what it has in a field of bytes, unpack in another object.
     // Reports 1432 (validation), 1434 (creation) or 1437 (a field) last, before it the cause. A received field that
     // the message type does not have is reported (1425) and skipped.
     ZEL_API long unpackMessage(const char* buffer) noexcept;
@@ -273,7 +274,8 @@ ZEL_API short ZELSetMostRepetitions(short most) noexcept;
 // ---- Error reports --------------------------------------------------------------------------------------------------
 
 // Where reports go. `text` is valid during the call only. The sink runs in the thread whose call failed and must not
-// throw.
+// throw. It may call the library, but only read the message object whose call reports: that has no message while one is
+// created or unpacked in it.
 typedef void (*ZELErrorSink)(int code, const char* text, void* context);
 
 // Installs a sink, or none with null; returns the one before. Reports are dropped while there is none.

@@ -91,7 +91,8 @@ typedef struct ZELMember {
     uint32_t offset;
     uint32_t size;            // sizeof the member; of a view not read
     uint32_t lengthOffset;    // kinds BYTES and VIEW; else not read
-    uint32_t presenceOffset;  // of a byte: not 0 the field is there, 0 it is not. ZEL_NOWHERE: packing always sends it
+    uint32_t presenceOffset;  // of a byte of this member alone: not 0 the field is there, 0 it is not. ZEL_NOWHERE:
+                              // packing always sends it
 } ZELMember;
 
 // The repeating group of a message: an array of structs.

@@ -73,7 +73,8 @@ ZEL_API const char* ZELExplain(int code) ZEL_NOEXCEPT;
 
 // Hears the reports of one thread. It is the caller's, and stays where it is while it listens.
 typedef struct ZELListener {
-    // `fieldId` is the field that the report names, or 0. `text` is valid during the call only. It must not throw.
+    // `fieldId` is the field that the report names, or 0. `text` is valid during the call only. What a sink may do
+    // (ZELSetErrorSink), it may do; it may also end its own listening, the one that began last. It must not throw.
     void (*hear)(int code, int fieldId, const char* text, void* context);
     void* context;
     struct ZELListener* outer;  // [library]

@@ -128,7 +128,8 @@ long CZELMessage::unpackMessageNoFrame(const char* buffer, long length) noexcept
     subType = received.header.subType;
     serviceIdHigh = received.header.serviceIdHigh;
     serviceIdLow = received.header.serviceIdLow;
-    message = zel::UnpackReceived(message, received, repeatCount);
+    // A sink that looks at the object must not find the message that has ended.
+    message = zel::UnpackReceived(std::exchange(message, nullptr), received, repeatCount);
     return message != nullptr ? 0 : -1;
 }
 

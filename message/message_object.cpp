@@ -1,6 +1,7 @@
 // The message object: construction, the message that it owns, and access to its fields.
 #include <algorithm>
 #include <cstring>
+#include <utility>
 
 #include "core/slots/message_model.h"
 #include "core/wire/value_bytes.h"
@@ -191,7 +192,7 @@ CZELMessage::~CZELMessage() noexcept {
 }
 
 void CZELMessage::createStruct() noexcept {
-    message = zel::ReplaceZelMsgStruct(message, msgType, subType, repeatCount, 0);
+    message = zel::ReplaceZelMsgStruct(std::exchange(message, nullptr), msgType, subType, repeatCount, 0);
 }
 
 void CZELMessage::destroyStruct() noexcept {

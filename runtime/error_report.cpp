@@ -41,8 +41,11 @@ bool IsAnybodyListening() noexcept {
 }
 
 void TellListeners(int code, int fieldId, const char* text) noexcept {
-    for (const ZELListener* listener = ThreadListener(); listener != nullptr; listener = listener->outer) {
+    for (const ZELListener* listener = ThreadListener(); listener != nullptr;) {
+        // One that hears enough may end, and be gone.
+        const ZELListener* const outer = listener->outer;
         listener->hear(code, fieldId, text, listener->context);
+        listener = outer;
     }
 }
 

@@ -1,4 +1,4 @@
-// Loading libraries at run time, and finding files in the folder of a library. One source per platform.
+// Loading libraries at run time, and finding the files that go with one. One source per platform.
 #ifndef ZEL_RUNTIME_MODULE_H
 #define ZEL_RUNTIME_MODULE_H
 
@@ -20,6 +20,10 @@ void DescribeLoadError(char* text, std::size_t size) noexcept;
 [[nodiscard]] ModuleSymbol FindModuleSymbol(ModuleHandle module, const char* symbol) noexcept;
 
 void UnloadModule(ModuleHandle module) noexcept;
+
+// The path in this variable of the environment, or null: also, on Linux, in a program that has more rights than who
+// started it. The loader, too, takes no paths of such a user then.
+[[nodiscard]] const char* PathFromEnvironment(const char* variable) noexcept;
 
 // Writes the path of the file `name` in the folder of the library or program that holds `address`; false when that
 // folder is not known or the path does not fit.

@@ -2,6 +2,7 @@
 
 #include <climits>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 
 #include "runtime/module.h"
@@ -45,6 +46,10 @@ ModuleSymbol FindModuleSymbol(ModuleHandle module, const char* symbol) noexcept 
 
 void UnloadModule(ModuleHandle module) noexcept {
     dlclose(module);
+}
+
+const char* PathFromEnvironment(const char* variable) noexcept {
+    return secure_getenv(variable);
 }
 
 bool PathBeside(const void* address, const char* name, char* path, std::size_t size) noexcept {

@@ -1,6 +1,7 @@
 #include <windows.h>
 
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 
 #include "runtime/module.h"
@@ -27,6 +28,10 @@ ModuleSymbol FindModuleSymbol(ModuleHandle module, const char* symbol) noexcept 
 
 void UnloadModule(ModuleHandle module) noexcept {
     FreeLibrary(static_cast<HMODULE>(module));
+}
+
+const char* PathFromEnvironment(const char* variable) noexcept {
+    return std::getenv(variable);
 }
 
 bool PathBeside(const void* address, const char* name, char* path, std::size_t size) noexcept {

@@ -1,7 +1,6 @@
 #include "zeldata/provider.h"
 
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <new>
 
@@ -64,12 +63,28 @@ private:
     const ZELTypeNode* messageTable_;
 };
 
+// The path, with a question mark for each character that a terminal would obey: files are named by anybody.
+struct ShownPath {
+    explicit ShownPath(const char* path) noexcept {
+        (void)std::snprintf(text, sizeof text, "%s", path);
+        unsigned char before = 0;
+        for (char* at = text; *at != '\0'; ++at) {
+            const auto byte = static_cast<unsigned char>(*at);
+            // In UTF-8 the second 32 control characters begin with C2.
+            const bool isControl = byte < 0x20 || byte == 0x7F || (before == 0xC2 && byte >= 0x80 && byte < 0xA0);
+            *at = isControl ? '?' : *at;
+            before = byte;
+        }
+    }
+    char text[kImagePathSize];
+};
+
 VormaZelData* NoProvider(const char* path, const char* reason) noexcept {
     (void)std::fprintf(
         stderr,
         "zeldata: no dictionary: %s %s (build an image with 'zel dict build SOURCE -o IMAGE' and name it in "
         "%s)\n",
-        path, reason, kImageVariable);
+        ShownPath(path).text, reason, kImageVariable);
     return nullptr;
 }
 
@@ -116,7 +131,7 @@ int FindMessage(const VormaZelData* provider, const char* name, std::int16_t* ms
 }
 
 const char* FindServedImage(const void* inProvider, char (&path)[kImagePathSize]) noexcept {
-    const char* named = std::getenv(kImageVariable);
+    const char* named = PathFromEnvironment(kImageVariable);
     if (named != nullptr && named[0] != '\0') {
         return named;
     }

@@ -205,6 +205,25 @@ TEST_F(Exchange, LeavesTheStateThatEachFailurePromises) {
     bad[bad.size() - 3] = 14;
     EXPECT_EQ(reports_.With(Unpack(object, bad)), "-1: 1427 FieldId[14]; 1437 Cannot unpack ZEL msg recvd from Rtr");
     EXPECT_EQ(object.message, nullptr);
+
+    // Nobody who hears the reports sees the message before, which has ended.
+    struct Look {
+        CZELMessage& object;
+        std::string heard;
+    } look{object, ""};
+    ZELListener listener{[](int code, int /*fieldId*/, const char* /*text*/, void* to) {
+                             auto& [seen, heard] = *static_cast<Look*>(to);
+                             heard += std::to_string(code) + (seen.message != nullptr ? " a message " : " none ");
+                         },
+                         &look, nullptr};
+    ASSERT_EQ(Unpack(object, good), 0);
+    ZELBeginListening(&listener);
+    EXPECT_EQ(Unpack(object, bad), -1);
+    FillSimple(object);
+    object.subType = 99;
+    object.createStruct();
+    ZELEndListening(&listener);
+    EXPECT_EQ(look.heard, "1427 none 1437 none 1416 none ");
 }
 
 TEST_F(Exchange, NamesNoSlotByTheIdZero) {

@@ -92,8 +92,14 @@ TEST(Listeners, HearOneAnotherAndTheirOwnThread) {
     ZELListener outer{hear, &heard[0], nullptr};
     ZELListener inner{hear, &heard[1], nullptr};
     ZELListener other{hear, &heard[2], nullptr};
+    ZELListener once{[](int /*code*/, int /*fieldId*/, const char* /*text*/, void* self) {
+                         ZELEndListening(static_cast<ZELListener*>(self));
+                         static_cast<ZELListener*>(self)->outer = nullptr;
+                     },
+                     &once, nullptr};
     ZELBeginListening(&outer);
     ZELBeginListening(&inner);
+    ZELBeginListening(&once);
     std::thread([&] {
         ZELBeginListening(&other);
         SendReport(reports::kNoSoh);

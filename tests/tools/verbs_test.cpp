@@ -14,6 +14,7 @@
 #include "tests/support/environment.h"
 #include "tests/support/work_folder.h"
 #include "tests/tools/run_command.h"
+#include "tools/dictionary/cpp_header.h"
 #include "tools/dictionary/dictionary_changes.h"
 #include "tools/dictionary/dictionary_file.h"
 #include "tools/dictionary/image_builder.h"
@@ -92,7 +93,8 @@ TEST_F(Verbs, TellTheirVersionAndWhatTheyFind) {
          std::map<std::string, std::string>{{"small.img", "small.img: 12 fields, 2 messages, image version 1\n"},
                                             {"small.json", "none: small.json is a source, not an image\n"},
                                             {"other.txt", "none: other.txt is too short for a dictionary image"},
-                                            {"missing.img", "none: missing.img cannot be opened: "}}) {
+                                            {"missing.img", "none: missing.img cannot be opened: "},
+                                            {"\x1b[2J", "none: \\u001b[2J cannot be opened: "}}) {
         test::SetEnvironment("ZELDATA_IMAGE", image.c_str());
         const std::string said = Run("--version");
         EXPECT_TRUE(said.starts_with(start + found)) << said;
@@ -155,7 +157,8 @@ TEST_F(Verbs, WriteWhatTheirPageShows) {
 
 TEST_F(Verbs, TellWhenNoSourceMakesTheImage) {
     Findings findings;
-    std::vector<char> bytes = BuildDictionaryImage(ReadSourceFile("small.json", findings));
+    DictionarySource dictionary = ReadSourceFile("small.json", findings);
+    std::vector<char> bytes = BuildDictionaryImage(dictionary);
     image::ImageHeader header;
     std::memcpy(&header, bytes.data(), sizeof header);
     // Optional as well, but not as sources make it.
@@ -167,6 +170,9 @@ TEST_F(Verbs, TellWhenNoSourceMakesTheImage) {
     EXPECT_TRUE(said.starts_with("odd.img: error: holds what a source cannot say") && said.ends_with("= 1\n")) << said;
     const std::string same = Run("dict show small.json --json");
     EXPECT_EQ(said.substr(said.find('{'), same.rfind('=')), same.substr(0, same.rfind('=')));
+    // A name that ends no line of C++.
+    dictionary.fields[0].name = "A\n\x7f\"1\u00fc";
+    EXPECT_NE(CppHeader(dictionary, {}, {"x", 1}).find(R"({"A\012\177\"1\303\274"};)"), std::string::npos);
 }
 
 std::string Changes(const nlohmann::json& before, const nlohmann::json& after) {

@@ -160,6 +160,7 @@ TEST_F(ProviderFile, ServesWhatTheSourceSays) {
 
 TEST_F(ProviderFile, RefusesWithOneLineThatSaysWhy) {
     std::string bytes = SmallImage();
+    std::string shown = "???\xc2?ä.img";
     Write(bytes);
     test::FailAllocationsFrom(1);
     ExpectRefusal("cannot be served: out of memory");
@@ -174,6 +175,11 @@ TEST_F(ProviderFile, RefusesWithOneLineThatSaysWhy) {
     ExpectRefusal("is empty");
     std::filesystem::remove(path_);
     ExpectRefusal("cannot be opened: ");
+    test::SetEnvironment("ZELDATA_IMAGE", "\n\x1b\x7f\u009bä.img");
+    std::swap(path_, shown);
+    ExpectRefusal("cannot be opened: ");
+    std::swap(path_, shown);
+    test::SetEnvironment("ZELDATA_IMAGE", path_);
     std::filesystem::create_directory(path_);
     ExpectRefusal("");
 }

@@ -14,12 +14,17 @@ namespace {
 void AppendCell(std::string& out, std::string_view text) {
     const bool isQuoted = text.find_first_of(",\"") != std::string_view::npos;
     out += isQuoted ? "\"" : "";
-    for (const char c : text) {
-        if (static_cast<unsigned char>(c) < ' ' || c == 0x7f) {
-            AppendEscaped(out, {&c, 1});
+    while (!text.empty()) {
+        const char c = text.front();
+        // Those beyond ASCII have two bytes in UTF-8.
+        const bool isWide = text.size() > 1 && c == '\xC2' && (text[1] & 0xE0) == 0x80;
+        const std::size_t size = isWide ? 2 : 1;
+        if (isWide || static_cast<unsigned char>(c) < ' ' || c == 0x7f) {
+            AppendEscaped(out, text.substr(0, size));
         } else {
             out.append(c == '"' ? 2 : 1, c);
         }
+        text.remove_prefix(size);
     }
     out += isQuoted ? "\"" : "";
 }

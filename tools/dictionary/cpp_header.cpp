@@ -60,12 +60,22 @@ std::string Comment(std::size_t indent, const std::string& text) {
     return text.find_first_not_of(' ') == std::string::npos ? "" : line;
 }
 
-// Names are printable. Two question marks may begin what compilers once read as another character.
+// Names are printable, but in images of other builders anything. Two question marks may begin what compilers once read
+// as another character.
 std::string Literal(const std::string& name) {
     std::string quoted = "\"";
     for (const char c : name) {
-        quoted += c == '"' || c == '\\' || (c == '?' && quoted.ends_with('?')) ? "\\" : "";
-        quoted += c;
+        const auto byte = static_cast<unsigned char>(c);
+        if (byte >= 0x20 && byte < 0x7F) {
+            quoted += c == '"' || c == '\\' || (c == '?' && quoted.ends_with('?')) ? "\\" : "";
+            quoted += c;
+            continue;
+        }
+        // Three digits, so that none of the name's can belong to them.
+        quoted += '\\';
+        for (const unsigned shift : {6U, 3U, 0U}) {
+            quoted += static_cast<char>('0' + (byte >> shift & 7U));
+        }
     }
     return quoted + '"';
 }

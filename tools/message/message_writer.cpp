@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 #include <unordered_map>
+#include <utility>
 
 #include "core/wire/compression.h"
 #include "core/wire/header.h"
@@ -387,7 +388,8 @@ void MessageWriter::Reorder(const JsonValue& order, char* message, std::size_t s
     for (const JsonValue::Member& element : order) {
         const JsonValue& id = element.value;
         const std::int64_t number = id.WholeNumber().value_or(0);
-        const auto found = fields.find(static_cast<std::uint16_t>(number));
+        const auto found =
+            std::in_range<std::uint16_t>(number) ? fields.find(static_cast<std::uint16_t>(number)) : fields.end();
         if (found == fields.end() || used[found->first] == found->second.size()) {
             throw MessageError("order: " + Shown(id) + " is the id of no further field of the message");
         }

@@ -8,6 +8,7 @@
 #include "include/zelmessage.h"
 #include "tools/dictionary/dictionary_file.h"
 #include "tools/io/out_of_memory.h"
+#include "tools/text/complaint.h"
 #include "zeldata/image.h"
 
 namespace zel::tools {
@@ -19,17 +20,18 @@ std::string DictionaryText() {
     if (path.empty()) {
         return std::string("none: ") + kNoImageKnown;
     }
+    const std::string shown = Printable(path);
     if (IsSourceName(path)) {
-        return "none: " + path + " is a source, not an image";
+        return "none: " + shown + " is a source, not an image";
     }
     Findings findings;
     const DictionaryFile file = ReadDictionaryFile(path, findings);
     for (const Finding& finding : findings) {
         if (finding.isError) {
-            return "none: " + path + ' ' + finding.text;
+            return "none: " + shown + ' ' + finding.text;
         }
     }
-    return path + ": " + Summary(file.dictionary) + ", image version " + std::to_string(image::kVersion);
+    return shown + ": " + Summary(file.dictionary) + ", image version " + std::to_string(image::kVersion);
 }
 
 // Which library is loaded is the system's choice; what it does with bytes is what counts.

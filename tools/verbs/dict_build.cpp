@@ -41,7 +41,8 @@ int BuildImage(const BuildOptions& options) {
     const std::vector<char> bytes = BuildDictionaryImage(dictionary);
     VerifyImage(bytes);
     WriteFileAtomically(options.image, bytes);
-    std::cout << options.image << ": " << Summary(dictionary) << ", " << Counted(bytes.size(), "byte") << '\n';
+    std::cout << Printable(options.image) << ": " << Summary(dictionary) << ", " << Counted(bytes.size(), "byte")
+              << '\n';
     return kStatusGood;
 }
 

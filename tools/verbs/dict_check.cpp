@@ -4,6 +4,7 @@
 
 #include "tools/dictionary/dictionary_file.h"
 #include "tools/io/status.h"
+#include "tools/text/complaint.h"
 #include "tools/verbs/all_verbs.h"
 
 namespace zel::tools {
@@ -15,7 +16,7 @@ int CheckSource(const std::string& source) {
     const DictionarySource dictionary = ReadSourceFile(source, findings);
     PrintFindings(source, findings);
     const std::size_t errors = CountErrors(findings);
-    std::cout << source << ": " << Summary(dictionary) << ": " << Counted(errors, "error") << ", "
+    std::cout << Printable(source) << ": " << Summary(dictionary) << ": " << Counted(errors, "error") << ", "
               << Counted(findings.size() - errors, "warning") << '\n';
     return errors == 0 ? kStatusGood : kStatusDiffers;
 }

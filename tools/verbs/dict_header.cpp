@@ -52,7 +52,7 @@ int WriteHeader(const HeaderOptions& options) {
         std::cout << text;
     } else {
         WriteFileAtomically(options.output, {text.begin(), text.end()});
-        std::cout << options.output << ": " << Summary(file->dictionary) << '\n';
+        std::cout << Printable(options.output) << ": " << Summary(file->dictionary) << '\n';
     }
     return kStatusGood;
 }

@@ -10,6 +10,7 @@
 #include "tools/dictionary/dictionary_file.h"
 #include "tools/io/file_output.h"
 #include "tools/io/status.h"
+#include "tools/text/complaint.h"
 #include "tools/text/json_text.h"
 #include "tools/verbs/all_verbs.h"
 #include "tools/verbs/dictionary_option.h"
@@ -103,8 +104,8 @@ int WriteDissector(const WiresharkOptions& options) {
         return kStatusGood;
     }
     WriteFileAtomically(options.output, {text.begin(), text.end()});
-    std::cout << options.output << ": " << Summary(file->dictionary) << "\nTo install it, copy it to " << kPluginFolders
-              << '\n';
+    std::cout << Printable(options.output) << ": " << Summary(file->dictionary) << "\nTo install it, copy it to "
+              << kPluginFolders << '\n';
     return kStatusGood;
 }
 

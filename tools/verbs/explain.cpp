@@ -7,6 +7,7 @@
 #include "runtime/meanings.h"
 #include "runtime/reports.h"
 #include "tools/io/status.h"
+#include "tools/text/complaint.h"
 #include "tools/text/text_table.h"
 #include "tools/verbs/all_verbs.h"
 
@@ -115,18 +116,19 @@ void ShowCode(const Meaning& meaning) {
 
 bool Explain(const std::string& wanted) {
     int code = 0;
-    std::from_chars(wanted.data(), wanted.data() + wanted.size(), code);
+    const char* const end = wanted.data() + wanted.size();
+    const bool isNumber = std::from_chars(wanted.data(), end, code).ptr == end;
     for (const Meaning* meaning = kMeanings; meaning->name != nullptr; ++meaning) {
-        if (meaning->code == code || meaning->name == wanted) {
+        if ((isNumber && meaning->code == code) || meaning->name == wanted) {
             ShowCode(*meaning);
             return true;
         }
     }
-    if (const std::string meaning = ZELExplain(code); !meaning.empty()) {
+    if (const std::string meaning = ZELExplain(code); isNumber && !meaning.empty()) {
         std::cout << code << "  " << meaning << '\n';
         return true;
     }
-    std::cerr << "zel: " << wanted << ": no such code; 'zel explain' lists them\n";
+    Complain("zel: " + wanted + ": no such code; 'zel explain' lists them");
     return false;
 }
 
