@@ -22,9 +22,6 @@ enum class JsonKind : std::uint8_t { kWord, kNumber, kText, kArray, kObject };
 
 class JsonValue;
 
-// Nodes count in 32 bits. A longer text is not read.
-inline constexpr std::size_t kLongestJson = std::size_t{1} << 30U;
-
 // Appends whole lines to what there is of a text; false when there are no more.
 using MoreText = std::function<bool(std::string& text)>;
 
