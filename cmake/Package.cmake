@@ -64,6 +64,8 @@ zel_package(runtime libzel0 libs any "messages of the ZEL protocol (library)"
 exchange with a ZEL router. Their fields and layouts come at run time from
 a dictionary, which a provider serves."
     RECOMMENDS libzeldata CONTROL ${ldconfig})
+set(CPACK_ZEL_SYMBOLS ${PROJECT_BINARY_DIR}/symbols) # packaging/debian.cmake writes it
+list(APPEND CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA ${CPACK_ZEL_SYMBOLS})
 zel_package(provider libzeldata libs any "messages of the ZEL protocol (dictionary provider)"
 "Serves the image of a dictionary to all programs that use libzel0: the one
 that ZELDATA_IMAGE names, else that of the sample dictionary. A site with a

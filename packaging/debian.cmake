@@ -21,6 +21,13 @@ foreach(component IN LISTS CPACK_COMPONENTS_ALL)
                 COMMAND_ERROR_IS_FATAL ANY)
         endif()
     endforeach()
+    # No list says since when each symbol is there: as the shlibs file does, it asks for this version.
+    file(GLOB_RECURSE libraries ${root}/lib/*.so.*.*)
+    if(libraries)
+        list(TRANSFORM libraries PREPEND -e)
+        execute_process(COMMAND dpkg-gensymbols -q -p${package} -v${CPACK_PACKAGE_VERSION}
+            -P${CPACK_TEMPORARY_DIRECTORY}/${component} ${libraries} -O${CPACK_ZEL_SYMBOLS} COMMAND_ERROR_IS_FATAL ANY)
+    endif()
     file(GLOB compressed ${root}/share/man/man*/* ${pages}/changelog)
     execute_process(COMMAND gzip -9n ${compressed} COMMAND_ERROR_IS_FATAL ANY)
     execute_process(COMMAND chmod -R u=rwX,go=rX ${root} COMMAND_ERROR_IS_FATAL ANY)
