@@ -50,6 +50,35 @@ std::string Packed(AnyMessage& message) {
     return {stream.begin() + 1, stream.end()};
 }
 
+// The node of the provider's table. The list of its fields is changed here, which the library sees at the next init.
+ZELSubTypeNode& NodeOf(short msgType, short subType) {
+    const ZELTypeNode* type = CZELMessage::getVormaZelData()->messageTable();
+    while (type->type != msgType) {
+        type = type->next;
+    }
+    const ZELSubTypeNode* node = type->subTypes;
+    while (node->subType != subType) {
+        node = node->next;
+    }
+    return const_cast<ZELSubTypeNode&>(*node);
+}
+
+// A dictionary may list a field of a group again after it.
+TEST_F(CppMessages, TellFieldsOfAGroupFromThoseAfterIt) {
+    AnyMessage spread("MULTI_LEG_ORDER");
+    ZELSubTypeNode& node = NodeOf(spread.MsgType(), spread.SubType());
+    std::vector<ZELFieldListEntry> list(node.fieldList, node.fieldList + node.fieldCount);
+    list.back().fieldId = dictionary::fields::kLegRatio;
+    node.fieldList = list.data();
+    CZELMessage::init();
+    spread.Start("MULTI_LEG_ORDER", 2);
+    EXPECT_TRUE(spread.Set("LEG_RATIO", 7));
+    EXPECT_TRUE(spread.Group()[1].Set("LEG_RATIO", 8));
+    EXPECT_EQ(spread.Get<int>("LEG_RATIO"), 7);
+    EXPECT_EQ(spread.Group()[0].Get<int>("LEG_RATIO"), std::nullopt);
+    EXPECT_EQ(spread.Group()[1].Get<int>("LEG_RATIO"), 8);
+}
+
 // ---- There and back -------------------------------------------------------------------------------------------------
 
 // One field, set here and by CZELMessage, and read again.
