@@ -261,6 +261,8 @@ const Mistake kMistakes[] = {
 TEST_F(CppMessages, SayWhatThePageSaysOfMistakes) {
     const auto page = TableOf("docs/using.md", "| mistake | code | what is said |");
     EXPECT_EQ(page.size(), std::size(kMistakes));
+    EXPECT_EQ(FindField(std::string("SIDE\0", 5)).Code(), ZEL_NO_SUCH_FIELD);
+    EXPECT_EQ(FindMessage(std::string("NEW_ORDER\0", 10)).Code(), ZEL_NO_SUCH_MESSAGE);
     for (const Mistake& row : kMistakes) {
         AnyMessage order("NEW_ORDER");
         order.Set("SYMBOL", "RYE");
@@ -410,6 +412,7 @@ TEST(CppValues, ComeFromTextsAndBack) {
     EXPECT_EQ(Money::Parse("1/2/3/4").Error(), std::string("1/2/3/4: ") + ZELExplain(ZEL_BAD_MONEY));
     EXPECT_EQ(Money::Parse("1/3").Code(), ZEL_BAD_MONEY);
     EXPECT_EQ(Money::Parse(std::string(64, ' ') + "1").Code(), ZEL_BAD_MONEY);
+    EXPECT_EQ(Money::Parse(std::string("1\0", 2)).Code(), ZEL_BAD_MONEY);
     EXPECT_EQ(*DateTime::ParseDate("11/30/1999"), DateTime::Date(1999, 11, 30));
     EXPECT_EQ(DateTime::ParseDate("1999-30").Code(), ZEL_BAD_DATE);
     EXPECT_EQ(DateTime::ParseDate("99/11/30", 1)->DateText(11), "19991130");
