@@ -505,26 +505,22 @@ inline void AnyMessage::SetCountAndMarkers() noexcept {
 // ---- Its fields -----------------------------------------------------------------------------------------------------
 
 inline _field_data* AnyMessage::FindSlot(short fieldId, int repetition) noexcept {
-    _field_data* found = nullptr;
+    const std::span<_field_data> all = Slots();
+    std::span<_field_data> slots = SlotsOf(repetition);
     if (repetition == kOutside) {
-        found = fieldId != 0 ? object_.getField(fieldId, -1) : nullptr;
-    } else {
-        for (_field_data& slot : SlotsOf(repetition)) {
-            if (slot.id == static_cast<unsigned short>(fieldId)) {
-                found = &slot;
-                break;
-            }
+        _field_data* first = fieldId != 0 ? object_.getField(fieldId, -1) : nullptr;
+        // A type may list a field of its group again after it.
+        slots = first == nullptr                ? slots
+                : IsInGroup(first - all.data()) ? all.subspan(At(groupEnd_, all))
+                                                : std::span(first, 1);
+    }
+    for (_field_data& slot : slots) {
+        if (slot.id == static_cast<unsigned short>(fieldId)) {
+            next_ = static_cast<int>(&slot - all.data()) + 1;
+            return &slot;
         }
     }
-    if (found == nullptr) {
-        return nullptr;
-    }
-    const auto at = static_cast<int>(found - object_.message->dataBuf->fields);
-    if (repetition == kOutside && IsInGroup(at)) {
-        return nullptr;
-    }
-    next_ = at + 1;
-    return found;
+    return nullptr;
 }
 
 bool AnyMessage::HasOtherType(const FieldRef& field, int repetition, const char* value) noexcept {

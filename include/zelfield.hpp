@@ -62,9 +62,14 @@ struct FieldName {
     return isField ? FieldKey{static_cast<short>(id), field.type, field.length, field.name} : FieldKey{};
 }
 
+// Whether all of it can be a name: providers look at what stands before the first zero byte.
+[[nodiscard]] inline bool MayBeName(std::string_view name) noexcept {
+    return name.size() <= kZELNameLength && name.find('\0') == std::string_view::npos;
+}
+
 [[nodiscard]] inline FieldKey KeyOf(std::string_view name) noexcept {
     VormaZelData* provider = CZELMessage::getVormaZelData();
-    if (provider == nullptr || name.size() > kZELNameLength) {
+    if (provider == nullptr || !MayBeName(name)) {
         return {};
     }
     FieldName copy{};
@@ -162,7 +167,7 @@ struct MessageKey {
     detail::FieldName copy{};
     name.copy(copy.text, kZELNameLength);
     MessageKey key{};
-    if (name.size() > kZELNameLength || ZELFindMessage(copy.text, &key.msgType, &key.subType) != ZEL_OK) {
+    if (!detail::MayBeName(name) || ZELFindMessage(copy.text, &key.msgType, &key.subType) != ZEL_OK) {
         return detail::FailureOf(ZEL_NO_SUCH_MESSAGE, name);
     }
     return key;

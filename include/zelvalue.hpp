@@ -28,7 +28,8 @@ template <typename Value, typename Read>
     text.copy(copy.data(), kLongest);
     Value value{};
     const Reports heard;
-    if (text.size() <= kLongest && read(copy.data(), &value) == 0 && heard.List().size() == 0) {
+    const bool isWhole = text.size() <= kLongest && text.find('\0') == std::string_view::npos;
+    if (isWhole && read(copy.data(), &value) == 0 && heard.List().size() == 0) {
         return value;
     }
     Failure failure = FailureOf(heard.List().size() != 0 ? heard.List().begin()->code : code, copy.data());

@@ -50,6 +50,35 @@ std::string Packed(AnyMessage& message) {
     return {stream.begin() + 1, stream.end()};
 }
 
+// The node of the provider's table. The list of its fields is changed here, which the library sees at the next init.
+ZELSubTypeNode& NodeOf(short msgType, short subType) {
+    const ZELTypeNode* type = CZELMessage::getVormaZelData()->messageTable();
+    while (type->type != msgType) {
+        type = type->next;
+    }
+    const ZELSubTypeNode* node = type->subTypes;
+    while (node->subType != subType) {
+        node = node->next;
+    }
+    return const_cast<ZELSubTypeNode&>(*node);
+}
+
+// A dictionary may list a field of a group again after it.
+TEST_F(CppMessages, TellFieldsOfAGroupFromThoseAfterIt) {
+    AnyMessage spread("MULTI_LEG_ORDER");
+    ZELSubTypeNode& node = NodeOf(spread.MsgType(), spread.SubType());
+    std::vector<ZELFieldListEntry> list(node.fieldList, node.fieldList + node.fieldCount);
+    list.back().fieldId = dictionary::fields::kLegRatio;
+    node.fieldList = list.data();
+    CZELMessage::init();
+    spread.Start("MULTI_LEG_ORDER", 2);
+    EXPECT_TRUE(spread.Set("LEG_RATIO", 7));
+    EXPECT_TRUE(spread.Group()[1].Set("LEG_RATIO", 8));
+    EXPECT_EQ(spread.Get<int>("LEG_RATIO"), 7);
+    EXPECT_EQ(spread.Group()[0].Get<int>("LEG_RATIO"), std::nullopt);
+    EXPECT_EQ(spread.Group()[1].Get<int>("LEG_RATIO"), 8);
+}
+
 // ---- There and back -------------------------------------------------------------------------------------------------
 
 // One field, set here and by CZELMessage, and read again.
@@ -232,6 +261,8 @@ const Mistake kMistakes[] = {
 TEST_F(CppMessages, SayWhatThePageSaysOfMistakes) {
     const auto page = TableOf("docs/using.md", "| mistake | code | what is said |");
     EXPECT_EQ(page.size(), std::size(kMistakes));
+    EXPECT_EQ(FindField(std::string("SIDE\0", 5)).Code(), ZEL_NO_SUCH_FIELD);
+    EXPECT_EQ(FindMessage(std::string("NEW_ORDER\0", 10)).Code(), ZEL_NO_SUCH_MESSAGE);
     for (const Mistake& row : kMistakes) {
         AnyMessage order("NEW_ORDER");
         order.Set("SYMBOL", "RYE");
@@ -381,6 +412,7 @@ TEST(CppValues, ComeFromTextsAndBack) {
     EXPECT_EQ(Money::Parse("1/2/3/4").Error(), std::string("1/2/3/4: ") + ZELExplain(ZEL_BAD_MONEY));
     EXPECT_EQ(Money::Parse("1/3").Code(), ZEL_BAD_MONEY);
     EXPECT_EQ(Money::Parse(std::string(64, ' ') + "1").Code(), ZEL_BAD_MONEY);
+    EXPECT_EQ(Money::Parse(std::string("1\0", 2)).Code(), ZEL_BAD_MONEY);
     EXPECT_EQ(*DateTime::ParseDate("11/30/1999"), DateTime::Date(1999, 11, 30));
     EXPECT_EQ(DateTime::ParseDate("1999-30").Code(), ZEL_BAD_DATE);
     EXPECT_EQ(DateTime::ParseDate("99/11/30", 1)->DateText(11), "19991130");
