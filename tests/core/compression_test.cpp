@@ -73,20 +73,15 @@ TEST_F(Compression, FramesTheData) {
 }
 
 TEST_F(Compression, TakesEveryResultButTwoAsASize) {
-    struct Row {
-        short begin;
-        int crushed;
-        bool isPlain;
-    };
-    const Row rows[] = {{0, -14, true},  {0, -16, true},  {1, 7, true},  {0, -1, false},
-                        {0, -13, false}, {0, -15, false}, {0, 0, false}, {0, 7, false}};
-    for (const Row& row : rows) {
-        crush_ = {row.begin, row.crushed, {}};
-        EXPECT_EQ(Compress(4, "payload"), row.isPlain ? -1 : 0) << row.crushed;
-        EXPECT_EQ(length_, row.isPlain ? 7 : row.crushed + 8);
-        EXPECT_EQ(out_.data[7], row.isPlain ? out_.data[7] : static_cast<char>(row.crushed));
-        EXPECT_EQ(row.isPlain ? Output() : "payload", "payload");
-        EXPECT_EQ(crush_.ends, row.begin == 0 ? 1 : 0) << "a pass that did not begin is not ended";
+    const std::tuple<short, int, bool> rows[] = {{0, -14, true},  {0, -16, true},  {1, 7, true},  {0, -1, false},
+                                                 {0, -13, false}, {0, -15, false}, {0, 0, false}, {0, 7, false}};
+    for (const auto& [begin, crushed, isPlain] : rows) {
+        crush_ = {begin, crushed, {}};
+        EXPECT_EQ(Compress(4, "payload"), isPlain ? -1 : 0) << crushed;
+        EXPECT_EQ(length_, isPlain ? 7 : crushed + 8);
+        EXPECT_EQ(out_.data[7], isPlain ? out_.data[7] : static_cast<char>(crushed));
+        EXPECT_EQ(isPlain ? Output() : "payload", "payload");
+        EXPECT_EQ(crush_.ends, begin == 0 ? 1 : 0) << "a pass that did not begin is not ended";
     }
 }
 

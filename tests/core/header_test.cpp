@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <sstream>
+#include <tuple>
 
 #include "core/wire/frame.h"
 #include "core/wire/user_data.h"
@@ -55,18 +56,14 @@ TEST_F(Header, WritesWhatTheMembersHoldAndReadsItBack) {
 
 TEST_F(Header, SendsVariableUserDataWhereThereIsABuffer) {
     char user[] = "abc";
-    struct Row {
-        char* data;
-        unsigned short length;
-        const char* bytes;
-    };
-    const Row rows[] = {{user, 3, "00 07 00 03 61 62 63"}, {user, 0, "00 07 00 00"}, {nullptr, 5, "00 07 00 00"}};
-    for (const Row& row : rows) {
+    const std::tuple<char*, int, const char*> rows[] = {
+        {user, 3, "00 07 00 03 61 62 63"}, {user, 0, "00 07 00 00"}, {nullptr, 5, "00 07 00 00"}};
+    for (const auto& [data, length, bytes] : rows) {
         header_ = {};
-        header_.varUserData = row.data;
-        header_.varUserDataLen = row.length;
+        header_.varUserData = data;
+        header_.varUserDataLen = static_cast<unsigned short>(length);
         const std::string written = Build(header_);
-        EXPECT_EQ(ToHex(written.substr(26)), row.bytes);
+        EXPECT_EQ(ToHex(written.substr(26)), bytes);
         ASSERT_NE(Unpack(written), nullptr);
         EXPECT_EQ(Build(header_), written);
         FreeVarUserData(header_);

@@ -35,7 +35,7 @@ void Meet(std::atomic<int>& missing) {
 void CheckTextsEnd(const ZelMsgStruct& message, const Tables& tables) {
     for (short at = 0; at < message.dataBuf->count; ++at) {
         const _field_data& slot = message.dataBuf->fields[at];
-        if (slot.isSet != 0 && FieldOf(tables, slot.id).type == kZELText) {
+        if (slot.isSet != 0 && FieldOrNone(tables, slot.id).type == kZELText) {
             const auto zeros = static_cast<std::size_t>(std::max(8 - slot.length, 1));
             const std::string after(static_cast<const char*>(slot.value) + slot.length, zeros);
             ASSERT_EQ(ToHex(after), ToHex(std::string(zeros, '\0'))) << slot.id << ", " << slot.length;

@@ -12,6 +12,7 @@
 #include "core/tables/plan_table.h"
 #include "core/tables/tables_in_use.h"
 #include "fuzz/received_message.h"
+#include "tests/support/cases.h"
 #include "tests/support/failing_heap.h"
 #include "tests/support/made_message.h"
 #include "tests/support/record_agreement.h"
@@ -360,34 +361,12 @@ TEST(Results, SayWhatIsWrongWithARecord) {
 
 // ---- Frames in a row ------------------------------------------------------------------------------------------------
 
-struct Head {
-    const char* bytes;
-    int result;
-    std::size_t size;
-};
-
 TEST(Frames, AreFoundAtTheHeadOfBytes) {
-    const Head heads[] = {
-        {"", ZEL_INCOMPLETE, 4},
-        {"02", ZEL_NO_FRAME, 0},
-        {"01", ZEL_INCOMPLETE, 4},
-        {"01 20", ZEL_NO_FRAME, 0},
-        {"01 30", ZEL_INCOMPLETE, 6},
-        {"01 10 02", ZEL_INCOMPLETE, 4},
-        {"01 30 02 00", ZEL_INCOMPLETE, 6},
-        {"01 10 02 00 AA", ZEL_INCOMPLETE, 6},
-        {"01 10 02 00 AA BB CC", 0, 6},
-        {"01 30 01 00 00 00 AA", 0, 7},
-        {"01 10 FF FF", ZEL_NO_FRAME, 0},
-        {"01 30 1D 30 01 00", ZEL_INCOMPLETE, 77859},
-        {"01 30 1E 30 01 00", ZEL_NO_FRAME, 0},
-        {"01 30 00 00 00 80", ZEL_NO_FRAME, 0},
-    };
-    for (const Head& head : heads) {
-        const ExactCopy bytes(FromHex(head.bytes));
+    for (const Cells& row : ReadCases("tests/record/cases/heads.txt", 3)) {
+        const ExactCopy bytes(FromHex(row[0]));
         std::size_t size = 99;
-        EXPECT_EQ(ZELFindFrame(bytes.data.get(), bytes.size, &size), head.result) << head.bytes;
-        EXPECT_EQ(size, head.size) << head.bytes;
+        EXPECT_EQ(ZELFindFrame(bytes.data.get(), bytes.size, &size), row.Number(1)) << row[0];
+        EXPECT_EQ(size, row.Number<std::size_t>(2)) << row[0];
     }
 }
 

@@ -58,10 +58,6 @@ bool IsEmptyValue(const _field_data& slot) {
 
 }  // namespace
 
-const ZELDictionaryField& FieldOf(const Tables& tables, int id) {
-    return reinterpret_cast<const ZELDictionaryField*>(tables.dictionary)[id];
-}
-
 void FillRandomly(CZELMessage& object, const Tables& tables, short msgType, const ZELSubTypeNode& node,
                   short repeatCount, bool positional, Random& random) {
     object.msgType = msgType;
@@ -72,7 +68,7 @@ void FillRandomly(CZELMessage& object, const Tables& tables, short msgType, cons
     std::map<int, int> set;
     for (int i = 0; object.message != nullptr && i < object.message->dataBuf->count; ++i) {
         const _field_data& slot = object.message->dataBuf->fields[i];
-        const ZELDictionaryField& field = FieldOf(tables, slot.id);
+        const ZELDictionaryField& field = FieldOrNone(tables, slot.id);
         const auto id = static_cast<short>(slot.id);
         const short occurrence = ++occurrences[id];
         if (id == node.repeatFieldId) {
@@ -103,7 +99,7 @@ std::string Difference(const CZELMessage& sent, const CZELMessage& received, con
     for (int i = 0; i < from.count; ++i) {
         const _field_data& a = from.fields[i];
         const _field_data& b = to.fields[i];
-        const ZELDictionaryField& field = FieldOf(tables, a.id);
+        const ZELDictionaryField& field = FieldOrNone(tables, a.id);
         const std::string where = std::string(field.name) + " in slot " + std::to_string(i);
         const bool tooNew = sent.version != 0 && field.version > sent.version;
         const bool expected = !tooNew && (a.isSet != 0 || positional);

@@ -10,8 +10,6 @@
 
 namespace zel::test {
 
-const ZELDictionaryField& FieldOf(const Tables& tables, int id);
-
 // Creates a message of this type with the repeat count, and gives random values to its mandatory and to some optional
 // fields, so that a receiver can tell the repetitions apart.
 void FillRandomly(CZELMessage& object, const Tables& tables, short msgType, const ZELSubTypeNode& node,
