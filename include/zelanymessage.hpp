@@ -505,16 +505,20 @@ inline void AnyMessage::SetCountAndMarkers() noexcept {
 // ---- Its fields -----------------------------------------------------------------------------------------------------
 
 inline _field_data* AnyMessage::FindSlot(short fieldId, int repetition) noexcept {
-    const std::span<_field_data> all = Slots();
-    std::span<_field_data> slots = SlotsOf(repetition);
     if (repetition == kOutside) {
         _field_data* first = fieldId != 0 ? object_.getField(fieldId, -1) : nullptr;
-        // A type may list a field of its group again after it.
-        slots = first == nullptr                ? slots
-                : IsInGroup(first - all.data()) ? all.subspan(At(groupEnd_, all))
-                                                : std::span(first, 1);
+        if (first == nullptr) {
+            return nullptr;
+        }
+        const auto at = static_cast<int>(first - object_.message->dataBuf->fields);
+        if (!IsInGroup(at)) [[likely]] {
+            next_ = at + 1;
+            return first;
+        }
     }
-    for (_field_data& slot : slots) {
+    const std::span<_field_data> all = Slots();
+    // A type may list a field of its group again after it.
+    for (_field_data& slot : repetition == kOutside ? all.subspan(At(groupEnd_, all)) : SlotsOf(repetition)) {
         if (slot.id == static_cast<unsigned short>(fieldId)) {
             next_ = static_cast<int>(&slot - all.data()) + 1;
             return &slot;
