@@ -182,9 +182,9 @@ TEST_F(CppRecords, EveryFormOfAMemberComesBack) {
         ASSERT_TRUE(frame) << frame.Error();
         EXPECT_EQ(Shown(*frame), fields);
         Order received = FullOrder();
-        const auto used = binding->Unpack(*frame, received);
+        const auto used = binding->Unpack(buffer, received);
         ASSERT_TRUE(used) << used.Error();
-        EXPECT_EQ(*used, frame->size());
+        EXPECT_EQ(*used, frame->size()) << "of a buffer that is longer";
         Order unframed = FullOrder();
         EXPECT_TRUE(binding->UnpackNoFrame(frame->subspan(6), unframed));
         for (const Order& again : {received, unframed}) {
