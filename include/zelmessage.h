@@ -251,7 +251,7 @@ ZEL_API void ZELFindGroup(const ZelMsgStruct* message, ZELGroupSlots* group) noe
 
 // Sets a slot of the message to `length` bytes, and counts it in numFields. Texts and byte strings get as many; chars
 // those that their field has, with zero bytes after fewer and without those that are too many; for other types `length`
-// is the size of the type. 1, or 0 without memory, reported, with the slot as it was.
+// is the size of the type. Of no bytes `value` may be null. 1, or 0 without memory, reported, with the slot as it was.
 ZEL_API int ZELSetSlot(ZelMsgStruct* message, _field_data* slot, const void* value, unsigned short length) noexcept;
 
 // ---- Responses ------------------------------------------------------------------------------------------------------

@@ -166,7 +166,9 @@ extern "C" int ZELSetSlot(ZelMsgStruct* message, _field_data* slot, const void* 
         return 1;
     }
     const std::size_t room = entry.shape == zel::Shape::kChars ? LengthOf(entry.rule) : length;
-    return SetSeparateValue(*message, *slot, value, std::min<std::size_t>(length, room), room) ? 1 : 0;
+    // Copies want an address, also of nothing.
+    const void* from = length != 0 ? value : "";
+    return SetSeparateValue(*message, *slot, from, std::min<std::size_t>(length, room), room) ? 1 : 0;
 }
 
 CZELMessage::CZELMessage(short messageVersion, int packFormat2) noexcept

@@ -125,6 +125,7 @@ const SetRow kSetRows[] = {
     Row("NOTICE", "NOTICE_TEXT", "", std::string_view(), std::string()),
     Row("INSTRUMENT", "CURRENCY", std::string("EU\0", 3), "EU", std::string_view("EU")),
     Row("INSTRUMENT", "CURRENCY", "EUR", "EUR", std::string("EUR")),
+    Row("INSTRUMENT", "CURRENCY", std::string(3, '\0'), std::string_view(), std::string()),
     Row("EXECUTION", "LIQUIDITY_FLAG", "M", 'M', 'M'),
     Row("NEW_ORDER", "ROUTE_TOKEN", std::string("\1\0\377", 3), kToken, std::span<const unsigned char>(kToken)),
     Row("ORDER_QUERY", "FILTER_STREAM", "", std::vector<char>{}, std::span<const std::byte>()),
