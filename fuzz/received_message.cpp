@@ -15,7 +15,8 @@ namespace {
 
 constexpr std::size_t kMostSlots = 64;
 
-void Append(std::string& bytes, std::uint32_t value, int size) {
+// At most eight bytes: a field of any type may count the repetitions.
+void Append(std::string& bytes, std::uint64_t value, int size) {
     for (int shift = (size - 1) * 8; shift >= 0; shift -= 8) {
         bytes += static_cast<char>(value >> shift);
     }
